@@ -1,0 +1,28 @@
+# What every target of the project shares: warnings, sanitizers, and the shape of a test executable.
+
+add_library(tlx_build_flags INTERFACE)
+target_compile_options(tlx_build_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+  -Woverloaded-virtual -Wno-unused-parameter)
+if(TLX_WERROR)
+  target_compile_options(tlx_build_flags INTERFACE -Werror)
+endif()
+if(TLX_SANITIZE)
+  target_compile_options(tlx_build_flags INTERFACE -fsanitize=${TLX_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  target_link_options(tlx_build_flags INTERFACE -fsanitize=${TLX_SANITIZE})
+endif()
+
+# tlx_add_library(name sources...): a static library of the project, warnings on, include root at the repository's top.
+function(tlx_add_library name)
+  add_library(${name} STATIC ${ARGN})
+  target_link_libraries(${name} PRIVATE tlx_build_flags)
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR})
+endfunction()
+
+# tlx_add_test(name SOURCES ... LINK ...): a GoogleTest executable, every test of which is known to ctest by name.
+function(tlx_add_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK;ENVIRONMENT" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LINK} GTest::gmock GTest::gtest_main tlx_build_flags)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 ENVIRONMENT "${ARG_ENVIRONMENT}")
+endfunction()

@@ -1,0 +1,20 @@
+#include <utility>
+
+#include "tlx/platform/Platform.h"
+#include "tlx/platform/dispatch/MainQueue.h"
+
+namespace tlx {
+
+void dispatch_async_main(std::function<void()> step) { Platform::current().ports().mainQueue.post(std::move(step)); }
+
+bool isMainThread() { return Platform::current().ports().mainQueue.isMainThread(); }
+
+void runOnMainThread(std::function<void()> step) {
+  if (isMainThread()) {
+    step();
+  } else {
+    dispatch_async_main(std::move(step));
+  }
+}
+
+}  // namespace tlx

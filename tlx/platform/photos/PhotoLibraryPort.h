@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "tlx/platform/foundation/NSError.h"
+#include "tlx/platform/photos/PHAsset.h"
+#include "tlx/platform/photos/PHAssetCollection.h"
+#include "tlx/platform/photos/PHChange.h"
+#include "tlx/platform/photos/PHFetchOptions.h"
+#include "tlx/platform/photos/PHFetchResult.h"
+
+namespace tlx {
+
+/// May hold a value without a name; only authorized counts as access.
+enum PHAuthorizationStatus : std::int64_t {
+  PHAuthorizationStatusNotDetermined = 0,
+  PHAuthorizationStatusRestricted = 1,
+  PHAuthorizationStatusDenied = 2,
+  PHAuthorizationStatusAuthorized = 3,
+};
+
+/// The photo library below the picker: access, albums, their items, and word of changes.
+///
+/// Fetches are called on the main thread and answer before they return, from what the library holds in memory: they never
+/// wait for a disk or a network. Without access, and for a collection that no longer exists, they answer an empty
+/// result, never nothing.
+class PhotoLibraryPort {
+ public:
+  using AuthorizationHandler = std::function<void(PHAuthorizationStatus)>;
+  using ChangeHandler = std::function<void(std::shared_ptr<const PHChange>)>;
+
+  virtual ~PhotoLibraryPort() = default;
+
+  /// Main thread.
+  virtual PHAuthorizationStatus authorizationStatus() const = 0;
+  /// Main thread. Asks the person at most once; answers exactly once, on a thread of the library's, with the status at
+  /// that time. When the person decided before, answers without asking.
+  virtual void requestAuthorization(AuthorizationHandler handler) = 0;
+
+  /// All albums of the type in the library's own order, which is stable between changes. `subtype` Regular for smart
+  /// albums and Any for the person's own both mean all of that type.
+  virtual std::shared_ptr<const PHFetchResult<PHAssetCollection>> fetchAssetCollections(
+      PHAssetCollectionType type, PHAssetCollectionSubtype subtype) = 0;
+  /// The album's items that the options keep, in their order. The same question between two changes gives the same
+  /// object.
+  virtual std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssets(const PHAssetCollection& collection,
+                                                                    const PHFetchOptions& options) = 0;
+  /// The items with these identifiers, in the order given; unknown ones are left out.
+  virtual std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssetsWithLocalIdentifiers(
+      const std::vector<Identifier>& identifiers) = 0;
+
+  /// Main thread. One handler; nothing ends it. It is called on a thread of the library's, holding no lock of the
+  /// library's, one change after the other; when it is called, fetches on the main thread may already see the change.
+  /// After a call that replaced or ended it has returned, the old handler is not running and is not called again.
+  virtual void setChangeHandler(ChangeHandler handler) = 0;
+};
+
+}  // namespace tlx
