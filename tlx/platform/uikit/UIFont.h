@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "tlx/platform/coregraphics/CGGeometry.h"
+
+namespace tlx {
+
+/// A font by family name and point size. A name that the machine lacks is drawn in its standard font; the name is kept.
+class UIFont {
+ public:
+  static std::shared_ptr<const UIFont> fontWithName_size(std::string name, double pointSize);
+
+  UIFont(std::string name, double pointSize) : name_(std::move(name)), pointSize_(pointSize) {}
+  const std::string& fontName() const { return name_; }
+  double pointSize() const { return pointSize_; }
+
+ private:
+  std::string name_;
+  double pointSize_;
+};
+
+/// Nothing stands for the platform's default font.
+using UIFontRef = std::shared_ptr<const UIFont>;
+
+/// Measures text as it would be drawn.
+class TextMeasurementPort {
+ public:
+  virtual ~TextMeasurementPort() = default;
+  /// Main thread. The size of one line of UTF-8 text in points; 0 × 0 for empty text. `font` may be nothing.
+  virtual CGSize sizeOfText(const std::string& text, const UIFontRef& font) = 0;
+};
+
+/// The installed platform's measure.
+CGSize sizeWithAttributes(const std::string& text, const UIFontRef& font);
+
+}  // namespace tlx

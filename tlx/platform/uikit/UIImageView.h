@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+
+#include "tlx/platform/uikit/UIImage.h"
+#include "tlx/platform/uikit/UIView.h"
+
+namespace tlx {
+
+/// A picture, or nothing.
+class UIImageView : public UIView {
+ public:
+  static const Class& classObject();
+
+  const std::shared_ptr<const UIImage>& image() const { return image_; }
+  void setImage(std::shared_ptr<const UIImage> image);
+
+ private:
+  std::shared_ptr<const UIImage> image_;
+};
+
+}  // namespace tlx

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tlx/platform/uikit/UIView.h"
+
+namespace tlx {
+
+class UIPopoverPresentationController;
+
+enum UIModalPresentationStyle : std::int64_t {
+  UIModalPresentationNone = -1,
+  UIModalPresentationFullScreen = 0,
+  UIModalPresentationPopover = 7,
+};
+
+/// Seconds that a presentation or a dismissal takes when it is animated: short enough not to be waited for.
+inline constexpr double UIPresentationAnimationDuration = 0.25;
+
+/// One screen. Main thread only. It comes out of a scene without its view; the view is loaded when it is first read.
+class UIViewController : public NSObject {
+ public:
+  static const Class& classObject();
+
+  UIViewController();
+  ~UIViewController() override;
+
+  /// Loads the view on first read: the scene's loader runs (outlets are connected), then `viewDidLoad`.
+  const std::shared_ptr<UIView>& view();
+  bool isViewLoaded() const { return view_ != nullptr; }
+  /// For scenes. The loader makes the view, connects the controller's outlets and answers the view.
+  void setViewLoader(std::function<std::shared_ptr<UIView>()> loader) { viewLoader_ = std::move(loader); }
+
+  virtual void viewDidLoad() {}
+  virtual void viewWillAppear(bool animated) {}
+  virtual void viewDidAppear(bool animated) {}
+  virtual void viewWillDisappear(bool animated) {}
+  virtual void viewDidDisappear(bool animated) {}
+  virtual void didReceiveMemoryWarning() {}
+  virtual bool prefersStatusBarHidden() { return false; }
+
+  /// Shows another screen over this one: full screen, as a popover or as an alert. The links are set at once; `completion` runs when the animation
+  /// has ended. While something this controller presented is on its way out, the call waits for that; while something
+  /// stays presented it is refused, and logged. Nothing happens for nothing.
+  void presentViewController_animated_completion(const std::shared_ptr<UIViewController>& controller, bool animated,
+                                                 std::function<void()> completion);
+  /// Ends what this controller presents, or else this controller's own presentation; the links are cleared and
+  /// `completion` runs when the animation has ended. Does nothing, and drops the completion, when neither is there or it is on
+  /// its way out already.
+  void dismissViewControllerAnimated_completion(bool animated, std::function<void()> completion);
+
+  /// Nothing when this controller is not presented.
+  std::shared_ptr<UIViewController> presentingViewController() const { return presenting_.lock(); }
+  const std::shared_ptr<UIViewController>& presentedViewController() const { return presented_; }
+  bool isBeingDismissed() const { return beingDismissed_; }
+
+  UIModalPresentationStyle modalPresentationStyle() const { return modalPresentationStyle_; }
+  void setModalPresentationStyle(UIModalPresentationStyle style) { modalPresentationStyle_ = style; }
+  /// 0 × 0 when it was not set: the platform's default size applies.
+  const CGSize& preferredContentSize() const { return preferredContentSize_; }
+  void setPreferredContentSize(const CGSize& size) { preferredContentSize_ = size; }
+  /// Nothing unless the style is popover; the same object while this controller lives.
+  std::shared_ptr<UIPopoverPresentationController> popoverPresentationController();
+
+  /// For whoever puts the view on the screen.
+  void appear(bool animated, double seconds);
+  void disappear(bool animated, double seconds);
+
+ protected:
+  /// Runs when the view is there, before `viewDidLoad`.
+  virtual void viewLoaded() {}
+
+ private:
+  void finishPresentation(const std::shared_ptr<UIViewController>& controller, bool animated,
+                          std::function<void()> completion);
+  void dismissPresented(bool animated, std::function<void()> completion);
+
+  std::shared_ptr<UIView> view_;
+  std::function<std::shared_ptr<UIView>()> viewLoader_;
+  std::weak_ptr<UIViewController> presenting_;
+  std::shared_ptr<UIViewController> presented_;
+  std::vector<std::function<void()>> afterDismissal_;
+  bool beingDismissed_ = false, loading_ = false;
+  UIModalPresentationStyle modalPresentationStyle_ = UIModalPresentationFullScreen;
+  CGSize preferredContentSize_;
+  std::shared_ptr<UIPopoverPresentationController> popover_;
+};
+
+}  // namespace tlx
