@@ -75,8 +75,6 @@ class UIViewController : public NSObject {
   virtual void viewLoaded() {}
 
  private:
-  void finishPresentation(const std::shared_ptr<UIViewController>& controller, bool animated,
-                          std::function<void()> completion);
   void dismissPresented(bool animated, std::function<void()> completion);
 
   std::shared_ptr<UIView> view_;

@@ -1,0 +1,167 @@
+#include "tlx/platform/uikit/UIViewController.h"
+
+#include <utility>
+
+#include "tlx/platform/Platform.h"
+#include "tlx/platform/foundation/NSTimer.h"
+#include "tlx/platform/foundation/SystemLog.h"
+#include "tlx/platform/uikit/PresentationPort.h"
+#include "tlx/platform/uikit/UIAlertController.h"
+#include "tlx/platform/uikit/UIApplication.h"
+#include "tlx/platform/uikit/UIPopoverPresentationController.h"
+#include "tlx/platform/uikit/UIWindow.h"
+
+namespace tlx {
+namespace {
+
+/// Runs the step at once, or when an animation of the presentation's length has ended.
+void afterAnimation(bool animated, std::function<void()> step) {
+  if (animated && UIView::areAnimationsEnabled()) {
+    performAfterDelay(UIPresentationAnimationDuration, std::move(step));
+  } else {
+    step();
+  }
+}
+
+bool isAlert(const UIViewController& controller) {
+  return dynamic_cast<const UIAlertController*>(&controller) != nullptr;
+}
+
+void putIntoWindow(UIViewController& presenting, UIViewController& presented) {
+  if (isAlert(presented)) return;
+  auto window = presenting.view() ? presenting.view()->window() : nullptr;
+  if (!window) window = UIApplication::sharedApplication().window();
+  const auto& view = presented.view();
+  if (!window || !view) return;
+  if (auto popover = presented.popoverPresentationController()) {
+    view->setFrame(popover->frameInWindow(window->bounds().size));
+  } else {
+    view->setAutoresizingMask(UIViewAutoresizingFlexibleWidth | UIViewAutoresizingFlexibleHeight);
+    view->setFrame(window->bounds());
+  }
+  window->addSubview(view);
+}
+
+}  // namespace
+
+const Class& UIViewController::classObject() {
+  static const Class object{
+      "UIViewController", "", "", [] { return std::make_shared<UIViewController>(); }, {}, {}};
+  return object;
+}
+
+UIViewController::UIViewController() = default;
+
+UIViewController::~UIViewController() {
+  // A host may let go of a screen without dismissing what it presents: that must not stay on the window, orphaned.
+  Platform* platform = Platform::installed();
+  if (!platform || !presented_) return;
+  if (!presented_->beingDismissed_) platform->ports().presentation.dismiss(presented_, false);
+  if (presented_->isViewLoaded()) presented_->view()->removeFromSuperview();
+}
+
+const std::shared_ptr<UIView>& UIViewController::view() {
+  if (view_ || loading_) return view_;
+  loading_ = true;
+  // The loader runs once, but is kept while it runs: it may be what keeps the scene alive.
+  const auto loader = std::move(viewLoader_);
+  viewLoader_ = nullptr;
+  try {
+    view_ = loader ? loader() : std::make_shared<UIView>();
+  } catch (...) {
+    loading_ = false;
+    throw;
+  }
+  loading_ = false;
+  viewLoaded();
+  viewDidLoad();
+  return view_;
+}
+
+void UIViewController::appear(bool animated, double seconds) {
+  viewWillAppear(animated);
+  const auto weak = weak_from_this();
+  const auto appeared = [weak, animated] {
+    if (auto self = std::static_pointer_cast<UIViewController>(weak.lock())) self->viewDidAppear(animated);
+  };
+  if (seconds > 0) {
+    performAfterDelay(seconds, appeared);
+  } else {
+    appeared();
+  }
+}
+
+void UIViewController::disappear(bool animated, double seconds) {
+  viewWillDisappear(animated);
+  const auto weak = weak_from_this();
+  const auto disappeared = [weak, animated] {
+    if (auto self = std::static_pointer_cast<UIViewController>(weak.lock())) self->viewDidDisappear(animated);
+  };
+  if (seconds > 0) {
+    performAfterDelay(seconds, disappeared);
+  } else {
+    disappeared();
+  }
+}
+
+std::shared_ptr<UIPopoverPresentationController> UIViewController::popoverPresentationController() {
+  if (modalPresentationStyle_ != UIModalPresentationPopover) return nullptr;
+  if (!popover_) popover_ = std::make_shared<UIPopoverPresentationController>(sharedAs(this));
+  return popover_;
+}
+
+void UIViewController::presentViewController_animated_completion(const std::shared_ptr<UIViewController>& controller,
+                                                                 bool animated, std::function<void()> completion) {
+  if (!controller) return;
+  if (presented_ && presented_->beingDismissed_) {
+    const auto weak = weak_from_this();
+    // The waiting screen is held by the wait alone; it comes when the one before it has gone.
+    presented_->afterDismissal_.push_back([weak, controller, animated, completion = std::move(completion)] {
+      if (auto self = std::static_pointer_cast<UIViewController>(weak.lock())) {
+        self->presentViewController_animated_completion(controller, animated, completion);
+      }
+    });
+    return;
+  }
+  if (presented_ || !controller->presenting_.expired()) {
+    NSLog("A screen is presented already; the second presentation is refused.");
+    return;
+  }
+  presented_ = controller;
+  controller->presenting_ = sharedAs(this);
+  putIntoWindow(*this, *controller);
+  Platform::current().ports().presentation.present(controller, animated);
+  controller->appear(animated, animated && UIView::areAnimationsEnabled() ? UIPresentationAnimationDuration : 0);
+  if (completion) afterAnimation(animated, std::move(completion));
+}
+
+void UIViewController::dismissViewControllerAnimated_completion(bool animated, std::function<void()> completion) {
+  if (presented_) {
+    dismissPresented(animated, std::move(completion));
+  } else if (auto presenting = presenting_.lock()) {
+    presenting->dismissPresented(animated, std::move(completion));
+  }
+}
+
+void UIViewController::dismissPresented(bool animated, std::function<void()> completion) {
+  const auto leaving = presented_;
+  if (leaving->beingDismissed_) return;
+  leaving->beingDismissed_ = true;
+  Platform::current().ports().presentation.dismiss(leaving, animated);
+  leaving->disappear(animated, animated && UIView::areAnimationsEnabled() ? UIPresentationAnimationDuration : 0);
+  const auto weak = weak_from_this();
+  afterAnimation(animated, [weak, leaving, completion = std::move(completion)] {
+    leaving->beingDismissed_ = false;
+    leaving->presenting_.reset();
+    if (leaving->isViewLoaded() && !isAlert(*leaving)) leaving->view()->removeFromSuperview();
+    if (auto self = std::static_pointer_cast<UIViewController>(weak.lock()); self && self->presented_ == leaving) {
+      self->presented_ = nullptr;
+    }
+    auto waiting = std::move(leaving->afterDismissal_);
+    leaving->afterDismissal_.clear();
+    if (completion) completion();
+    for (const auto& step : waiting) step();
+  });
+}
+
+}  // namespace tlx
