@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <variant>
+#include <vector>
+
+#include "adapters/photolibrary/MediaProbe.h"
+#include "adapters/photolibrary/images/FileBytes.h"
+#include "adapters/photolibrary/images/PhotoFacts.h"
+#include "tlx/platform/foundation/NSError.h"
+
+namespace tlx::photolibrary {
+
+/// What the header of a photo says. Width and height are those of the pixels that a decoder hands over, before they are
+/// turned by `turn`.
+struct PhotoHeader {
+  MediaFormat format = MediaFormat::Unknown;
+  std::int32_t width = 0, height = 0;
+  /// EXIF numbering; how the decoded pixels must be turned to stand upright. 1 where the decoder turns them itself.
+  std::int32_t turn = 1;
+  PhotoFacts facts;
+
+  bool swapsSides() const { return turn >= 5; }
+  std::int32_t uprightWidth() const { return swapsSides() ? height : width; }
+  std::int32_t uprightHeight() const { return swapsSides() ? width : height; }
+};
+
+/// Reads the header of a photo whose format has been told by its first bytes. When `thumbnail` is given, a JPEG that is
+/// embedded in the EXIF block is copied there. An error when the header names no size.
+std::variant<PhotoHeader, NSError> readPhotoHeader(FileBytes& file, MediaFormat format,
+                                                   std::vector<std::uint8_t>* thumbnail = nullptr);
+
+/// One reader per format, for `readPhotoHeader`: they fill what they find and leave the size 0 when there is none.
+void readJpegHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail);
+void readPngHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail);
+void readWebPHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail);
+void readGifHeader(FileBytes& file, PhotoHeader& header);
+void readTiffHeader(FileBytes& file, PhotoHeader& header);
+void readHeifHeader(FileBytes& file, PhotoHeader& header);
+void readJpegXlHeader(FileBytes& file, PhotoHeader& header);
+
+}  // namespace tlx::photolibrary
