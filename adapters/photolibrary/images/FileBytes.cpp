@@ -1,12 +1,12 @@
 #include "adapters/photolibrary/images/FileBytes.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "adapters/photolibrary/images/LibraryError.h"
 

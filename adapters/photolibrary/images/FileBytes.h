@@ -14,14 +14,18 @@ namespace tlx::photolibrary {
 
 using Bytes = std::span<const std::uint8_t>;
 
-inline std::uint16_t be16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] << 8 | p[1]); }
+inline std::uint16_t be16(const std::uint8_t* p) {
+  return static_cast<std::uint16_t>(p[0] << 8 | p[1]);
+}
 inline std::uint32_t be32(const std::uint8_t* p) {
   return std::uint32_t{p[0]} << 24 | std::uint32_t{p[1]} << 16 | std::uint32_t{p[2]} << 8 | p[3];
 }
 inline std::uint32_t le24(const std::uint8_t* p) {
   return std::uint32_t{p[0]} | std::uint32_t{p[1]} << 8 | std::uint32_t{p[2]} << 16;
 }
-inline std::uint32_t le32(const std::uint8_t* p) { return le24(p) | std::uint32_t{p[3]} << 24; }
+inline std::uint32_t le32(const std::uint8_t* p) {
+  return le24(p) | std::uint32_t{p[3]} << 24;
+}
 
 /// An open regular file of the reader's own, closed with it.
 class OpenFile {

@@ -14,8 +14,8 @@ std::string_view text(const std::uint8_t* bytes, std::size_t from, std::size_t c
 
 MediaFormat formatOfBrand(std::string_view brand) {
   static constexpr std::string_view heic[] = {"heic", "heix", "heim", "heis", "hevc", "hevx", "hevm", "hevs"};
-  static constexpr std::string_view mp4[] = {"isom", "iso2", "iso3", "iso4", "iso5", "iso6", "mp41",
-                                             "mp42", "avc1", "M4V ", "M4VH", "M4VP", "MSNV", "dash", "f4v "};
+  static constexpr std::string_view mp4[] = {"isom", "iso2", "iso3", "iso4", "iso5", "iso6", "mp41", "mp42",
+                                             "avc1", "M4V ", "M4VH", "M4VP", "MSNV", "dash", "f4v "};
   if (std::find(std::begin(heic), std::end(heic), brand) != std::end(heic)) return MediaFormat::Heic;
   if (brand == "avif" || brand == "avis") return MediaFormat::Avif;
   if (brand == "qt  ") return MediaFormat::Mov;

@@ -62,7 +62,9 @@ HeifHandle HeifFile::thumbnail() const {
   return best;
 }
 
-std::int64_t HeifFile::position(void* self) { return static_cast<HeifFile*>(self)->position_; }
+std::int64_t HeifFile::position(void* self) {
+  return static_cast<HeifFile*>(self)->position_;
+}
 
 int HeifFile::read(void* into, std::size_t count, void* self) {
   auto* file = static_cast<HeifFile*>(self);

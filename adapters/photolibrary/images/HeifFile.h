@@ -1,11 +1,11 @@
 #pragma once
 
-#include <libheif/heif.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
+
+#include <libheif/heif.h>
 
 #include "adapters/photolibrary/images/FileBytes.h"
 

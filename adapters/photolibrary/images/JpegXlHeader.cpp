@@ -1,8 +1,8 @@
-#include <jxl/decode.h>
-
 #include <algorithm>
 #include <cstring>
 #include <memory>
+
+#include <jxl/decode.h>
 
 #include "adapters/photolibrary/images/PhotoHeader.h"
 

@@ -1,7 +1,5 @@
 #include "adapters/photolibrary/images/PhotoFacts.h"
 
-#include <libexif/exif-data.h>
-
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -9,6 +7,8 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+
+#include <libexif/exif-data.h>
 
 namespace tlx::photolibrary {
 namespace {
@@ -56,8 +56,8 @@ std::int64_t daysFromCivil(std::int64_t year, int month, int day) {
 std::optional<int> parseOffset(std::string_view offset) {
   if (offset == "Z") return 0;
   int hours = 0, minutes = 0;
-  if (offset.size() < 6 || (offset[0] != '+' && offset[0] != '-') || !digits(offset, 1, 2, hours) ||
-      !digits(offset, 4, 2, minutes) || hours > 14 || minutes > 59) {
+  if (offset.size() < 5 || (offset[0] != '+' && offset[0] != '-') || !digits(offset, 1, 2, hours) ||
+      !digits(offset, offset[3] == ':' ? 4 : 3, 2, minutes) || hours > 14 || minutes > 59) {
     return std::nullopt;
   }
   const int seconds = hours * 3600 + minutes * 60;
@@ -90,8 +90,8 @@ void readDates(ExifData* data, PhotoFacts& facts) {
   for (const DateTags& tags : inOrderOfWorth) {
     std::string_view offset = textOf(data, EXIF_IFD_EXIF, tags.offset);
     if (offset.empty()) offset = textOf(data, EXIF_IFD_EXIF, EXIF_TAG_OFFSET_TIME);
-    facts.captureDate = parseCaptureDate(textOf(data, tags.ifd, tags.date), offset,
-                                         textOf(data, EXIF_IFD_EXIF, tags.fraction));
+    facts.captureDate =
+        parseCaptureDate(textOf(data, tags.ifd, tags.date), offset, textOf(data, EXIF_IFD_EXIF, tags.fraction));
     if (facts.captureDate) return;
   }
 }
@@ -114,7 +114,8 @@ std::optional<double> parseCaptureDate(std::string_view date, std::string_view o
 
   double seconds = 0;
   if (const std::optional<int> ahead = parseOffset(offset)) {
-    seconds = static_cast<double>(daysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second - *ahead);
+    seconds =
+        static_cast<double>(daysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second - *ahead);
   } else {
     std::tm local{};
     local.tm_year = year - 1900;

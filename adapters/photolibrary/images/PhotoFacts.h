@@ -28,8 +28,9 @@ void readExif(Bytes block, PhotoFacts& facts, std::vector<std::uint8_t>* thumbna
 /// Picks rating, panorama and screenshot marks out of an XMP packet without parsing it as a document.
 void readXmp(std::string_view packet, PhotoFacts& facts);
 
-/// "YYYY:MM:DD HH:MM:SS" with an offset such as "+02:00" (this machine's local time when empty) and a decimal fraction's
-/// digits. Nothing for the all-zero or blank dates that cameras without a clock write, or for what is no date.
+/// "YYYY:MM:DD HH:MM:SS" with an offset such as "+02:00", "+0200" or "Z" (this machine's local time when empty) and a
+/// decimal fraction's digits. Nothing for the all-zero or blank dates that cameras without a clock write, or for what
+/// is no date.
 std::optional<double> parseCaptureDate(std::string_view date, std::string_view offset, std::string_view fraction);
 
 /// Whether a free text of the metadata says that the picture is a screenshot.

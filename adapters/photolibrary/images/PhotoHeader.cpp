@@ -10,9 +10,13 @@ namespace {
 
 constexpr int maxSegments = 4096;  // far above what any camera writes, and an end for files made to have none
 
-std::string_view textOf(Bytes bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+std::string_view textOf(Bytes bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
 
-bool startsWith(Bytes bytes, std::string_view mark) { return textOf(bytes).starts_with(mark); }
+bool startsWith(Bytes bytes, std::string_view mark) {
+  return textOf(bytes).starts_with(mark);
+}
 
 }  // namespace
 
@@ -124,21 +128,35 @@ std::variant<PhotoHeader, NSError> readPhotoHeader(FileBytes& file, MediaFormat 
   PhotoHeader header;
   header.format = format;
   switch (format) {
-    case MediaFormat::Jpeg: readJpegHeader(file, header, thumbnail); break;
-    case MediaFormat::Png: readPngHeader(file, header, thumbnail); break;
-    case MediaFormat::WebP: readWebPHeader(file, header, thumbnail); break;
-    case MediaFormat::Gif: readGifHeader(file, header); break;
-    case MediaFormat::Tiff: readTiffHeader(file, header); break;
+    case MediaFormat::Jpeg:
+      readJpegHeader(file, header, thumbnail);
+      break;
+    case MediaFormat::Png:
+      readPngHeader(file, header, thumbnail);
+      break;
+    case MediaFormat::WebP:
+      readWebPHeader(file, header, thumbnail);
+      break;
+    case MediaFormat::Gif:
+      readGifHeader(file, header);
+      break;
+    case MediaFormat::Tiff:
+      readTiffHeader(file, header);
+      break;
     case MediaFormat::Heic:
-    case MediaFormat::Avif: readHeifHeader(file, header); break;
-    case MediaFormat::JpegXl: readJpegXlHeader(file, header); break;
-    default: return libraryError(PhotoLibraryErrorUnsupported, "not a photo");
+    case MediaFormat::Avif:
+      readHeifHeader(file, header);
+      break;
+    case MediaFormat::JpegXl:
+      readJpegXlHeader(file, header);
+      break;
+    default:
+      return libraryError(PhotoLibraryErrorUnsupported, "not a photo");
   }
   if (header.width <= 0 || header.height <= 0) {
     return libraryError(PhotoLibraryErrorDamaged, "the header names no size");
   }
-  const bool decoderTurns =
-      format == MediaFormat::Heic || format == MediaFormat::Avif || format == MediaFormat::JpegXl;
+  const bool decoderTurns = format == MediaFormat::Heic || format == MediaFormat::Avif || format == MediaFormat::JpegXl;
   header.turn = decoderTurns ? 1 : header.facts.orientation;
   return header;
 }

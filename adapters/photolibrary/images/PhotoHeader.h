@@ -4,10 +4,11 @@
 #include <variant>
 #include <vector>
 
+#include "tlx/platform/foundation/NSError.h"
+
 #include "adapters/photolibrary/MediaProbe.h"
 #include "adapters/photolibrary/images/FileBytes.h"
 #include "adapters/photolibrary/images/PhotoFacts.h"
-#include "tlx/platform/foundation/NSError.h"
 
 namespace tlx::photolibrary {
 

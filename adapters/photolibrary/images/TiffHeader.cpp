@@ -1,8 +1,8 @@
-#include <tiffio.h>
-
 #include <algorithm>
 #include <cstring>
 #include <memory>
+
+#include <tiffio.h>
 
 #include "adapters/photolibrary/images/PhotoHeader.h"
 #include "adapters/photolibrary/images/TiffSource.h"
@@ -43,9 +43,9 @@ void readTiffHeader(FileBytes& file, PhotoHeader& header) {
 
   std::uint64_t exif = 0;
   if (TIFFGetField(tiff, TIFFTAG_EXIFIFD, &exif) == 1 && TIFFReadEXIFDirectory(tiff, exif) == 1) {
-    const auto taken = parseCaptureDate(textField(tiff, EXIFTAG_DATETIMEORIGINAL),
-                                        textField(tiff, EXIFTAG_OFFSETTIMEORIGINAL),
-                                        textField(tiff, EXIFTAG_SUBSECTIMEORIGINAL));
+    const auto taken =
+        parseCaptureDate(textField(tiff, EXIFTAG_DATETIMEORIGINAL), textField(tiff, EXIFTAG_OFFSETTIMEORIGINAL),
+                         textField(tiff, EXIFTAG_SUBSECTIMEORIGINAL));
     if (taken) facts.captureDate = taken;
   }
 }

@@ -30,9 +30,15 @@ tmsize_t TiffSource::read(thandle_t self, void* into, tmsize_t count) {
 toff_t TiffSource::seek(thandle_t self, toff_t offset, int whence) {
   auto* source = static_cast<TiffSource*>(self);
   switch (whence) {
-    case SEEK_CUR: source->position_ += offset; break;
-    case SEEK_END: source->position_ = static_cast<std::uint64_t>(source->file_.size()) + offset; break;
-    default: source->position_ = offset; break;
+    case SEEK_CUR:
+      source->position_ += offset;
+      break;
+    case SEEK_END:
+      source->position_ = static_cast<std::uint64_t>(source->file_.size()) + offset;
+      break;
+    default:
+      source->position_ = offset;
+      break;
   }
   return source->position_;
 }

@@ -25,12 +25,17 @@ const char* demuxerOf(MediaFormat format) {
   switch (format) {
     case MediaFormat::Mp4:
     case MediaFormat::Mov:
-    case MediaFormat::ThreeGp: return "mov";
+    case MediaFormat::ThreeGp:
+      return "mov";
     case MediaFormat::Matroska:
-    case MediaFormat::WebM: return "matroska";
-    case MediaFormat::Avi: return "avi";
-    case MediaFormat::MpegTs: return "mpegts";
-    default: return nullptr;
+    case MediaFormat::WebM:
+      return "matroska";
+    case MediaFormat::Avi:
+      return "avi";
+    case MediaFormat::MpegTs:
+      return "mpegts";
+    default:
+      return nullptr;
   }
 }
 
@@ -45,10 +50,14 @@ double secondsOf(std::int64_t value, AVRational base) {
 
 const char* mediaTypeOf(AVMediaType type) {
   switch (type) {
-    case AVMEDIA_TYPE_VIDEO: return AVMediaTypeVideo;
-    case AVMEDIA_TYPE_AUDIO: return AVMediaTypeAudio;
-    case AVMEDIA_TYPE_SUBTITLE: return "sbtl";
-    default: return "meta";
+    case AVMEDIA_TYPE_VIDEO:
+      return AVMediaTypeVideo;
+    case AVMEDIA_TYPE_AUDIO:
+      return AVMediaTypeAudio;
+    case AVMEDIA_TYPE_SUBTITLE:
+      return "sbtl";
+    default:
+      return "meta";
   }
 }
 
@@ -128,8 +137,8 @@ VideoInfo VideoFile::info() const {
     if (codec.codec_id != AV_CODEC_ID_NONE) track.codec = avcodec_get_name(codec.codec_id);
     track.duration = secondsOf(stream.duration, stream.time_base);
     if (moving) {
-      const AVRational pixel = stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio
-                                                                  : codec.sample_aspect_ratio;
+      const AVRational pixel =
+          stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : codec.sample_aspect_ratio;
       const double stretch = pixel.num > 0 && pixel.den > 0 ? av_q2d(pixel) : 1.0;
       track.width = codec.width;
       if (stretch > 0.1 && stretch < 10) track.width = static_cast<int>(std::lround(codec.width * stretch));
@@ -146,8 +155,7 @@ std::optional<double> VideoFile::captureDate() const {
   if (!context_) return std::nullopt;
   const auto dateOf = [](std::string_view text) {
     const std::size_t zone = text.find_first_of("+-Z", std::min<std::size_t>(text.size(), 16));
-    std::string offset(zone == std::string_view::npos ? "" : text.substr(zone));
-    if (offset.size() == 5) offset.insert(3, ":");
+    const std::string_view offset = zone == std::string_view::npos ? "" : text.substr(zone);
     const std::size_t point = text.find('.');
     const std::string_view fraction = point == std::string_view::npos ? "" : text.substr(point + 1);
     return parseCaptureDate(text.substr(0, 19), offset, fraction);
@@ -171,8 +179,8 @@ std::optional<double> VideoFile::captureDate() const {
 int VideoFile::read(void* self, std::uint8_t* into, int count) {
   auto* file = static_cast<VideoFile*>(self);
   if (file->allowance_ <= 0) return AVERROR(EIO);
-  const std::int64_t got = file->file_.copy(static_cast<std::uint64_t>(file->position_), into,
-                                            static_cast<std::size_t>(count));
+  const std::int64_t got =
+      file->file_.copy(static_cast<std::uint64_t>(file->position_), into, static_cast<std::size_t>(count));
   if (got < 0) return AVERROR(EIO);
   if (got == 0) return AVERROR_EOF;
   file->position_ += got;
@@ -183,10 +191,16 @@ int VideoFile::read(void* self, std::uint8_t* into, int count) {
 std::int64_t VideoFile::seek(void* self, std::int64_t offset, int whence) {
   auto* file = static_cast<VideoFile*>(self);
   switch (whence & ~AVSEEK_FORCE) {
-    case AVSEEK_SIZE: return file->file_.size();
-    case SEEK_CUR: offset += file->position_; break;
-    case SEEK_END: offset += file->file_.size(); break;
-    default: break;
+    case AVSEEK_SIZE:
+      return file->file_.size();
+    case SEEK_CUR:
+      offset += file->position_;
+      break;
+    case SEEK_END:
+      offset += file->file_.size();
+      break;
+    default:
+      break;
   }
   if (offset < 0) return AVERROR(EINVAL);
   return file->position_ = offset;
