@@ -1,0 +1,186 @@
+#include "adapters/memory/MemoryPhotoLibrary.h"
+
+#include <algorithm>
+#include <map>
+
+namespace tlx::memory {
+
+/// Which question each fetch result of this library answered. Shared with the changes; any thread.
+struct MemoryPhotoLibrary::Origins {
+  struct Origin {
+    std::weak_ptr<const PHFetchResult<PHAsset>> result;
+    std::function<std::vector<std::shared_ptr<const PHAsset>>(const LibraryContents&)> ask;
+  };
+
+  std::shared_ptr<const PHFetchResult<PHAsset>> remember(
+      const LibraryContents& contents,
+      std::function<std::vector<std::shared_ptr<const PHAsset>>(const LibraryContents&)> ask) {
+    auto result = std::make_shared<const PHFetchResult<PHAsset>>(ask(contents));
+    std::lock_guard lock(mutex);
+    std::erase_if(origins, [](const auto& entry) { return entry.second.result.expired(); });
+    origins[result.get()] = {result, std::move(ask)};
+    return result;
+  }
+
+  std::optional<Origin> find(const std::shared_ptr<const PHFetchResult<PHAsset>>& result) {
+    std::lock_guard lock(mutex);
+    auto found = origins.find(result.get());
+    if (found == origins.end() || found->second.result.lock() != result) return std::nullopt;
+    return found->second;
+  }
+
+  std::mutex mutex;
+  std::map<const void*, Origin> origins;
+};
+
+class MemoryPhotoLibrary::Change final : public PHChange {
+ public:
+  Change(std::shared_ptr<const LibraryContents> after, std::shared_ptr<Origins> origins)
+      : after_(std::move(after)), origins_(std::move(origins)) {}
+
+  std::shared_ptr<const PHFetchResultChangeDetails> changeDetailsForFetchResult(
+      const std::shared_ptr<const PHFetchResult<PHAsset>>& result) const override {
+    if (!result) return nullptr;
+    const auto origin = origins_->find(result);
+    if (!origin) return nullptr;
+    auto after = origins_->remember(*after_, origin->ask);
+    const bool same = std::equal(result->begin(), result->end(), after->begin(), after->end(),
+                                 [](const auto& a, const auto& b) { return a->localIdentifier == b->localIdentifier; });
+    if (same) return nullptr;
+    return std::make_shared<const PHFetchResultChangeDetails>(PHFetchResultChangeDetails{result, std::move(after)});
+  }
+
+ private:
+  std::shared_ptr<const LibraryContents> after_;
+  std::shared_ptr<Origins> origins_;
+};
+
+MemoryPhotoLibrary::MemoryPhotoLibrary(Background& background)
+    : background_(background), origins_(std::make_shared<Origins>()) {}
+
+MemoryPhotoLibrary::~MemoryPhotoLibrary() = default;
+
+void MemoryPhotoLibrary::requestAuthorization(AuthorizationHandler handler) {
+  if (status_ != PHAuthorizationStatusNotDetermined) {
+    background_.perform([this, handler = std::move(handler)] { handler(status_); });
+    return;
+  }
+  waitingForPrompt_.push_back(std::move(handler));
+  if (promptIsOpen_) return;
+  promptIsOpen_ = true;
+  ++promptCount_;
+  if (promptAnswer_) answerPrompt(*promptAnswer_);
+}
+
+void MemoryPhotoLibrary::answerPrompt(PHAuthorizationStatus status) {
+  promptIsOpen_ = false;
+  // The status changes where the handlers are called, so that whoever asked has left this call by then.
+  background_.perform([this, status, handlers = std::exchange(waitingForPrompt_, {})] {
+    status_ = status;
+    for (const auto& handler : handlers) handler(status);
+  });
+}
+
+std::shared_ptr<const PHFetchResult<PHAssetCollection>> MemoryPhotoLibrary::fetchAssetCollections(
+    PHAssetCollectionType type, PHAssetCollectionSubtype) {
+  std::vector<std::shared_ptr<const PHAssetCollection>> found;
+  if (status_ == PHAuthorizationStatusAuthorized) {
+    for (const auto& album : contents()->albums()) {
+      if (album.collection.assetCollectionType == type) {
+        found.push_back(std::make_shared<const PHAssetCollection>(album.collection));
+      }
+    }
+  }
+  return std::make_shared<const PHFetchResult<PHAssetCollection>>(std::move(found));
+}
+
+std::shared_ptr<const PHFetchResult<PHAsset>> MemoryPhotoLibrary::fetchAssets(const PHAssetCollection& collection,
+                                                                              const PHFetchOptions& options) {
+  ++assetFetchCount_;
+  if (status_ != PHAuthorizationStatusAuthorized) return std::make_shared<const PHFetchResult<PHAsset>>();
+  auto& answers = fetched_[collection.localIdentifier];
+  for (const auto& [asked, answer] : answers) {
+    if (asked == options) return answer;
+  }
+  answers.emplace_back(
+      options, origins_->remember(*contents(), [album = collection.localIdentifier, options](
+                                                   const LibraryContents& in) { return in.fetch(album, options); }));
+  return answers.back().second;
+}
+
+std::shared_ptr<const PHFetchResult<PHAsset>> MemoryPhotoLibrary::fetchAssetsWithLocalIdentifiers(
+    const std::vector<Identifier>& identifiers) {
+  if (status_ != PHAuthorizationStatusAuthorized) return std::make_shared<const PHFetchResult<PHAsset>>();
+  return origins_->remember(*contents(), [identifiers](const LibraryContents& in) {
+    std::vector<std::shared_ptr<const PHAsset>> found;
+    for (const Identifier& identifier : identifiers) {
+      if (auto asset = in.find(identifier)) found.push_back(std::move(asset));
+    }
+    return found;
+  });
+}
+
+void MemoryPhotoLibrary::setChangeHandler(ChangeHandler handler) {
+  auto next = handler ? std::make_shared<const ChangeHandler>(std::move(handler)) : nullptr;
+  std::unique_lock lock(handlerMutex_);
+  handler_.swap(next);
+  // A handler that replaces itself cannot be waited for.
+  handlerIdle_.wait(lock, [this] { return !handlerRuns_ || handlerThread_ == std::this_thread::get_id(); });
+  lock.unlock();  // the old handler goes with `next`, outside the lock
+}
+
+void MemoryPhotoLibrary::edit(const Edit& edit) {
+  auto next = std::make_shared<LibraryContents>(*contents());
+  edit(*next);
+  fetched_.clear();
+  std::lock_guard lock(mutex_);
+  contents_ = std::move(next);
+}
+
+void MemoryPhotoLibrary::changeQuietly(const Edit& change) {
+  edit(change);
+  std::lock_guard lock(mutex_);
+  undelivered_.push_back(std::make_shared<const Change>(contents_, origins_));
+}
+
+void MemoryPhotoLibrary::change(const Edit& edit) {
+  changeQuietly(edit);
+  background_.perform([this] { deliverNextChange(); });
+}
+
+bool MemoryPhotoLibrary::deliverNextChange() {
+  std::shared_ptr<const ChangeHandler> handler;
+  {
+    // One change after the other, also when several threads deliver.
+    std::unique_lock lock(handlerMutex_);
+    handlerIdle_.wait(lock, [this] { return !handlerRuns_; });
+    handlerRuns_ = true;
+    handlerThread_ = std::this_thread::get_id();
+    handler = handler_;
+  }
+  std::shared_ptr<const PHChange> next;
+  {
+    std::lock_guard lock(mutex_);
+    if (!undelivered_.empty()) {
+      next = std::move(undelivered_.front());
+      undelivered_.pop_front();
+    }
+  }
+  struct Leave {
+    ~Leave() {
+      std::lock_guard lock(library.handlerMutex_);
+      library.handlerRuns_ = false;
+      library.handlerIdle_.notify_all();
+    }
+    MemoryPhotoLibrary& library;
+  } leave{*this};
+  if (next && handler) (*handler)(next);
+  return next != nullptr;
+}
+
+std::shared_ptr<const LibraryContents> MemoryPhotoLibrary::contents() const {
+  std::lock_guard lock(mutex_);
+  return contents_;
+}
+
+}  // namespace tlx::memory
