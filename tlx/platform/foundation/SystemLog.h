@@ -16,5 +16,8 @@ class SystemLogPort {
 };
 
 void NSLog(const std::string& line);
+/// Tells the assertion handler of a broken precondition. A function or file that is nothing or empty is told as "<Unknown Function>" or
+/// "<Unknown File>".
+void NSAssertionFailed(const char* function, const char* file, int line, const std::string& description);
 
 }  // namespace tlx
