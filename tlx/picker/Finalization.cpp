@@ -1,0 +1,294 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "tlx/picker/FetchFailureAlert.h"
+#include "tlx/picker/TLXMediaPickerController.h"
+#include "tlx/platform/Platform.h"
+#include "tlx/platform/photos/PHImageManager.h"
+#include "tlx/progress/InternetConnection.h"
+
+namespace tlx {
+namespace {
+
+/// Up to so many items the overlay stays away until something has to be downloaded: on this machine they are there at
+/// once.
+constexpr std::int64_t kItemsWithoutOverlay = 16;
+
+std::int64_t countOf(const MediaList& list) {
+  return static_cast<std::int64_t>(list.size());
+}
+
+std::int64_t countWithStatus(const MediaList& list, FetchCompletionStatus status) {
+  return std::ranges::count_if(list, [&](const auto& media) { return media->fetchCompletionStatus() == status; });
+}
+
+}  // namespace
+
+// What it makes runs on the main thread, once: an answer of an earlier pass, or a second one, meets another turn.
+template <class Take>
+auto TLXMediaPickerController::answer(std::int64_t index, std::int64_t total, Take take) {
+  return whileAlive([turn = turn_, index, total, take](TLXMediaPickerController& self, const auto&... result) {
+    if (self.cancelling() || turn != self.turn_) return;
+    ++self.turn_;
+    (self.*take)(result...);
+    self.startSyncOperationForIndex_totalItems(index - 1, total);
+  });
+}
+
+void TLXMediaPickerController::setProgress(double progress) {
+  const double part = progress > 0 ? std::min(progress, 1.0) : 0;
+  if (!downloadProgress) return;
+  if (auto indicator = downloadProgress->viewDownloadProgress.lock()) indicator->setProgress(static_cast<float>(part));
+  const auto percent = static_cast<long>(100.0 * part);
+  char text[32] = "Processing...";
+  if (percent >= 1) std::snprintf(text, sizeof text, "%02ld %s", percent, "%");
+  if (auto label = downloadProgress->lblDownloadProgress.lock()) label->setText(text);
+}
+
+bool TLXMediaPickerController::isNetConnnected() {
+  const auto connection = InternetConnection::sharedInstance();
+  return connection && connection->currentReachabilityStatus() != NetworkStatusNotReachable;
+}
+
+std::int64_t TLXMediaPickerController::numOfInternetFailure(const MediaList& media) const {
+  return countWithStatus(media, FetchCompletionStatusNoInternet);
+}
+
+std::int64_t TLXMediaPickerController::numOfUnsupportedVideo(const MediaList& media) const {
+  return countWithStatus(media, FetchCompletionStatusUnsupportedVideo);
+}
+
+void TLXMediaPickerController::btnDonePressed() {
+  const auto self = sharedAs(this);
+  abandonPass();
+  const auto turn = ++turn_;
+  if (auto done = btnDone.lock()) done->setUserInteractionEnabled(false);
+  if (pickerControllerDelegate) pickerControllerDelegate->mediaPickerWillStartFetching();
+  if (turn != turn_) return;  // another pass has begun meanwhile
+  const auto count = countOf(*arrPickedModel());
+  if (count > kItemsWithoutOverlay && viewProgress) viewProgress->setHidden(false);
+  iMediaCount = count;
+  cancelling_ = std::make_shared<std::atomic<bool>>(false);
+  fetching_ = true;
+  startSyncOperationForIndex_totalItems(count - 1, count);
+}
+
+// Leaves the lists alone: what failed so far is asked about at the end of the pass that follows.
+void TLXMediaPickerController::abandonPass() {
+  if (!std::exchange(fetching_, false)) return;
+  *cancelling_ = true;
+  fetched_.clear();
+  if (!arrCloudReqId_.empty() && Platform::installed()) {
+    PHImageManager::defaultManager()->cancelImageRequest(arrCloudReqId_.back());
+  }
+}
+
+std::int64_t TLXMediaPickerController::nextToFetch(std::int64_t index) {
+  const MediaList& picked = *arrPickedModel();
+  const auto open = [&](std::int64_t at) { return !fetched_.contains(picked[static_cast<std::size_t>(at)]); };
+  const auto last = countOf(picked) - 1;
+  for (auto at = std::min(index, last); at >= 0; --at) {
+    if (open(at)) return at;
+  }
+  for (auto at = last; at > index; --at) {
+    if (open(at)) return at;
+  }
+  return -1;
+}
+
+void TLXMediaPickerController::startSyncOperationForIndex_totalItems(std::int64_t index, std::int64_t total) {
+  if (cancelling()) return;
+  const auto self = sharedAs(this);
+  const auto next = nextToFetch(index);
+  if (next < 0) {
+    finalizeDone();
+    if (viewProgress && !fetching_) viewProgress->setHidden(true);
+    return;
+  }
+  if (next > index) total = std::max(total, countOf(*arrPickedModel()));  // picked while the others were fetched
+  processingMediaModel = (*arrPickedModel())[static_cast<std::size_t>(next)];
+  fetched_.insert(processingMediaModel);
+  setProgress(0.0);
+  if (downloadProgress) {
+    const auto done = std::max<std::int64_t>(total - next, static_cast<std::int64_t>(fetched_.size()));
+    downloadProgress->updateCompletionCount_totalCount(std::min(done, total), total);
+  }
+  boolInternetConnected = isNetConnnected();
+  ++turn_;
+  switch (processingMediaModel->getMediaType()) {
+    case PHAssetMediaTypeImage:
+      arrCloudReqId_.push_back(requestImage(next, total));
+      break;
+    case PHAssetMediaTypeVideo:
+      arrCloudReqId_.push_back(requestVideo(next, total));
+      break;
+    default:
+      break;
+  }
+}
+
+PHImageRequestID TLXMediaPickerController::requestImage(std::int64_t index, std::int64_t total) {
+  PHImageRequestOptions options;
+  options.deliveryMode = PHImageRequestOptionsDeliveryModeHighQualityFormat;
+  options.networkAccessAllowed = true;
+  options.resizeMode = PHImageRequestOptionsResizeModeExact;
+  options.progressHandler = progressHandler();
+  const auto arrived = answer(index, total, &TLXMediaPickerController::takeImage);
+  return PHImageManager::defaultManager()->requestImageForAsset_targetSize_contentMode_options_resultHandler(
+      processingMediaModel->getAsset(), imageSize, PHImageContentModeAspectFit, options,
+      [arrived](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) {
+        dispatch_async_main([arrived, image] { arrived(image); });
+      });
+}
+
+PHImageRequestID TLXMediaPickerController::requestVideo(std::int64_t index, std::int64_t total) {
+  PHVideoRequestOptions options;
+  options.networkAccessAllowed = true;
+  options.version = PHVideoRequestOptionsVersionOriginal;
+  options.deliveryMode = PHVideoRequestOptionsDeliveryModeHighQualityFormat;
+  options.progressHandler = progressHandler();
+  const auto arrived = answer(index, total, &TLXMediaPickerController::takeVideo);
+  return PHImageManager::defaultManager()->requestAVAssetForVideo_options_resultHandler(
+      processingMediaModel->getAsset(), options,
+      [arrived](const std::shared_ptr<const AVAsset>& video, const std::shared_ptr<const AVAudioMix>&,
+                const PHImageInfo& info) { dispatch_async_main([arrived, video, info] { arrived(video, info); }); });
+}
+
+PHAssetImageProgressHandler TLXMediaPickerController::progressHandler() {
+  const auto show = whileAlive([turn = turn_](TLXMediaPickerController& self, double progress) {
+    if (turn != self.turn_) return;
+    if (self.viewProgress) self.viewProgress->setHidden(false);
+    if (self.downloadProgress) self.downloadProgress->showCancelBtn();
+    self.setProgress(progress);
+  });
+  return [cancelling = cancelling_, show](double progress, const NSError*, bool* stop, const PHImageInfo&) {
+    if (*cancelling) {
+      if (stop) *stop = true;
+      return;
+    }
+    dispatch_async_main([show, progress] { show(progress); });
+  };
+}
+
+void TLXMediaPickerController::takeImage(const std::shared_ptr<const UIImage>& image) {
+  if (!image) {
+    takeFailure(FetchCompletionStatusNoInternet);
+    return;
+  }
+  processingMediaModel->setFetchCompletionStatus(FetchCompletionStatusFetched);
+  processingMediaModel->setImage(image);
+}
+
+void TLXMediaPickerController::takeVideo(const std::shared_ptr<const AVAsset>& video, const PHImageInfo& info) {
+  if (video && !video->tracksWithMediaType(AVMediaTypeVideo).empty()) {
+    processingMediaModel->setFetchCompletionStatus(FetchCompletionStatusFetched);
+    processingMediaModel->setAvAsset(video);
+    return;
+  }
+  const auto& error = info.PHImageErrorKey;
+  const bool offline = !isNetConnnected() && error && error->domain == kCloudPhotoLibraryErrorDomain;
+  takeFailure(offline ? FetchCompletionStatusNoInternet : FetchCompletionStatusUnsupportedVideo);
+}
+
+void TLXMediaPickerController::takeFailure(FetchCompletionStatus status) {
+  processingMediaModel->setFetchCompletionStatus(status);
+  // An item that was unpicked or deleted meanwhile is nobody's concern any more.
+  if (std::ranges::find(*arrPickedModel(), processingMediaModel) == arrPickedModel()->end()) return;
+  arrUnsuccessfulMedia_.push_back(processingMediaModel);
+  removeSelection();
+}
+
+void TLXMediaPickerController::cancelDownload() {
+  post([](TLXMediaPickerController& self) { self.cancelPass(); });
+}
+
+void TLXMediaPickerController::cancelPass() {
+  if (!fetching_) return;
+  *cancelling_ = true;
+  ++turn_;
+  removeSelection();
+  for (const auto request : arrCloudReqId_) PHImageManager::defaultManager()->cancelImageRequest(request);
+  arrCloudReqId_.clear();
+  if (viewProgress) viewProgress->setHidden(true);
+  finalizeDone();
+}
+
+void TLXMediaPickerController::finalizeDone() {
+  fetching_ = false;
+  ++turn_;
+  fetched_.clear();
+  processingMediaModel = nullptr;
+  if (cancelling()) {
+    clearSelection();
+  } else if (arrUnsuccessfulMedia_.empty()) {
+    didFinishPickingMediaInfo();
+  } else {
+    askAboutFailures();
+  }
+}
+
+void TLXMediaPickerController::askAboutFailures() {
+  using Effect = void (TLXMediaPickerController::*)();
+  struct Button {
+    FetchFailureChoice choice;
+    const char* title;
+    UIAlertActionStyle style;
+    Effect effect;
+  };
+  using Self = TLXMediaPickerController;
+  static constexpr std::array buttons{
+      Button{FetchFailureChoice::Cancel, "Cancel", UIAlertActionStyleCancel, &Self::clearSelection},
+      Button{FetchFailureChoice::Retry, "Retry", UIAlertActionStyleDefault, &Self::retry},
+      Button{FetchFailureChoice::Continue, "Continue", UIAlertActionStyleDefault, &Self::didFinishPickingMediaInfo},
+      Button{FetchFailureChoice::ContinueAnyway, "Continue Anyway", UIAlertActionStyleDefault,
+             &Self::didFinishPickingMediaInfo},
+      Button{FetchFailureChoice::OK, "OK", UIAlertActionStyleCancel, &Self::clearSelection},
+  };
+  const auto question =
+      FetchFailureAlert::forCounts(countOf(*arrPickedModel()), numOfInternetFailure(arrUnsuccessfulMedia_),
+                                   numOfUnsupportedVideo(arrUnsuccessfulMedia_));
+  auto alert = UIAlertController::alertControllerWithTitle_message_preferredStyle(question.title, question.message,
+                                                                                  UIAlertControllerStyleAlert);
+  for (const auto choice : question.choices) {
+    const auto& button = *std::ranges::find(buttons, choice, &Button::choice);
+    alert->addAction(UIAlertAction::actionWithTitle_style_handler(
+        button.title, button.style, whileAlive([turn = turn_, effect = button.effect](Self& self, UIAlertAction&) {
+          if (turn == self.turn_) (self.*effect)();  // else a new pass has begun, which will ask again
+        })));
+  }
+  closeAlbumList(true);
+  // The question must not be refused: without its answer Done stays disabled for good.
+  std::shared_ptr<UIViewController> presenter = sharedAs(this);
+  while (presenter->presentedViewController() && !presenter->presentedViewController()->isBeingDismissed()) {
+    presenter = presenter->presentedViewController();
+  }
+  presenter->presentViewController_animated_completion(alert, true, nullptr);
+}
+
+void TLXMediaPickerController::clearSelection() {
+  if (auto done = btnDone.lock()) done->setUserInteractionEnabled(true);
+  arrUnsuccessfulMedia_.clear();
+  arrPickedModel()->clear();
+  resetSelection();
+  changeDoneButtonState(arrPickedModel());
+}
+
+void TLXMediaPickerController::retry() {
+  for (const auto& media : std::exchange(arrUnsuccessfulMedia_, {})) {
+    if (!isMediaAlreadyPicked(media->getMediaIdentifier())) arrPickedModel()->push_back(media);
+  }
+  btnDonePressed();
+}
+
+void TLXMediaPickerController::didFinishPickingMediaInfo() {
+  const auto self = sharedAs(this);
+  closeAlbumList(false);  // what still hangs there would take the host's dismissal for its own
+  if (photoManager) photoManager->unregisterPhotoManager();
+  const MediaList media = *arrPickedModel();
+  if (pickerControllerDelegate) pickerControllerDelegate->mediaPicker_didFinishPickingMediaWithInfo(*this, media);
+  arrPickedModel()->clear();
+}
+
+}  // namespace tlx
