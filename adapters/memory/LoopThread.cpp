@@ -52,6 +52,7 @@ void Background::perform(std::function<void()> step) {
       failure_ = std::current_exception();
     }
     --unfinished_;
+    if (observer_) observer_->wake();
   });
 }
 

@@ -43,6 +43,8 @@ class Background {
   void perform(std::function<void()> step);
   void setOverlapping(bool overlapping) { overlapping_ = overlapping; }
   bool overlapping() const { return overlapping_; }
+  /// Woken after each step that ran beside the main thread.
+  void setObserver(std::shared_ptr<StepQueue> observer) { observer_ = std::move(observer); }
   /// Main thread. Waits until nothing is left to do; true when there was something. An exception of a step comes out
   /// here.
   bool drain();
@@ -52,6 +54,7 @@ class Background {
 
  private:
   StepQueue waiting_;
+  std::shared_ptr<StepQueue> observer_;
   std::atomic<bool> overlapping_ = false;
   std::atomic<int> unfinished_ = 0;
   std::mutex failureMutex_;

@@ -24,7 +24,9 @@ std::int64_t beatAfter(std::int64_t now) {
 
 }  // namespace
 
-MainLoop::MainLoop(Background& background) : background_(background) {}
+MainLoop::MainLoop(Background& background) : background_(background) {
+  background_.setObserver(queue_);
+}
 
 MainLoop::~MainLoop() {
   clear();
@@ -63,11 +65,9 @@ void MainLoop::removeListener(ListenerId listener) {
 
 bool MainLoop::runOneStep() {
   const bool ranBeside = !background_.overlapping() && background_.drain();
-  if (auto step = queue_->take()) {
-    step();
-    return true;
-  }
-  return ranBeside || background_.drain();
+  const auto step = queue_->take();
+  if (step) step();
+  return step || ranBeside;
 }
 
 void MainLoop::beat() {
@@ -102,7 +102,7 @@ bool MainLoop::nextEvent(std::int64_t& due) const {
 
 void MainLoop::runUntilIdle() {
   for (int steps = 0; steps < stepsBeforeGivingUp; ++steps) {
-    if (runOneStep()) continue;
+    if (runOneStep() || background_.drain()) continue;
     if (layoutPass_) layoutPass_();
     if (queue_->empty() && !fireOneDue()) return;
   }
@@ -127,8 +127,6 @@ bool MainLoop::runUntil(const std::function<bool()>& done, std::chrono::millisec
       now_ = std::max(now_, due);
     } else if (auto step = queue_->takeUntil(deadline)) {
       step();
-    } else {
-      return done();
     }
     if (std::chrono::steady_clock::now() > deadline) return done();
   }

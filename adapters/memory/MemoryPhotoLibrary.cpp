@@ -61,22 +61,29 @@ MemoryPhotoLibrary::MemoryPhotoLibrary(Background& background)
 MemoryPhotoLibrary::~MemoryPhotoLibrary() = default;
 
 void MemoryPhotoLibrary::requestAuthorization(AuthorizationHandler handler) {
-  if (status_ != PHAuthorizationStatusNotDetermined) {
-    background_.perform([this, handler = std::move(handler)] { handler(status_); });
-    return;
+  {
+    std::lock_guard lock(mutex_);
+    if (status_ != PHAuthorizationStatusNotDetermined) {
+      background_.perform([this, handler = std::move(handler)] { handler(status_); });
+      return;
+    }
+    waitingForPrompt_.push_back(std::move(handler));
+    if (std::exchange(promptIsOpen_, true)) return;
   }
-  waitingForPrompt_.push_back(std::move(handler));
-  if (promptIsOpen_) return;
-  promptIsOpen_ = true;
   ++promptCount_;
   if (promptAnswer_) answerPrompt(*promptAnswer_);
 }
 
 void MemoryPhotoLibrary::answerPrompt(PHAuthorizationStatus status) {
-  promptIsOpen_ = false;
   // The status changes where the handlers are called, so that whoever asked has left this call by then.
-  background_.perform([this, status, handlers = std::exchange(waitingForPrompt_, {})] {
-    status_ = status;
+  background_.perform([this, status] {
+    std::vector<AuthorizationHandler> handlers;
+    {
+      std::lock_guard lock(mutex_);
+      status_ = status;
+      promptIsOpen_ = false;
+      handlers.swap(waitingForPrompt_);
+    }
     for (const auto& handler : handlers) handler(status);
   });
 }
@@ -176,6 +183,12 @@ bool MemoryPhotoLibrary::deliverNextChange() {
   } leave{*this};
   if (next && handler) (*handler)(next);
   return next != nullptr;
+}
+
+void MemoryPhotoLibrary::clear() {
+  std::vector<AuthorizationHandler> dropped;
+  std::lock_guard lock(mutex_);
+  dropped.swap(waitingForPrompt_);
 }
 
 std::shared_ptr<const LibraryContents> MemoryPhotoLibrary::contents() const {

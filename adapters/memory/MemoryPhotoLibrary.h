@@ -65,7 +65,7 @@ class MemoryPhotoLibrary final : public PhotoLibraryPort {
   int assetFetchCount() const { return assetFetchCount_; }
 
   /// Lets go of those who wait for the prompt, without answering.
-  void clear() { std::exchange(waitingForPrompt_, {}).clear(); }
+  void clear();
 
  private:
   struct Origins;
@@ -75,10 +75,10 @@ class MemoryPhotoLibrary final : public PhotoLibraryPort {
   std::atomic<PHAuthorizationStatus> status_ = PHAuthorizationStatusAuthorized;
   std::optional<PHAuthorizationStatus> promptAnswer_ = PHAuthorizationStatusAuthorized;
   int promptCount_ = 0;
+
+  mutable std::mutex mutex_;  // guards the prompt, contents_ and undelivered_
   bool promptIsOpen_ = false;
   std::vector<AuthorizationHandler> waitingForPrompt_;
-
-  mutable std::mutex mutex_;  // guards contents_ and undelivered_
   std::shared_ptr<const LibraryContents> contents_ = std::make_shared<const LibraryContents>();
   std::deque<std::shared_ptr<const PHChange>> undelivered_;
   std::shared_ptr<Origins> origins_;

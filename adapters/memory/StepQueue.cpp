@@ -25,8 +25,15 @@ StepQueue::Step StepQueue::take() {
 
 StepQueue::Step StepQueue::takeUntil(std::chrono::steady_clock::time_point deadline) {
   std::unique_lock lock(mutex_);
-  changed_.wait_until(lock, deadline, [this] { return !steps_.empty() || closed_; });
+  changed_.wait_until(lock, deadline, [this] { return !steps_.empty() || closed_ || woken_; });
+  woken_ = false;
   return pop();
+}
+
+void StepQueue::wake() {
+  std::lock_guard lock(mutex_);
+  woken_ = true;
+  changed_.notify_all();
 }
 
 StepQueue::Step StepQueue::takeOrClosed() {

@@ -19,10 +19,11 @@ class StepQueue final : public RunLoop {
   void perform(Step step) override;
   /// The next step; empty when there is none.
   Step take();
-  /// Waits for a step until `deadline`; empty when none came.
+  /// Waits for a step until `deadline`; empty when none came, or when somebody woke the waiter.
   Step takeUntil(std::chrono::steady_clock::time_point deadline);
   /// Waits for a step; empty once the queue has been closed.
   Step takeOrClosed();
+  void wake();
   bool empty() const;
   /// Destroys the steps that are left, on the calling thread, and takes no more.
   void close();
@@ -35,7 +36,7 @@ class StepQueue final : public RunLoop {
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<Step> steps_;
-  bool closed_ = false;
+  bool closed_ = false, woken_ = false;
 };
 
 }  // namespace tlx::memory

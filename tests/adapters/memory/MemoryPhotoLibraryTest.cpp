@@ -1,0 +1,51 @@
+#include "adapters/memory/MemoryPhotoLibrary.h"
+#include "adapters/memory/MemoryPlatform.h"
+#include "tests/contracts/PhotoLibraryContract.h"
+
+namespace tlx::contracts {
+namespace {
+
+class MemoryLibraryWorld final : public PhotoLibraryWorld {
+ public:
+  MemoryLibraryWorld() { platform_.background.setOverlapping(true); }
+
+  MainQueuePort& mainQueue() override { return platform_.loop; }
+  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
+  void settle() override { platform_.runUntilIdle(); }
+
+  PhotoLibraryPort& library() override { return platform_.library; }
+  void put(const std::vector<Item>& items) override {
+    platform_.library.change([&](memory::LibraryContents& contents) {
+      for (const Item& item : items) {
+        if (!contents.findAlbum(item.album)) contents.addUserAlbum(item.album);
+        contents.add({item.mediaType, item.name, 0, item.creationDate}, {item.album});
+      }
+    });
+  }
+  void take(const std::vector<std::string>& names) override {
+    platform_.library.change([&](memory::LibraryContents& contents) {
+      contents.remove({names.begin(), names.end()});
+      for (const auto& album : std::vector(contents.albums())) {
+        if (album.items.empty()) contents.removeAlbum(album.collection.localIdentifier);
+      }
+    });
+  }
+  bool setAccess(PHAuthorizationStatus status) override {
+    platform_.library.setStatus(status);
+    return true;
+  }
+  void setPromptAnswer(PHAuthorizationStatus status) override { platform_.library.setPromptAnswer(status); }
+  int promptCount() const override { return platform_.library.promptCount(); }
+
+ private:
+  memory::MemoryPlatform platform_;
+};
+
+std::unique_ptr<PhotoLibraryWorld> makeMemoryWorld() {
+  return std::make_unique<MemoryLibraryWorld>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Memory, PhotoLibraryContract, testing::Values(&makeMemoryWorld));
+
+}  // namespace
+}  // namespace tlx::contracts
