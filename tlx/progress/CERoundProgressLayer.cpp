@@ -18,7 +18,7 @@ constexpr double kPieRadius = 0.78;
 
 }  // namespace
 
-bool CERoundProgressLayer::needsDisplayForKey(const std::string& key) {
+bool CERoundProgressLayer::needsDisplayForKey(const std::string& key) const {
   return key == kProgressKey;
 }
 

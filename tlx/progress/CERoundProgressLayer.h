@@ -13,7 +13,7 @@ namespace tlx {
 class CERoundProgressLayer : public CALayer {
  public:
   /// Whether a change of the key's value is to be drawn anew: so for "progress".
-  static bool needsDisplayForKey(const std::string& key);
+  bool needsDisplayForKey(const std::string& key) const override;
 
   std::shared_ptr<CALayer> makeCopy() const override;
   void initWithLayer(const CALayer& layer) override;

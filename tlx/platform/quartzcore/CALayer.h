@@ -39,20 +39,25 @@ class CALayer : public std::enable_shared_from_this<CALayer> {
   /// Nothing for a key that the layer does not have.
   virtual std::optional<float> valueForKey(const std::string& key) const { return std::nullopt; }
   virtual void setValueForKey(const std::string& key, float value) {}
+  /// Whether the layer draws differently when that key's value changes: an animation of any other key draws nothing.
+  virtual bool needsDisplayForKey(const std::string& key) const { return false; }
 
   const CGRect& bounds() const { return bounds_; }
   void setBounds(const CGRect& bounds);
   double contentsScale() const { return contentsScale_; }
   void setContentsScale(double scale) { contentsScale_ = scale; }
 
-  /// Replaces a running animation of that key. The model's own value is the caller's to set. While it runs, each display tick
-  /// copies the layer, sets the interpolated value on the copy and draws that.
+  /// Replaces a running animation of that key. The model's own value is the caller's to set. While it runs, each
+  /// display tick copies the layer, sets the interpolated value on the copy and draws that; when it has ended, the
+  /// layer itself is drawn once more. Where the person asked for less motion, or the duration is not above 0, it has
+  /// ended at once.
   void addAnimation_forKey(const CABasicAnimation& animation, const std::string& key);
   bool hasAnimationForKey(const std::string& key) const { return running_.count(key) != 0; }
   /// Asks to be drawn anew before the next frame.
   void setNeedsDisplay();
 
-  /// What is on the screen now: the layer's drawing with running animations applied. Drawn again only when something changed.
+  /// What is on the screen now: the layer's drawing with running animations applied. Drawn again only when something
+  /// changed.
   const CGContext& displayedContents();
   /// Called when `displayedContents` would differ; set by the renderer.
   void setDisplayHandler(std::function<void()> handler) { display_ = std::move(handler); }
@@ -69,6 +74,7 @@ class CALayer : public std::enable_shared_from_this<CALayer> {
   double contentsScale_ = 1, now_ = 0;
   std::map<std::string, Running> running_;
   DisplayClockPort::ListenerId listener_ = 0;
+  bool drawing_ = false;
   std::optional<CGContext> contents_;
   std::function<void()> display_;
 };

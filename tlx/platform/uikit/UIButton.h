@@ -9,7 +9,9 @@
 
 namespace tlx {
 
-/// A title and an image side by side, image first, centred in the content rectangle.
+/// An image in its own size and a title, side by side in this order and centred in the content rectangle, which is the
+/// bounds. What does not fit is cut: first the title's width. There is one state, so what is set for any state is set
+/// for all.
 class UIButton : public UIControl {
  public:
   static const Class& classObject();
@@ -24,11 +26,12 @@ class UIButton : public UIControl {
   const std::shared_ptr<UILabel>& titleLabel();
   const std::shared_ptr<UIImageView>& imageView();
 
+  /// Shift the image within the content rectangle by half the difference of opposite edges.
   const UIEdgeInsets& imageEdgeInsets() const { return imageEdgeInsets_; }
   void setImageEdgeInsets(const UIEdgeInsets& insets);
 
-  /// Where the image and the title go within a content rectangle. After each change the button asks for the image's, then the title's, until
-  /// both repeat, at most three times.
+  /// Where the image and the title go within a content rectangle. After each change the button asks for the image's,
+  /// then the title's, until both repeat, at most three times.
   virtual CGRect imageRectForContentRect(const CGRect& contentRect);
   virtual CGRect titleRectForContentRect(const CGRect& contentRect);
 
@@ -37,6 +40,9 @@ class UIButton : public UIControl {
   void sizeChanged() override;
 
  private:
+  CGSize imageSizeWithin(const CGRect& contentRect) const;
+  CGSize titleSizeWithin(const CGRect& contentRect) const;
+
   std::string title_;
   std::shared_ptr<const UIImage> image_;
   std::shared_ptr<UILabel> titleLabel_;

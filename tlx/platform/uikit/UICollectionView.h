@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "tlx/platform/foundation/NSIndexPath.h"
+#include "tlx/platform/uikit/ReuseQueues.h"
+#include "tlx/platform/uikit/ShownCells.h"
 #include "tlx/platform/uikit/UICollectionViewFlowLayout.h"
 #include "tlx/platform/uikit/UIScrollView.h"
 #include "tlx/platform/uikit/UIViewController.h"
@@ -26,7 +28,8 @@ class UICollectionReusableView : public UIView {
   virtual void prepareForReuse() {}
 
  private:
-  friend class UICollectionView;
+  template <class View>
+  friend class ReuseQueues;
   std::string reuseIdentifier_;
 };
 
@@ -38,10 +41,11 @@ class UICollectionViewCell : public UICollectionReusableView {
 class UICollectionViewDataSource {
  public:
   virtual ~UICollectionViewDataSource() = default;
-  virtual std::int64_t collectionView_numberOfItemsInSection(UICollectionView& collectionView, std::int64_t section) = 0;
+  virtual std::int64_t collectionView_numberOfItemsInSection(UICollectionView& collectionView,
+                                                             std::int64_t section) = 0;
   /// Nothing leaves the item's place empty.
-  virtual std::shared_ptr<UICollectionViewCell> collectionView_cellForItemAtIndexPath(
-      UICollectionView& collectionView, const NSIndexPath& indexPath) = 0;
+  virtual std::shared_ptr<UICollectionViewCell> collectionView_cellForItemAtIndexPath(UICollectionView& collectionView,
+                                                                                      const NSIndexPath& indexPath) = 0;
   virtual std::shared_ptr<UICollectionReusableView> collectionView_viewForSupplementaryElementOfKind_atIndexPath(
       UICollectionView& collectionView, const std::string& kind, const NSIndexPath& indexPath) {
     return nullptr;
@@ -54,14 +58,19 @@ class UICollectionViewDelegate : public UIScrollViewDelegate {
   }
 };
 
-/// A grid of one section that asks its data source for what is visible, and recycles the rest. It asks only in its layout pass and only
-/// while it stands in a window. Cells are its subviews; their frames are in the content's coordinates.
+/// A grid of one section that asks its data source for what is visible, and recycles the rest. It asks only in its
+/// layout pass and only while it stands in a window. Cells are its subviews; their frames are in the content's
+/// coordinates. The renderer is told `Items` once for each pass in which a cell came, went or moved.
+///
+/// A pass asks for the number of items when it reloads, then for cells in ascending order, then for header and footer.
+/// A reloaded item gets the cell it had, prepared for reuse, so that nothing is taken off the screen before its
+/// successor is there. The data source may demand a reload while it is being asked: the pass is then begun anew.
 class UICollectionView : public UIScrollView {
  public:
   static const Class& classObject();
 
   /// Makes a reusable view: constructed with the given frame, outlets connected, awake.
-  using Prototype = std::function<std::shared_ptr<UICollectionReusableView>(const CGRect& frame)>;
+  using Prototype = ReuseQueues<UICollectionReusableView>::Prototype;
 
   UICollectionView();
   ~UICollectionView() override;
@@ -69,16 +78,18 @@ class UICollectionView : public UIScrollView {
   void setDataSource(std::weak_ptr<UICollectionViewDataSource> dataSource);
   void setDelegate(std::weak_ptr<UICollectionViewDelegate> delegate);
   const std::shared_ptr<UICollectionViewFlowLayout>& collectionViewLayout() const { return layout_; }
-  /// For scenes.
+  /// For scenes. Nothing stands for a new layout.
   void setCollectionViewLayout(std::shared_ptr<UICollectionViewFlowLayout> layout);
   void registerPrototype(const std::string& reuseIdentifier, Prototype prototype);
 
-  /// Everything is asked anew in the next layout pass. Cells go back to their reuse queues, the offset stays within the content.
+  /// Everything is asked anew in the next layout pass. Cells go back to their reuse queues, the offset stays within the
+  /// content.
   void reloadData();
   /// Visible items among these are asked anew in the next layout pass.
   void reloadItemsAtIndexPaths(const std::vector<NSIndexPath>& indexPaths);
 
-  /// For the data source, while it is being asked. An identifier without a prototype is a programming error (`NSException`).
+  /// For the data source, while it is being asked. An identifier without a prototype is a programming error
+  /// (`NSException`).
   std::shared_ptr<UICollectionViewCell> dequeueReusableCellWithReuseIdentifier_forIndexPath(
       const std::string& identifier, const NSIndexPath& indexPath);
   std::shared_ptr<UICollectionReusableView> dequeueReusableSupplementaryViewOfKind_withReuseIdentifier_forIndexPath(
@@ -92,10 +103,10 @@ class UICollectionView : public UIScrollView {
   std::shared_ptr<UICollectionReusableView> supplementaryViewForElementKind(const std::string& kind) const;
   /// Ascending.
   std::vector<NSIndexPath> indexPathsForVisibleItems() const;
-  const std::map<std::int64_t, std::shared_ptr<UICollectionViewCell>>& visibleCells() const { return cells_; }
+  const std::map<std::int64_t, std::shared_ptr<UICollectionViewCell>>& visibleCells() const { return shown_.cells(); }
 
-  /// A person's tap on an item, from a renderer, the keyboard or assistive technology. Answers whether the delegate was told: it is
-  /// not for an item that does not exist.
+  /// A person's tap on an item as the grid stands after what is waiting to be laid out, from a renderer, the keyboard
+  /// or assistive technology. Answers whether the delegate was told: it is not for an item that does not exist.
   bool tappedAt(const NSIndexPath& indexPath);
   /// The least scroll that brings the item fully into view.
   void scrollToItemAtIndexPath(const NSIndexPath& indexPath);
@@ -106,20 +117,25 @@ class UICollectionView : public UIScrollView {
   void didMoveToWindow() override;
 
  private:
-  std::shared_ptr<UICollectionReusableView> dequeue(const std::string& identifier, const CGRect& frame);
-  void recycle(const std::shared_ptr<UICollectionReusableView>& view);
-  void recycleAll();
+  void watchLayout();
+  void layOut(UICollectionViewDataSource* dataSource);
+  void reloadCount(UICollectionViewDataSource* dataSource);
+  CGSize sizeForLayout() const;
+  void prepareLayout();
+  std::shared_ptr<UICollectionViewCell> askForCell(UICollectionViewDataSource* dataSource, std::int64_t item);
+  void showSupplementary(UICollectionViewDataSource* dataSource, const std::string& kind, const CGRect& place);
+  void stand(const std::shared_ptr<UICollectionReusableView>& view, const CGRect& place);
 
   std::weak_ptr<UICollectionViewDataSource> dataSource_;
   std::weak_ptr<UICollectionViewDelegate> delegate_;
   std::shared_ptr<UICollectionViewFlowLayout> layout_;
-  std::map<std::string, Prototype> prototypes_;
-  std::map<std::string, std::vector<std::shared_ptr<UICollectionReusableView>>> queues_;
-  std::map<std::int64_t, std::shared_ptr<UICollectionViewCell>> cells_;
-  std::map<std::string, std::shared_ptr<UICollectionReusableView>> supplementary_;
+  ReuseQueues<UICollectionReusableView> queues_;
+  ShownCells<UICollectionViewCell> shown_;
+  std::map<std::string, std::shared_ptr<UICollectionReusableView>>
+      supplementary_;  // nothing for one that was not answered
   std::int64_t itemCount_ = 0;
-  bool reload_ = true;
-  std::vector<std::int64_t> stale_;
+  CGSize laidOutSize_;
+  bool layoutChanged_ = true, layingOut_ = false, itemsMoved_ = false;
 };
 
 /// A controller whose view is a collection view, which it serves as data source and delegate.
@@ -128,7 +144,9 @@ class UICollectionViewController : public UIViewController,
                                    public UICollectionViewDelegate {
  public:
   static const Class& classObject();
-  /// The view itself; loads it.
+
+  UICollectionViewController();
+  /// The view itself; loads it. A scene whose view is none raises an `NSException` when it is loaded.
   std::shared_ptr<UICollectionView> collectionView();
 
   std::int64_t collectionView_numberOfItemsInSection(UICollectionView&, std::int64_t) override { return 0; }

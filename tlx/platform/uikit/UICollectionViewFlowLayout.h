@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tlx/platform/coregraphics/CGGeometry.h"
@@ -22,13 +23,16 @@ struct UICollectionViewLayoutAttributes {
   std::string representedElementKind;
 };
 
-/// Items of one size in rows from the top, under a header and above a footer as wide as the content. As many to a row as fit with
-/// the minimum spacing between them; what is left over widens the spacing evenly. All of it is arithmetic, so that a
-/// million items cost what ten cost.
+/// Items of one size in rows from the top, under a header and above a footer as wide as the content. As many to a row
+/// as fit with the minimum spacing between them, at least one; what is left over widens the spacing evenly, and a short
+/// last row keeps the columns of the others. A row of one stands in the middle. Items without an area stand nowhere.
+/// All of it is arithmetic, so that a million items cost what ten cost; each position is computed from its row, so that
+/// the last one is as exact as the first.
 class UICollectionViewFlowLayout : public NSObject {
  public:
   static const Class& classObject();
 
+  /// Lengths that are negative or not finite are taken as 0.
   CGSize itemSize() const { return itemSize_; }
   void setItemSize(const CGSize& size);
   double minimumInteritemSpacing() const { return interitemSpacing_; }
@@ -42,7 +46,12 @@ class UICollectionViewFlowLayout : public NSObject {
 
   /// Elements that the rectangle meets: the header, the items in ascending order, the footer.
   std::vector<UICollectionViewLayoutAttributes> layoutAttributesForElementsInRect(const CGRect& rect) const;
+  /// The items of the rows that the rectangle meets, from the first to before the second.
+  std::pair<std::int64_t, std::int64_t> itemsOfRowsInRect(const CGRect& rect) const;
   CGRect frameForItemAtIndex(std::int64_t index) const;
+  /// Empty when the section has none.
+  CGRect headerFrame() const;
+  CGRect footerFrame() const;
   CGSize collectionViewContentSize() const;
   std::int64_t itemsPerRow() const;
   /// The item whose cell the point lies in, or −1.
@@ -55,6 +64,9 @@ class UICollectionViewFlowLayout : public NSObject {
 
  private:
   void invalidate();
+  std::int64_t rowCount() const;
+  double rowTop(std::int64_t row) const;
+  double itemsBottom() const;
 
   CGSize itemSize_{50, 50}, headerSize_, footerSize_;
   double interitemSpacing_ = 10, lineSpacing_ = 10, width_ = 0;

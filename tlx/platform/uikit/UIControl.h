@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <string>
 #include <typeinfo>
 #include <vector>
 
@@ -46,9 +47,9 @@ class UIControl : public UIView {
 
   /// Runs the actions registered for the events, in order. Does not look at whether the control is enabled.
   void sendActionsForControlEvents(UIControlEvents events);
-  /// A person's press, from a renderer, the keyboard or assistive technology: sends touch-up-inside when the control can
-  /// be operated: enabled, taking interaction, and neither it nor anything above it is hidden, refuses interaction or is
-  /// all but transparent (alpha below 0.01). Answers whether it did.
+  /// A person's press, from a renderer, the keyboard or assistive technology: sends touch-up-inside when the control
+  /// can be operated: enabled, taking interaction, and neither it nor anything above it is hidden, refuses interaction
+  /// or is all but transparent (alpha below 0.01). Answers whether it did.
   bool press();
   bool canBeOperated() const;
 
@@ -57,6 +58,7 @@ class UIControl : public UIView {
     std::weak_ptr<const void> target;
     const void* identity = nullptr;
     alignas(16) unsigned char method[32] = {};
+    std::string sceneAction;
     UIControlEvents events{};
     std::function<void(const std::shared_ptr<UIControl>&)> send;
   };

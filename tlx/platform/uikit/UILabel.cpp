@@ -17,6 +17,7 @@ void UILabel::setText(std::string text) {
 void UILabel::setFont(UIFontRef font) {
   font_ = std::move(font);
   changed(UIViewChange::Font);
+  if (auto above = superview()) above->setNeedsLayout();
 }
 
 void UILabel::setTextColor(std::optional<UIColor> color) {

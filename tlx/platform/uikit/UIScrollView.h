@@ -22,6 +22,7 @@ class UIScrollView : public UIView {
   static const Class& classObject();
 
   CGPoint contentOffset() const { return contentOffset_; }
+  /// Anywhere, also past the ends. An offset that is not a number is not taken.
   void setContentOffset(const CGPoint& offset);
   const UIEdgeInsets& contentInset() const { return contentInset_; }
   /// Content at rest at its start stays at its start.
@@ -37,19 +38,26 @@ class UIScrollView : public UIView {
 
   /// The renderer's report of a scroll (a finger, a wheel); not told back.
   void scrolledTo(const CGPoint& offset);
-  /// The offsets between which the content may rest.
+  /// The offsets between which the content may rest; the same twice for content that fits.
   double minimumOffsetY() const { return -contentInset_.top; }
   double maximumOffsetY() const;
 
  protected:
+  /// Told to the renderer as a change of the offset, which is then brought within the content.
   void setContentSize(const CGSize& size);
+  /// After the ends have moved: an offset past an end that did move goes back to it. Past one that did not, a finger
+  /// holds it.
+  void settleOffset();
+  void sizeChanged() override;
 
  private:
-  void moveTo(const CGPoint& offset);
+  bool moveTo(const CGPoint& offset);
+  void tellScrolled();
 
   CGPoint contentOffset_;
   CGSize contentSize_;
   UIEdgeInsets contentInset_;
+  double settledMinimumY_ = 0, settledMaximumY_ = 0;
   bool bounces_ = true, alwaysBounceVertical_ = false;
   std::weak_ptr<UIScrollViewDelegate> scrollDelegate_;
 };

@@ -33,7 +33,9 @@ enum UIViewAutoresizing : std::uint64_t {
 
 /// What of a view changed. The renderer reads the new value from the view.
 enum class UIViewChange {
-  Frame, ContentOffset, Alpha, Hidden, Transform, BackgroundColor, ClipsToBounds, CornerRadius, ContentMode,
+  Frame,
+  ContentOffset,  ///< of a scroll view: its offset, the content's size or the inset
+  Alpha, Hidden, Transform, BackgroundColor, ClipsToBounds, CornerRadius, ContentMode,
   UserInteraction, Tag, Subviews, Layer,
   Text, Font, TextColor, Image, Title, Enabled,
   Items,  ///< of a collection or table: which cells stand where
