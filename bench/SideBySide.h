@@ -8,7 +8,9 @@
 namespace tlx::bench {
 
 /// Keeps the compiler from leaving out work whose result nobody reads.
-inline void keep(const void* result) { asm volatile("" : : "g"(result) : "memory"); }
+inline void keep(const void* result) {
+  asm volatile("" : : "g"(result) : "memory");
+}
 
 /// Seconds that one run of `work` takes.
 template <class Work>
@@ -23,7 +25,8 @@ inline double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
-/// One line: name, ours and the peer in milliseconds (medians), their ratio (median of the rounds' ratios) and the budget.
+/// One line: name, ours and the peer in milliseconds (medians), their ratio (median of the rounds' ratios) and the
+/// budget.
 inline bool report(const char* name, const std::vector<double>& ours, const std::vector<double>& peer, double budget) {
   std::vector<double> ratios;
   for (std::size_t i = 0; i < ours.size(); ++i) ratios.push_back(ours[i] / peer[i]);
@@ -34,7 +37,8 @@ inline bool report(const char* name, const std::vector<double>& ours, const std:
   return kept;
 }
 
-/// Runs both in turn, so that whatever else the machine does falls on both alike. Each of the two answers the seconds that count.
+/// Runs both in turn, so that whatever else the machine does falls on both alike. Each of the two answers the seconds
+/// that count.
 template <class Ours, class Peer>
 bool sideBySide(const char* name, double budget, int rounds, Ours&& ours, Peer&& peer) {
   ours(), peer();

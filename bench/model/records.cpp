@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "bench/SideBySide.h"
 #include "tlx/library/AlbumModel.h"
+
+#include "bench/SideBySide.h"
 
 namespace {
 
@@ -15,7 +16,9 @@ using namespace tlx;
 using Assets = std::shared_ptr<const PHFetchResult<PHAsset>>;
 using PlainRecord = std::array<std::uint64_t, sizeof(MediaModel) / sizeof(std::uint64_t)>;
 
-std::string nameOf(std::size_t index) { return "0123456789abcdef-" + std::to_string(index) + "/L0/001"; }
+std::string nameOf(std::size_t index) {
+  return "0123456789abcdef-" + std::to_string(index) + "/L0/001";
+}
 
 /// A library that makes every asset and every identifier by itself.
 Assets scatteredAssets(std::size_t count) {
@@ -37,7 +40,8 @@ Assets blockedAssets(std::size_t count) {
   assets.reserve(count);
   for (std::size_t i = 0; i < count; ++i) {
     texts->push_back(nameOf(i));
-    block->push_back({PHAssetMediaTypeImage, Identifier(std::shared_ptr<const std::string>(texts, &texts->back())), 0, 0});
+    block->push_back(
+        {PHAssetMediaTypeImage, Identifier(std::shared_ptr<const std::string>(texts, &texts->back())), 0, 0});
     assets.push_back({block, &block->back()});
   }
   return std::make_shared<PHFetchResult<PHAsset>>(std::move(assets));

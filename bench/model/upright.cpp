@@ -6,8 +6,9 @@
 #include <memory>
 #include <vector>
 
-#include "bench/SideBySide.h"
 #include "tlx/views/UIImage+BundleInfo.h"
+
+#include "bench/SideBySide.h"
 
 namespace {
 
@@ -68,6 +69,8 @@ int main() {
   };
   bench::sideBySide("  the same beside a plain copy", 99, 15, redraw(UIImageOrientationRight), plainCopy);
   const auto twice = std::make_shared<const UIImage>(bitmap, 2.0, UIImageOrientationRight);
-  bench::sideBySide("  the same at scale 2 (halved by area)", 99, 7, [&] { return bench::secondsOf([&] { bench::keep(scaleAndRotate(twice).get()); }); }, peer);
+  bench::sideBySide(
+      "  the same at scale 2 (halved by area)", 99, 7,
+      [&] { return bench::secondsOf([&] { bench::keep(scaleAndRotate(twice).get()); }); }, peer);
   return kept ? 0 : 1;
 }

@@ -10,6 +10,8 @@ namespace tlx {
 /// manager has returned.
 class PhotoManagerDelegate {
  public:
+  virtual ~PhotoManagerDelegate() = default;
+
   /// The person has not decided yet and is about to be asked.
   virtual void firstTimeAuthorization() = 0;
   /// Once for every `setPhotoMediaType`; when true, before the albums are fetched.
@@ -19,9 +21,6 @@ class PhotoManagerDelegate {
   virtual void hideEmptyMediaWarning() = 0;
   /// All records were built anew because of `change`.
   virtual void photoLibraryChanged(const std::shared_ptr<const PHChange>& change) = 0;
-
- protected:
-  ~PhotoManagerDelegate() = default;
 };
 
 }  // namespace tlx
