@@ -88,7 +88,7 @@ void TLXMediaPickerController::changeDoneButtonState(const std::shared_ptr<Media
     const bool any = list && !list->empty();
     const auto showCount = [](TLXMediaPickerController& picker) {
       if (auto label = picker.lblPhotoCount.lock()) {
-        label->setText("(" + std::to_string(picker.arrPickedModel()->size()) + ")");
+        label->setText('(' + std::to_string(picker.arrPickedModel()->size()) + ')');
       }
     };
     const auto fade = [&self, any, showCount] {
