@@ -25,11 +25,11 @@ struct ItemScript {
   std::uint32_t colour = 0x4488CC;                        ///< 0xRRGGBB, of the whole picture
   UIImageOrientation orientation = UIImageOrientationUp;  ///< other than up: a library that breaks its contract
 
-  double seconds = 0;          ///< virtual time until the final answer; 0: in a later turn
-  bool inMemory = false;       ///< opportunistic requests are answered within the call
-  bool degradedFirst = false;  ///< opportunistic requests get a degraded answer in the next turn
-  bool stalls = false;         ///< no final answer until `MemoryImageManager::release`
-  std::optional<NSError> error;
+  double seconds = 0;                           ///< virtual time until the final answer; 0: in a later turn
+  bool inMemory = false;                        ///< opportunistic requests are answered within the call
+  bool degradedFirst = false;                   ///< opportunistic requests get a degraded answer in the next turn
+  bool stalls = false;                          ///< no final answer until `MemoryImageManager::release`
+  std::optional<NSError> error = std::nullopt;  ///< why there is no picture or video
 
   bool inCloud = false;  ///< the original is elsewhere: requests that forbid the network fail
   std::vector<double>
