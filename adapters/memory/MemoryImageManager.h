@@ -32,8 +32,8 @@ struct ItemScript {
   std::optional<NSError> error = std::nullopt;  ///< why there is no picture or video
 
   bool inCloud = false;  ///< the original is elsewhere: requests that forbid the network fail
-  std::vector<double>
-      progress;  ///< reported from the start to the answer, evenly spread over `seconds`; `inCloud` only
+  /// Reported from the start to the answer, evenly spread over `seconds`; `inCloud` only.
+  std::vector<double> progress = {};
   bool progressOnMainThread = false;
 
   std::vector<AVAssetTrack> tracks = {{AVMediaTypeVideo, "h264", 1920, 1080, 10}, {AVMediaTypeAudio, "aac", 0, 0, 10}};
