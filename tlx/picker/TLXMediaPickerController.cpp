@@ -1,6 +1,7 @@
 #include "tlx/picker/TLXMediaPickerController.h"
 
 #include "tlx/platform/foundation/NSBundle.h"
+#include "tlx/platform/uikit/PlatformClasses.h"
 #include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/progress/ProgressClasses.h"
 #include "tlx/views/AlbumPickerTableViewController.h"
@@ -57,6 +58,7 @@ const Class& TLXMediaPickerController::classObject() {
 
 std::shared_ptr<TLXMediaPickerController> TLXMediaPickerController::mediaPickerController_delegate(
     std::int64_t mediaType, TLXMediaPickerControllerDelegate* delegate) {
+  registerPlatformClasses();
   registerViewClasses();
   registerProgressClasses();
   registerClass(classObject());
