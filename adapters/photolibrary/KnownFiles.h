@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "adapters/photolibrary/Snapshot.h"
+#include "adapters/photolibrary/Source.h"
+
+namespace tlx::photolibrary {
+
+/// Rejected files by the path of their folder.
+using RejectedFiles = std::unordered_map<std::string, std::vector<RejectedFile>>;
+
+/// What was known when a walk began, as the walk asks for it. Any thread.
+class KnownFiles {
+ public:
+  /// `snapshot` and `rejected` must stay as they are while this lives.
+  KnownFiles(std::shared_ptr<const Snapshot> snapshot, const RejectedFiles& rejected);
+
+  struct File {
+    std::string_view name;
+    FileKey key;
+    std::int64_t bytes;
+    std::int64_t modified;
+    std::uint32_t position;  ///< in the snapshot; `Snapshot::kNowhere` for a rejected file
+  };
+  /// By name.
+  std::vector<File> inFolder(const std::string& path) const;
+
+  const Snapshot& snapshot() const { return *snapshot_; }
+  /// The item with this identifier, or nothing.
+  const Item* item(const std::string& identifier) const;
+  /// The item with this key of a file system without birth times, or nothing.
+  const Item* itemWithoutBirth(const FileKey& key) const;
+  /// The same for a folder.
+  const Folder* folderWithoutBirth(const FileKey& key) const;
+
+ private:
+  std::shared_ptr<const Snapshot> snapshot_;
+  const RejectedFiles& rejected_;
+  std::unordered_map<std::string, std::uint32_t> folders_;
+  std::map<std::pair<std::uint64_t, std::uint64_t>, const Item*> birthless_;
+  std::map<std::pair<std::uint64_t, std::uint64_t>, const Folder*> birthlessFolders_;
+};
+
+}  // namespace tlx::photolibrary

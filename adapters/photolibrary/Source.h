@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "adapters/photolibrary/Item.h"
+
+namespace tlx::photolibrary {
+
+class KnownFiles;
+
+/// A photo or video that a walk met and that is not known as it stands.
+struct FoundItem {
+  std::string identifier;
+  std::string name;
+  PHAssetMediaType mediaType = PHAssetMediaTypeUnknown;
+  double created = 0;   ///< seconds since 1970 UTC
+  double duration = 0;
+  ItemFacts facts;
+  bool linked = false;  ///< met through a symbolic link: the same file met plainly goes before
+};
+
+/// A file that is no photo or video; remembered so that it is not read again while it stays as it is.
+struct RejectedFile {
+  std::string name;
+  FileKey key;
+  std::int64_t bytes = 0;
+  std::int64_t modified = 0;
+
+  friend bool operator==(const RejectedFile&, const RejectedFile&) = default;
+};
+
+/// What a walk tells of a folder, in one or several parts.
+struct FolderFindings {
+  Folder folder;
+  std::vector<std::uint32_t> unchanged;  ///< positions in the known snapshot, still there as they were
+  std::vector<FoundItem> fresh;          ///< new, changed, renamed, or moved
+  std::vector<RejectedFile> rejected;    ///< all of them, known or new
+};
+
+class WalkListener {
+ public:
+  virtual ~WalkListener() = default;
+  /// On any of the walk's threads, several at once. Returns soon.
+  virtual void found(FolderFindings&& findings) = 0;
+};
+
+struct WalkOutcome {
+  bool finished = false;  ///< false when it was stopped: what it has not met may still be there
+  /// Folders (absolute paths) that could not be looked into for a reason that may pass, as a server that does not answer. What is
+  /// known in them and below stays.
+  std::vector<std::string> unreachable;
+};
+
+/// Where items come from: the files beneath a library. Beside the folder tree there can be others; they differ in how
+/// they list, what they know a file by, and how they bring an original here.
+class Source {
+ public:
+  virtual ~Source() = default;
+
+  /// Absolute paths of the roots, in the order given.
+  virtual const std::vector<std::string>& roots() const = 0;
+  /// Whether the root can be looked into now; asks the disk. Any thread.
+  virtual bool rootReadable(std::size_t root) const = 0;
+
+  /// Looks at everything and tells what it meets, reading only files that `known` does not hold as they stand. Returns when
+  /// all is told. One walk at a time, on a thread that may wait. Stopping ends it within the time that one file takes.
+  virtual WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) = 0;
+};
+
+}  // namespace tlx::photolibrary
