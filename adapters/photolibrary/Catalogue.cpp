@@ -1,0 +1,190 @@
+#include "adapters/photolibrary/Catalogue.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+namespace tlx::photolibrary {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+// A window that opens on a library never seen wants its first screen soon; later states come ever more rarely, so that
+// building them stays a small part of the scan whatever its size.
+constexpr std::size_t kFirstItems = 500;
+constexpr milliseconds kFirstState{100};
+constexpr milliseconds kRarestState{4000};
+// In a known library news waits for the end of the look, unless it is as much as a card full of photos.
+constexpr std::size_t kNewsWorthTelling = 20'000;
+
+}  // namespace
+
+Catalogue::Catalogue(std::unique_ptr<Source> source, std::string cacheFolder, SystemLogPort& log,
+                     std::shared_ptr<FetchLedger> ledger, Published published)
+    : source_(std::move(source)),
+      cacheFolder_(std::move(cacheFolder)),
+      log_(log),
+      ledger_(std::move(ledger)),
+      published_(std::move(published)),
+      snapshot_(std::make_shared<Snapshot>(Assets{}, Assets{}, Folders{}, ledger_, nullptr)),
+      anyRootReadable_(checkRoots()) {}
+
+Catalogue::~Catalogue() = default;
+
+bool Catalogue::checkRoots() {
+  for (std::size_t i = 0; i < source_->roots().size(); ++i) {
+    if (source_->rootReadable(i)) return true;
+  }
+  return false;
+}
+
+void Catalogue::start() {
+  std::lock_guard lock(mutex_);
+  if (std::exchange(started_, true)) return;
+  thread_ = std::jthread([this](std::stop_token stop) { work(std::move(stop)); });
+}
+
+void Catalogue::rescan() {
+  {
+    std::lock_guard lock(mutex_);
+    ++scansWanted_;
+  }
+  changed_.notify_all();
+}
+
+void Catalogue::waitUntilOpened() const {
+  std::unique_lock lock(mutex_);
+  changed_.wait(lock, [this] { return opened_ || !started_; });
+}
+
+void Catalogue::waitUntilScanned() const {
+  std::unique_lock lock(mutex_);
+  const std::uint64_t wanted = scansWanted_;
+  changed_.wait(lock, [&] { return scansDone_ >= wanted || !started_; });
+}
+
+std::shared_ptr<const Snapshot> Catalogue::snapshot() const {
+  std::lock_guard lock(mutex_);
+  return snapshot_;
+}
+
+void Catalogue::work(std::stop_token stop) {
+  openIndex();
+  while (true) {
+    std::uint64_t wanted;
+    {
+      std::unique_lock lock(mutex_);
+      if (!changed_.wait(lock, stop, [this] { return scansDone_ < scansWanted_; })) return;
+      wanted = scansWanted_;
+    }
+    scan(stop);
+    if (stop.stop_requested()) return;
+    {
+      std::lock_guard lock(mutex_);
+      scansDone_ = wanted;
+    }
+    changed_.notify_all();
+  }
+}
+
+void Catalogue::openIndex() {
+  const auto log = [this](const std::string& line) { log_.log(line); };
+  index_ = Index::open(cacheFolder_, source_->roots(), log);
+  std::optional<Index::Content> content;
+  if (index_) {
+    content = index_->load([this](std::size_t root) { return source_->rootReadable(root); });
+    if (!content && !index_->startOver(log)) index_.reset();
+  }
+  if (content) {
+    complete_ = content->complete;
+    rejected_ = std::move(content->rejected);
+    if (!content->live.empty() || !content->trashed.empty() || !content->folders.empty()) {
+      publish(std::make_shared<Snapshot>(std::move(content->live), std::move(content->trashed), std::move(content->folders),
+                                         ledger_, snapshot().get()));
+    }
+  }
+  {
+    std::lock_guard lock(mutex_);
+    opened_ = true;
+  }
+  changed_.notify_all();
+}
+
+void Catalogue::scan(std::stop_token stop) {
+  const auto base = snapshot();
+  base->prepareLookup();
+  const KnownFiles known(base, rejected_);
+  ScanPass pass(base, rejected_);
+
+  std::mutex mutex;
+  std::condition_variable ended;
+  bool walked = false;
+  WalkOutcome outcome;
+  std::jthread walker([&] {
+    WalkOutcome result = source_->walk(known, pass, stop);
+    std::lock_guard lock(mutex);
+    outcome = std::move(result);
+    walked = true;
+    ended.notify_all();
+  });
+
+  milliseconds interval = kFirstState;
+  auto last = Clock::now();
+  std::size_t enough = kFirstItems;
+  while (true) {
+    {
+      std::unique_lock lock(mutex);
+      if (ended.wait_for(lock, milliseconds(10), [&] { return walked; })) break;
+    }
+    const std::size_t waiting = pass.waiting();
+    const bool due = Clock::now() - last >= interval;
+    if (complete_ ? waiting < kNewsWorthTelling : waiting == 0 || !(due || waiting >= enough)) continue;
+    take(pass.takeOver());
+    interval = std::min(interval * 2, kRarestState);
+    enough = SIZE_MAX;
+    last = Clock::now();
+  }
+  walker.join();
+  anyRootReadable_ = checkRoots();
+  if (!outcome.finished) {
+    // What was found is worth keeping: the next scan need not read it again.
+    take(pass.takeOver());
+    return;
+  }
+  ScanPass::State end = pass.conclude(outcome, [this](std::size_t root) { return source_->rootReadable(root); });
+  // A root that was not there may hold anything: when it comes, it is scanned like a library never seen.
+  end.changes.complete = !complete_ && outcome.unreachable.empty();
+  complete_ |= outcome.unreachable.empty();
+  take(std::move(end));
+  rejected_ = pass.takeRejected();
+}
+
+void Catalogue::take(ScanPass::State&& state) {
+  std::shared_ptr<const Snapshot> next = snapshot();
+  if (state.differs) {
+    next = std::make_shared<Snapshot>(std::move(state.live), std::move(state.trashed), state.folders, ledger_, next.get());
+    next->prepareLookup();
+  }
+  if (index_ && (!state.changes.empty() || state.changes.complete)) {
+    const auto counts = [&](std::uint32_t folder) {
+      const auto items = next->itemsIn(folder);
+      return static_cast<std::size_t>(items.end() - items.begin());
+    };
+    if (!index_->write(state.changes, state.folders, counts)) {
+      log_.log("photo index " + index_->path() + " " + index_->problem() + "; the library is kept in memory only");
+      index_.reset();
+    }
+  }
+  if (state.differs) publish(std::move(next));
+}
+
+void Catalogue::publish(std::shared_ptr<const Snapshot> next) {
+  {
+    std::lock_guard lock(mutex_);
+    snapshot_ = next;
+  }
+  published_(next);
+}
+
+}  // namespace tlx::photolibrary

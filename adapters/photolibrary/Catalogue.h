@@ -1,0 +1,78 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "adapters/photolibrary/Index.h"
+#include "adapters/photolibrary/ScanPass.h"
+#include "adapters/photolibrary/Snapshot.h"
+#include "adapters/photolibrary/Source.h"
+#include "tlx/platform/foundation/SystemLog.h"
+
+namespace tlx::photolibrary {
+
+/// Keeps a snapshot of what a source holds: opened from the index at once where there is one, then checked against the
+/// source behind it, on a thread of its own. A library that was never seen grows while it is scanned; a known one makes one step to
+/// the truth. When the index fails, everything goes on in memory, and the log is told once.
+class Catalogue {
+ public:
+  /// Told of each new state on the catalogue's thread, after `snapshot` gives it; never once the destructor has returned.
+  using Published = std::function<void(const std::shared_ptr<const Snapshot>&)>;
+
+  Catalogue(std::unique_ptr<Source> source, std::string cacheFolder, SystemLogPort& log,
+            std::shared_ptr<FetchLedger> ledger, Published published);
+  /// Ends a running scan, within the time that one file takes.
+  ~Catalogue();
+
+  /// Begins to open and scan; once.
+  void start();
+  /// Looks at the source again. Any thread; returns at once.
+  void rescan();
+  /// Waits until the index has been read. Returns at once when `start` was not called.
+  void waitUntilOpened() const;
+  /// Waits until every scan asked for so far is done. Returns at once when `start` was not called.
+  void waitUntilScanned() const;
+
+  /// The newest state. Any thread; waits for nothing but another reader.
+  std::shared_ptr<const Snapshot> snapshot() const;
+  const Source& source() const { return *source_; }
+  /// Whether any root could be looked into when it was last tried. Any thread; asks no disk.
+  bool anyRootReadable() const { return anyRootReadable_; }
+
+ private:
+  void work(std::stop_token stop);
+  void openIndex();
+  void scan(std::stop_token stop);
+  void take(ScanPass::State&& state);
+  void publish(std::shared_ptr<const Snapshot> next);
+  bool checkRoots();
+
+  std::unique_ptr<Source> source_;
+  const std::string cacheFolder_;
+  SystemLogPort& log_;
+  std::shared_ptr<FetchLedger> ledger_;
+  Published published_;
+
+  std::unique_ptr<Index> index_;  ///< the thread's, like what follows
+  RejectedFiles rejected_;
+  bool complete_ = false;
+
+  mutable std::mutex mutex_;  ///< guards what follows
+  mutable std::condition_variable_any changed_;
+  std::shared_ptr<const Snapshot> snapshot_;
+  bool started_ = false;
+  bool opened_ = false;
+  std::uint64_t scansWanted_ = 1;
+  std::uint64_t scansDone_ = 0;
+
+  std::atomic<bool> anyRootReadable_;
+  std::jthread thread_;
+};
+
+}  // namespace tlx::photolibrary

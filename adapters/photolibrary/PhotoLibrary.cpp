@@ -1,0 +1,235 @@
+#include "adapters/photolibrary/PhotoLibrary.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "adapters/photolibrary/LibraryChange.h"
+#include "adapters/photolibrary/XdgFolders.h"
+#include "adapters/photolibrary/files/FolderSource.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+std::unique_ptr<Source> folderSource(const std::vector<std::string>& roots) {
+  return std::make_unique<FolderSource>(roots.empty() ? defaultRoots() : roots);
+}
+
+PhotoLibrary::Options withDefaults(PhotoLibrary::Options options) {
+  if (options.cacheFolder.empty()) options.cacheFolder = xdgCacheHome() + "/tlx-media-picker";
+  if (options.configFolder.empty()) options.configFolder = xdgConfigHome() + "/tlx-media-picker";
+  return options;
+}
+
+std::string fileUri(const std::string& path) {
+  std::string uri = "file://";
+  for (const char c : path) {
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                       (c != '\0' && std::string_view("/-_.~!$&'()*+,=:@").find(c) != std::string_view::npos);
+    if (plain) {
+      uri += c;
+    } else {
+      char escaped[4];
+      std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned char>(c));
+      uri += escaped;
+    }
+  }
+  return uri;
+}
+
+std::string pathOf(const Snapshot& snapshot, const Item& item) {
+  const std::string& folder = snapshot.folders()[item.folder]->path;
+  return (folder == "/" ? "" : folder) + "/" + item.name;
+}
+
+NSError unknownItem() { return {kPhotoLibraryErrorDomain, PhotoLibraryErrorNotFound, "The library does not hold this item."}; }
+
+template <class Object>
+const std::shared_ptr<const PHFetchResult<Object>>& nothing() {
+  static const auto empty = std::make_shared<const PHFetchResult<Object>>();
+  return empty;
+}
+
+}  // namespace
+
+/// Passes the first answer on, and an unanswered question's end as no answer. The library cuts the link when it goes.
+struct PhotoLibrary::Asking {
+  std::mutex mutex;
+  PhotoLibrary* library;  // unretained: set to nothing by the library's destructor
+
+  explicit Asking(PhotoLibrary* asker) : library(asker) {}
+  void answer(std::optional<bool> allowed) {
+    std::lock_guard lock(mutex);
+    if (PhotoLibrary* const asker = std::exchange(library, nullptr)) {
+      asker->thread_.post([asker, allowed] { asker->decide(allowed); });
+    }
+  }
+};
+
+PhotoLibrary::PhotoLibrary(Options options, SystemLogPort& log) : PhotoLibrary(options, folderSource(options.roots), log) {}
+
+PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log)
+    : options_(withDefaults(std::move(options))),
+      log_(log),
+      record_(options_.configFolder + "/access", options_.host),
+      ledger_(std::make_shared<FetchLedger>()),
+      decision_(PHAuthorizationStatusNotDetermined),
+      catalogue_(std::make_unique<Catalogue>(std::move(source), options_.cacheFolder, log, ledger_,
+                                             [this](const auto& snapshot) { announce(snapshot); })) {
+  if (options_.preauthorised) {
+    decision_ = PHAuthorizationStatusAuthorized;
+  } else if (const auto allowed = record_.photosAllowed()) {
+    decision_ = *allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
+  }
+  if (decision_ == PHAuthorizationStatusAuthorized) catalogue_->start();
+}
+
+PhotoLibrary::~PhotoLibrary() {
+  std::shared_ptr<Asking> open;
+  {
+    std::lock_guard lock(mutex_);
+    open = std::move(question_);
+  }
+  if (open) {
+    std::lock_guard lock(open->mutex);
+    open->library = nullptr;
+  }
+  // The two threads use each other: the one that calls out ends first, and the other's last words go nowhere.
+  thread_.stop();
+}
+
+PHAuthorizationStatus PhotoLibrary::authorizationStatus() const {
+  std::lock_guard lock(mutex_);
+  if (decision_ == PHAuthorizationStatusAuthorized && !catalogue_->anyRootReadable()) return PHAuthorizationStatusDenied;
+  return decision_;
+}
+
+void PhotoLibrary::requestAuthorization(AuthorizationHandler handler) {
+  std::shared_ptr<Asking> question;
+  {
+    std::lock_guard lock(mutex_);
+    if (decision_ == PHAuthorizationStatusNotDetermined) {
+      waiting_.push_back(std::move(handler));
+      if (question_) return;
+      question = question_ = std::make_shared<Asking>(this);
+    }
+  }
+  if (!question) {
+    thread_.post([this, handler = std::move(handler)] { handler(authorizationStatus()); });
+  } else if (!options_.consent) {
+    question->answer(false);
+  } else {
+    // Whoever is asked holds the only way to answer; once it is let go, nobody will.
+    const std::shared_ptr<Asking> link(question.get(), [question](Asking* ended) { ended->answer(std::nullopt); });
+    options_.consent->askForPhotos(options_.host, [link](bool allowed) { link->answer(allowed); });
+  }
+}
+
+void PhotoLibrary::decide(std::optional<bool> allowed) {
+  std::vector<AuthorizationHandler> handlers;
+  {
+    std::lock_guard lock(mutex_);
+    question_ = nullptr;
+    handlers.swap(waiting_);
+    if (allowed) decision_ = *allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
+  }
+  // A refusal for want of anybody to ask is no decision of the person's.
+  if (allowed && options_.consent && !record_.setPhotosAllowed(*allowed)) {
+    log_.log("the answer about photos could not be remembered in " + record_.path());
+  }
+  if (allowed && *allowed) {
+    catalogue_->start();
+    catalogue_->waitUntilOpened();
+  }
+  for (const AuthorizationHandler& handler : handlers) handler(authorizationStatus());
+}
+
+std::shared_ptr<const Snapshot> PhotoLibrary::forFetch() {
+  auto snapshot = catalogue_->snapshot();
+  std::lock_guard lock(mutex_);
+  fetched_ = std::max(fetched_, snapshot->generation());
+  return snapshot;
+}
+
+std::shared_ptr<const PHFetchResult<PHAssetCollection>> PhotoLibrary::fetchAssetCollections(PHAssetCollectionType type,
+                                                                                            PHAssetCollectionSubtype) {
+  if (!hasAccess()) return nothing<PHAssetCollection>();
+  const auto snapshot = forFetch();
+  return type == PHAssetCollectionTypeSmartAlbum ? snapshot->smartAlbums()
+         : type == PHAssetCollectionTypeAlbum    ? snapshot->folderAlbums()
+                                                 : nothing<PHAssetCollection>();
+}
+
+std::shared_ptr<const PHFetchResult<PHAsset>> PhotoLibrary::fetchAssets(const PHAssetCollection& collection,
+                                                                        const PHFetchOptions& options) {
+  if (!hasAccess()) return nothing<PHAsset>();
+  return forFetch()->answer(Question::about(collection.localIdentifier, options));
+}
+
+std::shared_ptr<const PHFetchResult<PHAsset>> PhotoLibrary::fetchAssetsWithLocalIdentifiers(
+    const std::vector<Identifier>& identifiers) {
+  if (identifiers.empty() || !hasAccess()) return nothing<PHAsset>();
+  Question question;
+  question.items = identifiers;
+  return forFetch()->answer(question);
+}
+
+void PhotoLibrary::setChangeHandler(ChangeHandler handler) {
+  auto next = handler ? std::make_shared<const ChangeHandler>(std::move(handler)) : nullptr;
+  bool missed;
+  {
+    std::unique_lock lock(mutex_);
+    handler_.swap(next);
+    missed = handler_ && fetched_ != 0 && fetched_ < catalogue_->snapshot()->generation();
+    if (!thread_.isCurrent()) handlerReturned_.wait(lock, [this] { return !handlerRunning_; });
+  }
+  // Whoever fetched before there was anyone to tell would wait for ever for the change in between.
+  if (missed) announce(catalogue_->snapshot());
+}
+
+void PhotoLibrary::announce(const std::shared_ptr<const Snapshot>& snapshot) {
+  thread_.post([this, snapshot] { deliver(snapshot); });
+}
+
+void PhotoLibrary::deliver(const std::shared_ptr<const Snapshot>& snapshot) {
+  std::shared_ptr<const ChangeHandler> handler;
+  {
+    std::lock_guard lock(mutex_);
+    handler = handler_;
+    handlerRunning_ = handler != nullptr;
+  }
+  if (!handler) return;
+  (*handler)(std::make_shared<LibraryChange>(snapshot, ledger_));
+  {
+    std::lock_guard lock(mutex_);
+    handlerRunning_ = false;
+  }
+  handlerReturned_.notify_all();
+}
+
+std::optional<PhotoLibrary::Details> PhotoLibrary::details(const Identifier& identifier) const {
+  const auto snapshot = catalogue_->snapshot();
+  const std::uint32_t position = snapshot->find(identifier);
+  if (position == Snapshot::kNowhere) return std::nullopt;
+  const Item& item = snapshot->itemAt(position);
+  return Details{pathOf(*snapshot, item), item.name, item.mediaType, item.facts.bytes, item.creationDate,
+                 item.facts.width, item.facts.height, item.duration, (item.facts.marks & ItemMarkFavorite) != 0};
+}
+
+std::variant<ItemLocation, NSError> PhotoLibrary::locate(const Identifier& identifier) const {
+  const auto snapshot = catalogue_->snapshot();
+  const std::uint32_t position = snapshot->find(identifier);
+  if (position == Snapshot::kNowhere) return unknownItem();
+  const Item& item = snapshot->itemAt(position);
+  const std::string path = pathOf(*snapshot, item);
+  return ItemLocation{path, fileUri(path), item.facts.format, item.facts.bytes, item.facts.modified,
+                      item.facts.width, item.facts.height, item.facts.orientation};
+}
+
+std::variant<Original, NSError> PhotoLibrary::fetchOriginal(const Identifier& identifier, const FetchOptions&) {
+  const auto snapshot = catalogue_->snapshot();
+  const std::uint32_t position = snapshot->find(identifier);
+  if (position == Snapshot::kNowhere) return unknownItem();
+  return Original{pathOf(*snapshot, snapshot->itemAt(position)), nullptr};
+}
+
+}  // namespace tlx::photolibrary

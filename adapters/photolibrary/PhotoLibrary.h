@@ -1,0 +1,113 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "adapters/photolibrary/AccessRecord.h"
+#include "adapters/photolibrary/Catalogue.h"
+#include "adapters/photolibrary/ItemStore.h"
+#include "adapters/photolibrary/PhotoConsent.h"
+#include "adapters/photolibrary/SerialThread.h"
+#include "tlx/platform/photos/PhotoLibraryPort.h"
+
+namespace tlx::photolibrary {
+
+/// The person's photo library on their own files.
+///
+/// What it holds. "Camera Roll" (everything), "Favorites", "Videos", "Panoramas", "Screenshots" and "Recently Deleted"
+/// (what the desktop's trash holds from under the roots), in this order; and one album for each folder that directly holds items.
+///
+/// Identity. An item's identifier comes from what its file system knows it by (see `FileKey`), an album's from its
+/// folder in the same way. It stays through restarts, renames and moves within a file system, and the loss of the index, and is never
+/// another file's: one that takes the place of a file under its name is a new item, and so is a copy.
+///
+/// Opening. The constructor asks the disk only whether the roots are there. With access, a thread reads the index and then looks at the files;
+/// until the index is read fetches answer what there is, which is nothing, so a program that does not want to start with an empty
+/// window calls `waitUntilOpened` once it has done what else it must: a hundred thousand items take less than a window's making.
+class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
+ public:
+  struct Options {
+    std::vector<std::string> roots;   ///< folders; empty for the XDG pictures and videos folders
+    std::string host;                 ///< the program on whose behalf access is asked and remembered
+    bool preauthorised = false;       ///< the person named the folders: nobody need be asked, nothing is remembered
+    PhotoConsent* consent = nullptr;  ///< unretained: outlives the library; without one, asking is refused
+    std::string cacheFolder;          ///< for the index; empty for tlx-media-picker in the XDG cache folder
+    std::string configFolder;         ///< for the access records; empty for tlx-media-picker in the XDG configuration folder
+  };
+  /// `log` outlives the library.
+  PhotoLibrary(Options options, SystemLogPort& log);
+  /// With another source than a folder tree.
+  PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log);
+  /// Main thread. Joins the library's threads; no handler is called once it has returned.
+  ~PhotoLibrary() override;
+
+  /// Any thread but the library's own. They return at once without access.
+  void waitUntilOpened() const { catalogue_->waitUntilOpened(); }
+  /// Until the newest look at the files asked for is done and fetches see its outcome.
+  void waitUntilScanned() const { catalogue_->waitUntilScanned(); }
+  /// Looks at the files again. Any thread; returns at once. What is found to have changed is announced as a change.
+  void rescan() { catalogue_->rescan(); }
+
+  /// What a program shows or tells of an item.
+  struct Details {
+    std::string path;
+    std::string name;  ///< of the file; not necessarily UTF-8
+    PHAssetMediaType mediaType = PHAssetMediaTypeUnknown;
+    std::int64_t bytes = 0;
+    double created = 0;                  ///< seconds since 1970 UTC
+    std::int32_t width = 0, height = 0;  ///< upright; 0 when the header did not say
+    double duration = 0;                 ///< seconds
+    bool favorite = false;
+  };
+  /// Any thread; asks no disk. Nothing for an item that the library does not hold.
+  std::optional<Details> details(const Identifier& identifier) const;
+
+  // PhotoLibraryPort. A root that is missing or unreadable holds nothing; when all are, that is no access.
+  PHAuthorizationStatus authorizationStatus() const override;
+  void requestAuthorization(AuthorizationHandler handler) override;
+  std::shared_ptr<const PHFetchResult<PHAssetCollection>> fetchAssetCollections(PHAssetCollectionType type,
+                                                                                PHAssetCollectionSubtype subtype) override;
+  std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssets(const PHAssetCollection& collection,
+                                                            const PHFetchOptions& options) override;
+  std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssetsWithLocalIdentifiers(
+      const std::vector<Identifier>& identifiers) override;
+  void setChangeHandler(ChangeHandler handler) override;
+
+  // ItemStore.
+  std::variant<ItemLocation, NSError> locate(const Identifier& identifier) const override;
+  std::variant<Original, NSError> fetchOriginal(const Identifier& identifier, const FetchOptions& options) override;
+
+ private:
+  struct Asking;
+
+  bool hasAccess() const { return authorizationStatus() == PHAuthorizationStatusAuthorized; }
+  std::shared_ptr<const Snapshot> forFetch();
+  void decide(std::optional<bool> allowed);
+  void announce(const std::shared_ptr<const Snapshot>& snapshot);
+  void deliver(const std::shared_ptr<const Snapshot>& snapshot);
+
+  const Options options_;
+  SystemLogPort& log_;
+  const AccessRecord record_;
+  const std::shared_ptr<FetchLedger> ledger_;
+
+  mutable std::mutex mutex_;  ///< guards what follows
+  std::condition_variable handlerReturned_;
+  PHAuthorizationStatus decision_;
+  std::shared_ptr<Asking> question_;  ///< put to the person, not yet answered
+  std::vector<AuthorizationHandler> waiting_;
+  std::shared_ptr<const ChangeHandler> handler_;
+  bool handlerRunning_ = false;
+  std::uint64_t fetched_ = 0;  ///< the generation of the newest snapshot that a fetch was answered from
+
+  SerialThread thread_;
+  std::unique_ptr<Catalogue> catalogue_;  ///< last: its thread ends first
+};
+
+}  // namespace tlx::photolibrary

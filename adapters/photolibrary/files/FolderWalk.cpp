@@ -1,0 +1,352 @@
+#include "adapters/photolibrary/files/FolderWalk.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <strings.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <map>
+#include <thread>
+
+#include "adapters/photolibrary/files/Trash.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+/// Few enough that the workers share even one big folder and results come early, many enough that handing over costs nothing.
+constexpr std::size_t kFilesAtOnce = 64;
+
+bool mayPass(int error) {
+  switch (error) {
+    case ENOENT: case ENOTDIR: case ELOOP: case EACCES: case EPERM: case ENAMETOOLONG: return false;
+    default: return true;
+  }
+}
+
+bool startsWithScreenshot(std::string_view name) { return name.size() >= 10 && strncasecmp(name.data(), "Screenshot", 10) == 0; }
+
+/// Programs that take screenshots name them so, or keep them in a folder named so, and rarely say it inside.
+bool lookedLikeScreenshot(const std::string& folder, const std::string& name) {
+  const std::string place = folder.substr(folder.rfind('/') + 1);
+  return startsWithScreenshot(name) || strcasecmp(place.c_str(), "Screenshots") == 0;
+}
+
+bool sameFile(const KnownFiles::File& known, const FileStatus& status) {
+  return known.key == status.key && known.bytes == status.bytes && known.modified == status.modified;
+}
+
+std::string realPath(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
+  return real ? std::string(real.get()) : path;
+}
+
+/// Whether a walk of `upper` meets `path` anyway.
+bool isWalkedFrom(const std::string& upper, const std::string& path) {
+  const std::string prefix = upper == "/" ? upper : upper + "/";
+  return path == upper || (path.starts_with(prefix) && path.find("/.", prefix.size() - 1) == std::string::npos);
+}
+
+}  // namespace
+
+FolderWalk::Place FolderWalk::Place::below(const std::string& name) const {
+  Place place = *this;
+  place.path += (path == "/" ? "" : "/") + name;
+  place.relative += (relative.empty() ? "" : "/") + name;
+  place.followLink = false;
+  return place;
+}
+
+FolderWalk::FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, WalkListener& listener,
+                       std::stop_token stop)
+    : roots_(roots),
+      known_(known),
+      listener_(listener),
+      stop_(std::move(stop)),
+      crew_(std::max(1u, std::thread::hardware_concurrency())) {}
+
+WalkOutcome FolderWalk::run() {
+  addTrash();
+  addRoots();
+  crew_.run();
+  while (!links_.empty() && !stop_.stop_requested()) {
+    followLinks();
+    crew_.run();
+  }
+  return {!stop_.stop_requested(), std::move(unreachable_)};
+}
+
+void FolderWalk::addRoots() {
+  std::vector<std::string> real;
+  for (const std::string& root : roots_) real.push_back(realPath(root));
+  for (std::size_t i = roots_.size(); i-- > 0;) {
+    bool covered = false;
+    for (std::size_t j = 0; j < roots_.size(); ++j) {
+      covered |= j != i && isWalkedFrom(real[j], real[i]) && (real[j] != real[i] || j < i);
+    }
+    if (!covered) crew_.add([this, place = Place{roots_[i], i, "", false, true}] { enter(place); });
+  }
+}
+
+void FolderWalk::addTrash() {
+  struct Bin {
+    std::size_t root;
+    std::vector<std::string> names;
+  };
+  std::map<std::string, Bin> bins;
+  for (const TrashedFile& trashed : listTrash(roots_)) {
+    const auto status = statuses_.read(AT_FDCWD, trashed.folder + "/" + trashed.name, false);
+    if (!status) continue;
+    if (status->kind == FileStatus::Kind::Folder) {
+      const Place bin{trashed.folder, trashed.root, "", true, false};
+      crew_.add([this, place = bin.below(trashed.name)] { enter(place); });
+    } else {
+      // One folder to the library, though its files may come from several roots: the first stands for it.
+      Bin& bin = bins.emplace(trashed.folder, Bin{trashed.root, {}}).first->second;
+      bin.root = std::min(bin.root, trashed.root);
+      bin.names.push_back(trashed.name);
+    }
+  }
+  for (auto& [folder, bin] : bins) {
+    crew_.add([this, place = Place{folder, bin.root, "", true, true}, names = std::move(bin.names)] {
+      if (const auto opened = open(place)) addFiles(opened, names);
+    });
+  }
+}
+
+void FolderWalk::rememberUnreachable(const Place& place, int error) {
+  std::lock_guard lock(mutex_);
+  // A root that is not there is a disk that is not plugged in more often than a library thrown away.
+  if (mayPass(error) || place.isRoot()) unreachable_.push_back(place.path);
+}
+
+std::shared_ptr<FolderWalk::OpenFolder> FolderWalk::open(const Place& place) {
+  if (stop_.stop_requested()) return nullptr;
+  auto folder = std::make_shared<OpenFolder>();
+  const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK | (place.followLink ? 0 : O_NOFOLLOW);
+  folder->descriptor = FileDescriptor(::open(place.path.c_str(), flags));
+  const auto status = folder->descriptor ? statuses_.read(folder->descriptor.get(), "", false) : std::nullopt;
+  if (!status) {
+    rememberUnreachable(place, errno);
+    return nullptr;
+  }
+  if (!place.trashed) {
+    std::lock_guard lock(mutex_);
+    if (!visited_.emplace(status->device, status->key.number).second) return nullptr;
+  }
+  folder->place = place;
+  folder->known = known_.inFolder(place.path);
+  folder->folder = {place.path, place.root, place.relative, place.trashed, status->key, {}};
+  if (status->key.born != 0) {
+    folder->folder.identifier = deriveIdentifier(status->key);
+  } else if (const Folder* known = known_.folderWithoutBirth(status->key)) {
+    folder->folder.identifier = known->identifier;
+  } else {
+    folder->folder.identifier = mintIdentifier();
+  }
+  return folder;
+}
+
+void FolderWalk::enter(const Place& place) {
+  const auto folder = open(place);
+  if (!folder) return;
+  Listing listing = list(folder->descriptor.get());
+  if (listing.broken) {
+    rememberUnreachable(place, EIO);
+    return;
+  }
+  if (listing.excluded && !place.isRoot()) return;
+  for (const std::string& name : listing.folders) crew_.add([this, next = place.below(name)] { enter(next); });
+  if (!listing.links.empty() && !place.trashed) {
+    std::lock_guard lock(mutex_);
+    for (std::string& name : listing.links) links_.push_back({place, std::move(name)});
+  }
+  addFiles(folder, std::move(listing.files));
+}
+
+FolderWalk::Listing FolderWalk::list(int folder) {
+  Listing listing;
+  const int own = ::fcntl(folder, F_DUPFD_CLOEXEC, 0);
+  DIR* const stream = own < 0 ? nullptr : ::fdopendir(own);
+  if (!stream) {
+    if (own >= 0) ::close(own);
+    listing.broken = true;
+    return listing;
+  }
+  errno = 0;
+  for (const dirent* entry; (entry = ::readdir(stream)); errno = 0) {
+    const std::string name = entry->d_name;
+    if (name == ".nomedia") listing.excluded = true;
+    if (name.starts_with('.')) continue;
+    switch (entry->d_type) {
+      case DT_REG: case DT_UNKNOWN: listing.files.push_back(name); break;
+      case DT_DIR: listing.folders.push_back(name); break;
+      case DT_LNK: listing.links.push_back(name); break;
+      default: break;
+    }
+  }
+  listing.broken = errno != 0;
+  ::closedir(stream);
+  return listing;
+}
+
+void FolderWalk::addFiles(const std::shared_ptr<OpenFolder>& folder, std::vector<std::string> names) {
+  // The last part goes first: where a camera numbered the files, the newest are known before the rest.
+  std::sort(names.begin(), names.end());
+  for (std::size_t start = 0; start < names.size(); start += kFilesAtOnce) {
+    const auto first = names.begin() + static_cast<std::ptrdiff_t>(start);
+    const auto last = names.begin() + static_cast<std::ptrdiff_t>(std::min(start + kFilesAtOnce, names.size()));
+    crew_.add([this, folder, part = std::vector<std::string>(std::make_move_iterator(first), std::make_move_iterator(last))] {
+      lookAt(*folder, part);
+    });
+  }
+}
+
+void FolderWalk::lookAt(const OpenFolder& folder, const std::vector<std::string>& names) {
+  FolderFindings findings;
+  for (const std::string& name : names) {
+    if (stop_.stop_requested()) return;
+    look(folder, name, false, findings);
+  }
+  findings.folder = folder.folder;
+  listener_.found(std::move(findings));
+}
+
+void FolderWalk::look(const OpenFolder& folder, const std::string& name, bool followLink, FolderFindings& findings) {
+  const auto status = statuses_.read(folder.descriptor.get(), name, followLink);
+  const auto by = [](const KnownFiles::File& file, const std::string& other) { return file.name < other; };
+  const auto known = std::lower_bound(folder.known.begin(), folder.known.end(), name, by);
+  const bool isKnown = known != folder.known.end() && known->name == name;
+  if (!status) {
+    // Gone since it was listed, or the disk stumbled: only the first takes it out.
+    if (isKnown && mayPass(errno) && known->position != Snapshot::kNowhere) findings.unchanged.push_back(known->position);
+    return;
+  }
+  if (status->kind == FileStatus::Kind::Folder && !followLink) {
+    crew_.add([this, next = folder.place.below(name)] { enter(next); });
+  } else if (status->kind == FileStatus::Kind::Link && !folder.place.trashed) {
+    std::lock_guard lock(mutex_);
+    links_.push_back({folder.place, name});
+  } else if (status->kind == FileStatus::Kind::Regular && status->bytes > 0) {
+    if (!isKnown || !sameFile(*known, *status)) {
+      examine(folder, name, *status, followLink, findings);
+    } else if (known->position != Snapshot::kNowhere) {
+      findings.unchanged.push_back(known->position);
+    } else {
+      findings.rejected.push_back({name, known->key, known->bytes, known->modified});
+    }
+  }
+}
+
+std::string FolderWalk::identify(const OpenFolder& folder, const std::string& name, const FileStatus& status) const {
+  // A disk that came back under another file system id, as some do after a restart: everything else is as it was.
+  const auto by = [](const KnownFiles::File& file, const std::string& other) { return file.name < other; };
+  const auto known = std::lower_bound(folder.known.begin(), folder.known.end(), name, by);
+  if (known != folder.known.end() && known->name == name && known->position != Snapshot::kNowhere &&
+      known->key.number == status.key.number && known->key.born == status.key.born && known->bytes == status.bytes &&
+      known->modified == status.modified) {
+    return known_.snapshot().itemAt(known->position).localIdentifier.string();
+  }
+  if (status.key.born != 0) return deriveIdentifier(status.key);
+  // Without a birth time the inode number alone may be another file's by now: the same place, or the same content as far as
+  // size and time tell, must speak for it.
+  if (const Item* item = known_.itemWithoutBirth(status.key)) {
+    const bool samePlace = name == item->name && known_.snapshot().folders()[item->folder]->path == folder.place.path;
+    const bool sameContent = item->facts.bytes == status.bytes && item->facts.modified == status.modified;
+    if (samePlace || sameContent) return item->localIdentifier.string();
+  }
+  return mintIdentifier();
+}
+
+void FolderWalk::examine(const OpenFolder& folder, const std::string& name, const FileStatus& status, bool linked,
+                         FolderFindings& findings) {
+  FoundItem found;
+  found.identifier = identify(folder, name, status);
+  found.name = name;
+  found.linked = linked;
+  const Item* known = known_.item(found.identifier);
+  if (known && known->facts.bytes == status.bytes && known->facts.modified == status.modified) {
+    found.mediaType = known->mediaType;
+    found.created = known->creationDate;
+    found.duration = known->duration;
+    found.facts = known->facts;
+    found.facts.marks &= static_cast<std::uint8_t>(~ItemMarkScreenshotPlace);
+  } else {
+    const FileDescriptor file = openRegularFile(folder.descriptor.get(), name, status, linked);
+    if (!file) return;
+    const auto probed = probeMedia(file.get(), folder.place.path + "/" + name);
+    if (const NSError* error = std::get_if<NSError>(&probed)) {
+      const bool settled = error->code == PhotoLibraryErrorUnsupported || error->code == PhotoLibraryErrorDamaged;
+      if (settled) findings.rejected.push_back({name, status.key, status.bytes, status.modified});
+      return;
+    }
+    const MediaInfo& info = std::get<MediaInfo>(probed);
+    found.mediaType = info.mediaType;
+    found.created = info.captureDate.value_or(static_cast<double>(status.modified) / 1e9);
+    found.duration = info.duration;
+    found.facts.width = info.width;
+    found.facts.height = info.height;
+    found.facts.format = info.format;
+    found.facts.orientation = static_cast<std::uint8_t>(info.orientation);
+    found.facts.marks = static_cast<std::uint8_t>((info.favorite ? ItemMarkFavorite : 0) | (info.panorama ? ItemMarkPanorama : 0) |
+                                                  (info.screenshot ? ItemMarkScreenshot : 0));
+  }
+  if (found.mediaType == PHAssetMediaTypeImage && lookedLikeScreenshot(folder.place.path, name)) {
+    found.facts.marks |= ItemMarkScreenshotPlace;
+  }
+  found.facts.key = status.key;
+  found.facts.bytes = status.bytes;
+  found.facts.modified = status.modified;
+  findings.fresh.push_back(std::move(found));
+}
+
+bool FolderWalk::leadsAboveARoot(const std::string& path) const {
+  const std::string prefix = path == "/" ? path : path + "/";
+  return std::any_of(roots_.begin(), roots_.end(), [&](const std::string& root) {
+    const std::string real = realPath(root);
+    return real == path || real.starts_with(prefix);
+  });
+}
+
+void FolderWalk::followLinks() {
+  std::vector<Link> links = std::move(links_);
+  links_.clear();
+  std::sort(links.begin(), links.end(), [](const Link& a, const Link& b) {
+    return std::tie(a.place.path, a.name) < std::tie(b.place.path, b.name);
+  });
+  for (auto link = links.begin(); link != links.end() && !stop_.stop_requested();) {
+    const Place place = link->place;
+    const auto next = std::find_if(link, links.end(), [&](const Link& other) { return other.place.path != place.path; });
+    OpenFolder folder;
+    folder.place = place;
+    folder.descriptor = FileDescriptor(::open(place.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const auto own = folder.descriptor ? statuses_.read(folder.descriptor.get(), "", false) : std::nullopt;
+    if (own) {
+      const Folder* known = own->key.born == 0 ? known_.folderWithoutBirth(own->key) : nullptr;
+      folder.folder = {place.path, place.root, place.relative, place.trashed, own->key,
+                       own->key.born != 0 ? deriveIdentifier(own->key) : known ? known->identifier : mintIdentifier()};
+      folder.known = known_.inFolder(place.path);
+      FolderFindings findings;
+      for (; link != next; ++link) {
+        const Place target = place.below(link->name);
+        const auto status = statuses_.read(folder.descriptor.get(), link->name, true);
+        if (!status) continue;
+        if (status->kind == FileStatus::Kind::Regular) {
+          look(folder, link->name, true, findings);
+        } else if (status->kind == FileStatus::Kind::Folder && !leadsAboveARoot(realPath(target.path))) {
+          // One after the other: of two links to one folder the first by name is the one that is entered.
+          Place through = target;
+          through.followLink = true;
+          enter(through);
+        }
+      }
+      findings.folder = folder.folder;
+      listener_.found(std::move(findings));
+    }
+    link = next;
+  }
+}
+
+}  // namespace tlx::photolibrary
