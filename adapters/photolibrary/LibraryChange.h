@@ -3,9 +3,8 @@
 #include <memory>
 #include <utility>
 
-#include "tlx/platform/photos/PHChange.h"
-
 #include "adapters/photolibrary/Snapshot.h"
+#include "tlx/platform/photos/PHChange.h"
 
 namespace tlx::photolibrary {
 
@@ -16,8 +15,7 @@ class LibraryChange final : public PHChange {
   LibraryChange(std::shared_ptr<const Snapshot> after, std::shared_ptr<const FetchLedger> ledger)
       : after_(std::move(after)), ledger_(std::move(ledger)) {}
 
-  std::shared_ptr<const PHFetchResultChangeDetails> changeDetailsForFetchResult(
-      const AssetResult& result) const override;
+  std::shared_ptr<const PHFetchResultChangeDetails> changeDetailsForFetchResult(const AssetResult& result) const override;
 
  private:
   std::shared_ptr<const Snapshot> after_;

@@ -18,9 +18,7 @@ SerialThread::SerialThread() {
   });
 }
 
-SerialThread::~SerialThread() {
-  stop();
-}
+SerialThread::~SerialThread() { stop(); }
 
 void SerialThread::stop() {
   thread_.request_stop();

@@ -18,10 +18,6 @@ constexpr double kPieRadius = 0.78;
 
 }  // namespace
 
-bool CERoundProgressLayer::needsDisplayForKey(const std::string& key) const {
-  return key == kProgressKey;
-}
-
 std::shared_ptr<CALayer> CERoundProgressLayer::makeCopy() const {
   auto copy = std::make_shared<CERoundProgressLayer>();
   copy->initWithLayer(*this);
@@ -59,16 +55,19 @@ void CERoundProgressLayer::drawInContext(CGContext& context) {
 }
 
 std::optional<float> CERoundProgressLayer::valueForKey(const std::string& key) const {
-  if (needsDisplayForKey(key)) return progress_;
-  return CALayer::valueForKey(key);
+  return key == kProgressKey ? progress_ : CALayer::valueForKey(key);
 }
 
 void CERoundProgressLayer::setValueForKey(const std::string& key, float value) {
-  if (needsDisplayForKey(key)) {
+  if (key == kProgressKey) {
     setProgress(value);
   } else {
     CALayer::setValueForKey(key, value);
   }
+}
+
+bool CERoundProgressLayer::needsDisplayForKey(const std::string& key) const {
+  return key == kProgressKey || CALayer::needsDisplayForKey(key);
 }
 
 }  // namespace tlx

@@ -12,9 +12,6 @@ namespace tlx {
 /// A ring around a pie that shrinks as the progress grows: a full disc at 0, the ring alone at 1.
 class CERoundProgressLayer : public CALayer {
  public:
-  /// Whether a change of the key's value is to be drawn anew: so for "progress".
-  bool needsDisplayForKey(const std::string& key) const override;
-
   std::shared_ptr<CALayer> makeCopy() const override;
   void initWithLayer(const CALayer& layer) override;
   /// Draws into the bounds, less 5 points at each edge. A progress of 0 becomes 0.000001 and the start angle straight
@@ -22,6 +19,8 @@ class CERoundProgressLayer : public CALayer {
   void drawInContext(CGContext& context) override;
   std::optional<float> valueForKey(const std::string& key) const override;
   void setValueForKey(const std::string& key, float value) override;
+  /// So for "progress".
+  bool needsDisplayForKey(const std::string& key) const override;
 
   /// Part of the whole, from 0 to 1.
   float progress() const { return progress_; }

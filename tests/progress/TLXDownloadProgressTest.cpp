@@ -1,0 +1,86 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tlx/platform/uikit/PlatformClasses.h"
+#include "tlx/progress/ProgressClasses.h"
+#include "tlx/progress/TLXDownloadProgress.h"
+
+#include "adapters/memory/MemoryPlatform.h"
+#include "tests/support/ConnectOutlets.h"
+
+namespace tlx {
+namespace {
+
+using memory::MemoryPlatform;
+
+class PanelTest : public testing::Test, public TLXDownloadProgressDelegate {
+ protected:
+  PanelTest() {
+    registerPlatformClasses();
+    registerProgressClasses();
+    panel->initWithCoder();
+    connectOutlets(panel);
+    panel->btnCancel.lock()->addSceneAction(panel, TLXDownloadProgress::classObject().actions.at(0),
+                                            UIControlEventTouchUpInside);
+    panel->awakeFromNib();
+  }
+  ~PanelTest() override { panel->customDelegate = nullptr; }
+
+  void cancelDownload() override { seenAtCancel.push_back(look()); }
+
+  std::string look() const {
+    return panel->lblHeader1.lock()->text() + " / " + panel->lblHeader2.lock()->text() +
+           (panel->btnCancel.lock()->isHidden() ? "" : " / cancel");
+  }
+
+  MemoryPlatform platform;
+  std::shared_ptr<TLXDownloadProgress> panel = std::make_shared<TLXDownloadProgress>();
+  std::vector<std::string> seenAtCancel;
+};
+
+TEST_F(PanelTest, ColoursItsIndicatorAndStartsAtNone) {
+  const auto indicator = panel->viewDownloadProgress.lock();
+  EXPECT_EQ(indicator->tintColor(), (UIColor{1, 1, 1, 0.6}));
+  EXPECT_EQ(indicator->trackColor(), UIColor::redColor());
+  EXPECT_EQ(indicator->progress(), 0.0f);
+}
+
+TEST_F(PanelTest, ChangesItsLookBeforeItTellsOfACancel) {
+  panel->customDelegate = this;
+  panel->showCancelBtn();
+  EXPECT_EQ(look(), "DOWNLOADING / from iCloud / cancel");
+  EXPECT_TRUE(panel->btnCancel.lock()->press());
+  EXPECT_THAT(seenAtCancel, testing::ElementsAre("Importing / from library"));
+  panel->showCancelBtn();
+  EXPECT_EQ(look(), "DOWNLOADING / from iCloud / cancel");
+}
+
+TEST_F(PanelTest, OnlyChangesItsLookWithoutADelegate) {
+  panel->showCancelBtn();
+  panel->btnDownloadCancelPressed(nullptr);
+  EXPECT_EQ(look(), "Importing / from library");
+}
+
+TEST_F(PanelTest, CountsAsItIsTold) {
+  const struct {
+    std::int64_t done, total;
+    const char* text;
+  } rows[] = {{3, 10, "3/10"}, {0, 0, "0/0"}, {-1, 1'000'000, "-1/1000000"}};
+  for (const auto& row : rows) {
+    panel->updateCompletionCount_totalCount(row.done, row.total);
+    EXPECT_EQ(panel->lblCompletionCount.lock()->text(), row.text);
+  }
+}
+
+TEST(TLXDownloadProgress, DoesNothingThroughOutletsThatAreNotConnected) {
+  MemoryPlatform platform;
+  TLXDownloadProgress panel;
+  panel.initWithCoder();
+  panel.awakeFromNib();
+  panel.showCancelBtn();
+  panel.btnDownloadCancelPressed(nullptr);
+  panel.updateCompletionCount_totalCount(1, 2);
+}
+
+}  // namespace
+}  // namespace tlx

@@ -1,0 +1,283 @@
+#include "tlx/views/AlbumPickerTableViewController.h"
+
+#include "tests/views/ViewsTest.h"
+
+namespace tlx {
+namespace {
+
+using memory::LibraryContents;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr UIColor kAccent{62 / 255.0, 193 / 255.0, 199 / 255.0, 1.0};
+
+class AlbumListTest : public ViewsTest {
+ protected:
+  struct Delegate : AlbumPickerDelegate {
+    void pickedAlbumWithAlbumModel(const std::shared_ptr<AlbumModel>& album) override {
+      log.push_back(album->getAlbumName() + (album->isAlbumSelected() ? "" : " without its mark"));
+    }
+    std::optional<UIFontRef> fontsForKey(const std::string& key) override {
+      const auto found = fonts.find(key);
+      return answersFonts ? std::optional(found == fonts.end() ? nullptr : found->second) : std::nullopt;
+    }
+
+    bool answersFonts = false;
+    std::map<std::string, UIFontRef> fonts;
+    std::vector<std::string> log;
+  };
+
+  /// A list that has settled on its first album, presented as the picker presents it.
+  void open(const std::vector<std::string>& userAlbums = {"A", "B", "C"}) {
+    platform.library.edit([&](LibraryContents& library) {
+      library.addSmartAlbum("Camera Roll", photos("p", 3));
+      for (const auto& title : userAlbums) library.addUserAlbum(title, photos(title, 2));
+    });
+    openLibrary();
+    list = makeList();
+    list->customDelegate = delegate;
+    platform.advance(0.2);
+    list->setModalPresentationStyle(UIModalPresentationPopover);
+    platform.application.host()->presentViewController_animated_completion(list, true, nullptr);
+    platform.advance(1);
+    delegate->log.clear();
+  }
+  std::shared_ptr<TableViewCell> cell(std::int64_t row) const {
+    return std::dynamic_pointer_cast<TableViewCell>(list->tableView()->cellForRowAtIndexPath({0, row}));
+  }
+  /// Names of the albums that bear the mark.
+  std::vector<std::string> marked() const {
+    std::vector<std::string> names;
+    for (const auto& known : photoManager->albumList()) {
+      if (known->isAlbumSelected()) names.push_back(known->getAlbumName());
+    }
+    return names;
+  }
+  bool isPresented() const { return list->presentingViewController() != nullptr; }
+  bool shownAsCurrent(std::int64_t row) const { return cell(row)->lblFolderName.lock()->textColor() == kAccent; }
+  void tap(std::int64_t row) {
+    EXPECT_TRUE(list->tableView()->tappedAt({0, row}));
+    platform.advance(1);
+  }
+
+  std::shared_ptr<Delegate> delegate = std::make_shared<Delegate>();
+  std::shared_ptr<AlbumPickerTableViewController> list;
+};
+
+TEST_F(AlbumListTest, ReportsItsFirstAlbumATenthOfASecondAfterItIsMade) {
+  platform.library.edit([](LibraryContents& library) {
+    library.addUserAlbum("Trip", photos("t", 1));
+    library.addSmartAlbum("Camera Roll", photos("p", 1));
+  });
+  openLibrary();
+  list = makeList();
+  list->customDelegate = delegate;
+  EXPECT_TRUE(list->isViewLoaded()) << "waking loads the view";
+  ASSERT_TRUE(list->tableView()->tableFooterView());
+  EXPECT_EQ(list->tableView()->tableFooterView()->frame().size.height, 0);
+  EXPECT_EQ(list->getView(), list->view());
+  platform.advance(0.099);
+  EXPECT_THAT(delegate->log, IsEmpty());
+  EXPECT_FALSE(list->lastSelectedAlbum);
+  platform.advance(0.001);
+  EXPECT_THAT(delegate->log, ElementsAre("Camera Roll"));
+  EXPECT_EQ(list->lastSelectedAlbum, album(0));
+  platform.advance(1);
+  EXPECT_EQ(delegate->log.size(), 1u);
+}
+
+TEST_F(AlbumListTest, ReportsNothingWhereThereIsNothingOrNobodyLeft) {
+  openLibrary();
+  list = makeList();
+  list->customDelegate = delegate;
+  platform.advance(1);
+  EXPECT_THAT(delegate->log, IsEmpty());
+  EXPECT_EQ(list->tableView_numberOfRowsInSection(*list->tableView(), 0), 0);
+
+  const std::weak_ptr<AlbumPickerTableViewController> gone = makeList();
+  subscribers.clear();
+  EXPECT_TRUE(gone.expired()) << "the first load that is to come does not keep the list";
+  platform.advance(1);
+}
+
+TEST_F(AlbumListTest, MeasuresItsRowsByTheWindow) {
+  const struct {
+    double width;
+    std::optional<UIUserInterfaceIdiom> idiom;
+    double height;
+  } rows[] = {{375, UIUserInterfaceIdiomPhone, 60},
+              {390, std::nullopt, 63},  // a device that does not tell counts as a phone
+              {768, UIUserInterfaceIdiomPad, 54}};
+  openLibrary();
+  list = makeList();
+  for (const auto& row : rows) {
+    platform.application.openWindow({row.width, 800});
+    platform.application.setIdiom(row.idiom);
+    EXPECT_EQ(list->tableView_heightForRowAtIndexPath(*list->tableView(), {0, 0}), row.height) << row.width;
+    EXPECT_EQ(list->flImageWidth, row.height);
+  }
+  platform.application.closeWindow();
+  EXPECT_EQ(list->tableView_heightForRowAtIndexPath(*list->tableView(), {0, 0}), 0) << "no window, no width";
+}
+
+TEST_F(AlbumListTest, FillsItsRows) {
+  memory::ItemScript script;
+  script.colour = 0x123456;
+  platform.images.setScript("p0", script);
+  open({"A"});
+  const auto current = cell(0), other = cell(1);
+  EXPECT_EQ(current->lblFolderName.lock()->text(), "Camera Roll");
+  EXPECT_EQ(current->lblFolderImageNo.lock()->text(), "3");
+  EXPECT_EQ(colourOf(current->imgViewFolderIcon.lock()->image()), 0x123456) << "the newest item";
+  EXPECT_EQ(current->imgViewFolderIcon.lock()->frame(), CGRectMake(0, 0, 60, 60));
+  EXPECT_TRUE(current->imgViewFolderIcon.lock()->clipsToBounds());
+  EXPECT_EQ(current->imgViewFolderIcon.lock()->contentMode(), UIViewContentModeScaleAspectFill);
+  EXPECT_EQ(current->lblFolderName.lock()->frame().origin.x, 76);
+  EXPECT_EQ(current->lblFolderImageNo.lock()->frame().origin.x, 0) << "the count stays where its scene puts it";
+  const auto request = platform.images.requests().front();
+  EXPECT_TRUE(request.imageOptions.synchronous);
+  EXPECT_EQ(request.imageOptions.deliveryMode, PHImageRequestOptionsDeliveryModeOpportunistic);
+  EXPECT_EQ(request.targetSize, (CGSize{130, 130}));
+  EXPECT_EQ(request.contentMode, PHImageContentModeAspectFill);
+  EXPECT_FALSE(request.imageOptions.networkAccessAllowed);
+
+  EXPECT_EQ(current->lblFolderName.lock()->textColor(), kAccent);
+  EXPECT_EQ(current->lblFolderImageNo.lock()->textColor(), kAccent);
+  EXPECT_EQ(other->lblFolderName.lock()->textColor(), (UIColor{69 / 255.0, 92 / 255.0, 102 / 255.0, 1.0}));
+  EXPECT_EQ(other->lblFolderImageNo.lock()->textColor(), (UIColor{69 / 255.0, 92 / 255.0, 102 / 255.0, 0.4}));
+  EXPECT_EQ(current->backgroundColor(), UIColor::clearColor());
+  EXPECT_EQ(current->selectionStyle(), UITableViewCellSelectionStyleNone);
+}
+
+TEST_F(AlbumListTest, CountsWithoutGroupingAndShowsNoImageWhereThereIsNone) {
+  memory::ItemScript broken;
+  broken.error = NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorDamaged, "Damaged"};
+  platform.images.setDefaultScript(broken);
+  openLibrary();
+  const auto row = makeCell<TableViewCell>(CGRectMake(0, 0, 320, 60));
+  row->imgViewFolderIcon.lock()->setImage(tlx_imageWithName("camera"));
+  row->updateCell_forIndexPath(
+      AlbumModel::initAlbumModelWithIdentifier_assetCollection_albumName_mediaCount("a", nullptr, "Many", 1'234), {});
+  EXPECT_EQ(row->lblFolderImageNo.lock()->text(), "1234");
+  EXPECT_FALSE(row->imgViewFolderIcon.lock()->image()) << "not the one of the row's former album";
+}
+
+TEST_F(AlbumListTest, TakesFontsFromTheDelegateOnlyWhereItAnswers) {
+  open({"A"});
+  const auto fonts = [&] {
+    list->tableView()->reloadData();
+    platform.runUntilIdle();
+    std::vector<std::string> names;
+    for (std::int64_t row : {0, 1}) {
+      const auto name = cell(row)->lblFolderName.lock()->font(), count = cell(row)->lblFolderImageNo.lock()->font();
+      EXPECT_EQ(name ? name->fontName() : "", count ? count->fontName() : "");
+      names.push_back(name ? name->fontName() + ":" + std::to_string(static_cast<int>(name->pointSize())) : "default");
+    }
+    return names;
+  };
+  EXPECT_THAT(fonts(), ElementsAre("Raleway-Bold:12", "Raleway-Regular:12")) << "no answer leaves the row's own";
+  delegate->answersFonts = true;
+  delegate->fonts["Raleway-Bold:14"] = UIFont::fontWithName_size("Host Bold", 20);
+  EXPECT_THAT(fonts(), ElementsAre("Host Bold:20", "default")) << "no font under a key resets the labels";
+  delegate->fonts["Raleway-Medium:14"] = UIFont::fontWithName_size("Host Medium", 21);
+  EXPECT_THAT(fonts(), ElementsAre("Host Bold:20", "Host Medium:21"));
+  list->customDelegate.reset();
+  EXPECT_THAT(fonts(), ElementsAre("Raleway-Bold:12", "Raleway-Regular:12"));
+}
+
+TEST_F(AlbumListTest, AChoiceMovesTheMarkTellsAndCloses) {
+  open();
+  EXPECT_TRUE(shownAsCurrent(0));
+  const auto requestsBefore = platform.images.requests().size();
+  EXPECT_TRUE(list->tableView()->tappedAt({0, 3}));
+  platform.runUntilIdle();
+  EXPECT_THAT(delegate->log, ElementsAre("C"));
+  EXPECT_THAT(marked(), ElementsAre("C"));
+  EXPECT_FALSE(shownAsCurrent(0));
+  EXPECT_TRUE(shownAsCurrent(3));
+  EXPECT_EQ(platform.images.requests().size(), requestsBefore + 2) << "two rows are drawn again";
+  platform.advance(1);
+  EXPECT_FALSE(isPresented());
+
+  tap(3);
+  EXPECT_THAT(marked(), ElementsAre("C")) << "the current album stays current";
+  EXPECT_EQ(delegate->log.size(), 2u) << "and is told again";
+}
+
+TEST_F(AlbumListTest, ATapOnARowWhoseAlbumIsGoneDoesNothing) {
+  open();
+  list->tableView_didSelectRowAtIndexPath(*list->tableView(), {0, 4});
+  EXPECT_THAT(delegate->log, IsEmpty());
+  EXPECT_THAT(marked(), ElementsAre("Camera Roll"));
+  EXPECT_TRUE(isPresented());
+}
+
+TEST_F(AlbumListTest, AChangeKeepsTheCurrentAlbumUnderItsNewRecord) {
+  open();
+  tap(2);
+  delegate->log.clear();
+  const auto former = list->lastSelectedAlbum;
+  change([](LibraryContents& library) { library.removeAlbum("A"); });
+  EXPECT_THAT(delegate->log, IsEmpty());
+  EXPECT_THAT(marked(), ElementsAre("B"));
+  EXPECT_NE(list->lastSelectedAlbum, former);
+  EXPECT_EQ(list->lastSelectedAlbum, album(1));
+}
+
+TEST_F(AlbumListTest, AChangeThatTakesTheCurrentAlbumChoosesTheFirst) {
+  open();
+  list->tableView()->tappedAt({0, 2});
+  platform.advance(1);
+  platform.application.host()->presentViewController_animated_completion(list, true, nullptr);
+  platform.advance(1);
+  delegate->log.clear();
+  change([](LibraryContents& library) { library.removeAlbum("B"); });
+  EXPECT_THAT(delegate->log, ElementsAre("Camera Roll"));
+  EXPECT_THAT(marked(), ElementsAre("Camera Roll"));
+  EXPECT_EQ(list->lastSelectedAlbum, album(0));
+  platform.advance(1);
+  EXPECT_FALSE(isPresented());
+}
+
+TEST_F(AlbumListTest, AChangeThatTakesEveryAlbumLeavesNoneCurrentUntilOneComes) {
+  open({});
+  change([](LibraryContents& library) { library.remove({"p0", "p1", "p2"}); });
+  EXPECT_FALSE(list->lastSelectedAlbum);
+  EXPECT_THAT(delegate->log, IsEmpty());
+  EXPECT_EQ(list->tableView()->numberOfRows(), 0);
+  change([](LibraryContents& library) { library.add(memory::photo("new"), {"Camera Roll"}); });
+  EXPECT_THAT(delegate->log, ElementsAre("Camera Roll"));
+  EXPECT_EQ(list->tableView()->numberOfRows(), 1);
+}
+
+TEST_F(AlbumListTest, JumpsToTheCameraRollByItsTitle) {
+  open();
+  tap(3);
+  delegate->log.clear();
+  list->mediaPicker_selectCameraRollAlbum("", "");
+  EXPECT_THAT(delegate->log, ElementsAre("Camera Roll"));
+  EXPECT_THAT(marked(), ElementsAre("Camera Roll"));
+  list->mediaPicker_selectCameraRollAlbum("", "");
+  EXPECT_THAT(marked(), ElementsAre("Camera Roll")) << "already current";
+
+  change([](LibraryContents& library) {
+    library.renameAlbum("Camera Roll", "Kamera");
+    library.renameAlbum("B", "All Photos");
+    library.renameAlbum("C", "Camera Roll");
+  });
+  delegate->log.clear();
+  list->mediaPicker_selectCameraRollAlbum("", "");
+  EXPECT_THAT(delegate->log, ElementsAre("All Photos")) << "the first of either title";
+  EXPECT_THAT(marked(), ElementsAre("All Photos"));
+
+  change([](LibraryContents& library) {
+    library.renameAlbum("B", "all photos");
+    library.renameAlbum("C", "Camera Roll ");
+  });
+  delegate->log.clear();
+  list->mediaPicker_selectCameraRollAlbum("", "");
+  EXPECT_THAT(delegate->log, IsEmpty()) << "titles are compared exactly";
+}
+
+}  // namespace
+}  // namespace tlx

@@ -1,0 +1,172 @@
+#include <sstream>
+
+#include "tlx/views/IndexPathCategories.h"
+
+#include "tests/views/ViewsTest.h"
+
+namespace tlx {
+namespace {
+
+using memory::MemoryImageManager;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::string text(const char* what, const CGRect& rect) {
+  std::ostringstream out;
+  out << what << " " << rect.origin.x << "," << rect.origin.y << " " << rect.size.width << "x" << rect.size.height;
+  return out.str();
+}
+
+TEST(ThumbnailPreheating, TellsTheStripsThatEnterAndLeave) {
+  struct Row {
+    CGRect from, to;
+    std::vector<std::string> strips;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {{{0, 0}, {10, 100}}, {{0, 0}, {10, 100}}, {}, "nothing moved"},
+      {{{0, 0}, {10, 100}},
+       {{5, 30}, {20, 100}},
+       {"added 5,100 20x30", "removed 5,0 20x30"},
+       "down: sides come from the new band, also of what leaves"},
+      {{{0, 30}, {10, 100}}, {{0, 0}, {10, 100}}, {"added 0,0 10x30", "removed 0,100 10x30"}, "up"},
+      {{{0, 30}, {10, 40}}, {{0, 0}, {10, 100}}, {"added 0,70 10x30", "added 0,0 10x30"}, "grown: below before above"},
+      {{{0, 0}, {10, 100}}, {{0, 30}, {10, 40}}, {"removed 0,70 10x30", "removed 0,0 10x30"}, "shrunk"},
+      {{{0, 0}, {10, 100}},
+       {{0, 100}, {10, 100}},
+       {"added 0,100 10x100", "removed 0,0 10x100"},
+       "sharing an edge is no overlap"},
+      {{{20, 0}, {10, 100}}, {{0, 0}, {10, 100}}, {"added 0,0 10x100", "removed 20,0 10x100"}, "side by side"},
+      {{}, {{0, -50}, {10, 200}}, {"added 0,-50 10x200", "removed 0,0 0x0"}, "after a reset"},
+  };
+  MediaCollectionViewController grid;
+  for (const Row& row : rows) {
+    std::vector<std::string> strips;
+    grid.computeDifferenceBetweenRect_andRect_removedHandler_addedHandler(
+        row.from, row.to, [&](const CGRect& rect) { strips.push_back(text("removed", rect)); },
+        [&](const CGRect& rect) { strips.push_back(text("added", rect)); });
+    EXPECT_EQ(strips, row.strips) << row.reason;
+  }
+}
+
+TEST(ThumbnailPreheating, MakesPathsOfIndexesInAscendingOrder) {
+  EXPECT_THAT(aapl_indexPathsFromIndexesWithSection({7, 0, 3}, 2),
+              ElementsAre(NSIndexPath{2, 0}, NSIndexPath{2, 3}, NSIndexPath{2, 7}));
+  EXPECT_THAT(aapl_indexPathsFromIndexesWithSection({}, 2), IsEmpty());
+}
+
+/// 400 × 300 points: 4 items of 98 × 98 to a row, rows 102 apart; the band reaches 150 beyond either end.
+class PreheatingTest : public ViewsTest {
+ protected:
+  PreheatingTest() {
+    AssetGridThumbnailSize = {};
+    platform.library.edit(
+        [](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 200)); });
+    openLibrary();
+    grid = makeGrid({400, 300}, 0);
+  }
+  void open() {
+    show(*grid);
+    grid->mediaPicker_selectedAlbum(nullptr, album(0));
+    platform.runUntilIdle();
+    calls();
+  }
+  void scroll(double y) { grid->collectionView()->setContentOffset({0, y}); }
+  /// What was asked of the cache since the last time, such as "start p0-p15".
+  std::vector<std::string> calls() {
+    std::vector<std::string> texts;
+    const auto& all = platform.images.cachingCalls();
+    for (; seen_ < all.size(); ++seen_) {
+      const auto& call = all[seen_];
+      std::string what = call.kind == MemoryImageManager::CachingCall::Start  ? "start"
+                         : call.kind == MemoryImageManager::CachingCall::Stop ? "stop"
+                                                                              : "stop all";
+      if (!call.items.empty()) what += " " + call.items.front().string() + "-" + call.items.back().string();
+      texts.push_back(what);
+    }
+    return texts;
+  }
+
+  std::shared_ptr<MediaCollectionViewController> grid;
+
+ private:
+  std::size_t seen_ = 0;
+};
+
+TEST_F(PreheatingTest, FollowsTheViewOnceItHasLeftByMoreThanAThird) {
+  open();
+  scroll(1);
+  EXPECT_THAT(calls(), ElementsAre("start p0-p19")) << "the first scroll after a reset: the view and half of it below";
+  scroll(101);
+  EXPECT_THAT(calls(), IsEmpty()) << "exactly a third of the height";
+  scroll(102);
+  EXPECT_THAT(calls(), ElementsAre("start p16-p23")) << "what enters below; nothing has left above yet";
+  EXPECT_EQ(grid->previousPreheatRect, CGRectMake(0, -48, 400, 600));
+  scroll(600);
+  EXPECT_THAT(calls(), ElementsAre("start p20-p43", "stop p0-p19"));
+  scroll(400);
+  EXPECT_THAT(calls(), ElementsAre("start p8-p19", "stop p32-p43"));
+  scroll(4'000);
+  EXPECT_THAT(calls(), ElementsAre("start p148-p175", "stop p8-p35")) << "bands apart";
+  const auto& call = platform.images.cachingCalls().at(platform.images.cachingCalls().size() - 2);
+  EXPECT_EQ(call.targetSize, (CGSize{130, 130}));
+  EXPECT_EQ(call.contentMode, PHImageContentModeAspectFill);
+  EXPECT_EQ(call.options.deliveryMode, PHImageRequestOptionsDeliveryModeOpportunistic);
+  EXPECT_TRUE(call.options.networkAccessAllowed);
+}
+
+TEST_F(PreheatingTest, StartsOverWithEachAlbumButNotWithAChange) {
+  open();
+  scroll(300);
+  EXPECT_EQ(calls().size(), 1u);
+  change([](memory::LibraryContents& library) { library.remove({"p199"}); });
+  EXPECT_THAT(calls(), IsEmpty());
+  grid->albumPicked(album(0));
+  EXPECT_THAT(calls(), ElementsAre("stop all"));
+  EXPECT_EQ(grid->previousPreheatRect, CGRectZero);
+}
+
+TEST_F(PreheatingTest, DoesNothingOutsideAWindow) {
+  grid->updateCachedAssets();
+  EXPECT_FALSE(grid->isViewLoaded()) << "asking must not load the view";
+  open();
+  grid->view()->removeFromSuperview();
+  scroll(600);
+  EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(PreheatingTest, AsksForNoSizeBeforeTheFirstCell) {
+  const auto headed = makeGrid({400, 300}, 40);
+  show(*headed);
+  headed->albumModel = album(0);
+  calls();
+  headed->collectionView()->setContentOffset({0, 10});
+  EXPECT_THAT(calls(), ElementsAre("start p0-p0")) << "the header and the footer stand at the path of the first item";
+  EXPECT_EQ(platform.images.cachingCalls().back().targetSize, CGSize{});
+  EXPECT_THAT(platform.images.preheated(), IsEmpty());
+}
+
+TEST_F(PreheatingTest, TurnsPathsIntoAssetsAndNoPathsIntoNothing) {
+  EXPECT_FALSE(grid->assetsAtIndexPaths({}).has_value());
+  EXPECT_THAT(grid->assetsAtIndexPaths({{0, 0}}), testing::Optional(IsEmpty())) << "no album";
+  grid->albumModel = album(0);
+  const auto assets = grid->assetsAtIndexPaths({{0, 3}, {0, 1}, {0, 200}});
+  ASSERT_TRUE(assets);
+  ASSERT_EQ(assets->size(), 2u) << "a path past the end is left out";
+  EXPECT_EQ(assets->at(0)->localIdentifier, Identifier("p3"));
+  EXPECT_EQ(assets->at(1)->localIdentifier, Identifier("p1"));
+}
+
+TEST_F(PreheatingTest, CountsHeadersAndFootersAsTheLayoutGivesThem) {
+  const auto headed = makeGrid({400, 400}, 40);
+  headed->albumModel = album(0);
+  show(*headed);
+  const auto paths = aapl_indexPathsForElementsInRect(*headed->collectionView(), CGRectMake(0, 0, 400, 100));
+  ASSERT_TRUE(paths);
+  EXPECT_THAT(*paths, ElementsAre(NSIndexPath{0, 0}, NSIndexPath{0, 0}, NSIndexPath{0, 1}, NSIndexPath{0, 2},
+                                  NSIndexPath{0, 3}));
+  EXPECT_FALSE(aapl_indexPathsForElementsInRect(*headed->collectionView(), CGRectMake(0, -500, 400, 100)));
+}
+
+}  // namespace
+}  // namespace tlx

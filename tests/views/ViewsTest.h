@@ -1,0 +1,135 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tlx/library/AlbumModel.h"
+#include "tlx/library/MediaModel.h"
+#include "tlx/library/PhotoManager.h"
+#include "tlx/platform/uikit/PlatformClasses.h"
+#include "tlx/platform/uikit/UIButton.h"
+#include "tlx/platform/uikit/UIWindow.h"
+#include "tlx/views/AlbumPickerTableViewController.h"
+#include "tlx/views/CollectionViewCell.h"
+#include "tlx/views/MediaCollectionViewController.h"
+#include "tlx/views/TableViewCell.h"
+#include "tlx/views/UIImage+BundleInfo.h"
+#include "tlx/views/ViewClasses.h"
+
+#include "adapters/memory/MemoryPlatform.h"
+#include "tests/support/ConnectOutlets.h"
+
+namespace tlx {
+
+/// The views over a library in memory, in scenes of a size that the test chooses, with the photo manager's word of
+/// changes passed on as the picker does.
+class ViewsTest : public testing::Test, public PhotoManagerDelegate {
+ public:
+  void firstTimeAuthorization() override {}
+  void userAuthorized(bool) override {}
+  void showEmptyMediaWarning() override {}
+  void hideEmptyMediaWarning() override {}
+  void photoLibraryChanged(const std::shared_ptr<const PHChange>& change) override {
+    for (const auto& subscriber : subscribers) subscriber->mediaPicker_photoLibraryChanged(change, change);
+  }
+
+ protected:
+  ViewsTest() {
+    registerPlatformClasses();
+    registerViewClasses();
+  }
+  ~ViewsTest() override {
+    if (photoManager) photoManager->customDelegate = nullptr;
+  }
+
+  void openLibrary(std::int64_t kind = 0) { photoManager = PhotoManager::photoManagerWithType_delegate(kind, this); }
+  void change(const memory::MemoryPhotoLibrary::Edit& edit) {
+    platform.library.change(edit);
+    platform.runUntilIdle();
+  }
+  std::shared_ptr<AlbumModel> album(std::uint64_t index) const { return photoManager->getAlbumModelAtIndex(index); }
+  static std::vector<PHAsset> photos(const std::string& prefix, int count) {
+    std::vector<PHAsset> items;
+    for (int index = 0; index < count; ++index) {
+      // Older with each, so that the album shows them in this order.
+      items.push_back(memory::photo(prefix + std::to_string(index), 1'000'000.0 - index));
+    }
+    return items;
+  }
+  void show(UIViewController& screen) {
+    platform.application.host()->view()->addSubview(screen.view());
+    platform.runUntilIdle();
+  }
+
+  template <class Cell>
+  static std::shared_ptr<Cell> makeCell(const CGRect& frame) {
+    auto cell = std::make_shared<Cell>();
+    cell->setFrame(frame);
+    connectOutlets(cell);
+    cell->awakeFromNib();
+    return cell;
+  }
+
+  template <class Tagged>
+  static std::shared_ptr<UICollectionReusableView> makeSupplementary() {
+    auto view = std::make_shared<UICollectionReusableView>();
+    auto tagged = std::make_shared<Tagged>();
+    tagged->setTag(101);
+    view->addSubview(tagged);
+    return view;
+  }
+
+  std::shared_ptr<MediaCollectionViewController> makeGrid(const CGSize& size, double headerHeight = 40) {
+    auto grid = std::make_shared<MediaCollectionViewController>();
+    std::weak_ptr<MediaCollectionViewController> weakGrid = grid;
+    grid->setViewLoader([weakGrid, size, headerHeight] {
+      auto layout = std::make_shared<UICollectionViewFlowLayout>();
+      layout->setHeaderReferenceSize({size.width, headerHeight});
+      layout->setFooterReferenceSize({size.width, headerHeight});
+      auto view = std::make_shared<UICollectionView>();
+      view->setFrame({{}, size});
+      view->setCollectionViewLayout(layout);
+      view->registerPrototype("CollectionViewCell",
+                              [](const CGRect& frame) { return makeCell<CollectionViewCell>(frame); });
+      view->registerPrototype("HeaderView", [](const CGRect&) { return makeSupplementary<UIButton>(); });
+      view->registerPrototype("FooterView", [](const CGRect&) { return makeSupplementary<UILabel>(); });
+      MediaCollectionViewController::classObject().outlets.at(0).connect(*weakGrid.lock(), layout);
+      return view;
+    });
+    grid->photoManager = photoManager;
+    subscribers.push_back(grid);
+    return grid;
+  }
+
+  std::shared_ptr<AlbumPickerTableViewController> makeList() {
+    auto list = std::make_shared<AlbumPickerTableViewController>();
+    list->setViewLoader([] {
+      auto view = std::make_shared<UITableView>();
+      view->setFrame(CGRectMake(0, 0, 320, 480));
+      view->registerPrototype("TableViewCell", [](const CGRect& frame) { return makeCell<TableViewCell>(frame); });
+      return view;
+    });
+    list->awakeFromNib();
+    list->photoManager = photoManager;
+    subscribers.push_back(list);
+    return list;
+  }
+
+  memory::MemoryPlatform platform;
+  std::shared_ptr<PhotoManager> photoManager;
+  std::vector<std::shared_ptr<MediaPickerBroadcastProtocol>> subscribers;
+};
+
+/// 0xRRGGBB of the picture's first pixel; nothing, as −1, without a picture.
+inline std::int64_t colourOf(const std::shared_ptr<const UIImage>& image) {
+  if (!image || !image->bitmap()) return -1;
+  const std::uint8_t* pixel = image->bitmap()->pixels();
+  return pixel[0] << 16 | pixel[1] << 8 | pixel[2];
+}
+
+}  // namespace tlx
