@@ -1,13 +1,13 @@
 #include "adapters/photolibrary/AccessRecord.h"
 
-#include <unistd.h>
-
 #include <cctype>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
 #include <utility>
+
+#include <unistd.h>
 
 namespace tlx::photolibrary {
 namespace {

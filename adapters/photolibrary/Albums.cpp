@@ -15,8 +15,9 @@ struct SmartAlbumNames {
   const char* title;
 };
 constexpr SmartAlbumNames kSmartAlbums[] = {
-    {"smart:camera-roll", "Camera Roll"}, {"smart:favorites", "Favorites"},     {"smart:videos", "Videos"},
-    {"smart:panoramas", "Panoramas"},     {"smart:screenshots", "Screenshots"}, {"smart:recently-deleted", "Recently Deleted"},
+    {"smart:camera-roll", "Camera Roll"}, {"smart:favorites", "Favorites"},
+    {"smart:videos", "Videos"},           {"smart:panoramas", "Panoramas"},
+    {"smart:screenshots", "Screenshots"}, {"smart:recently-deleted", "Recently Deleted"},
 };
 
 /// The length of the well-formed UTF-8 character at the front, or 0.
@@ -88,15 +89,22 @@ std::optional<SmartAlbum> smartAlbumOf(const std::string& identifier) {
 bool belongsTo(SmartAlbum album, const Item& item, bool trashed) {
   if (trashed || album == SmartAlbum::RecentlyDeleted) return trashed && album == SmartAlbum::RecentlyDeleted;
   switch (album) {
-    case SmartAlbum::Favorites: return item.facts.marks & ItemMarkFavorite;
-    case SmartAlbum::Videos: return item.mediaType == PHAssetMediaTypeVideo;
-    case SmartAlbum::Panoramas: return item.facts.marks & ItemMarkPanorama;
-    case SmartAlbum::Screenshots: return item.facts.marks & (ItemMarkScreenshot | ItemMarkScreenshotPlace);
-    default: return true;
+    case SmartAlbum::Favorites:
+      return item.facts.marks & ItemMarkFavorite;
+    case SmartAlbum::Videos:
+      return item.mediaType == PHAssetMediaTypeVideo;
+    case SmartAlbum::Panoramas:
+      return item.facts.marks & ItemMarkPanorama;
+    case SmartAlbum::Screenshots:
+      return item.facts.marks & (ItemMarkScreenshot | ItemMarkScreenshotPlace);
+    default:
+      return true;
   }
 }
 
-std::string albumIdentifierOf(const Folder& folder) { return "folder:" + folder.identifier; }
+std::string albumIdentifierOf(const Folder& folder) {
+  return "folder:" + folder.identifier;
+}
 
 std::vector<std::shared_ptr<const PHAssetCollection>> folderAlbums(const Folders& folders,
                                                                    std::vector<std::uint32_t>& order) {

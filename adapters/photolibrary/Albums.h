@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "adapters/photolibrary/Item.h"
 #include "tlx/platform/photos/PHAssetCollection.h"
+
+#include "adapters/photolibrary/Item.h"
 
 namespace tlx::photolibrary {
 
@@ -22,9 +23,10 @@ bool belongsTo(SmartAlbum album, const Item& item, bool trashed);
 /// The identifier of the album that shows this folder.
 std::string albumIdentifierOf(const Folder& folder);
 
-/// One album for each of these folders: by root, then naturally by path below it, each titled by its folder's name. Equal
-/// names are told apart by as much of the path above as it takes: "Name (Parent)". Titles are UTF-8 on one line: other bytes
-/// show as U+FFFD, control characters as spaces. `order` is told the position of each album's folder in `folders`.
+/// One album for each of these folders: by root, then naturally by path below it, each titled by its folder's name.
+/// Equal names are told apart by as much of the path above as it takes: "Name (Parent)". Titles are UTF-8 on one line:
+/// other bytes show as U+FFFD, control characters as spaces. `order` is told the position of each album's folder in
+/// `folders`.
 std::vector<std::shared_ptr<const PHAssetCollection>> folderAlbums(const Folders& folders,
                                                                    std::vector<std::uint32_t>& order);
 

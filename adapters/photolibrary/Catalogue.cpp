@@ -98,10 +98,9 @@ void Catalogue::openIndex() {
   }
   if (content) {
     complete_ = content->complete;
-    rejected_ = std::move(content->rejected);
     if (!content->live.empty() || !content->trashed.empty() || !content->folders.empty()) {
-      publish(std::make_shared<Snapshot>(std::move(content->live), std::move(content->trashed), std::move(content->folders),
-                                         ledger_, snapshot().get()));
+      publish(std::make_shared<Snapshot>(std::move(content->live), std::move(content->trashed),
+                                         std::move(content->folders), ledger_, snapshot().get()));
     }
   }
   {
@@ -109,6 +108,12 @@ void Catalogue::openIndex() {
     opened_ = true;
   }
   changed_.notify_all();
+  if (!index_) return;
+  if (auto rejected = index_->loadRejected()) {
+    rejected_ = std::move(*rejected);
+  } else if (!index_->startOver(log)) {
+    index_.reset();
+  }
 }
 
 void Catalogue::scan(std::stop_token stop) {
@@ -163,7 +168,8 @@ void Catalogue::scan(std::stop_token stop) {
 void Catalogue::take(ScanPass::State&& state) {
   std::shared_ptr<const Snapshot> next = snapshot();
   if (state.differs) {
-    next = std::make_shared<Snapshot>(std::move(state.live), std::move(state.trashed), state.folders, ledger_, next.get());
+    next =
+        std::make_shared<Snapshot>(std::move(state.live), std::move(state.trashed), state.folders, ledger_, next.get());
     next->prepareLookup();
   }
   if (index_ && (!state.changes.empty() || state.changes.complete)) {

@@ -9,20 +9,22 @@
 #include <string>
 #include <thread>
 
+#include "tlx/platform/foundation/SystemLog.h"
+
 #include "adapters/photolibrary/Index.h"
 #include "adapters/photolibrary/ScanPass.h"
 #include "adapters/photolibrary/Snapshot.h"
 #include "adapters/photolibrary/Source.h"
-#include "tlx/platform/foundation/SystemLog.h"
 
 namespace tlx::photolibrary {
 
 /// Keeps a snapshot of what a source holds: opened from the index at once where there is one, then checked against the
-/// source behind it, on a thread of its own. A library that was never seen grows while it is scanned; a known one makes one step to
-/// the truth. When the index fails, everything goes on in memory, and the log is told once.
+/// source behind it, on a thread of its own. A library that was never seen grows while it is scanned; a known one makes
+/// one step to the truth. When the index fails, everything goes on in memory, and the log is told once.
 class Catalogue {
  public:
-  /// Told of each new state on the catalogue's thread, after `snapshot` gives it; never once the destructor has returned.
+  /// Told of each new state on the catalogue's thread, after `snapshot` gives it; never once the destructor has
+  /// returned.
   using Published = std::function<void(const std::shared_ptr<const Snapshot>&)>;
 
   Catalogue(std::unique_ptr<Source> source, std::string cacheFolder, SystemLogPort& log,

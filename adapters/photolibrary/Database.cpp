@@ -46,14 +46,19 @@ std::string_view Statement::bytes(int column) const {
 
 Database::Database(const std::string& path) {
   sqlite3* handle = nullptr;
-  status_ = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
+  status_ =
+      sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
   handle_.reset(handle);
   if (handle) sqlite3_extended_result_codes(handle, 0);
 }
 
-int Database::lastStatus() const { return handle_ ? sqlite3_errcode(handle_.get()) & 0xff : SQLITE_NOMEM; }
+int Database::lastStatus() const {
+  return handle_ ? sqlite3_errcode(handle_.get()) & 0xff : SQLITE_NOMEM;
+}
 
-std::string Database::error() const { return handle_ ? sqlite3_errmsg(handle_.get()) : "out of memory"; }
+std::string Database::error() const {
+  return handle_ ? sqlite3_errmsg(handle_.get()) : "out of memory";
+}
 
 bool Database::execute(const char* sql) {
   if (!handle_) return false;

@@ -1,16 +1,16 @@
 #pragma once
 
-#include <sqlite3.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
+#include <sqlite3.h>
+
 namespace tlx::photolibrary {
 
-/// One prepared statement. Bind in order, then step; every failure is remembered by the database. The statement must not
-/// outlive its database.
+/// One prepared statement. Bind in order, then step; every failure is remembered by the database. The statement must
+/// not outlive its database.
 class Statement {
  public:
   Statement(sqlite3* database, const char* sql);

@@ -8,7 +8,8 @@ Question Question::about(const Identifier& album, const PHFetchOptions& options)
   Question question;
   question.album = album.string();
   const auto& descriptors = options.sortDescriptors();
-  question.ascending = !descriptors.empty() && descriptors.front().key == "creationDate" && descriptors.front().ascending;
+  question.ascending =
+      !descriptors.empty() && descriptors.front().key == "creationDate" && descriptors.front().ascending;
   if (const auto& predicate = options.predicate()) {
     question.mediaType = predicate->argument;
     question.impossible = predicate->format != "mediaType = %d";

@@ -20,11 +20,11 @@ using AssetResult = std::shared_ptr<const PHFetchResult<PHAsset>>;
 
 /// What a fetch of assets asked: an album's items of a kind in an order, or the items with given identifiers.
 struct Question {
-  std::string album;                       ///< identifier; empty when asked by items
-  std::optional<std::int64_t> mediaType;   ///< only items of this type
-  bool ascending = false;                  ///< oldest first
-  bool impossible = false;                 ///< a predicate that no library understands: nothing fits it
-  std::vector<Identifier> items;           ///< asked by items, in their order
+  std::string album;                      ///< identifier; empty when asked by items
+  std::optional<std::int64_t> mediaType;  ///< only items of this type
+  bool ascending = false;                 ///< oldest first
+  bool impossible = false;                ///< a predicate that no library understands: nothing fits it
+  std::vector<Identifier> items;          ///< asked by items, in their order
 
   /// Understands the sort key "creationDate" (any other leaves the library's own order, newest first) and the
   /// predicate "mediaType = %d".

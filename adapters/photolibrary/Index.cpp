@@ -54,12 +54,15 @@ FileKey keyOf(const Statement& row, int column) {
 }
 
 Statement& bindKey(Statement& statement, const FileKey& key) {
-  return statement.bind(static_cast<std::int64_t>(key.fileSystem)).bind(static_cast<std::int64_t>(key.number)).bind(key.born);
+  return statement.bind(static_cast<std::int64_t>(key.fileSystem))
+      .bind(static_cast<std::int64_t>(key.number))
+      .bind(key.born);
 }
 
 }  // namespace
 
-std::unique_ptr<Index> Index::open(const std::string& cacheFolder, const std::vector<std::string>& roots, const Log& log) {
+std::unique_ptr<Index> Index::open(const std::string& cacheFolder, const std::vector<std::string>& roots,
+                                   const Log& log) {
   std::error_code failed;
   std::filesystem::create_directories(cacheFolder, failed);
   std::unique_ptr<Index> index(new Index(cacheFolder + "/" + fileName(roots), roots));
@@ -83,7 +86,8 @@ bool Index::startOver(const Log& log) {
 Index::Beginning Index::begin() {
   database_ = std::make_unique<Database>(path_);
   if (database_->status() != SQLITE_OK) return failure();
-  // No waiting for the disk on each commit: losing the last moments to a power failure costs a second look at some files.
+  // No waiting for the disk on each commit: losing the last moments to a power failure costs a second look at some
+  // files.
   if (!database_->execute("PRAGMA busy_timeout=5000") || !switchToSharedJournal() ||
       !database_->execute("PRAGMA synchronous=NORMAL; PRAGMA cache_size=-8192")) {
     return failure();
@@ -140,9 +144,9 @@ std::optional<Index::Content> Index::load(const std::function<bool(std::size_t r
     const auto number = static_cast<std::size_t>(root - roots_.begin());
     if (root == roots_.end() || !open[number]) continue;
     positions.emplace(folders.integer(0), static_cast<std::uint32_t>(content.folders.size()));
-    content.folders.push_back(std::make_shared<Folder>(Folder{std::string(folders.bytes(1)), number,
-                                                              std::string(folders.bytes(3)), folders.integer(4) != 0,
-                                                              keyOf(folders, 6), std::string(folders.bytes(5))}));
+    content.folders.push_back(
+        std::make_shared<Folder>(Folder{std::string(folders.bytes(1)), number, std::string(folders.bytes(3)),
+                                        folders.integer(4) != 0, keyOf(folders, 6), std::string(folders.bytes(5))}));
     expected += folders.integer(9);
   }
   if (folders.status() != SQLITE_DONE) return unreadable();
@@ -153,7 +157,8 @@ std::optional<Index::Content> Index::load(const std::function<bool(std::size_t r
   std::int64_t lastFolder = -1;
   std::uint32_t position = kLeftOut;
   Statement items = database_->prepare(
-      "SELECT created, name, identifier, folder, kind, format, duration, width, height, orientation, marks, bytes, modified, "
+      "SELECT created, name, identifier, folder, kind, format, duration, width, height, orientation, marks, bytes, "
+      "modified, "
       "fs, number, born FROM items ORDER BY created DESC, name, identifier");
   while (items.step()) {
     if (items.integer(3) != lastFolder) {
@@ -180,14 +185,19 @@ std::optional<Index::Content> Index::load(const std::function<bool(std::size_t r
   }
   if (items.status() != SQLITE_DONE) return unreadable();
 
-  Statement rejected = database_->prepare("SELECT folder, name, fs, number, born, bytes, modified FROM rejected");
-  while (rejected.step()) {
-    content.rejected[std::string(rejected.bytes(0))].push_back(
-        {std::string(rejected.bytes(1)), keyOf(rejected, 2), rejected.integer(5), rejected.integer(6)});
-  }
-  if (rejected.status() != SQLITE_DONE) return unreadable();
   content.complete = integerOf(*database_, "SELECT value FROM facts WHERE name = 'complete'") != 0;
   return content;
+}
+
+std::optional<RejectedFiles> Index::loadRejected() {
+  RejectedFiles files;
+  Statement rows = database_->prepare("SELECT folder, name, fs, number, born, bytes, modified FROM rejected");
+  while (rows.step()) {
+    files[std::string(rows.bytes(0))].push_back(
+        {std::string(rows.bytes(1)), keyOf(rows, 2), rows.integer(5), rows.integer(6)});
+  }
+  if (rows.status() != SQLITE_DONE) return unreadable();
+  return files;
 }
 
 std::nullopt_t Index::unreadable() {
@@ -217,9 +227,11 @@ bool Index::writeItems(const IndexChanges& changes, const Folders& folders,
 
   // Folders are looked up anew in each transaction: another process may have taken one out since.
   Statement putFolder = database_->prepare(
-      "INSERT INTO folders(path, root, relative, trashed, identifier, count, fs, number, born) VALUES(?,?,?,?,?,?,?,?,?) "
+      "INSERT INTO folders(path, root, relative, trashed, identifier, count, fs, number, born) "
+      "VALUES(?,?,?,?,?,?,?,?,?) "
       "ON CONFLICT(path) DO UPDATE SET root=excluded.root, relative=excluded.relative, trashed=excluded.trashed, "
-      "identifier=excluded.identifier, count=excluded.count, fs=excluded.fs, number=excluded.number, born=excluded.born");
+      "identifier=excluded.identifier, count=excluded.count, fs=excluded.fs, number=excluded.number, "
+      "born=excluded.born");
   Statement folderId = database_->prepare("SELECT id FROM folders WHERE path = ?");
   std::unordered_map<std::uint32_t, std::int64_t> ids;
   const auto idOf = [&](std::uint32_t position) {
@@ -239,7 +251,8 @@ bool Index::writeItems(const IndexChanges& changes, const Folders& folders,
   for (const std::uint32_t position : changes.folders) idOf(position);
 
   Statement put = database_->prepare(
-      "INSERT OR REPLACE INTO items(created, name, identifier, folder, kind, format, duration, width, height, orientation, marks, "
+      "INSERT OR REPLACE INTO items(created, name, identifier, folder, kind, format, duration, width, height, "
+      "orientation, marks, "
       "bytes, modified, fs, number, born) VALUES(?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
   for (const auto& asset : changes.put) {
     const Item& item = itemOf(*asset);

@@ -7,9 +7,10 @@
 #include <string_view>
 #include <vector>
 
+#include "tlx/platform/photos/PHAsset.h"
+
 #include "adapters/photolibrary/FileKey.h"
 #include "adapters/photolibrary/MediaProbe.h"
-#include "tlx/platform/photos/PHAsset.h"
 
 namespace tlx::photolibrary {
 
@@ -17,8 +18,8 @@ namespace tlx::photolibrary {
 enum ItemMark : std::uint8_t {
   ItemMarkFavorite = 1,
   ItemMarkPanorama = 2,
-  ItemMarkScreenshot = 4,         ///< its metadata say so
-  ItemMarkScreenshotPlace = 8,    ///< its name or its folder's says so
+  ItemMarkScreenshot = 4,       ///< its metadata say so
+  ItemMarkScreenshotPlace = 8,  ///< its name or its folder's says so
 };
 
 /// What the library knows of an item besides what an asset shows.
@@ -36,11 +37,13 @@ struct ItemFacts {
 /// Immutable once published; what changes on disk becomes a new item with the same identifier.
 struct Item : PHAsset {
   ItemFacts facts;
-  const char* name = "";      ///< of the file in its folder: bytes, not necessarily UTF-8; lives in the item's block
-  std::uint32_t folder = 0;   ///< position in the snapshot's folders; stable for the life of the process
+  const char* name = "";     ///< of the file in its folder: bytes, not necessarily UTF-8; lives in the item's block
+  std::uint32_t folder = 0;  ///< position in the snapshot's folders; stable for the life of the process
 };
 
-inline const Item& itemOf(const PHAsset& asset) { return static_cast<const Item&>(asset); }
+inline const Item& itemOf(const PHAsset& asset) {
+  return static_cast<const Item&>(asset);
+}
 
 /// The library's order: newest first, ties by name, then by identifier, so that it never depends on chance.
 bool comesBefore(const Item& a, const Item& b);
@@ -49,16 +52,16 @@ bool comesBefore(const Item& a, const Item& b);
 bool looksTheSame(const PHAsset& a, const PHAsset& b);
 
 /// Many items in one piece of memory: one allocation for the items, one for their identifiers' texts and a few for
-/// their names. Items are handed out as pointers that share the ownership of the block. The texts have an owner of their
-/// own, since an identifier inside the block that kept the block alive would keep it for ever. Filled on one thread,
-/// read on any.
+/// their names. Items are handed out as pointers that share the ownership of the block. The texts have an owner of
+/// their own, since an identifier inside the block that kept the block alive would keep it for ever. Filled on one
+/// thread, read on any.
 class ItemBlock {
  public:
   static std::shared_ptr<ItemBlock> withCapacity(std::size_t capacity);
 
   bool full() const { return items_.size() == items_.capacity(); }
-  /// The new item has its identifier and name; the rest is the caller's to fill before it publishes the item. The block must not be
-  /// full.
+  /// The new item has its identifier and name; the rest is the caller's to fill before it publishes the item. The block
+  /// must not be full.
   Item& append(std::string_view identifier, std::string_view name);
 
  private:
@@ -92,12 +95,12 @@ class ItemBlocks {
 
 /// A folder that holds items, or did.
 struct Folder {
-  std::string path;         ///< absolute, without a closing slash unless it is "/"
-  std::size_t root = 0;     ///< which of the library's roots it lies under
-  std::string relative;     ///< its path below that root; empty for the root itself
-  bool trashed = false;     ///< its items lie in a trash
+  std::string path;      ///< absolute, without a closing slash unless it is "/"
+  std::size_t root = 0;  ///< which of the library's roots it lies under
+  std::string relative;  ///< its path below that root; empty for the root itself
+  bool trashed = false;  ///< its items lie in a trash
   FileKey key;
-  std::string identifier;   ///< in the form of an item's
+  std::string identifier;  ///< in the form of an item's
 };
 
 using Assets = std::vector<std::shared_ptr<const PHAsset>>;

@@ -3,8 +3,9 @@
 #include <memory>
 #include <utility>
 
-#include "adapters/photolibrary/Snapshot.h"
 #include "tlx/platform/photos/PHChange.h"
+
+#include "adapters/photolibrary/Snapshot.h"
 
 namespace tlx::photolibrary {
 
@@ -15,7 +16,8 @@ class LibraryChange final : public PHChange {
   LibraryChange(std::shared_ptr<const Snapshot> after, std::shared_ptr<const FetchLedger> ledger)
       : after_(std::move(after)), ledger_(std::move(ledger)) {}
 
-  std::shared_ptr<const PHFetchResultChangeDetails> changeDetailsForFetchResult(const AssetResult& result) const override;
+  std::shared_ptr<const PHFetchResultChangeDetails> changeDetailsForFetchResult(
+      const AssetResult& result) const override;
 
  private:
   std::shared_ptr<const Snapshot> after_;

@@ -5,7 +5,9 @@
 namespace tlx::photolibrary {
 namespace {
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 int rank(char c) {
   if (c == '/') return 0;

@@ -41,7 +41,9 @@ std::string pathOf(const Snapshot& snapshot, const Item& item) {
   return (folder == "/" ? "" : folder) + "/" + item.name;
 }
 
-NSError unknownItem() { return {kPhotoLibraryErrorDomain, PhotoLibraryErrorNotFound, "The library does not hold this item."}; }
+NSError unknownItem() {
+  return {kPhotoLibraryErrorDomain, PhotoLibraryErrorNotFound, "The library does not hold this item."};
+}
 
 template <class Object>
 const std::shared_ptr<const PHFetchResult<Object>>& nothing() {
@@ -65,7 +67,8 @@ struct PhotoLibrary::Asking {
   }
 };
 
-PhotoLibrary::PhotoLibrary(Options options, SystemLogPort& log) : PhotoLibrary(options, folderSource(options.roots), log) {}
+PhotoLibrary::PhotoLibrary(Options options, SystemLogPort& log)
+    : PhotoLibrary(options, folderSource(options.roots), log) {}
 
 PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log)
     : options_(withDefaults(std::move(options))),
@@ -75,12 +78,18 @@ PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, Syst
       decision_(PHAuthorizationStatusNotDetermined),
       catalogue_(std::make_unique<Catalogue>(std::move(source), options_.cacheFolder, log, ledger_,
                                              [this](const auto& snapshot) { announce(snapshot); })) {
-  if (options_.preauthorised) {
-    decision_ = PHAuthorizationStatusAuthorized;
-  } else if (const auto allowed = record_.photosAllowed()) {
-    decision_ = *allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
+  rereadAccess();
+}
+
+void PhotoLibrary::rereadAccess() {
+  const std::optional<bool> allowed = options_.preauthorised ? std::optional(true) : record_.photosAllowed();
+  {
+    std::lock_guard lock(mutex_);
+    decision_ = !allowed   ? PHAuthorizationStatusNotDetermined
+                : *allowed ? PHAuthorizationStatusAuthorized
+                           : PHAuthorizationStatusDenied;
   }
-  if (decision_ == PHAuthorizationStatusAuthorized) catalogue_->start();
+  if (allowed && *allowed) catalogue_->start();
 }
 
 PhotoLibrary::~PhotoLibrary() {
@@ -99,7 +108,8 @@ PhotoLibrary::~PhotoLibrary() {
 
 PHAuthorizationStatus PhotoLibrary::authorizationStatus() const {
   std::lock_guard lock(mutex_);
-  if (decision_ == PHAuthorizationStatusAuthorized && !catalogue_->anyRootReadable()) return PHAuthorizationStatusDenied;
+  if (decision_ == PHAuthorizationStatusAuthorized && !catalogue_->anyRootReadable())
+    return PHAuthorizationStatusDenied;
   return decision_;
 }
 
@@ -211,8 +221,9 @@ std::optional<PhotoLibrary::Details> PhotoLibrary::details(const Identifier& ide
   const std::uint32_t position = snapshot->find(identifier);
   if (position == Snapshot::kNowhere) return std::nullopt;
   const Item& item = snapshot->itemAt(position);
-  return Details{pathOf(*snapshot, item), item.name, item.mediaType, item.facts.bytes, item.creationDate,
-                 item.facts.width, item.facts.height, item.duration, (item.facts.marks & ItemMarkFavorite) != 0};
+  return Details{pathOf(*snapshot, item), item.name,         item.mediaType,
+                 item.facts.bytes,        item.creationDate, item.facts.width,
+                 item.facts.height,       item.duration,     (item.facts.marks & ItemMarkFavorite) != 0};
 }
 
 std::variant<ItemLocation, NSError> PhotoLibrary::locate(const Identifier& identifier) const {
@@ -221,8 +232,14 @@ std::variant<ItemLocation, NSError> PhotoLibrary::locate(const Identifier& ident
   if (position == Snapshot::kNowhere) return unknownItem();
   const Item& item = snapshot->itemAt(position);
   const std::string path = pathOf(*snapshot, item);
-  return ItemLocation{path, fileUri(path), item.facts.format, item.facts.bytes, item.facts.modified,
-                      item.facts.width, item.facts.height, item.facts.orientation};
+  return ItemLocation{path,
+                      fileUri(path),
+                      item.facts.format,
+                      item.facts.bytes,
+                      item.facts.modified,
+                      item.facts.width,
+                      item.facts.height,
+                      item.facts.orientation};
 }
 
 std::variant<Original, NSError> PhotoLibrary::fetchOriginal(const Identifier& identifier, const FetchOptions&) {

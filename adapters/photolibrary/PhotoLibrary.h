@@ -9,27 +9,31 @@
 #include <string>
 #include <vector>
 
+#include "tlx/platform/photos/PhotoLibraryPort.h"
+
 #include "adapters/photolibrary/AccessRecord.h"
 #include "adapters/photolibrary/Catalogue.h"
 #include "adapters/photolibrary/ItemStore.h"
 #include "adapters/photolibrary/PhotoConsent.h"
 #include "adapters/photolibrary/SerialThread.h"
-#include "tlx/platform/photos/PhotoLibraryPort.h"
 
 namespace tlx::photolibrary {
 
 /// The person's photo library on their own files.
 ///
 /// What it holds. "Camera Roll" (everything), "Favorites", "Videos", "Panoramas", "Screenshots" and "Recently Deleted"
-/// (what the desktop's trash holds from under the roots), in this order; and one album for each folder that directly holds items.
+/// (what the desktop's trash holds from under the roots), in this order; and one album for each folder that directly
+/// holds items.
 ///
 /// Identity. An item's identifier comes from what its file system knows it by (see `FileKey`), an album's from its
-/// folder in the same way. It stays through restarts, renames and moves within a file system, and the loss of the index, and is never
-/// another file's: one that takes the place of a file under its name is a new item, and so is a copy.
+/// folder in the same way. It stays through restarts, renames and moves within a file system, and the loss of the
+/// index, and is never another file's: one that takes the place of a file under its name is a new item, and so is a
+/// copy.
 ///
-/// Opening. The constructor asks the disk only whether the roots are there. With access, a thread reads the index and then looks at the files;
-/// until the index is read fetches answer what there is, which is nothing, so a program that does not want to start with an empty
-/// window calls `waitUntilOpened` once it has done what else it must: a hundred thousand items take less than a window's making.
+/// Opening. The constructor asks the disk only whether the roots are there. With access, a thread reads the index and
+/// then looks at the files; until the index is read fetches answer what there is, which is nothing, so a program that
+/// does not want to start with an empty window calls `waitUntilOpened` once it has done what else it must: a hundred
+/// thousand items take less than a window's making.
 class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
  public:
   struct Options {
@@ -38,7 +42,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
     bool preauthorised = false;       ///< the person named the folders: nobody need be asked, nothing is remembered
     PhotoConsent* consent = nullptr;  ///< unretained: outlives the library; without one, asking is refused
     std::string cacheFolder;          ///< for the index; empty for tlx-media-picker in the XDG cache folder
-    std::string configFolder;         ///< for the access records; empty for tlx-media-picker in the XDG configuration folder
+    std::string configFolder;  ///< for the access records; empty for tlx-media-picker in the XDG configuration folder
   };
   /// `log` outlives the library.
   PhotoLibrary(Options options, SystemLogPort& log);
@@ -53,6 +57,10 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   void waitUntilScanned() const { catalogue_->waitUntilScanned(); }
   /// Looks at the files again. Any thread; returns at once. What is found to have changed is announced as a change.
   void rescan() { catalogue_->rescan(); }
+
+  /// Looks up again what the person decided for this host; asks the disk. Main thread. A program whose photos were
+  /// allowed from the start has nothing to look up.
+  void rereadAccess();
 
   /// What a program shows or tells of an item.
   struct Details {
@@ -71,8 +79,8 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   // PhotoLibraryPort. A root that is missing or unreadable holds nothing; when all are, that is no access.
   PHAuthorizationStatus authorizationStatus() const override;
   void requestAuthorization(AuthorizationHandler handler) override;
-  std::shared_ptr<const PHFetchResult<PHAssetCollection>> fetchAssetCollections(PHAssetCollectionType type,
-                                                                                PHAssetCollectionSubtype subtype) override;
+  std::shared_ptr<const PHFetchResult<PHAssetCollection>> fetchAssetCollections(
+      PHAssetCollectionType type, PHAssetCollectionSubtype subtype) override;
   std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssets(const PHAssetCollection& collection,
                                                             const PHFetchOptions& options) override;
   std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssetsWithLocalIdentifiers(

@@ -9,7 +9,8 @@ namespace tlx::photolibrary {
 namespace {
 
 bool sameFolder(const Folder& a, const Folder& b) {
-  return a.root == b.root && a.relative == b.relative && a.trashed == b.trashed && a.key == b.key && a.identifier == b.identifier;
+  return a.root == b.root && a.relative == b.relative && a.trashed == b.trashed && a.key == b.key &&
+         a.identifier == b.identifier;
 }
 
 bool assetBefore(const std::shared_ptr<const PHAsset>& a, const std::shared_ptr<const PHAsset>& b) {
@@ -131,12 +132,16 @@ ScanPass::State ScanPass::conclude(const WalkOutcome& outcome, const std::functi
 
 void ScanPass::accept(const Fresh& fresh, ItemBlocks& blocks, State& state) {
   const FoundItem& found = fresh.item;
-  const auto pathIn = [&](std::uint32_t folder, const std::string& name) { return state.folders[folder]->path + "/" + name; };
+  const auto pathIn = [&](std::uint32_t folder, const std::string& name) {
+    return state.folders[folder]->path + "/" + name;
+  };
   if (const auto earlier = accepted_.find(Identifier(found.identifier)); earlier != accepted_.end()) {
     // One file by two names: the plain one counts, then the first by path, whichever the workers met first.
     const auto other = earlier->second;
     const Item& item = itemOf(*other.asset);
-    if (std::pair(found.linked, pathIn(fresh.folder, found.name)) >= std::pair(other.linked, pathIn(item.folder, item.name))) return;
+    if (std::pair(found.linked, pathIn(fresh.folder, found.name)) >=
+        std::pair(other.linked, pathIn(item.folder, item.name)))
+      return;
     std::erase(added_, other.asset);
     std::erase(state.changes.put, other.asset);
   }
@@ -194,7 +199,9 @@ void ScanPass::merge(State& state) {
   Assets batch = state.changes.put;
   std::sort(batch.begin(), batch.end(), assetBefore);
   batch.erase(std::remove_if(batch.begin(), batch.end(),
-                             [&](const auto& asset) { return std::binary_search(added_.begin(), added_.end(), asset, assetBefore); }),
+                             [&](const auto& asset) {
+                               return std::binary_search(added_.begin(), added_.end(), asset, assetBefore);
+                             }),
               batch.end());
   const auto middle = static_cast<std::ptrdiff_t>(added_.size());
   std::move(batch.begin(), batch.end(), std::back_inserter(added_));

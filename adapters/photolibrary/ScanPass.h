@@ -37,8 +37,8 @@ class ScanPass final : public WalkListener {
   };
   /// The base with everything that is new for sure. One thread at a time, like `conclude`.
   State takeOver();
-  /// The whole truth, after a walk that finished. `rootReadable` tells which roots' items may be shown; the others' stay
-  /// in the index, unseen. Holds no items when nothing differs.
+  /// The whole truth, after a walk that finished. `rootReadable` tells which roots' items may be shown; the others'
+  /// stay in the index, unseen. Holds no items when nothing differs.
   State conclude(const WalkOutcome& outcome, const std::function<bool(std::size_t)>& rootReadable);
   /// After `conclude`: what is known to be no photo or video.
   RejectedFiles takeRejected() { return std::move(rejected_); }
@@ -63,7 +63,7 @@ class ScanPass final : public WalkListener {
   const std::shared_ptr<const Snapshot> base_;
   const RejectedFiles& knownRejected_;
 
-  mutable std::mutex mutex_;  ///< guards what follows, up to the empty line
+  mutable std::mutex mutex_;        ///< guards what follows, up to the empty line
   std::vector<std::uint8_t> seen_;  ///< by position in the base
   std::vector<Fresh> fresh_;
   RejectedFiles rejected_;

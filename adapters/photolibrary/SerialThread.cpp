@@ -18,7 +18,9 @@ SerialThread::SerialThread() {
   });
 }
 
-SerialThread::~SerialThread() { stop(); }
+SerialThread::~SerialThread() {
+  stop();
+}
 
 void SerialThread::stop() {
   thread_.request_stop();

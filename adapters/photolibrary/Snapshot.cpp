@@ -25,8 +25,8 @@ Assets oldestFirst(const Assets& newestFirst) {
 }  // namespace
 
 bool sameContent(const PHFetchResult<PHAsset>& a, const PHFetchResult<PHAsset>& b) {
-  return a.count() == b.count() && std::equal(a.begin(), a.end(), b.begin(),
-                                              [](const auto& x, const auto& y) { return looksTheSame(*x, *y); });
+  return a.count() == b.count() &&
+         std::equal(a.begin(), a.end(), b.begin(), [](const auto& x, const auto& y) { return looksTheSame(*x, *y); });
 }
 
 Snapshot::Snapshot(Assets live, Assets trashed, Folders folders, std::shared_ptr<FetchLedger> ledger,

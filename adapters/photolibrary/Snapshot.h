@@ -7,21 +7,24 @@
 #include <string>
 #include <vector>
 
-#include "adapters/photolibrary/FetchLedger.h"
-#include "adapters/photolibrary/Item.h"
 #include "tlx/platform/photos/PHAssetCollection.h"
 #include "tlx/platform/photos/PHFetchResult.h"
+
+#include "adapters/photolibrary/FetchLedger.h"
+#include "adapters/photolibrary/Item.h"
 
 namespace tlx::photolibrary {
 
 using CollectionResult = std::shared_ptr<const PHFetchResult<PHAssetCollection>>;
 
 /// The whole library at one moment: immutable, but for remembered answers. Any thread; no method waits for a disk.
-/// Answers are made when first asked for and then kept: the same question gives the same object. An answer that came out as in
-/// the snapshot before is that snapshot's object, so unchanged albums cost nothing and a change is seen by comparing.
+/// Answers are made when first asked for and then kept: the same question gives the same object. An answer that came
+/// out as in the snapshot before is that snapshot's object, so unchanged albums cost nothing and a change is seen by
+/// comparing.
 class Snapshot {
  public:
-  /// `live` and `trashed` are in the library's order. `folders` holds every folder that an item names, and perhaps more.
+  /// `live` and `trashed` are in the library's order. `folders` holds every folder that an item names, and perhaps
+  /// more.
   Snapshot(Assets live, Assets trashed, Folders folders, std::shared_ptr<FetchLedger> ledger, const Snapshot* before);
 
   /// Rises by one from each snapshot to its successor.
@@ -46,8 +49,8 @@ class Snapshot {
   Positions itemsIn(std::uint32_t folder) const;
 
   static constexpr std::uint32_t kNowhere = 0xffffffff;
-  /// Where the item with this identifier stands, or `kNowhere`. The first call makes the table for it, some 50 ms for a million items:
-  /// whoever publishes a snapshot calls `prepareLookup` on its own thread right after.
+  /// Where the item with this identifier stands, or `kNowhere`. The first call makes the table for it, some 50 ms for a
+  /// million items: whoever publishes a snapshot calls `prepareLookup` on its own thread right after.
   std::uint32_t find(const Identifier& identifier) const;
   void prepareLookup() const;
 

@@ -16,7 +16,7 @@ struct FoundItem {
   std::string identifier;
   std::string name;
   PHAssetMediaType mediaType = PHAssetMediaTypeUnknown;
-  double created = 0;   ///< seconds since 1970 UTC
+  double created = 0;  ///< seconds since 1970 UTC
   double duration = 0;
   ItemFacts facts;
   bool linked = false;  ///< met through a symbolic link: the same file met plainly goes before
@@ -49,8 +49,8 @@ class WalkListener {
 
 struct WalkOutcome {
   bool finished = false;  ///< false when it was stopped: what it has not met may still be there
-  /// Folders (absolute paths) that could not be looked into for a reason that may pass, as a server that does not answer. What is
-  /// known in them and below stays.
+  /// Folders (absolute paths) that could not be looked into for a reason that may pass, as a server that does not
+  /// answer. What is known in them and below stays.
   std::vector<std::string> unreachable;
 };
 
@@ -65,8 +65,9 @@ class Source {
   /// Whether the root can be looked into now; asks the disk. Any thread.
   virtual bool rootReadable(std::size_t root) const = 0;
 
-  /// Looks at everything and tells what it meets, reading only files that `known` does not hold as they stand. Returns when
-  /// all is told. One walk at a time, on a thread that may wait. Stopping ends it within the time that one file takes.
+  /// Looks at everything and tells what it meets, reading only files that `known` does not hold as they stand. Returns
+  /// when all is told. One walk at a time, on a thread that may wait. Stopping ends it within the time that one file
+  /// takes.
   virtual WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) = 0;
 };
 

@@ -1,12 +1,12 @@
 #include "adapters/photolibrary/XdgFolders.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <optional>
+
+#include <pwd.h>
+#include <unistd.h>
 
 namespace tlx::photolibrary {
 namespace {
@@ -23,7 +23,9 @@ std::string home() {
   return entry && entry->pw_dir && *entry->pw_dir == '/' ? withoutClosingSlash(entry->pw_dir) : "/";
 }
 
-std::string below(const std::string& folder, const std::string& name) { return (folder == "/" ? "" : folder) + "/" + name; }
+std::string below(const std::string& folder, const std::string& name) {
+  return (folder == "/" ? "" : folder) + "/" + name;
+}
 
 std::string folder(const char* variable, const char* otherwise) {
   const char* const set = std::getenv(variable);
@@ -49,9 +51,15 @@ std::optional<std::string> userFolder(const std::string& line, const std::string
 
 }  // namespace
 
-std::string xdgCacheHome() { return folder("XDG_CACHE_HOME", ".cache"); }
-std::string xdgConfigHome() { return folder("XDG_CONFIG_HOME", ".config"); }
-std::string xdgDataHome() { return folder("XDG_DATA_HOME", ".local/share"); }
+std::string xdgCacheHome() {
+  return folder("XDG_CACHE_HOME", ".cache");
+}
+std::string xdgConfigHome() {
+  return folder("XDG_CONFIG_HOME", ".config");
+}
+std::string xdgDataHome() {
+  return folder("XDG_DATA_HOME", ".local/share");
+}
 
 std::vector<std::string> defaultRoots() {
   std::string pictures = below(home(), "Pictures"), videos = below(home(), "Videos");

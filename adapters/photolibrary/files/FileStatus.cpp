@@ -1,12 +1,12 @@
 #include "adapters/photolibrary/files/FileStatus.h"
 
+#include <cerrno>
+#include <cstring>
+
 #include <fcntl.h>
 #include <sys/statfs.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 
 namespace tlx::photolibrary {
 namespace {
@@ -24,7 +24,8 @@ FileDescriptor::~FileDescriptor() {
 std::optional<FileStatus> FileStatusReader::read(int folder, const std::string& name, bool followLink) {
   struct statx raw;
   const int flags = (followLink ? 0 : AT_SYMLINK_NOFOLLOW) | (name.empty() ? AT_EMPTY_PATH : 0);
-  if (::statx(folder, name.c_str(), flags | AT_NO_AUTOMOUNT, STATX_BASIC_STATS | STATX_BTIME, &raw) != 0) return std::nullopt;
+  if (::statx(folder, name.c_str(), flags | AT_NO_AUTOMOUNT, STATX_BASIC_STATS | STATX_BTIME, &raw) != 0)
+    return std::nullopt;
 
   FileStatus status;
   status.kind = S_ISREG(raw.stx_mode)   ? FileStatus::Kind::Regular

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <sys/stat.h>
-
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
+
+#include <sys/stat.h>
 
 #include "adapters/photolibrary/FileKey.h"
 
@@ -45,7 +45,8 @@ struct FileStatus {
 /// Asks for the status of files, and remembers each device's file system id. Any thread.
 class FileStatusReader {
  public:
-  /// `name` relative to the open folder, or absolute; empty for the folder itself. Nothing, with errno set, when it cannot be told.
+  /// `name` relative to the open folder, or absolute; empty for the folder itself. Nothing, with errno set, when it
+  /// cannot be told.
   std::optional<FileStatus> read(int folder, const std::string& name, bool followLink);
 
  private:
@@ -55,9 +56,8 @@ class FileStatusReader {
   std::map<std::uint64_t, std::uint64_t> fileSystems_;  ///< by device number
 };
 
-/// Opens a regular file for reading and nothing else: never waits for a FIFO, never takes a terminal, leaves the access time
-/// alone where the owner may ask for that. Nothing, when it is not, or no longer, the
-/// file of that status.
+/// Opens a regular file for reading and nothing else: never waits for a FIFO, never takes a terminal, leaves the access
+/// time alone where the owner may ask for that. Nothing, when it is not, or no longer, the file of that status.
 FileDescriptor openRegularFile(int folder, const std::string& name, const FileStatus& expected, bool followLink);
 
 }  // namespace tlx::photolibrary

@@ -1,11 +1,11 @@
 #include "adapters/photolibrary/files/FolderSource.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "adapters/photolibrary/files/FolderWalk.h"
 

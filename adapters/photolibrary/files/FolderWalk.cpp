@@ -1,32 +1,42 @@
 #include "adapters/photolibrary/files/FolderWalk.h"
 
-#include <dirent.h>
-#include <fcntl.h>
-#include <strings.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <map>
 #include <thread>
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <strings.h>
+#include <unistd.h>
+
 #include "adapters/photolibrary/files/Trash.h"
 
 namespace tlx::photolibrary {
 namespace {
 
-/// Few enough that the workers share even one big folder and results come early, many enough that handing over costs nothing.
+/// Few enough that the workers share even one big folder and results come early, many enough that handing over costs
+/// nothing.
 constexpr std::size_t kFilesAtOnce = 64;
 
 bool mayPass(int error) {
   switch (error) {
-    case ENOENT: case ENOTDIR: case ELOOP: case EACCES: case EPERM: case ENAMETOOLONG: return false;
-    default: return true;
+    case ENOENT:
+    case ENOTDIR:
+    case ELOOP:
+    case EACCES:
+    case EPERM:
+    case ENAMETOOLONG:
+      return false;
+    default:
+      return true;
   }
 }
 
-bool startsWithScreenshot(std::string_view name) { return name.size() >= 10 && strncasecmp(name.data(), "Screenshot", 10) == 0; }
+bool startsWithScreenshot(std::string_view name) {
+  return name.size() >= 10 && strncasecmp(name.data(), "Screenshot", 10) == 0;
+}
 
 /// Programs that take screenshots name them so, or keep them in a folder named so, and rarely say it inside.
 bool lookedLikeScreenshot(const std::string& folder, const std::string& name) {
@@ -181,10 +191,18 @@ FolderWalk::Listing FolderWalk::list(int folder) {
     if (name == ".nomedia") listing.excluded = true;
     if (name.starts_with('.')) continue;
     switch (entry->d_type) {
-      case DT_REG: case DT_UNKNOWN: listing.files.push_back(name); break;
-      case DT_DIR: listing.folders.push_back(name); break;
-      case DT_LNK: listing.links.push_back(name); break;
-      default: break;
+      case DT_REG:
+      case DT_UNKNOWN:
+        listing.files.push_back(name);
+        break;
+      case DT_DIR:
+        listing.folders.push_back(name);
+        break;
+      case DT_LNK:
+        listing.links.push_back(name);
+        break;
+      default:
+        break;
     }
   }
   listing.broken = errno != 0;
@@ -198,9 +216,10 @@ void FolderWalk::addFiles(const std::shared_ptr<OpenFolder>& folder, std::vector
   for (std::size_t start = 0; start < names.size(); start += kFilesAtOnce) {
     const auto first = names.begin() + static_cast<std::ptrdiff_t>(start);
     const auto last = names.begin() + static_cast<std::ptrdiff_t>(std::min(start + kFilesAtOnce, names.size()));
-    crew_.add([this, folder, part = std::vector<std::string>(std::make_move_iterator(first), std::make_move_iterator(last))] {
-      lookAt(*folder, part);
-    });
+    crew_.add(
+        [this, folder, part = std::vector<std::string>(std::make_move_iterator(first), std::make_move_iterator(last))] {
+          lookAt(*folder, part);
+        });
   }
 }
 
@@ -221,7 +240,8 @@ void FolderWalk::look(const OpenFolder& folder, const std::string& name, bool fo
   const bool isKnown = known != folder.known.end() && known->name == name;
   if (!status) {
     // Gone since it was listed, or the disk stumbled: only the first takes it out.
-    if (isKnown && mayPass(errno) && known->position != Snapshot::kNowhere) findings.unchanged.push_back(known->position);
+    if (isKnown && mayPass(errno) && known->position != Snapshot::kNowhere)
+      findings.unchanged.push_back(known->position);
     return;
   }
   if (status->kind == FileStatus::Kind::Folder && !followLink) {
@@ -250,8 +270,8 @@ std::string FolderWalk::identify(const OpenFolder& folder, const std::string& na
     return known_.snapshot().itemAt(known->position).localIdentifier.string();
   }
   if (status.key.born != 0) return deriveIdentifier(status.key);
-  // Without a birth time the inode number alone may be another file's by now: the same place, or the same content as far as
-  // size and time tell, must speak for it.
+  // Without a birth time the inode number alone may be another file's by now: the same place, or the same content as
+  // far as size and time tell, must speak for it.
   if (const Item* item = known_.itemWithoutBirth(status.key)) {
     const bool samePlace = name == item->name && known_.snapshot().folders()[item->folder]->path == folder.place.path;
     const bool sameContent = item->facts.bytes == status.bytes && item->facts.modified == status.modified;
@@ -290,8 +310,9 @@ void FolderWalk::examine(const OpenFolder& folder, const std::string& name, cons
     found.facts.height = info.height;
     found.facts.format = info.format;
     found.facts.orientation = static_cast<std::uint8_t>(info.orientation);
-    found.facts.marks = static_cast<std::uint8_t>((info.favorite ? ItemMarkFavorite : 0) | (info.panorama ? ItemMarkPanorama : 0) |
-                                                  (info.screenshot ? ItemMarkScreenshot : 0));
+    found.facts.marks =
+        static_cast<std::uint8_t>((info.favorite ? ItemMarkFavorite : 0) | (info.panorama ? ItemMarkPanorama : 0) |
+                                  (info.screenshot ? ItemMarkScreenshot : 0));
   }
   if (found.mediaType == PHAssetMediaTypeImage && lookedLikeScreenshot(folder.place.path, name)) {
     found.facts.marks |= ItemMarkScreenshotPlace;
@@ -318,14 +339,19 @@ void FolderWalk::followLinks() {
   });
   for (auto link = links.begin(); link != links.end() && !stop_.stop_requested();) {
     const Place place = link->place;
-    const auto next = std::find_if(link, links.end(), [&](const Link& other) { return other.place.path != place.path; });
+    const auto next =
+        std::find_if(link, links.end(), [&](const Link& other) { return other.place.path != place.path; });
     OpenFolder folder;
     folder.place = place;
     folder.descriptor = FileDescriptor(::open(place.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const auto own = folder.descriptor ? statuses_.read(folder.descriptor.get(), "", false) : std::nullopt;
     if (own) {
       const Folder* known = own->key.born == 0 ? known_.folderWithoutBirth(own->key) : nullptr;
-      folder.folder = {place.path, place.root, place.relative, place.trashed, own->key,
+      folder.folder = {place.path,
+                       place.root,
+                       place.relative,
+                       place.trashed,
+                       own->key,
                        own->key.born != 0 ? deriveIdentifier(own->key) : known ? known->identifier : mintIdentifier()};
       folder.known = known_.inFolder(place.path);
       FolderFindings findings;

@@ -18,10 +18,10 @@ namespace tlx::photolibrary {
 
 /// One look at folder trees and the trash, by one worker per core.
 ///
-/// Left out: hidden files and folders, a folder with a file `.nomedia` and all below it (a root itself excepted: naming it is
-/// asking for it), empty files, and whatever is not a regular file. Real folders are walked first and symbolic links
-/// followed afterwards, in order of their paths, so that a folder or file is met plainly where it can be, whatever the
-/// workers' luck; a folder is entered once, and a link to a root or above one is not followed.
+/// Left out: hidden files and folders, a folder with a file `.nomedia` and all below it (a root itself excepted: naming
+/// it is asking for it), empty files, and whatever is not a regular file. Real folders are walked first and symbolic
+/// links followed afterwards, in order of their paths, so that a folder or file is met plainly where it can be,
+/// whatever the workers' luck; a folder is entered once, and a link to a root or above one is not followed.
 class FolderWalk {
  public:
   FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, WalkListener& listener,
@@ -77,7 +77,7 @@ class FolderWalk {
   WorkCrew crew_;
   FileStatusReader statuses_;
 
-  std::mutex mutex_;  ///< guards what follows
+  std::mutex mutex_;                                           ///< guards what follows
   std::set<std::pair<std::uint64_t, std::uint64_t>> visited_;  ///< folders by device and inode
   std::vector<Link> links_;
   std::vector<std::string> unreachable_;

@@ -1,13 +1,13 @@
 #include "adapters/photolibrary/files/Trash.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <set>
 #include <system_error>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "adapters/photolibrary/XdgFolders.h"
 
@@ -100,7 +100,8 @@ std::vector<TrashedFile> listTrash(const std::vector<std::string>& roots) {
   std::vector<TrashedFile> files;
   for (const TrashFolder& trash : trashFolders(roots)) {
     std::error_code error;
-    for (fs::directory_iterator entry(trash.path + "/info", error), end; !error && entry != end; entry.increment(error)) {
+    for (fs::directory_iterator entry(trash.path + "/info", error), end; !error && entry != end;
+         entry.increment(error)) {
       if (entry->path().extension() != ".trashinfo") continue;
       auto original = originalPath(entry->path().string());
       if (!original || original->empty()) continue;

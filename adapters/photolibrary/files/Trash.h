@@ -13,8 +13,8 @@ struct TrashedFile {
   std::size_t root = 0;  ///< which root it came from
 };
 
-/// Reads the person's own trash and those at the top of the roots' file systems, as the desktop's trash standard lays them out.
-/// What has no readable record of where it came from is left out, and so is what came from a hidden folder.
+/// Reads the person's own trash and those at the top of the roots' file systems, as the desktop's trash standard lays
+/// them out. What has no readable record of where it came from is left out, and so is what came from a hidden folder.
 std::vector<TrashedFile> listTrash(const std::vector<std::string>& roots);
 
 }  // namespace tlx::photolibrary

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "adapters/photolibrary/PhotoLibrary.h"
+
+namespace tlx::photolibrary::test {
+
+/// Keeps what it is told.
+class KeptLog final : public SystemLogPort {
+ public:
+  void log(const std::string& line) override;
+  void assertionFailed(const std::string&, const std::string&, int, const std::string&) override {}
+  std::vector<std::string> lines() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::vector<std::string> lines_;
+};
+
+/// A photo as a few hundred bytes of JPEG.
+struct SamplePhoto {
+  std::string captured;  ///< "YYYY:MM:DD hh:mm:ss" for its metadata; empty for none
+  std::string offset;    ///< "+hh:mm" beside it
+  int rating = 0;        ///< stars
+};
+std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo = {});
+/// An MP4 header of that many seconds, and nothing to play.
+std::vector<std::uint8_t> sampleVideo(double seconds = 1);
+
+/// A folder of the test's own with `pictures`, `cache`, `config` and `data` in it, gone with it. While it lives the XDG
+/// data folder is its own, so that no test looks into the person's trash.
+class LibraryFolder {
+ public:
+  LibraryFolder();
+  ~LibraryFolder();
+  LibraryFolder(const LibraryFolder&) = delete;
+  LibraryFolder& operator=(const LibraryFolder&) = delete;
+
+  std::filesystem::path pictures() const { return top_ / "pictures"; }
+  std::filesystem::path top() const { return top_; }
+
+  /// `path` below the pictures; folders are made. `modified` in seconds since 1970, 0 to leave it be.
+  void put(const std::string& path, const std::vector<std::uint8_t>& bytes, double modified = 0) const;
+  void putPhoto(const std::string& path, double modified = 0) const { put(path, samplePhoto(), modified); }
+  /// As the desktop does it: with a record of where it came from.
+  void trash(const std::string& path) const;
+
+  PhotoLibrary::Options options() const;
+
+ private:
+  std::filesystem::path top_;
+  std::string earlierDataHome_;
+};
+
+/// What a fetch by album title finds: the names of the files, in order. Smart albums and the person's own alike.
+std::vector<std::string> namesIn(PhotoLibrary& library, const std::string& album);
+/// "Title" of every album that the person made, in the library's order.
+std::vector<std::string> titles(PhotoLibrary& library);
+/// The identifier of the item with that file name; empty when there is none.
+std::string identifierOf(PhotoLibrary& library, const std::string& name);
+
+}  // namespace tlx::photolibrary::test
