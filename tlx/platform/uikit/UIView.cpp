@@ -64,6 +64,7 @@ const Class& UIView::classObject() {
 }
 
 UIView::~UIView() {
+  if (renderer_) renderer_->viewDestroyed();
   if (AnimationState* state = AnimationState::installed(); state && !state->owners.empty()) {
     std::erase_if(state->owners, [this](const auto& owner) { return owner.first.first == this; });
   }

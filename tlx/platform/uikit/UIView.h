@@ -55,6 +55,8 @@ class ViewRenderer {
   virtual void viewChanged(UIView& view, UIViewChange change, const UIViewAnimation* animation) = 0;
   /// The view wants its layout pass before the next frame.
   virtual void setNeedsLayout(UIView& view) = 0;
+  /// The view is being destroyed; it must not be read any more.
+  virtual void viewDestroyed() {}
 };
 
 /// A rectangle of the screen: what code has set, retained, whether or not anything draws it. Main thread only.

@@ -1,0 +1,61 @@
+# Two doors: `make run` opens the picker, `make test` runs every test. Each installs what is missing, configures and builds.
+
+JOBS ?= $(shell nproc)
+PACKAGES := $(shell grep -v '^\#' packages.txt)
+SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
+CTEST := ctest --output-on-failure --timeout 300
+
+.PHONY: run test build bench asan tsan tidy format install packages check clean
+
+run: build
+	@tools/run-picker.sh
+
+# The core build first: it proves that tlx/ needs the standard library alone.
+test: packages
+	cmake --preset core
+	cmake --build --preset core -j$(JOBS)
+	cd build/core && $(CTEST) -j$(JOBS)
+	cmake --preset release
+	cmake --build --preset release -j$(JOBS)
+	cd build/release && $(CTEST) -j$(JOBS)
+
+build: packages
+	cmake --preset release
+	cmake --build --preset release -j$(JOBS)
+
+bench: build
+	@tools/run-benchmarks.sh build/release/bin
+
+asan: packages
+	cmake --preset asan
+	cmake --build --preset asan -j$(JOBS)
+	cd build/asan && ASAN_OPTIONS=detect_stack_use_after_return=1 LSAN_OPTIONS=suppressions=$(CURDIR)/tests/support/lsan.supp \
+	  UBSAN_OPTIONS=print_stacktrace=1 $(CTEST) -j$(JOBS)
+
+tsan: packages
+	cmake --preset tsan
+	cmake --build --preset tsan -j$(JOBS)
+	cd build/tsan && TSAN_OPTIONS=suppressions=$(CURDIR)/tests/support/tsan.supp:history_size=4 $(CTEST) -j$(JOBS)
+
+tidy: packages
+	cmake --preset tidy
+	cmake --build --preset tidy -j$(JOBS)
+
+format:
+	git ls-files '*.h' '*.cpp' | xargs clang-format-14 -i
+
+install: build
+	cmake --install build/release
+
+# Asks the package database, not the network, so that a second run costs nothing.
+packages:
+	@missing=$$(for package in $(PACKAGES); do \
+	  [ "$$(dpkg-query -W -f='$${db:Status-Status}' $$package 2>/dev/null)" = installed ] || echo $$package; done); \
+	if [ -n "$$missing" ]; then \
+	  echo "Installing:" $$missing; \
+	  $(SUDO) apt-get update -q && \
+	  $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -qy --no-install-recommends $$missing; \
+	fi
+
+clean:
+	rm -rf build

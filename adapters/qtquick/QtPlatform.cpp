@@ -1,0 +1,33 @@
+#include "adapters/qtquick/QtPlatform.h"
+
+#include <QtQml>
+
+void qml_register_types_TLX_MediaPicker();
+
+namespace tlx::qtquick {
+
+QtPlatform::QtPlatform(Loops& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
+                       ReachabilityPort& reachability, SystemLogPort& log)
+    : application_(window) {
+  // A static library's types register themselves only when something refers to them.
+  qml_register_types_TLX_MediaPicker();
+  engine_.addImportPath(QStringLiteral("qrc:/tlx/mediapicker"));
+  scenes_ = std::make_unique<QtScenes>(engine_);
+  presentation_ = std::make_unique<QtPresentation>(engine_);
+  platform_ = std::make_unique<Platform>(Platform::Ports{loops.mainQueue, loops.timers, loops.displayClock,
+                                                         loops.runLoops, library, images, reachability, *scenes_, text_,
+                                                         *presentation_, application_, log});
+  window_ = std::make_unique<QtWindow>(window, engine_, *scenes_);
+  application_.setWindow(window_->model());
+  presentation_->setWindow(window_.get());
+}
+
+QtPlatform::~QtPlatform() {
+  presentation_->setWindow(nullptr);
+  application_.setWindow(nullptr);
+  window_.reset();
+  presentation_.reset();
+  platform_.reset();
+}
+
+}  // namespace tlx::qtquick

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QQmlEngine>
+#include <QString>
+#include <memory>
+
+#include "adapters/qtquick/loop/QtLoop.h"
+#include "adapters/qtquick/scenes/QtScenes.h"
+#include "adapters/qtquick/window/QtApplication.h"
+#include "adapters/qtquick/window/QtPresentation.h"
+#include "adapters/qtquick/window/QtWindow.h"
+#include "tlx/platform/Platform.h"
+
+namespace tlx {
+class PhotoLibraryPort;
+class ImageManagerPort;
+class ReachabilityPort;
+class SystemLogPort;
+}  // namespace tlx
+
+namespace tlx::qtquick {
+
+/// A platform whose screen is a Qt Quick window. Built on the main thread after the application object; the program
+/// brings the library, the pictures and the network. Destroy the pickers first, then this, then what it was given.
+class QtPlatform {
+ public:
+  /// The loops exist before the platform, because libraries are built on them.
+  class Loops {
+   public:
+    Loops() : displayClock(timers) {}
+    QtMainQueue mainQueue;
+    QtTimers timers;
+    QtDisplayClock displayClock;
+    QtRunLoops runLoops;
+  };
+
+  QtPlatform(Loops& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
+             ReachabilityPort& reachability, SystemLogPort& log);
+  ~QtPlatform();
+
+  QtWindow& window() { return *window_; }
+  QtApplication& application() { return application_; }
+  QtPresentation& presentation() { return *presentation_; }
+  QtScenes& scenes() { return *scenes_; }
+
+ private:
+  QQmlEngine engine_;
+  QtApplication application_;
+  QtText text_;
+  std::unique_ptr<QtScenes> scenes_;
+  std::unique_ptr<QtPresentation> presentation_;
+  std::unique_ptr<Platform> platform_;
+  std::unique_ptr<QtWindow> window_;
+};
+
+}  // namespace tlx::qtquick

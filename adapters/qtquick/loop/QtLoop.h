@@ -1,0 +1,96 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QTimer>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "tlx/platform/dispatch/MainQueue.h"
+#include "tlx/platform/dispatch/RunLoop.h"
+#include "tlx/platform/dispatch/Timers.h"
+
+class QQuickWindow;
+
+namespace tlx::qtquick {
+
+/// The main queue on Qt's event loop of the thread that makes it.
+class QtMainQueue final : public QObject, public MainQueuePort {
+  Q_OBJECT
+
+ public:
+  QtMainQueue();
+  ~QtMainQueue() override;
+  void post(std::function<void()> step) override;
+  bool isMainThread() const override;
+
+ protected:
+  bool event(QEvent* event) override;
+
+ private:
+  std::mutex mutex_;
+  std::deque<std::function<void()>> steps_;
+  bool woken_ = false;
+};
+
+/// All timers on one of Qt's, so that those due together fire in the order they were started.
+class QtTimers final : public QObject, public TimerPort {
+  Q_OBJECT
+
+ public:
+  QtTimers();
+  TimerId start(double seconds, bool repeats, std::function<void()> fire) override;
+  void cancel(TimerId timer) override;
+  double now() const override;
+
+ private:
+  struct Entry {
+    double due;
+    double interval;
+    bool repeats;
+    std::shared_ptr<std::function<void()>> fire;
+  };
+  void arm();
+  void fireDue();
+
+  QTimer clock_;
+  TimerId last_ = 0;
+  std::map<TimerId, Entry> entries_;
+  std::set<std::pair<double, TimerId>> order_;
+};
+
+/// Beats with the frames of a window while it shows any, else sixty times a second.
+class QtDisplayClock final : public QObject, public DisplayClockPort {
+  Q_OBJECT
+
+ public:
+  explicit QtDisplayClock(const TimerPort& timers);
+  ListenerId addListener(std::function<void(double)> tick) override;
+  void removeListener(ListenerId listener) override;
+
+ private:
+  void beat();
+
+  const TimerPort& timers_;
+  QTimer clock_;
+  ListenerId last_ = 0;
+  std::map<ListenerId, std::shared_ptr<std::function<void(double)>>> listeners_;
+};
+
+/// The event loop of whatever thread asks.
+class QtRunLoops final : public RunLoopPort {
+ public:
+  std::shared_ptr<RunLoop> current() override;
+
+ private:
+  std::mutex mutex_;
+  std::map<std::thread::id, std::weak_ptr<RunLoop>> loops_;
+};
+
+}  // namespace tlx::qtquick

@@ -1,0 +1,106 @@
+import QtQuick
+import TLX.MediaPicker
+
+FocusScope {
+    id: alert
+    property string title
+    property string message
+    property var actions: []
+    signal chosen(int index)
+
+    Accessible.role: Accessible.AlertMessage
+    Accessible.name: title === "" ? message : title + "\n" + message
+    Keys.onEscapePressed: {
+        for (let i = 0; i < actions.length; ++i) {
+            if (actions[i].cancels) {
+                chosen(i)
+                return
+            }
+        }
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.scrim
+        MouseArea { anchors.fill: parent; acceptedButtons: Qt.AllButtons; onWheel: wheel => wheel.accepted = true }
+    }
+    Rectangle {
+        id: box
+        readonly property bool stacked: alert.actions.length > 2
+        anchors.centerIn: parent
+        width: Math.min(300, parent.width - 40)
+        height: words.height + buttons.height + 44
+        radius: 16
+        color: Theme.surface
+        border { width: 1; color: Theme.line }
+
+        Column {
+            id: words
+            x: 22
+            y: 22
+            width: parent.width - 44
+            spacing: 8
+            Text {
+                width: parent.width
+                visible: alert.title !== ""
+                text: alert.title
+                textFormat: Text.PlainText
+                font { pixelSize: 17; weight: Font.DemiBold }
+                color: Theme.text
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+            }
+            Text {
+                width: parent.width
+                text: alert.message
+                textFormat: Text.PlainText
+                font.pixelSize: 14
+                lineHeight: 1.15
+                color: alert.title === "" ? Theme.text : Theme.secondaryText
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
+            }
+        }
+        Grid {
+            id: buttons
+            anchors { bottom: parent.bottom; left: parent.left; right: parent.right }
+            columns: box.stacked ? 1 : alert.actions.length
+            Repeater {
+                model: alert.actions
+                Rectangle {
+                    id: choice
+                    required property int index
+                    required property var modelData
+                    width: box.stacked ? box.width : box.width / Math.max(1, alert.actions.length)
+                    height: 46
+                    color: "transparent"
+                    focus: index === alert.actions.length - 1
+                    activeFocusOnTab: true
+                    Accessible.role: Accessible.Button
+                    Accessible.name: modelData.title
+                    Accessible.focusable: true
+                    Accessible.onPressAction: alert.chosen(index)
+                    Keys.onSpacePressed: alert.chosen(index)
+                    Keys.onReturnPressed: alert.chosen(index)
+                    Keys.onEnterPressed: alert.chosen(index)
+
+                    Rectangle { width: parent.width; height: 1; color: Theme.line }
+                    Rectangle { visible: !box.stacked && choice.index > 0; width: 1; height: parent.height; color: Theme.line }
+                    Rectangle {
+                        anchors { fill: parent; margins: 4 }
+                        radius: 10
+                        color: press.pressed ? Theme.pressed : "transparent"
+                        border { width: choice.activeFocus ? 2 : 0; color: Theme.focus }
+                    }
+                    Text {
+                        anchors.centerIn: parent
+                        text: choice.modelData.title
+                        color: Theme.accentInk
+                        font { pixelSize: 16; weight: choice.modelData.cancels ? Font.DemiBold : Font.Normal }
+                    }
+                    MouseArea { id: press; anchors.fill: parent; onClicked: alert.chosen(choice.index) }
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,45 @@
+import QtQuick
+
+// Moves a grid's or a list's offset by finger, wheel and flick; what is seen stands beside it.
+Flickable {
+    id: scroller
+    required property Item view
+
+    anchors.fill: parent
+    flickableDirection: Flickable.VerticalFlick
+    boundsBehavior: Flickable.DragAndOvershootBounds
+    contentWidth: width
+    contentHeight: Math.max(height, view.extent + view.topInset + view.bottomInset)
+    maximumFlickVelocity: 12000
+    pixelAligned: true
+    onContentYChanged: view.offset = contentY
+
+    Connections {
+        target: scroller.view
+        function onOffsetChanged() {
+            if (!scroller.moving) scroller.contentY = scroller.view.offset
+        }
+    }
+    TapHandler {
+        gesturePolicy: TapHandler.DragThreshold
+        onTapped: eventPoint => {
+            const at = scroller.view.mapFromItem(null, eventPoint.scenePosition.x, eventPoint.scenePosition.y)
+            scroller.view.tapAt(at.x, at.y)
+        }
+    }
+    Rectangle {
+        parent: scroller.view
+        z: 2
+        readonly property real span: scroller.height - scroller.view.topInset - 8
+        readonly property real part: scroller.height / scroller.contentHeight
+        visible: part < 1
+        opacity: scroller.moving ? 0.7 : 0
+        Behavior on opacity { NumberAnimation { duration: 200 } }
+        width: 4
+        radius: 2
+        height: Math.max(36, span * part)
+        x: Theme.mirrored ? 3 : scroller.width - width - 3
+        y: scroller.view.topInset + 4 + (span - height) * Math.min(1, Math.max(0, scroller.contentY / Math.max(1, scroller.contentHeight - scroller.height)))
+        color: Theme.secondaryText
+    }
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <QObject>
+#include <QQmlEngine>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "tlx/platform/uikit/ResourcePort.h"
+#include "tlx/platform/uikit/UIView.h"
+
+class QQmlComponent;
+
+namespace tlx::qtquick {
+
+/// Loads scenes, interface files and images from the library's own resources. Scenes are files named after their
+/// class; a file's elements say which view is which outlet.
+class QtScenes final : public QObject, public ResourcePort {
+  Q_OBJECT
+  Q_PROPERTY(qreal width READ width NOTIFY sizeChanged)
+  Q_PROPERTY(qreal height READ height NOTIFY sizeChanged)
+
+ public:
+  explicit QtScenes(QQmlEngine& engine);
+  ~QtScenes() override;
+
+  /// The one that loads through the engine; nothing for an engine without.
+  static QtScenes* of(QQmlEngine* engine);
+
+  /// The size at which scenes are loaded: the window's.
+  void setSize(const CGSize& size);
+  qreal width() const { return size_.width; }
+  qreal height() const { return size_.height; }
+
+  // ResourcePort
+  std::shared_ptr<UIViewController> instantiateViewController(const NSBundle& bundle, const std::string& storyboard,
+                                                              const std::string& identifier) override;
+  std::vector<std::shared_ptr<NSObject>> loadNib(const NSBundle& bundle, const std::string& name) override;
+  std::shared_ptr<const UIImage> imageNamed(const NSBundle& bundle, const std::string& name) override;
+
+  /// A reusable view from the file of that name, at (0, 0) with the frame's size, awake.
+  std::shared_ptr<UIView> makeCell(const std::string& name, const CGRect& frame);
+
+ Q_SIGNALS:
+  void sizeChanged();
+
+ private:
+  QQmlComponent& component(const std::string& name);
+  std::shared_ptr<UIView> load(const std::string& name, NSObject* owner, const QVariantMap& initial);
+
+  QQmlEngine& engine_;  // unretained: the platform owns both, the engine outlives this
+  CGSize size_{375, 667};
+  std::map<std::string, std::unique_ptr<QQmlComponent>> components_;
+  std::map<std::string, std::shared_ptr<const UIImage>> images_;
+};
+
+}  // namespace tlx::qtquick

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "tlx/platform/uikit/UIApplication.h"
+#include "tlx/platform/uikit/UIFont.h"
+
+class QQuickWindow;
+
+namespace tlx::qtquick {
+
+/// The host program and its machine, as Qt knows them.
+class QtApplication final : public ApplicationPort {
+ public:
+  /// The idiom is settled now: pad when the window's shorter side is at least 600 points.
+  explicit QtApplication(QQuickWindow& window);
+
+  void setWindow(std::shared_ptr<UIWindow> window) { window_ = std::move(window); }
+  /// Called for the settings page.
+  void setSettingsHandler(std::function<bool()> handler) { settings_ = std::move(handler); }
+  void setReduceMotion(bool reduce) { reduceMotion_ = reduce; }
+
+  std::shared_ptr<UIWindow> window() const override { return window_; }
+  std::optional<UIUserInterfaceIdiom> userInterfaceIdiom() const override { return idiom_; }
+  double screenScale() const override;
+  bool openURL(const std::string& url) override;
+  void setStatusBarHidden(bool) override {}
+  bool reduceMotion() const override { return reduceMotion_; }
+
+ private:
+  QQuickWindow& quickWindow_;
+  UIUserInterfaceIdiom idiom_;
+  std::shared_ptr<UIWindow> window_;
+  std::function<bool()> settings_;
+  bool reduceMotion_ = false;
+};
+
+/// Measures with the fonts that labels are drawn in.
+class QtText final : public TextMeasurementPort {
+ public:
+  CGSize sizeOfText(const std::string& text, const UIFontRef& font) override;
+};
+
+}  // namespace tlx::qtquick

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QQuickWindow>
+#include <memory>
+
+#include "tlx/platform/uikit/UIWindow.h"
+
+class QQmlEngine;
+
+namespace tlx::qtquick {
+
+class QtScenes;
+class ViewItem;
+
+/// A window of the program's, or an item in one, as the platform's window.
+class QtWindow final : public QObject {
+  Q_OBJECT
+
+ public:
+  /// The scene items stand in the window's content, as large as it. The quick window is the program's and outlives
+  /// this.
+  QtWindow(QQuickWindow& window, QQmlEngine& engine, QtScenes& scenes);
+  ~QtWindow() override;
+
+  const std::shared_ptr<UIWindow>& model() const { return model_; }
+  QQuickWindow& quickWindow() const { return window_; }
+  ViewItem& rootItem() const { return *root_; }
+
+ Q_SIGNALS:
+  void resized();
+
+ private:
+  void follow();
+
+  QQuickWindow& window_;
+  QtScenes& scenes_;
+  std::shared_ptr<UIWindow> model_;
+  QPointer<ViewItem> root_;
+};
+
+}  // namespace tlx::qtquick

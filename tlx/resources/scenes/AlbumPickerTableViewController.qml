@@ -1,0 +1,14 @@
+import QtQuick
+import TLX.MediaPicker
+
+TableViewBase {
+    id: table
+    prototypes: ["TableViewCell"]
+    width: 320
+    height: 480
+    scroller: scroll
+
+    Accessible.role: Accessible.List
+
+    Scroller { id: scroll; view: table }
+}

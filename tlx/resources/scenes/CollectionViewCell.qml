@@ -1,0 +1,34 @@
+import QtQuick
+import TLX.MediaPicker
+
+View {
+    customClass: "CollectionViewCell"
+    id: cell
+    Rectangle { anchors.fill: parent; color: Theme.tile }
+    ImageView { outlet: "imgViewImagIcon" }
+    Rectangle {
+        anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
+        height: 30
+        visible: length.visible
+        z: 1
+        gradient: Gradient {
+            GradientStop { position: 0; color: "#00000000" }
+            GradientStop { position: 1; color: "#a0000000" }
+        }
+    }
+    ImageView { outlet: "imgViewOverLay"; startsHidden: true; z: 2 }
+    Label {
+        id: length
+        outlet: "lblVideoLength"
+        startsHidden: true
+        z: 3
+        x: 8
+        y: cell.height - 23
+        width: cell.width - 15
+        height: 18
+        pointSize: 13
+        fontName: "-Semibold"
+        color: "#ffffff"
+        alignment: Text.AlignLeft
+    }
+}

@@ -1,0 +1,20 @@
+import QtQuick
+import TLX.MediaPicker
+
+CollectionViewBase {
+    id: grid
+    layoutOutlet: "flowLayout"
+    prototypes: ["CollectionViewCell", "HeaderView", "FooterView"]
+    headerHeight: 64
+    footerHeight: 72
+    width: 375
+    height: 667
+    scroller: scroll
+
+    Binding on width { when: grid.parent !== null; value: grid.parent ? grid.parent.width : 0 }
+    Binding on height { when: grid.parent !== null; value: grid.parent ? grid.parent.height : 0 }
+
+    Accessible.role: Accessible.List
+
+    Scroller { id: scroll; view: grid }
+}

@@ -1,0 +1,218 @@
+import QtQuick
+import TLX.MediaPicker
+
+View {
+    id: root
+    width: 375
+    height: 667
+
+    Rectangle { anchors.fill: parent; color: Theme.ground }
+
+    View {
+        outlet: "viewContainer"
+        width: root.width
+        height: root.height
+
+        View {
+            outlet: "viewCLContainer"
+            width: root.width
+            height: root.height
+        }
+        View {
+            outlet: "viewNoPhotos"
+            startsHidden: true
+            width: root.width
+            height: root.height
+            Image {
+                anchors { horizontalCenter: parent.horizontalCenter; bottom: emptyTitle.top; bottomMargin: 22 }
+                source: "qrc:/tlx/mediapicker/images/empty.png"
+                sourceSize { width: 96; height: 96 }
+                opacity: 0.9
+            }
+            Label {
+                id: emptyTitle
+                outlet: "lblNoPhotos1"
+                x: 24
+                y: Math.round(root.height / 2) - 6
+                width: root.width - 48
+                height: 26
+                pointSize: 18
+                fontName: "-Semibold"
+                alignment: Text.AlignHCenter
+            }
+            Label {
+                outlet: "lblNoPhotos2"
+                x: 24
+                y: emptyTitle.y + 30
+                width: root.width - 48
+                height: 22
+                pointSize: 15
+                color: Theme.secondaryText
+                alignment: Text.AlignHCenter
+            }
+        }
+        View {
+            outlet: "viewAccessContainer"
+            startsHidden: true
+            width: root.width
+            height: root.height
+            Image {
+                anchors { horizontalCenter: parent.horizontalCenter; bottom: accessTitle.top; bottomMargin: 22 }
+                source: "qrc:/tlx/mediapicker/images/locked.png"
+                sourceSize { width: 96; height: 96 }
+                opacity: 0.9
+            }
+            Label {
+                id: accessTitle
+                outlet: "lblAllowAccess1"
+                x: 24
+                y: Math.round(root.height / 2) - 24
+                width: root.width - 48
+                height: 26
+                pointSize: 18
+                fontName: "-Semibold"
+                alignment: Text.AlignHCenter
+            }
+            Label {
+                outlet: "lblAllowAccess2"
+                x: 24
+                y: accessTitle.y + 32
+                width: root.width - 48
+                height: 20
+                pointSize: 15
+                color: Theme.secondaryText
+                alignment: Text.AlignHCenter
+            }
+            Label {
+                outlet: "lblAllowAccess3"
+                x: 24
+                y: accessTitle.y + 53
+                width: root.width - 48
+                height: 20
+                pointSize: 15
+                color: Theme.secondaryText
+                alignment: Text.AlignHCenter
+            }
+            Button {
+                outlet: "btnAllowAccess"
+                action: "btnAllowAccess:"
+                x: Math.round((root.width - width) / 2)
+                y: accessTitle.y + 96
+                width: 180
+                height: 44
+                ground: Theme.accent
+                color: "#06282a"
+                title: "Allow access"
+                pointSize: 16
+                fontName: "-Semibold"
+            }
+        }
+        View {
+            outlet: "viewTbContainer"
+            startsAlpha: 0
+            enabled: false
+            width: root.width
+            height: root.height
+            Rectangle { anchors.fill: parent; color: Theme.scrim; opacity: 0.6 }
+        }
+        View {
+            id: bar
+            width: root.width
+            height: 61
+            Rectangle { anchors.fill: parent; color: Theme.bar }
+            Rectangle { width: parent.width; height: 1; y: parent.height - 1; color: Theme.line }
+            MouseArea { anchors.fill: parent; onWheel: wheel => wheel.accepted = true }
+
+            readonly property real side: Math.min(116, root.width * 0.28)
+            Button {
+                id: cancelButton
+                action: "btnPressed:"
+                tag: 106
+                x: Theme.mirrored ? root.width - width - 8 : 8
+                y: 9
+                width: 82
+                height: 44
+                title: "Cancel"
+                pointSize: 16
+            }
+            Button {
+                outlet: "btnAlbumPicker"
+                customClass: "CustomAlbumButton"
+                action: "btnPressed:"
+                tag: 102
+                x: bar.side
+                y: 9
+                width: root.width - 2 * bar.side
+                height: 44
+                color: Theme.text
+                pointSize: 17
+                fontName: "-Semibold"
+                spokenName: shownTitle + ", albums"
+            }
+            Button {
+                outlet: "btnSelected"
+                startsHidden: true
+                width: 1
+                height: 1
+            }
+            Label {
+                outlet: "lblPhotoCount"
+                x: Theme.mirrored ? doneButton.x + doneButton.width : doneButton.x - width
+                y: 9
+                width: 44
+                height: 44
+                pointSize: 15
+                color: Theme.secondaryText
+                alignment: Theme.mirrored ? Text.AlignLeft : Text.AlignRight
+            }
+            Button {
+                id: doneButton
+                outlet: "btnDone"
+                action: "btnPressed:"
+                tag: 105
+                x: Theme.mirrored ? 8 : root.width - width - 8
+                y: 9
+                width: 64
+                height: 44
+                title: "Done"
+                pointSize: 16
+                fontName: "-Bold"
+            }
+        }
+        Button {
+            outlet: "btnCamera"
+            x: Theme.mirrored ? 20 : root.width - width - 20
+            y: root.height - height - 24
+            width: 56
+            height: 56
+            radius: 28
+            ground: Theme.surface
+            spokenName: "Camera"
+            Rectangle {
+                anchors.fill: parent
+                z: -1
+                radius: 28
+                color: "transparent"
+                border { width: 1; color: Theme.line }
+            }
+        }
+    }
+    View {
+        outlet: "viewPhotoLimitationWarning"
+        startsHidden: true
+        width: root.width
+        height: 61
+        Rectangle { anchors.fill: parent; color: Theme.accent }
+        Label {
+            outlet: "lblLimitationWarning"
+            x: 16
+            y: 0
+            width: root.width - 32
+            height: 61
+            pointSize: 16
+            fontName: "-Semibold"
+            color: "#06282a"
+            alignment: Text.AlignHCenter
+        }
+    }
+}
