@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "PhotoFile.h"
+#include "Scenes.h"
+#include "VideoFile.h"
+
+namespace tlx::samples {
+
+/// One photo of the library before it is painted.
+struct PlannedPhoto {
+  std::string path;  ///< below the library's folder, with its extension
+  Scene scene;
+  int seed = 0;
+  int width = 0, height = 0;  ///< upright
+  PhotoFormat format{};
+  PhotoMetadata metadata{};
+  Moment taken{};         ///< what the file's time is set to, also where the metadata stays silent
+  bool cutShort = false;  ///< only the first part of the file is kept
+};
+
+struct PlannedVideo {
+  std::string path;
+  MovingScene scene;
+  VideoFormat format{};
+};
+
+/// A file that is no picture at all.
+struct PlannedOddity {
+  std::string path, content;
+  Moment taken{};
+};
+
+struct Catalogue {
+  std::vector<PlannedPhoto> photos;
+  std::vector<PlannedVideo> videos;
+  std::vector<PlannedOddity> oddities;
+};
+
+/// The whole library. `longSide` limits the pictures' size (0: as the cameras took them); videos follow.
+Catalogue planLibrary(int longSide);
+
+/// A few dozen different scenes, for libraries that need many pictures and no story.
+std::vector<Scene> assortedScenes();
+
+}  // namespace tlx::samples
