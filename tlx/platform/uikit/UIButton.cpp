@@ -22,7 +22,7 @@ const std::string& UIButton::titleForState(UIControlState) const {
 void UIButton::setTitle_forState(std::string title, UIControlState) {
   if (title == title_) return;
   title_ = std::move(title);
-  if (titleLabel_) titleLabel_->setText(title_);
+  titleLabel()->setText(title_);
   setNeedsLayout();
   changed(UIViewChange::Title);
 }
@@ -34,7 +34,7 @@ const std::shared_ptr<const UIImage>& UIButton::imageForState(UIControlState) co
 void UIButton::setImage_forState(std::shared_ptr<const UIImage> image, UIControlState) {
   if (image == image_) return;
   image_ = std::move(image);
-  if (imageView_) imageView_->setImage(image_);
+  imageView()->setImage(image_);
   setNeedsLayout();
   changed(UIViewChange::Image);
 }
@@ -94,8 +94,6 @@ CGRect UIButton::titleRectForContentRect(const CGRect& contentRect) {
 }
 
 void UIButton::layoutSubviews() {
-  if (!title_.empty()) titleLabel();
-  if (image_) imageView();
   if (!titleLabel_ && !imageView_) return;
   CGRect image, title;
   for (int pass = 0; pass < kLayoutPasses; ++pass) {

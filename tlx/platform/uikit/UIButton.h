@@ -22,7 +22,7 @@ class UIButton : public UIControl {
   const std::shared_ptr<const UIImage>& imageForState(UIControlState state) const;
   UIControlState state() const { return UIControlStateNormal; }
 
-  /// The label and the picture that the button shows; made on first read, kept for the button's life.
+  /// The label and the picture that the button shows; made when first set or read, kept for the button's life.
   const std::shared_ptr<UILabel>& titleLabel();
   const std::shared_ptr<UIImageView>& imageView();
 

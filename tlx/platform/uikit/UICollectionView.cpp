@@ -215,7 +215,7 @@ std::shared_ptr<UICollectionViewCell> UICollectionView::askForCell(UICollectionV
 
 void UICollectionView::showSupplementary(UICollectionViewDataSource* dataSource, const std::string& kind,
                                          const CGRect& place) {
-  const bool visible = CGRectIntersectsRect(place, bounds());
+  const bool visible = place.size.height > 0 && CGRectIntersectsRect(place, bounds());
   auto shown = supplementary_.find(kind);
   if (visible == (shown != supplementary_.end())) return;
   itemsMoved_ = true;

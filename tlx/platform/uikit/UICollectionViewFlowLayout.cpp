@@ -25,6 +25,10 @@ constexpr std::int64_t kMostItemsPerRow = 1'000'000;
 /// What rounding may take from a row that fits exactly.
 constexpr double kFit = 1e-9;
 
+bool meets(const CGRect& frame, const CGRect& rect) {
+  return frame.size.width > 0 && frame.size.height > 0 && CGRectIntersectsRect(frame, rect);
+}
+
 }  // namespace
 
 const Class& UICollectionViewFlowLayout::classObject() {
@@ -129,7 +133,7 @@ std::vector<UICollectionViewLayoutAttributes> UICollectionViewFlowLayout::layout
   const auto [first, last] = itemsOfRowsInRect(rect);
   found.reserve(static_cast<std::size_t>(last - first) + 2);
   const auto add = [&](std::int64_t item, const CGRect& frame, const char* kind) {
-    if (CGRectIntersectsRect(frame, rect)) found.push_back({{0, item}, frame, kind});
+    if (meets(frame, rect)) found.push_back({{0, item}, frame, kind});
   };
   add(0, headerFrame(), UICollectionElementKindSectionHeader);
   for (std::int64_t item = first; item < last; ++item) add(item, frameForItemAtIndex(item), "");
