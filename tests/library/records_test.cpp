@@ -54,11 +54,18 @@ TEST(MediaModel, DurationText) {
   }
 }
 
-TEST(MediaModel, TypeAndIdentifierStayWhenTheAssetIsReplaced) {
+TEST(MediaModel, TypeAndIdentifierAreItsOwnOnceMade) {
   const auto model = MediaModel::initMediaModelWithPHAsset(assetOf("a", PHAssetMediaTypeVideo, 5));
   model->setMediaAsset(nullptr);
   EXPECT_EQ(model->getMediaType(), PHAssetMediaTypeVideo);
   EXPECT_EQ(model->getMediaIdentifier(), Identifier("a"));
+  EXPECT_TRUE(model->hasIdentifier("a"));
+  model->setMediaAsset(assetOf("b"));
+  EXPECT_FALSE(model->hasIdentifier("b"));
+  model->setMediaIdentifier("c");
+  EXPECT_TRUE(model->hasIdentifier("c"));
+  EXPECT_EQ(model->getMediaIdentifier(), Identifier("c"));
+  model->setMediaAsset(nullptr);
   EXPECT_EQ(model->getVedioDurationString(), "00:00") << "the duration is the asset's, and there is none";
 }
 

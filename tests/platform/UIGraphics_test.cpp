@@ -107,7 +107,7 @@ TEST(BitmapContext, EveryWayOfResamplingKeepsAnEvenColour) {
       context.translateCTM(10.25, 9.6);
       context.concatCTM(CGAffineTransformMakeRotation(angle));
       context.scaleCTM(scale, scale);
-      context.drawImage(CGRectMake(-200, -200, 400, 400), solid(400, 400, {10, 100, 200, 255}));
+      context.drawImage(CGRectMake(-100, -100, 200, 200), solid(200, 200, {10, 100, 200, 255}));
       const auto image = context.makeImage();
       EXPECT_THAT(std::vector<int>(pixelAt(*image, 10, 9), pixelAt(*image, 10, 9) + 4), ElementsAre(10, 100, 200, 255))
           << "scale " << scale << " angle " << angle;

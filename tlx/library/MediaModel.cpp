@@ -19,6 +19,22 @@ std::int64_t wholeSeconds(double seconds) {
 
 }  // namespace
 
+const Identifier& MediaModel::mediaIdentifier() const {
+  static const Identifier absent;
+  if (ownIdentifier_) return *ownIdentifier_;
+  return mediaAsset_ ? mediaAsset_->localIdentifier : absent;
+}
+
+void MediaModel::setMediaIdentifier(Identifier identifier) {
+  identifierHash_ = identifier.hash();
+  ownIdentifier_ = std::make_unique<const Identifier>(std::move(identifier));
+}
+
+void MediaModel::setMediaAsset(std::shared_ptr<const PHAsset> asset) {
+  if (!ownIdentifier_) setMediaIdentifier(mediaIdentifier());
+  mediaAsset_ = std::move(asset);
+}
+
 std::optional<std::string> MediaModel::getVedioDurationString() const {
   if (mediaType_ != PHAssetMediaTypeVideo) return std::nullopt;
   const std::int64_t n = wholeSeconds(mediaAsset_ ? mediaAsset_->duration : 0);

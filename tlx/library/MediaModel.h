@@ -25,34 +25,42 @@ class MediaModel {
   explicit MediaModel(std::shared_ptr<const PHAsset> asset)
       : mediaAsset_(std::move(asset)),
         mediaType_(mediaAsset_ ? mediaAsset_->mediaType : PHAssetMediaTypeUnknown),
-        mediaIdentifier_(mediaAsset_ ? mediaAsset_->localIdentifier : Identifier()) {}
+        identifierHash_(mediaAsset_ ? mediaAsset_->localIdentifier.hash() : 0) {}
   MediaModel(const MediaModel&) = delete;
   MediaModel& operator=(const MediaModel&) = delete;
 
   const std::shared_ptr<const PHAsset>& getMediaAsset() const { return mediaAsset_; }
   PHAssetMediaType getMediaType() const { return mediaType_; }
-  const Identifier& getMediaIdentifier() const { return mediaIdentifier_; }
+  const Identifier& getMediaIdentifier() const { return mediaIdentifier(); }
   bool isModelSelected() const { return isSelected_; }
   void setIsMediaSelected(bool selected) { isSelected_ = selected; }
 
   /// "MM:SS" of a video, whole seconds, fractions dropped; minutes run past 59. Nothing for every other type.
   std::optional<std::string> getVedioDurationString() const;
 
+  /// Whether `getMediaIdentifier` equals `identifier`. Touches nothing beside the record while the hashes differ.
+  bool hasIdentifier(const Identifier& identifier) const {
+    return identifierHash_ == identifier.hash() && mediaIdentifier() == identifier;
+  }
+
   const std::shared_ptr<const PHAsset>& mediaAsset() const { return mediaAsset_; }
-  void setMediaAsset(std::shared_ptr<const PHAsset> asset) { mediaAsset_ = std::move(asset); }
-  /// The type and the identifier were copied from the asset when the record was made; another asset does not change
+  /// The type and the identifier were taken from the asset when the record was made; another asset does not change
   /// them.
+  void setMediaAsset(std::shared_ptr<const PHAsset> asset);
   PHAssetMediaType mediaType() const { return mediaType_; }
   void setMediaType(PHAssetMediaType type) { mediaType_ = type; }
-  const Identifier& mediaIdentifier() const { return mediaIdentifier_; }
-  void setMediaIdentifier(Identifier identifier) { mediaIdentifier_ = std::move(identifier); }
+  const Identifier& mediaIdentifier() const;
+  void setMediaIdentifier(Identifier identifier);
   bool isSelected() const { return isSelected_; }
   void setIsSelected(bool selected) { isSelected_ = selected; }
 
  private:
   std::shared_ptr<const PHAsset> mediaAsset_;
   PHAssetMediaType mediaType_;
-  Identifier mediaIdentifier_;
+  // Assets are immutable, so the identifier is read from the record's own until somebody gives it another one. Holding
+  // it a second time would double the reference counts to be written when a million records are made or go.
+  std::unique_ptr<const Identifier> ownIdentifier_;
+  std::size_t identifierHash_;
   bool isSelected_ = false;
 };
 

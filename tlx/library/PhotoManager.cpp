@@ -146,8 +146,7 @@ std::shared_ptr<AlbumModel> PhotoManager::newAlbumModelForOldModel(const std::sh
 
 bool PhotoManager::mediaExist(const Identifier& identifier) {
   for (const auto& album : albumList()) {
-    if (album &&
-        !album->visitMediaModels([&](MediaModel& model) { return !(model.getMediaIdentifier() == identifier); })) {
+    if (album && !album->visitMediaModels([&](MediaModel& model) { return !model.hasIdentifier(identifier); })) {
       return true;
     }
   }
@@ -158,7 +157,7 @@ void PhotoManager::setIsMediaSelected_withModelIdentifier(bool selected, const I
   for (const auto& album : albumList()) {
     if (!album) continue;
     album->visitMediaModels([&](MediaModel& model) {
-      if (model.getMediaIdentifier() == identifier) model.setIsMediaSelected(selected);
+      if (model.hasIdentifier(identifier)) model.setIsMediaSelected(selected);
       return true;
     });
   }
