@@ -14,15 +14,20 @@ std::string_view textOf(Bytes bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
+std::vector<std::uint8_t>* thumbnailOf(HeaderExtras* extras) {
+  return extras ? &extras->thumbnail : nullptr;
+}
+
 bool startsWith(Bytes bytes, std::string_view mark) {
   return textOf(bytes).starts_with(mark);
 }
 
 }  // namespace
 
-void readJpegHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail) {
+void readJpegHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) {
   static constexpr std::string_view exifMark("Exif\0\0", 6);
   static constexpr std::string_view xmpMark("http://ns.adobe.com/xap/1.0/\0", 29);
+  static constexpr std::string_view profileMark("ICC_PROFILE\0", 12);
   bool exifSeen = false;
   std::uint64_t at = 2;
   for (int segment = 0; segment < maxSegments; ++segment) {
@@ -46,22 +51,32 @@ void readJpegHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8
       if (bytes.empty()) return;
       header.height = be16(bytes.data() + 1);
       header.width = be16(bytes.data() + 3);
+      // Progressive frames are complete only with their last scan.
+      header.streams = marker != 0xc2 && marker != 0xc6 && marker != 0xca && marker != 0xce;
       return;
     }
     if (marker == 0xe1) {
       bytes = file.at(at + 4, length - 2u);
       if (!exifSeen && startsWith(bytes, exifMark)) {
         exifSeen = true;
-        readExif(bytes, header.facts, thumbnail);
+        readExif(bytes, header.facts, thumbnailOf(extras));
       } else if (startsWith(bytes, xmpMark)) {
         readXmp(textOf(bytes.subspan(xmpMark.size())), header.facts);
+      }
+    }
+    if (marker == 0xe2 && extras && extras->profile.size() < FileBytes::maxPiece) {
+      // Numbered pieces; every writer puts them in order.
+      bytes = file.at(at + 4, length - 2u);
+      if (startsWith(bytes, profileMark) && bytes.size() > profileMark.size() + 2) {
+        bytes = bytes.subspan(profileMark.size() + 2);
+        extras->profile.insert(extras->profile.end(), bytes.begin(), bytes.end());
       }
     }
     at += 2u + length;
   }
 }
 
-void readPngHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail) {
+void readPngHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) {
   static constexpr std::size_t maxText = 4 * 1024 * 1024;
   std::uint64_t at = 8;
   for (int chunk = 0; chunk < maxSegments; ++chunk) {
@@ -73,12 +88,13 @@ void readPngHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_
     if (type == "IEND" || length > INT32_MAX) return;
     const std::uint64_t data = at + 8;
     if (type == "IHDR") {
-      bytes = file.exactly(data, 8);
+      bytes = file.exactly(data, 13);
       if (bytes.empty()) return;
+      header.streams = bytes[12] == 0;
       header.width = static_cast<std::int32_t>(std::min<std::uint32_t>(be32(bytes.data()), INT32_MAX));
       header.height = static_cast<std::int32_t>(std::min<std::uint32_t>(be32(bytes.data() + 4), INT32_MAX));
     } else if (type == "eXIf") {
-      readExif(file.at(data, length), header.facts, thumbnail);
+      readExif(file.at(data, length), header.facts, thumbnailOf(extras));
     } else if (type == "iTXt" && length < maxText) {
       bytes = file.at(data, length);
       if (startsWith(bytes, "XML:com.adobe.xmp")) readXmp(textOf(bytes), header.facts);
@@ -89,7 +105,7 @@ void readPngHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_
   }
 }
 
-void readWebPHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail) {
+void readWebPHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) {
   std::uint64_t at = 12;
   for (int chunk = 0; chunk < maxSegments; ++chunk) {
     Bytes bytes = file.exactly(at, 8);
@@ -108,7 +124,7 @@ void readWebPHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8
       header.width = static_cast<std::int32_t>((bits & 0x3fff) + 1);
       header.height = static_cast<std::int32_t>(((bits >> 14) & 0x3fff) + 1);
     } else if (type == "EXIF") {
-      readExif(file.at(data, length), header.facts, thumbnail);
+      readExif(file.at(data, length), header.facts, thumbnailOf(extras));
     } else if (type == "XMP ") {
       readXmp(textOf(file.at(data, length)), header.facts);
     }
@@ -123,19 +139,18 @@ void readGifHeader(FileBytes& file, PhotoHeader& header) {
   header.height = bytes[8] | bytes[9] << 8;
 }
 
-std::variant<PhotoHeader, NSError> readPhotoHeader(FileBytes& file, MediaFormat format,
-                                                   std::vector<std::uint8_t>* thumbnail) {
+std::variant<PhotoHeader, NSError> readPhotoHeader(FileBytes& file, MediaFormat format, HeaderExtras* extras) {
   PhotoHeader header;
   header.format = format;
   switch (format) {
     case MediaFormat::Jpeg:
-      readJpegHeader(file, header, thumbnail);
+      readJpegHeader(file, header, extras);
       break;
     case MediaFormat::Png:
-      readPngHeader(file, header, thumbnail);
+      readPngHeader(file, header, extras);
       break;
     case MediaFormat::WebP:
-      readWebPHeader(file, header, thumbnail);
+      readWebPHeader(file, header, extras);
       break;
     case MediaFormat::Gif:
       readGifHeader(file, header);
@@ -158,6 +173,8 @@ std::variant<PhotoHeader, NSError> readPhotoHeader(FileBytes& file, MediaFormat 
   }
   const bool decoderTurns = format == MediaFormat::Heic || format == MediaFormat::Avif || format == MediaFormat::JpegXl;
   header.turn = decoderTurns ? 1 : header.facts.orientation;
+  header.streams =
+      header.streams && (format == MediaFormat::Jpeg || format == MediaFormat::Png || format == MediaFormat::Tiff);
   return header;
 }
 

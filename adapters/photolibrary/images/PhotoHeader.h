@@ -19,6 +19,8 @@ struct PhotoHeader {
   std::int32_t width = 0, height = 0;
   /// EXIF numbering; how the decoded pixels must be turned to stand upright. 1 where the decoder turns them itself.
   std::int32_t turn = 1;
+  /// Whether a decoder can hand the rows over one after the other, without keeping the whole picture.
+  bool streams = true;
   PhotoFacts facts;
 
   bool swapsSides() const { return turn >= 5; }
@@ -26,15 +28,19 @@ struct PhotoHeader {
   std::int32_t uprightHeight() const { return swapsSides() ? width : height; }
 };
 
-/// Reads the header of a photo whose format has been told by its first bytes. When `thumbnail` is given, a JPEG that is
-/// embedded in the EXIF block is copied there. An error when the header names no size.
-std::variant<PhotoHeader, NSError> readPhotoHeader(FileBytes& file, MediaFormat format,
-                                                   std::vector<std::uint8_t>* thumbnail = nullptr);
+/// What a header carries beside facts, wanted only by whoever makes a picture.
+struct HeaderExtras {
+  std::vector<std::uint8_t> thumbnail;  ///< the JPEG embedded in the EXIF block
+  std::vector<std::uint8_t> profile;    ///< a JPEG's colour profile
+};
+
+/// Reads the header of a photo whose format has been told by its first bytes. An error when the header names no size.
+std::variant<PhotoHeader, NSError> readPhotoHeader(FileBytes& file, MediaFormat format, HeaderExtras* extras = nullptr);
 
 /// One reader per format, for `readPhotoHeader`: they fill what they find and leave the size 0 when there is none.
-void readJpegHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail);
-void readPngHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail);
-void readWebPHeader(FileBytes& file, PhotoHeader& header, std::vector<std::uint8_t>* thumbnail);
+void readJpegHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras);
+void readPngHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras);
+void readWebPHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras);
 void readGifHeader(FileBytes& file, PhotoHeader& header);
 void readTiffHeader(FileBytes& file, PhotoHeader& header);
 void readHeifHeader(FileBytes& file, PhotoHeader& header);

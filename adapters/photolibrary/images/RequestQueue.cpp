@@ -1,0 +1,72 @@
+#include "adapters/photolibrary/images/RequestQueue.h"
+
+#include <utility>
+
+namespace tlx::photolibrary {
+
+RequestQueue::RequestQueue(unsigned threads, Work atThreadEnd) : atThreadEnd_(std::move(atThreadEnd)) {
+  for (unsigned i = 0; i < threads; ++i) threads_.emplace_back([this] { run(); });
+}
+
+RequestQueue::~RequestQueue() {
+  stop();
+}
+
+void RequestQueue::add(Lane lane, std::int64_t number, Work work) {
+  {
+    const std::lock_guard lock(mutex_);
+    lanes_[lane].insert_or_assign(number, std::move(work));
+  }
+  changed_.notify_one();
+}
+
+std::optional<RequestQueue::Work> RequestQueue::remove(Lane lane, std::int64_t number) {
+  const std::lock_guard lock(mutex_);
+  const auto found = lanes_[lane].find(number);
+  if (found == lanes_[lane].end()) return std::nullopt;
+  Work work = std::move(found->second);
+  lanes_[lane].erase(found);
+  return work;
+}
+
+void RequestQueue::stop() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  changed_.notify_all();
+  for (std::thread& thread : threads_) {
+    if (thread.joinable()) thread.join();
+  }
+}
+
+RequestQueue::Waiting* RequestQueue::next() {
+  Waiting& previews = lanes_[Preview];
+  Waiting& pictures = lanes_[Picture];
+  if (!previews.empty() && (pictures.empty() || previews.begin()->first > pictures.begin()->first - screenful)) {
+    return &previews;
+  }
+  if (!pictures.empty()) return &pictures;
+  return lanes_[Preheat].empty() ? nullptr : &lanes_[Preheat];
+}
+
+void RequestQueue::run() {
+  std::unique_lock lock(mutex_);
+  while (!stopping_) {
+    Waiting* lane = next();
+    if (!lane) {
+      changed_.wait(lock);
+      continue;
+    }
+    Work work = std::move(lane->begin()->second);
+    lane->erase(lane->begin());
+    lock.unlock();
+    work();
+    work = nullptr;
+    lock.lock();
+  }
+  lock.unlock();
+  if (atThreadEnd_) atThreadEnd_();
+}
+
+}  // namespace tlx::photolibrary

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace tlx::photolibrary {
+
+/// Threads that do waiting work. Within a lane the highest number is served first, so that what was asked for last is.
+/// Any thread.
+class RequestQueue {
+ public:
+  enum Lane { Preview, Picture, Preheat };
+  using Work = std::function<void()>;
+
+  /// Previews come before pictures as long as they were asked for at about the same time: a screen is filled with
+  /// previews first, but what is visible now never waits for the previews of all that has been scrolled past.
+  static constexpr std::int64_t screenful = 96;
+
+  /// `atThreadEnd` runs on each thread as its last step.
+  explicit RequestQueue(unsigned threads, Work atThreadEnd = {});
+  ~RequestQueue();
+  RequestQueue(const RequestQueue&) = delete;
+  RequestQueue& operator=(const RequestQueue&) = delete;
+
+  void add(Lane lane, std::int64_t number, Work work);
+  /// Takes out what still waits; nothing when it runs, has run or was never added.
+  std::optional<Work> remove(Lane lane, std::int64_t number);
+  /// Ends the threads after what they are doing; what waits stays unrun and goes with the queue. Calling it again does
+  /// nothing.
+  void stop();
+
+ private:
+  using Waiting = std::map<std::int64_t, Work, std::greater<>>;
+  void run();
+  Waiting* next();
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::array<Waiting, 3> lanes_;
+  bool stopping_ = false;
+  Work atThreadEnd_;
+  std::vector<std::thread> threads_;
+};
+
+}  // namespace tlx::photolibrary

@@ -1,0 +1,150 @@
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include <vips/vips.h>
+
+#include "adapters/photolibrary/images/ImageDecoder.h"
+#include "adapters/photolibrary/images/LibraryError.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+struct Release {
+  void operator()(void* object) const { g_object_unref(object); }
+};
+using ImageRef = std::unique_ptr<VipsImage, Release>;
+
+bool startVips() {
+  static const bool started = [] {
+    g_log_set_handler(
+        "VIPS", G_LOG_LEVEL_WARNING, [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
+    if (vips_init("tlx") != 0) return false;
+    vips_cache_set_max(0);
+    return true;
+  }();
+  return started;
+}
+
+/// The library's text of what went wrong, which is one for the process, so that another thread's may stand beside it.
+std::string takeMessage() {
+  std::string text = vips_error_buffer();
+  vips_error_clear();
+  while (!text.empty() && text.back() == '\n') text.pop_back();
+  return text.empty() ? "cannot be decoded" : text;
+}
+
+/// A file's bytes as a source that reads by position and never maps the file: a file cut short while it is read must
+/// show as an error.
+class FileSource {
+ public:
+  explicit FileSource(FileBytes& file) : file_(file), source_(vips_source_custom_new()) {
+    g_signal_connect(source_, "read", G_CALLBACK(&FileSource::read), this);
+    g_signal_connect(source_, "seek", G_CALLBACK(&FileSource::seek), this);
+  }
+  ~FileSource() { g_object_unref(source_); }
+  FileSource(const FileSource&) = delete;
+  FileSource& operator=(const FileSource&) = delete;
+
+  VipsSource* get() const { return VIPS_SOURCE(source_); }
+
+ private:
+  static gint64 read(VipsSourceCustom*, void* into, gint64 count, FileSource* self) {
+    if (count <= 0) return 0;
+    const std::int64_t got =
+        self->file_.copy(static_cast<std::uint64_t>(self->position_), into, static_cast<std::size_t>(count));
+    if (got > 0) self->position_ += got;
+    return got;
+  }
+  static gint64 seek(VipsSourceCustom*, gint64 offset, int whence, FileSource* self) {
+    if (whence == SEEK_CUR) offset += self->position_;
+    if (whence == SEEK_END) offset += self->file_.size();
+    if (offset < 0) return -1;
+    return self->position_ = offset;
+  }
+
+  FileBytes& file_;
+  std::int64_t position_ = 0;
+  VipsSourceCustom* source_;
+};
+
+/// What the rows of an evaluated image go through.
+struct RowSink {
+  PictureBuilder& builder;
+  const DecodeContext& context;
+  std::vector<std::uint8_t> row;
+};
+
+void expand(const VipsPel* from, int bands, std::vector<std::uint8_t>& rgba) {
+  for (std::size_t i = 0; i < rgba.size(); i += 4, from += bands) {
+    rgba[i] = from[0];
+    rgba[i + 1] = bands >= 3 ? from[1] : from[0];
+    rgba[i + 2] = bands >= 3 ? from[2] : from[0];
+    rgba[i + 3] = bands == 2 ? from[1] : bands >= 4 ? from[3] : VipsPel{255};
+  }
+}
+
+int takeRows(VipsRegion* region, VipsRect* area, void* user) {
+  auto* sink = static_cast<RowSink*>(user);
+  if (sink->context.isCancelled()) return -1;
+  for (int y = area->top; y < area->top + area->height; ++y) {
+    expand(VIPS_REGION_ADDR(region, 0, y), region->im->Bands, sink->row);
+    sink->builder.add(sink->row.data());
+  }
+  return 0;
+}
+
+/// The size that the decoder itself sees; nothing when it cannot open the picture.
+PixelSize sizeSeenBy(VipsSource* source) {
+  ImageRef image(vips_image_new_from_source(source, "", "access", VIPS_ACCESS_SEQUENTIAL, nullptr));
+  if (!image) return {};
+  return {vips_image_get_width(image.get()), vips_image_get_height(image.get())};
+}
+
+}  // namespace
+
+void ImageDecoder::leaveThread() {
+  vips_thread_shutdown();
+}
+
+Picture decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context) {
+  if (!startVips()) return libraryError(PhotoLibraryErrorUnsupported, "libvips does not start");
+  const PixelSize stored = header.swapsSides() ? result.turned() : result;
+  {
+    FileSource source(file);
+    const PixelSize seen = sizeSeenBy(source.get());
+    if (seen.width == 0) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
+    if (seen != PixelSize{header.width, header.height}) {
+      return libraryError(PhotoLibraryErrorDamaged, "the header's size is not the picture's");
+    }
+  }
+  FileSource source(file);
+  VipsImage* opened = nullptr;
+  const VipsFailOn failOn = context.strict ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE;
+  if (vips_thumbnail_source(source.get(), &opened, stored.width, "height", stored.height, "size", VIPS_SIZE_FORCE,
+                            "no_rotate", TRUE, "export_profile", "srgb", "fail_on", failOn, nullptr) != 0) {
+    return libraryError(PhotoLibraryErrorDamaged, takeMessage());
+  }
+  ImageRef image(opened);
+  if (image->BandFmt != VIPS_FORMAT_UCHAR) {
+    if (vips_cast_uchar(image.get(), &opened, nullptr) != 0)
+      return libraryError(PhotoLibraryErrorDamaged, takeMessage());
+    image.reset(opened);
+  }
+  vips_image_set_int(image.get(), VIPS_META_CONCURRENCY, 1);
+  const PixelSize made{vips_image_get_width(image.get()), vips_image_get_height(image.get())};
+  const int bands = vips_image_get_bands(image.get());
+  auto builder = PictureBuilder::start(context.store, {made, stored, header.turn, bands != 2 && bands < 4, nullptr});
+  if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
+
+  RowSink sink{*std::get<0>(builder), context, std::vector<std::uint8_t>(static_cast<std::size_t>(made.width) * 4)};
+  if (vips_sink_disc(image.get(), &takeRows, &sink) != 0) {
+    const std::string message = takeMessage();
+    if (context.isCancelled()) return libraryError(PhotoLibraryErrorCancelled, "cancelled");
+    return libraryError(PhotoLibraryErrorDamaged, message);
+  }
+  return sink.builder.finish();
+}
+
+}  // namespace tlx::photolibrary
