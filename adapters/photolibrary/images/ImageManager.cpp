@@ -97,6 +97,13 @@ ImageManager::~ImageManager() {
   workers_.stop();
 }
 
+void ImageManager::waitUntilIdle() {
+  // Work goes from the fetchers to the workers and back at most once.
+  workers_.waitUntilIdle();
+  fetchers_.waitUntilIdle();
+  workers_.waitUntilIdle();
+}
+
 PHImageRequestID ImageManager::requestImage(const std::shared_ptr<const PHAsset>& asset, CGSize targetSize,
                                             PHImageContentMode contentMode, const PHImageRequestOptions& options,
                                             PHImageResultHandler handler) {

@@ -55,6 +55,9 @@ class ImageManager final : public ImageManagerPort {
                          CGSize targetSize, PHImageContentMode contentMode) override;
   void stopCachingImagesForAllAssets(CacheClient client) override;
 
+  /// Returns when no worker has anything left to do; steps that they posted may still wait on the main queue. New
+  /// requests made meanwhile are waited for too.
+  void waitUntilIdle();
   const ThumbnailCache& thumbnails() const { return thumbnails_; }
 
  private:

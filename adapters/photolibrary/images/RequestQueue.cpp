@@ -1,5 +1,6 @@
 #include "adapters/photolibrary/images/RequestQueue.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tlx::photolibrary {
@@ -26,7 +27,17 @@ std::optional<RequestQueue::Work> RequestQueue::remove(Lane lane, std::int64_t n
   if (found == lanes_[lane].end()) return std::nullopt;
   Work work = std::move(found->second);
   lanes_[lane].erase(found);
+  if (isIdle()) idle_.notify_all();
   return work;
+}
+
+bool RequestQueue::isIdle() {
+  return busy_ == 0 && std::all_of(lanes_.begin(), lanes_.end(), [](const Waiting& lane) { return lane.empty(); });
+}
+
+void RequestQueue::waitUntilIdle() {
+  std::unique_lock lock(mutex_);
+  idle_.wait(lock, [this] { return isIdle(); });
 }
 
 void RequestQueue::stop() {
@@ -60,10 +71,13 @@ void RequestQueue::run() {
     }
     Work work = std::move(lane->begin()->second);
     lane->erase(lane->begin());
+    ++busy_;
     lock.unlock();
     work();
     work = nullptr;
     lock.lock();
+    --busy_;
+    if (isIdle()) idle_.notify_all();
   }
   lock.unlock();
   if (atThreadEnd_) atThreadEnd_();

@@ -32,6 +32,8 @@ class RequestQueue {
   void add(Lane lane, std::int64_t number, Work work);
   /// Takes out what still waits; nothing when it runs, has run or was never added.
   std::optional<Work> remove(Lane lane, std::int64_t number);
+  /// Returns when nothing waits and nothing runs.
+  void waitUntilIdle();
   /// Ends the threads after what they are doing; what waits stays unrun and goes with the queue. Calling it again does
   /// nothing.
   void stop();
@@ -40,10 +42,12 @@ class RequestQueue {
   using Waiting = std::map<std::int64_t, Work, std::greater<>>;
   void run();
   Waiting* next();
+  bool isIdle();
 
   std::mutex mutex_;
-  std::condition_variable changed_;
+  std::condition_variable changed_, idle_;
   std::array<Waiting, 3> lanes_;
+  unsigned busy_ = 0;
   bool stopping_ = false;
   Work atThreadEnd_;
   std::vector<std::thread> threads_;

@@ -9,6 +9,7 @@ namespace tlx::photolibrary {
 namespace {
 
 constexpr std::size_t channels = 4;
+constexpr std::int32_t maxBox = 2048;  // its square times 255 fits a sum
 
 double cubic(double x) {
   x = std::abs(x);
@@ -19,17 +20,15 @@ double cubic(double x) {
 
 }  // namespace
 
-RowResampler::Taps RowResampler::tapsFor(std::int32_t from, std::int32_t to) {
+RowResampler::Taps RowResampler::tapsFor(std::int32_t pixels, std::int32_t box, std::int32_t from, std::int32_t to) {
   Taps taps;
   taps.spans.reserve(static_cast<std::size_t>(to));
-  const double ratio = static_cast<double>(from) / to;
+  const double ratio = static_cast<double>(pixels) / box / to;
   const double reach = 2 * ratio;
   for (std::int32_t i = 0; i < to; ++i) {
     const double centre = (i + 0.5) * ratio;
-    std::int32_t first = static_cast<std::int32_t>(std::floor(centre - reach));
-    std::int32_t last = static_cast<std::int32_t>(std::ceil(centre + reach));
-    first = std::max(first, 0);
-    last = std::min(last, from);
+    const std::int32_t first = std::max(static_cast<std::int32_t>(std::floor(centre - reach)), 0);
+    std::int32_t last = std::min(static_cast<std::int32_t>(std::ceil(centre + reach)), from);
     const std::size_t begin = taps.weights.size();
     double sum = 0;
     for (std::int32_t j = first; j < last; ++j) {
@@ -41,32 +40,65 @@ RowResampler::Taps RowResampler::tapsFor(std::int32_t from, std::int32_t to) {
       taps.weights.pop_back();
       --last;
     }
-    for (std::size_t k = begin; k < taps.weights.size(); ++k)
+    for (std::size_t k = begin; k < taps.weights.size(); ++k) {
       taps.weights[k] = static_cast<float>(taps.weights[k] / sum);
+    }
     taps.spans.push_back({first, last - first, begin});
   }
   return taps;
 }
 
 RowResampler::RowResampler(PixelSize from, PixelSize to, Row finished)
-    : from_(from), to_(to), finished_(std::move(finished)) {
+    : from_(from),
+      to_(to),
+      boxWidth_(std::clamp(from.width / to.width / 2, 1, maxBox)),
+      boxHeight_(std::clamp(from.height / to.height / 2, 1, maxBox)),
+      averaged_{(from.width + boxWidth_ - 1) / boxWidth_, (from.height + boxHeight_ - 1) / boxHeight_},
+      finished_(std::move(finished)) {
   result_.resize(static_cast<std::size_t>(to.width) * channels);
   if (from == to) return;
-  acrossTaps_ = tapsFor(from.width, to.width);
-  downTaps_ = tapsFor(from.height, to.height);
+  acrossTaps_ = tapsFor(from.width, boxWidth_, averaged_.width, to.width);
+  downTaps_ = tapsFor(from.height, boxHeight_, averaged_.height, to.height);
   for (std::size_t begin = 0, end = 0; begin < downTaps_.spans.size(); ++begin) {
     const auto& oldest = downTaps_.spans[begin];
     while (end < downTaps_.spans.size() && downTaps_.spans[end].first < oldest.first + oldest.count) ++end;
     slots_ = std::max(slots_, end - begin);
   }
-  source_.resize(static_cast<std::size_t>(from.width) * channels);
+  source_.resize(static_cast<std::size_t>(averaged_.width) * channels);
+  if (boxWidth_ > 1 || boxHeight_ > 1) boxes_.assign(source_.size(), 0);
   narrowed_.resize(static_cast<std::size_t>(to.width) * channels);
   sums_.assign(slots_ * narrowed_.size(), 0.0f);
 }
 
-void RowResampler::across(const std::uint8_t* rgba) {
+bool RowResampler::average(const std::uint8_t* rgba, bool last) {
   float* source = source_.data();
-  for (std::size_t i = 0; i < source_.size(); ++i) source[i] = rgba[i];
+  if (boxes_.empty()) {
+    for (std::size_t i = 0; i < source_.size(); ++i) source[i] = rgba[i];
+    return true;
+  }
+  std::uint32_t* box = boxes_.data();
+  for (std::int32_t x = 0; x < from_.width; x += boxWidth_, box += channels) {
+    const std::int32_t end = std::min(x + boxWidth_, from_.width);
+    std::uint32_t sum[channels] = {};
+    for (std::int32_t i = x; i < end; ++i, rgba += channels) {
+      for (std::size_t c = 0; c < channels; ++c) sum[c] += rgba[c];
+    }
+    for (std::size_t c = 0; c < channels; ++c) box[c] += sum[c];
+  }
+  if (++rowsInBox_ < boxHeight_ && !last) return false;
+  const std::int32_t lastWidth = from_.width - (averaged_.width - 1) * boxWidth_;
+  const float weight = 1.0f / static_cast<float>(boxWidth_ * rowsInBox_);
+  const float lastWeight = 1.0f / static_cast<float>(lastWidth * rowsInBox_);
+  const std::size_t inner = source_.size() - channels;
+  for (std::size_t i = 0; i < inner; ++i) source[i] = static_cast<float>(boxes_[i]) * weight;
+  for (std::size_t i = inner; i < source_.size(); ++i) source[i] = static_cast<float>(boxes_[i]) * lastWeight;
+  std::fill(boxes_.begin(), boxes_.end(), 0u);
+  rowsInBox_ = 0;
+  return true;
+}
+
+void RowResampler::across() {
+  const float* source = source_.data();
   float* out = narrowed_.data();
   for (const auto& span : acrossTaps_.spans) {
     const float* weights = acrossTaps_.weights.data() + span.weights;
@@ -96,13 +128,18 @@ void RowResampler::emit(const float* sums) {
 
 void RowResampler::add(const std::uint8_t* rgba) {
   if (nextSource_ >= from_.height) return;
-  const std::int32_t row = nextSource_++;
+  ++nextSource_;
   if (from_ == to_) {
     std::memcpy(result_.data(), rgba, result_.size());
     finished_(result_.data());
     return;
   }
-  across(rgba);
+  if (average(rgba, nextSource_ == from_.height)) addAveraged();
+}
+
+void RowResampler::addAveraged() {
+  const std::int32_t row = nextAveraged_++;
+  across();
   const std::size_t width = narrowed_.size();
   for (std::int32_t y = nextResult_; y < to_.height; ++y) {
     const auto& span = downTaps_.spans[static_cast<std::size_t>(y)];

@@ -11,7 +11,8 @@ namespace tlx::photolibrary {
 
 /// Makes a picture smaller while its rows come in from the top, keeping no more of it than the rows that still
 /// contribute. The filter is the interpolating cubic (support 2, a = -1/2), widened by the ratio: an average over the
-/// area of a pixel that keeps edges crisp. Four channels a pixel, colour premultiplied. One thread.
+/// area of a pixel that keeps edges crisp. Where the ratio is large, whole blocks of pixels are averaged first, down to
+/// twice the result or more. Four channels a pixel, colour premultiplied. One thread.
 class RowResampler {
  public:
   /// Told of each finished row, from the top; the row is valid within the call and may be written to.
@@ -33,15 +34,23 @@ class RowResampler {
     std::vector<Span> spans;
     std::vector<float> weights;
   };
-  static Taps tapsFor(std::int32_t from, std::int32_t to);
-  void across(const std::uint8_t* rgba);
+  /// `from` in blocks, of `box` pixels each, which cover `pixels` of them.
+  static Taps tapsFor(std::int32_t pixels, std::int32_t box, std::int32_t from, std::int32_t to);
+  /// Averages blocks of `box_` rows; true when a row of blocks is complete and lies in `source_`.
+  bool average(const std::uint8_t* rgba, bool last);
+  void addAveraged();
+  void across();
   void emit(const float* sums);
 
   PixelSize from_, to_;
+  std::int32_t boxWidth_, boxHeight_;  // pixels in a block
+  PixelSize averaged_;                 // the picture in blocks, of which the last of a row or column may be smaller
+  std::int32_t rowsInBox_ = 0;
   Row finished_;
   Taps acrossTaps_, downTaps_;
-  std::int32_t nextSource_ = 0, nextResult_ = 0;
+  std::int32_t nextSource_ = 0, nextAveraged_ = 0, nextResult_ = 0;
   std::size_t slots_ = 1;
+  std::vector<std::uint32_t> boxes_;
   std::vector<float> source_, narrowed_, sums_;
   std::vector<std::uint8_t> result_;
 };

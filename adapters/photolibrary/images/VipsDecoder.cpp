@@ -95,11 +95,36 @@ int takeRows(VipsRegion* region, VipsRect* area, void* user) {
   return 0;
 }
 
-/// The size that the decoder itself sees; nothing when it cannot open the picture.
-PixelSize sizeSeenBy(VipsSource* source) {
-  ImageRef image(vips_image_new_from_source(source, "", "access", VIPS_ACCESS_SEQUENTIAL, nullptr));
-  if (!image) return {};
-  return {vips_image_get_width(image.get()), vips_image_get_height(image.get())};
+/// 8 bits a channel: grey or RGB, with or without alpha. RGB keeps its own colour space, for the profile that comes
+/// with it; everything else comes out in sRGB.
+bool toEightBit(ImageRef& image) {
+  VipsImage* next = nullptr;
+  const auto done = [&](int failed) {
+    if (failed == 0) image.reset(next);
+    return failed == 0;
+  };
+  const VipsInterpretation kind = vips_image_guess_interpretation(image.get());
+  const bool hasProfile = vips_image_get_typeof(image.get(), VIPS_META_ICC_NAME) != 0;
+  const bool isGrey = kind == VIPS_INTERPRETATION_B_W || kind == VIPS_INTERPRETATION_GREY16;
+  if (kind == VIPS_INTERPRETATION_CMYK || (isGrey && hasProfile)) {
+    // A profile that cannot be used leaves the numbers as they are.
+    if (!done(vips_icc_transform(image.get(), &next, "srgb", "embedded", TRUE, "input_profile",
+                                 isGrey ? "srgb" : "cmyk", nullptr))) {
+      vips_error_clear();
+    }
+  }
+  if (!done(vips_colourspace(image.get(), &next, VIPS_INTERPRETATION_sRGB, nullptr))) return false;
+  return image->BandFmt == VIPS_FORMAT_UCHAR || done(vips_cast_uchar(image.get(), &next, nullptr));
+}
+
+std::shared_ptr<const ColorTransform> transformOf(VipsImage* image, ColorTransforms& transforms) {
+  const void* profile = nullptr;
+  size_t size = 0;
+  if (vips_image_get_typeof(image, VIPS_META_ICC_NAME) == 0 ||
+      vips_image_get_blob(image, VIPS_META_ICC_NAME, &profile, &size) != 0) {
+    return nullptr;
+  }
+  return transforms.fromProfile({static_cast<const std::uint8_t*>(profile), size});
 }
 
 }  // namespace
@@ -111,39 +136,33 @@ void ImageDecoder::leaveThread() {
 Picture decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context) {
   if (!startVips()) return libraryError(PhotoLibraryErrorUnsupported, "libvips does not start");
   const PixelSize stored = header.swapsSides() ? result.turned() : result;
-  {
-    FileSource source(file);
-    const PixelSize seen = sizeSeenBy(source.get());
-    if (seen.width == 0) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
-    if (seen != PixelSize{header.width, header.height}) {
-      return libraryError(PhotoLibraryErrorDamaged, "the header's size is not the picture's");
-    }
+  const FileSource source(file);
+  ImageRef image(vips_image_new_from_source(source.get(), "", "access", VIPS_ACCESS_SEQUENTIAL, "fail_on",
+                                            context.strict ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE, nullptr));
+  if (!image) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
+  const PixelSize size{vips_image_get_width(image.get()), vips_image_get_height(image.get())};
+  if (size != PixelSize{header.width, header.height}) {
+    return libraryError(PhotoLibraryErrorDamaged, "the header's size is not the picture's");
   }
-  FileSource source(file);
-  VipsImage* opened = nullptr;
-  const VipsFailOn failOn = context.strict ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE;
-  if (vips_thumbnail_source(source.get(), &opened, stored.width, "height", stored.height, "size", VIPS_SIZE_FORCE,
-                            "no_rotate", TRUE, "export_profile", "srgb", "fail_on", failOn, nullptr) != 0) {
-    return libraryError(PhotoLibraryErrorDamaged, takeMessage());
+  std::shared_ptr<const ColorTransform> transform;
+  const VipsInterpretation kind = vips_image_guess_interpretation(image.get());
+  if (kind == VIPS_INTERPRETATION_sRGB || kind == VIPS_INTERPRETATION_RGB16 || kind == VIPS_INTERPRETATION_RGB) {
+    transform = transformOf(image.get(), context.transforms);
   }
-  ImageRef image(opened);
-  if (image->BandFmt != VIPS_FORMAT_UCHAR) {
-    if (vips_cast_uchar(image.get(), &opened, nullptr) != 0)
-      return libraryError(PhotoLibraryErrorDamaged, takeMessage());
-    image.reset(opened);
-  }
+  if (!toEightBit(image)) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
+
   vips_image_set_int(image.get(), VIPS_META_CONCURRENCY, 1);
-  const PixelSize made{vips_image_get_width(image.get()), vips_image_get_height(image.get())};
   const int bands = vips_image_get_bands(image.get());
-  auto builder = PictureBuilder::start(context.store, {made, stored, header.turn, bands != 2 && bands < 4, nullptr});
+  auto builder = PictureBuilder::start(context.store, {size, stored, header.turn, bands != 2 && bands < 4, transform});
   if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
 
-  RowSink sink{*std::get<0>(builder), context, std::vector<std::uint8_t>(static_cast<std::size_t>(made.width) * 4)};
-  if (vips_sink_disc(image.get(), &takeRows, &sink) != 0) {
-    const std::string message = takeMessage();
-    if (context.isCancelled()) return libraryError(PhotoLibraryErrorCancelled, "cancelled");
-    return libraryError(PhotoLibraryErrorDamaged, message);
+  RowSink sink{*std::get<0>(builder), context, std::vector<std::uint8_t>(static_cast<std::size_t>(size.width) * 4)};
+  const bool evaluated = vips_sink_disc(image.get(), &takeRows, &sink) == 0;
+  if (context.isCancelled()) {
+    vips_error_clear();
+    return libraryError(PhotoLibraryErrorCancelled, "cancelled");
   }
+  if (!evaluated) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
   return sink.builder.finish();
 }
 

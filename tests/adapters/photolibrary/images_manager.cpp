@@ -1,0 +1,253 @@
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "adapters/memory/LoopThread.h"
+#include "adapters/memory/MainLoop.h"
+#include "adapters/photolibrary/images/ImageManager.h"
+#include "tests/adapters/photolibrary/images_Samples.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+using namespace test;
+
+/// Holds whoever passes until it is opened, and tells how many are held.
+class Gate {
+ public:
+  void pass() {
+    std::unique_lock lock(mutex_);
+    ++held_;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return open_; });
+  }
+  void open() {
+    const std::lock_guard lock(mutex_);
+    open_ = true;
+    changed_.notify_all();
+  }
+  void waitForHeld(int count) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return held_ >= count; });
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  int held_ = 0;
+  bool open_ = false;
+};
+
+class ManagingImages : public testing::Test {
+ protected:
+  using Asset = std::shared_ptr<const PHAsset>;
+
+  static constexpr CGSize cell{130, 130};
+
+  void start(unsigned workers = 2) {
+    ImageManager::Settings settings;
+    settings.workers = workers;
+    settings.pixelFolder = folder_.file("pixels");
+    images_ = std::make_unique<ImageManager>(items_, loop_, settings);
+  }
+  Asset photo(const std::string& name, bool withThumbnail = false) {
+    const std::string path = folder_.file(name + ".jpg");
+    if (withThumbnail) {
+      writeJpegWithThumbnail(path, 400, 300, 160, 120);
+    } else {
+      writePicture(path, {.width = 400, .height = 300});
+    }
+    return items_.add(name, path);
+  }
+  static PHImageRequestOptions options(PHImageRequestOptionsDeliveryMode mode) {
+    PHImageRequestOptions options;
+    options.deliveryMode = mode;
+    return options;
+  }
+  PHImageRequestID ask(const Asset& asset, PHImageRequestOptionsDeliveryMode mode, const std::string& name) {
+    return images_->requestImage(
+        asset, cell, PHImageContentModeAspectFill, options(mode),
+        [this, name](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
+          answers_.push_back(name + (info.PHImageResultIsDegradedKey ? " degraded" : image ? " final" : " error"));
+        });
+  }
+  bool waitForAnswers(std::size_t count) {
+    return loop_.runUntil([&] { return answers_.size() >= count; });
+  }
+  void settle() {
+    images_->waitUntilIdle();
+    loop_.runUntilIdle();
+  }
+
+  TemporaryFolder folder_;
+  memory::Background background_;
+  memory::MainLoop loop_{background_};
+  FileItems items_;
+  std::unique_ptr<ImageManager> images_;
+  std::vector<std::string> answers_;
+};
+
+constexpr auto opportunistic = PHImageRequestOptionsDeliveryModeOpportunistic;
+constexpr auto highQuality = PHImageRequestOptionsDeliveryModeHighQualityFormat;
+
+TEST_F(ManagingImages, ShowsTheEmbeddedPictureFirstAndThenTheFinalOne) {
+  start();
+  const Asset embedded = photo("embedded", true), plain = photo("plain");
+  ask(embedded, opportunistic, "embedded");
+  ASSERT_TRUE(waitForAnswers(2));
+  ask(plain, opportunistic, "plain");
+  ASSERT_TRUE(waitForAnswers(3));
+  ask(embedded, PHImageRequestOptionsDeliveryModeFastFormat, "fast");
+  settle();
+  EXPECT_EQ(answers_, (std::vector<std::string>{"embedded degraded", "embedded final", "plain final", "fast final"}));
+}
+
+TEST_F(ManagingImages, AFilesChangeMakesItsThumbnailAnew) {
+  start();
+  const Asset asset = photo("a");
+  ask(asset, opportunistic, "first");
+  ASSERT_TRUE(waitForAnswers(1));
+  ask(asset, opportunistic, "again");
+  EXPECT_EQ(answers_.size(), 2u) << "within the call";
+  items_.touch("a");
+  ask(asset, opportunistic, "changed");
+  EXPECT_EQ(answers_.size(), 2u) << "no longer in memory";
+  ASSERT_TRUE(waitForAnswers(3));
+  items_.forget("a");
+  ask(asset, opportunistic, "forgotten");
+  ASSERT_TRUE(waitForAnswers(4));
+  EXPECT_EQ(answers_.back(), "forgotten error");
+}
+
+TEST_F(ManagingImages, ServesTheNewestFirstAndWhatIsVisibleBeforeWhatIsPreheated) {
+  start(1);
+  Gate gate;
+  std::mutex mutex;
+  std::vector<std::string> fetched;
+  items_.setGate([&](const std::string& name) {
+    if (name == "first") return gate.pass();
+    const std::lock_guard lock(mutex);
+    fetched.push_back(name);
+  });
+  ask(photo("first"), highQuality, "first");
+  gate.waitForHeld(1);
+  const int client = 0;
+  images_->startCachingImages(&client, {photo("warm 1"), photo("warm 2")}, cell, PHImageContentModeAspectFill, {});
+  ask(photo("a"), highQuality, "a");
+  ask(photo("b"), highQuality, "b");
+  const PHImageRequestID dropped = ask(photo("dropped"), highQuality, "dropped");
+  ask(photo("c"), highQuality, "c");
+  images_->startCachingImages(&client, {photo("stopped")}, cell, PHImageContentModeAspectFill, {});
+  images_->stopCachingImages(&client, {items_.add("stopped", folder_.file("stopped.jpg"))}, cell,
+                             PHImageContentModeAspectFill);
+  images_->cancelImageRequest(dropped);
+  gate.open();
+  settle();
+  EXPECT_EQ(fetched, (std::vector<std::string>{"c", "b", "a", "warm 1", "warm 2"}))
+      << "what was cancelled or stopped is never touched";
+}
+
+TEST_F(ManagingImages, ASynchronousRequestDoesNotWaitForTheQueue) {
+  start(2);
+  Gate gate;
+  items_.setGate([&](const std::string& name) {
+    if (name != "now") gate.pass();
+  });
+  for (int i = 0; i < 10; ++i) ask(photo(std::to_string(i)), highQuality, "queued");
+  gate.waitForHeld(2);
+  const Asset now = photo("now");
+  std::atomic<bool> answered{false};
+  std::thread([&] {
+    PHImageRequestOptions synchronous = options(opportunistic);
+    synchronous.synchronous = true;
+    images_->requestImage(
+        now, cell, PHImageContentModeAspectFill, synchronous,
+        [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) { answered = image != nullptr; });
+  }).join();
+  EXPECT_TRUE(answered);
+  gate.open();
+  EXPECT_TRUE(waitForAnswers(10));
+}
+
+TEST_F(ManagingImages, RunningWorkThatIsCancelledAnswersNoMore) {
+  start(1);
+  Gate gate;
+  items_.setGate([&](const std::string&) { gate.pass(); });
+  auto life = std::make_shared<int>();
+  const std::weak_ptr<int> alive = life;
+  const PHImageRequestID id =
+      images_->requestImage(photo("a"), cell, PHImageContentModeAspectFill, options(highQuality),
+                            [this, life = std::move(life)](const std::shared_ptr<const UIImage>&, const PHImageInfo&) {
+                              answers_.push_back("a");
+                            });
+  gate.waitForHeld(1);
+  images_->cancelImageRequest(id);
+  EXPECT_TRUE(alive.expired()) << "let go on the main thread, at once";
+  gate.open();
+  settle();
+  EXPECT_TRUE(answers_.empty());
+}
+
+TEST_F(ManagingImages, CallsNothingOnceItIsGone) {
+  start(1);
+  Gate gate;
+  items_.setGate([&](const std::string&) { gate.pass(); });
+  ask(photo("running"), highQuality, "running");
+  ask(photo("waiting"), opportunistic, "waiting");
+  const int client = 0;
+  images_->startCachingImages(&client, {photo("warm")}, cell, PHImageContentModeAspectFill, {});
+  gate.waitForHeld(1);
+  gate.open();
+  images_.reset();
+  loop_.runUntilIdle();
+  EXPECT_TRUE(answers_.empty());
+}
+
+TEST_F(ManagingImages, ADeliveredPictureOutlivesTheManager) {
+  start();
+  std::shared_ptr<const UIImage> kept;
+  images_->requestImage(photo("a"), {}, PHImageContentModeAspectFit, options(highQuality),
+                        [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) { kept = image; });
+  ASSERT_TRUE(loop_.runUntil([&] { return kept != nullptr; }));
+  images_.reset();
+  EXPECT_EQ(lettersOf(*kept->bitmap()), "RG/BW");
+}
+
+TEST_F(ManagingImages, HundredsOfRequestsFromAFastScrollAreAllAnsweredOnce) {
+  start();
+  std::vector<Asset> assets;
+  for (int i = 0; i < 12; ++i) assets.push_back(photo(std::to_string(i), i % 2 == 0));
+  const int client = 0;
+  std::vector<PHImageRequestID> ids;
+  std::size_t finals = 0, cancelledAnswers = 0;
+  for (int round = 0; round < 300; ++round) {
+    const Asset& asset = assets[static_cast<std::size_t>(round) % assets.size()];
+    const bool cancel = round % 7 == 0;
+    const CGSize size{40.0 + round % 50, 40};
+    const auto id = images_->requestImage(asset, size, PHImageContentModeAspectFill, options(opportunistic),
+                                          [&, cancel](const std::shared_ptr<const UIImage>&, const PHImageInfo& info) {
+                                            if (!info.PHImageResultIsDegradedKey)
+                                              ++(cancel ? cancelledAnswers : finals);
+                                          });
+    if (cancel) ids.push_back(id);
+    if (round % 3 == 0) images_->startCachingImages(&client, assets, size, PHImageContentModeAspectFill, {});
+    if (round % 5 == 0) images_->stopCachingImagesForAllAssets(&client);
+    if (round % 11 == 0) loop_.runUntilIdle();
+    if (round % 13 == 0) {
+      for (const auto each : ids) images_->cancelImageRequest(each);
+      ids.clear();
+    }
+  }
+  const std::size_t before = cancelledAnswers;
+  for (const auto each : ids) images_->cancelImageRequest(each);
+  settle();
+  EXPECT_EQ(finals, 300u - 43u);
+  EXPECT_EQ(cancelledAnswers, before) << "none after its cancellation";
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary
