@@ -199,6 +199,18 @@ void writePicture(const std::string& path, const PictureOptions& options) {
   if (options.orientation != 1 && hasExtension(path, "png")) insertPngExif(path, options.orientation);
 }
 
+void writeFlatPicture(const std::string& path, int width, int height, std::uint32_t colour) {
+  std::vector<std::uint8_t> rgb;
+  for (int i = 0; i < width * height; ++i) {
+    for (const int shift : {16, 8, 0}) rgb.push_back(static_cast<std::uint8_t>(colour >> shift));
+  }
+  check(vips_init("tests") == 0, "libvips");
+  const ImageRef image =
+      own(vips_image_new_from_memory_copy(rgb.data(), rgb.size(), width, height, 3, VIPS_FORMAT_UCHAR));
+  image->Type = VIPS_INTERPRETATION_sRGB;
+  check(vips_pngsave(image.get(), path.c_str(), nullptr) == 0, path);
+}
+
 void writeHeif(const std::string& path, int width, int height, int irot, int exif, int thumbnail) {
   const auto fine = [&](heif_error error) { check(error.code == heif_error_Ok, path + ": " + error.message); };
   heif_context* context = heif_context_alloc();

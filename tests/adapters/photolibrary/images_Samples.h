@@ -52,6 +52,8 @@ struct PictureOptions {
   int quality = 90;
 };
 void writePicture(const std::string& path, const PictureOptions& options = {});
+/// A PNG of one colour, 0xRRGGBB.
+void writeFlatPicture(const std::string& path, int width, int height, std::uint32_t colour);
 /// HEIC or AVIF by the extension. `irot` is the orientation that the container itself asks for, `exif` the one that
 /// its metadata mentions, `thumbnail` the longer side of an embedded one.
 void writeHeif(const std::string& path, int width, int height, int irot, int exif = 0, int thumbnail = 0);
