@@ -1,20 +1,41 @@
 #pragma once
 
+#include <functional>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tlx/platform/uikit/ResourcePort.h"
 
+#include "adapters/memory/SceneTable.h"
+
 namespace tlx::memory {
 
-/// The picker's scenes and images, without files.
+/// The picker's scenes, interface file and images, without files. Main thread.
 class MemoryResources final : public ResourcePort {
  public:
+  MemoryResources();
+
   std::shared_ptr<UIViewController> instantiateViewController(const NSBundle& bundle, const std::string& storyboard,
                                                               const std::string& identifier) override;
   std::vector<std::shared_ptr<NSObject>> loadNib(const NSBundle& bundle, const std::string& name) override;
   std::shared_ptr<const UIImage> imageNamed(const NSBundle& bundle, const std::string& name) override;
+
+  /// The outlet is connected to nothing from now on, in the scene, cell or interface file of that class.
+  void disconnect(const std::string& className, const std::string& outlet);
+  /// The outlet's view is of that other class from now on.
+  void replace(const std::string& className, const std::string& outlet, const std::string& byClass);
+  /// An image of the bundle, or nothing to take it away.
+  void setImage(const NSBundle& bundle, const std::string& name, std::shared_ptr<const UIImage> image);
+
+ private:
+  void forEachView(const std::string& className, const std::string& outlet,
+                   const std::function<void(SceneView&)>& change);
+
+  std::map<std::string, Scene> scenes_, interfaceFiles_;
+  std::map<std::pair<std::string, std::string>, std::shared_ptr<const UIImage>> images_;
 };
 
 }  // namespace tlx::memory
