@@ -266,9 +266,9 @@ TEST_P(SceneContract, ASpoiltSceneFailsWithItsNameAndTheOutlets) {
   const auto picker = load<TLXMediaPickerController>();
   EXPECT_THAT(complaint([&] { picker->view(); }),
               testing::AllOf(testing::HasSubstr("TLXMediaPickerController"), testing::HasSubstr("lblPhotoCount")));
-  ASSERT_TRUE(world_->replace("TLXDownloadProgress", "btnCancel", "UILabel"));
+  ASSERT_TRUE(world_->replace("TLXDownloadProgress", "viewDownloadProgress", "UIView"));
   EXPECT_THAT(complaint([&] { world_->resources().loadNib(own_, "TLXDownloadProgress"); }),
-              testing::AllOf(testing::HasSubstr("TLXDownloadProgress"), testing::HasSubstr("btnCancel")));
+              testing::AllOf(testing::HasSubstr("TLXDownloadProgress"), testing::HasSubstr("viewDownloadProgress")));
   ASSERT_TRUE(world_->disconnect("CollectionViewCell", "imgViewOverLay"));
   const auto grid = load<MediaCollectionViewController>();
   EXPECT_THAT(
