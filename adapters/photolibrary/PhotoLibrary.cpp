@@ -185,15 +185,16 @@ std::shared_ptr<const PHFetchResult<PHAsset>> PhotoLibrary::fetchAssetsWithLocal
 
 void PhotoLibrary::setChangeHandler(ChangeHandler handler) {
   auto next = handler ? std::make_shared<const ChangeHandler>(std::move(handler)) : nullptr;
-  bool missed;
+  const auto current = catalogue_->snapshot();
   {
     std::unique_lock lock(mutex_);
     handler_.swap(next);
-    missed = handler_ && fetched_ != 0 && fetched_ < catalogue_->snapshot()->generation();
+    // What every fetch has seen is no news to the new handler; what came after the last fetch is, for there was nobody
+    // to tell.
+    told_ = fetched_ != 0 ? std::min(fetched_, current->generation()) : current->generation();
     if (!thread_.isCurrent()) handlerReturned_.wait(lock, [this] { return !handlerRunning_; });
   }
-  // Whoever fetched before there was anyone to tell would wait for ever for the change in between.
-  if (missed) announce(catalogue_->snapshot());
+  announce(current);
 }
 
 void PhotoLibrary::announce(const std::shared_ptr<const Snapshot>& snapshot) {
@@ -204,10 +205,11 @@ void PhotoLibrary::deliver(const std::shared_ptr<const Snapshot>& snapshot) {
   std::shared_ptr<const ChangeHandler> handler;
   {
     std::lock_guard lock(mutex_);
+    if (!handler_ || snapshot->generation() <= told_) return;
+    told_ = snapshot->generation();
     handler = handler_;
-    handlerRunning_ = handler != nullptr;
+    handlerRunning_ = true;
   }
-  if (!handler) return;
   (*handler)(std::make_shared<LibraryChange>(snapshot, ledger_));
   {
     std::lock_guard lock(mutex_);

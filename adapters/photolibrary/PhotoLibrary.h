@@ -113,6 +113,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::shared_ptr<const ChangeHandler> handler_;
   bool handlerRunning_ = false;
   std::uint64_t fetched_ = 0;  ///< the generation of the newest snapshot that a fetch was answered from
+  std::uint64_t told_ = 0;     ///< the generation that the handler knows of
 
   SerialThread thread_;
   std::unique_ptr<Catalogue> catalogue_;  ///< last: its thread ends first
