@@ -80,13 +80,18 @@ bool PhotoManager::isUserAuthorized() {
   if (status == PHAuthorizationStatusAuthorized) return true;
   if (status != PHAuthorizationStatusNotDetermined) return false;
   tellDelegate(&PhotoManagerDelegate::firstTimeAuthorization);
+  // One answer is enough: each would append the albums.
+  if (std::exchange(asking_, true)) return false;
   // The answer keeps the manager until it has been dealt with. The reference lies in a box that the closures share and
   // only the main thread opens; it takes the reference out, so that whoever drops the last closure, on whatever thread,
   // drops an empty box.
   auto box = std::make_shared<std::shared_ptr<PhotoManager>>(self);
   PHPhotoLibrary::requestAuthorization([box](PHAuthorizationStatus) {
     dispatch_async_main([box] {
-      if (auto manager = std::exchange(*box, nullptr)) manager->setPhotoMediaType(manager->mediaType);
+      const auto manager = std::exchange(*box, nullptr);
+      if (!manager) return;
+      manager->asking_ = false;
+      manager->setPhotoMediaType(manager->mediaType);
     });
   });
   return false;

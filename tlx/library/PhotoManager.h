@@ -34,8 +34,8 @@ class PhotoManager : public NSObject, public PHPhotoLibraryChangeObserver {
   void unregisterPhotoManager();
 
   void setPhotoMediaType(std::int64_t mediaType);
-  /// Whether the person granted access. When they have not decided, asks them, answers false at once, and calls
-  /// `setPhotoMediaType` again after they have.
+  /// Whether the person granted access. When they have not decided, asks them, unless that is under way already,
+  /// answers false at once, and calls `setPhotoMediaType` again after they have.
   bool isUserAuthorized();
   /// Appends the library's albums to `albumList`: the camera roll in front, smart albums, then the person's own, each
   /// newest item first. `assetMediaType`: 0 everything, 1 images, 2 videos.
@@ -84,7 +84,7 @@ class PhotoManager : public NSObject, public PHPhotoLibraryChangeObserver {
 
   std::vector<std::shared_ptr<AlbumModel>> albumList_;
   std::weak_ptr<PHPhotoLibrary> library_;  // set while observing
-  bool unregistered_ = false;
+  bool unregistered_ = false, asking_ = false;
   std::atomic<int> changesUnderWay_ = 0;
 };
 
