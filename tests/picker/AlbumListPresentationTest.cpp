@@ -1,0 +1,224 @@
+#include <cmath>
+
+#include "tlx/views/AlbumPickerTableViewController.h"
+
+#include "tests/support/PickerSession.h"
+
+namespace tlx::test {
+namespace {
+
+using Event = memory::MemoryPresentation::Event;
+
+class AlbumListPresentation : public testing::Test {
+ protected:
+  AlbumListPresentation() {
+    session.platform.library.edit([](memory::LibraryContents& contents) {
+      contents.addUserAlbum("Sea", {memory::photo("s1"), memory::photo("s2")});
+    });
+  }
+
+  void open() {
+    session.open();
+    title = session.picker->btnAlbumPicker.lock();
+  }
+  void choose(std::int64_t row) {
+    auto list = std::dynamic_pointer_cast<AlbumPickerTableViewController>(session.list());
+    list->tableView()->tappedAt(NSIndexPath::indexPathForRow_inSection(row, 0));
+  }
+  bool listIsOnScreen() { return session.list()->presentingViewController() != nullptr; }
+
+  /// Tag, fades and arrow agree with one another, whatever is on the screen.
+  void expectLooks(bool open, const char* when) {
+    SCOPED_TRACE(when);
+    EXPECT_EQ(title->tag(), open ? 101 : 102);
+    EXPECT_EQ(session.picker->viewTbContainer.lock()->alpha(), open ? 1.0 : 0.0);
+    EXPECT_EQ(session.picker->btnCamera.lock()->alpha(), open ? 0.0 : 1.0);
+    EXPECT_EQ(session.picker->btnCamera.lock()->isUserInteractionEnabled(), !open);
+    const double halfTurns = title->imageView()->rotation() / 3.141592653589793;
+    EXPECT_NEAR(std::remainder(halfTurns, 2), open ? 0 : std::copysign(1, std::remainder(halfTurns, 2)), 1e-9);
+    EXPECT_GE(halfTurns, lastHalfTurns) << "the arrow always turns the same way";
+    lastHalfTurns = halfTurns;
+  }
+
+  PickerSession session;
+  std::shared_ptr<CustomAlbumButton> title;
+  double lastHalfTurns = 0;
+};
+
+TEST_F(AlbumListPresentation, OpensUnderTheTitleAndClosesWithAChoice) {
+  open();
+  expectLooks(false, "at rest");
+  ASSERT_TRUE(title->press());
+  EXPECT_TRUE(session.picker->btnCamera.lock()->isUserInteractionEnabled()) << "until the fade has ended";
+  session.settle();
+  expectLooks(true, "open");
+  const auto popover = session.platform.presentation.popover();
+  ASSERT_NE(popover, nullptr);
+  EXPECT_EQ(popover->presentedViewController(), session.list());
+  EXPECT_EQ(popover->sourceView(), title);
+  EXPECT_EQ(popover->sourceRect(), CGRectMake(0, 0, title->frame().size.width, title->frame().size.height));
+  EXPECT_EQ(popover->permittedArrowDirections(), UIPopoverArrowDirectionUp);
+  EXPECT_EQ(session.list()->preferredContentSize(), CGSize()) << "a phone has the platform's size";
+  EXPECT_EQ(popover->delegate()->adaptivePresentationStyleForPresentationController(*popover), UIModalPresentationNone);
+
+  struct Hearing : MediaPickerBroadcastProtocol {
+    void mediaPicker_selectedAlbum(std::shared_ptr<AlbumModel>, std::shared_ptr<AlbumModel> album) override {
+      heard.push_back(album->getAlbumName());
+    }
+    Names heard;
+  };
+  const auto hearing = std::make_shared<Hearing>();
+  session.picker->subscribe(hearing);
+  choose(1);
+  session.settle();
+  expectLooks(false, "after the choice");
+  EXPECT_EQ(hearing->heard, Names({"Sea"}));
+  EXPECT_EQ(title->titleForState(UIControlStateNormal), "Sea");
+  EXPECT_FALSE(listIsOnScreen());
+  EXPECT_NE(session.item("s1"), nullptr) << "the grid shows the album";
+}
+
+TEST_F(AlbumListPresentation, TabletPrefersItsShareOfThePicker) {
+  session.platform.application.openWindow({1024, 768});
+  session.platform.application.setIdiom(UIUserInterfaceIdiomPad);
+  open();
+  ASSERT_EQ(session.picker->view()->frame().size, (CGSize{1024, 768}));
+  title->press();
+  EXPECT_EQ(session.list()->preferredContentSize(), (CGSize{603, 480}));
+}
+
+TEST_F(AlbumListPresentation, PressOutsideTogglesByTheTagAndDismisses) {
+  open();
+  title->press();
+  session.settle();
+  EXPECT_TRUE(session.platform.presentation.pressOutside());
+  session.settle();
+  expectLooks(false, "closed from outside");
+  EXPECT_FALSE(listIsOnScreen());
+
+  title->press();
+  session.settle();
+  session.picker->btnPressed(title);
+  session.settle();
+  expectLooks(false, "the title closes the looks");
+  EXPECT_TRUE(listIsOnScreen()) << "but leaves the list";
+  const auto presentations = session.platform.presentation.events().size();
+  EXPECT_TRUE(session.platform.presentation.pressOutside());
+  session.settle();
+  expectLooks(true, "the press outside opened by the tag");
+  EXPECT_EQ(session.platform.presentation.events().size(), presentations + 1) << "only the dismissal";
+  EXPECT_FALSE(listIsOnScreen());
+  title->press();
+  session.settle();
+  expectLooks(false, "the next press closes what is not there");
+  EXPECT_FALSE(listIsOnScreen());
+  title->press();
+  session.settle();
+  EXPECT_TRUE(listIsOnScreen());
+}
+
+TEST_F(AlbumListPresentation, FastTogglesEndAsTheLastOne) {
+  open();
+  for (int presses = 1; presses <= 3; ++presses) {
+    session.picker->btnPressed(title);
+    session.platform.advance(0.05);
+  }
+  session.settle();
+  expectLooks(true, "after three presses");
+}
+
+TEST_F(AlbumListPresentation, OtherTagsDoNothing) {
+  open();
+  const auto button = std::make_shared<UIButton>();
+  session.picker->btnPressed(button);
+  session.picker->btnPressed(nullptr);
+  EXPECT_TRUE(session.platform.messages().empty());
+  expectLooks(false, "as before");
+}
+
+TEST_F(AlbumListPresentation, AlbumThatIsDeletedWhileTheListIsOpenGivesWayToTheFirst) {
+  open();
+  title->press();
+  session.settle();
+  choose(1);
+  session.settle();
+  title->press();
+  session.settle();
+  session.platform.library.change([](memory::LibraryContents& contents) { contents.removeAlbum("Sea"); });
+  session.settle();
+  expectLooks(false, "the first album was chosen");
+  EXPECT_EQ(title->titleForState(UIControlStateNormal), "Camera Roll");
+  EXPECT_FALSE(listIsOnScreen());
+  EXPECT_NE(session.item("a"), nullptr);
+}
+
+// The grid is free while few items are fetched, and so is the title.
+TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
+  struct Row {
+    const char* why;
+    std::function<void()> meanwhile;
+  };
+  const Row rows[] = {
+      {"the list is open",
+       [&] {
+         title->press();
+         session.settle();
+       }},
+      {"the list has just been opened", [&] { title->press(); }},
+      {"the list is open, the tag says closed",
+       [&] {
+         title->press();
+         session.settle();
+         session.picker->btnPressed(title);
+       }},
+      {"the list is on its way out",
+       [&] {
+         title->press();
+         session.settle();
+         session.platform.presentation.pressOutside();
+       }},
+      {"the host shows a screen of its own",
+       [&] {
+         session.picker->presentViewController_animated_completion(std::make_shared<UIViewController>(), true, nullptr);
+       }},
+  };
+  open();
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    session.script("b", PickerSession::stalling());
+    session.pick({"a", "b"});
+    session.done();
+    row.meanwhile();
+    session.script("b", PickerSession::failing());
+    session.platform.images.release("b");
+    session.settle();
+    ASSERT_NE(session.platform.presentation.alert(), nullptr) << "else Done would stay disabled for good";
+    EXPECT_FALSE(listIsOnScreen());
+    expectLooks(false, "under the question");
+    EXPECT_TRUE(session.platform.presentation.press("Cancel"));
+    session.settle();
+    session.pick({"a"});
+    EXPECT_TRUE(session.picker->btnDone.lock()->canBeOperated());
+    session.pick({"a"});
+    EXPECT_TRUE(session.platform.systemLog.lines().empty()) << "nothing was refused";
+  }
+}
+
+TEST_F(AlbumListPresentation, DismissalAtDeliveryIsThePickersNotTheLists) {
+  open();
+  session.script("b", PickerSession::stalling());
+  session.pick({"a", "b"});
+  session.done();
+  title->press();
+  session.settle();
+  session.host.whenFinished = [&] { session.picker->dismissViewControllerAnimated_completion(true, nullptr); };
+  session.script("b", {});
+  session.platform.images.release("b");
+  session.settle();
+  EXPECT_EQ(session.host.deliveries.size(), 1u);
+  EXPECT_FALSE(listIsOnScreen());
+  EXPECT_EQ(session.picker->presentingViewController(), nullptr);
+}
+
+}  // namespace
+}  // namespace tlx::test

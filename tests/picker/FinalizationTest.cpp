@@ -1,0 +1,535 @@
+#include <cmath>
+
+#include "tests/support/PickerSession.h"
+
+namespace tlx::test {
+namespace {
+
+using testing::ElementsAre;
+using Fault = memory::FaultyImageManager::Fault;
+
+Names manyNames(int count) {
+  Names names;
+  for (int i = 0; i < count; ++i) names.push_back("item" + std::to_string(100 + i));
+  return names;
+}
+
+TEST(Finalization, FetchesFromTheLastToTheFirstAndDeliversInPickedOrder) {
+  PickerSession session({"a", "v", "c"});
+  session.open();
+  session.pick({"c", "v", "a"});
+  session.platform.messageLog.take();
+  ASSERT_TRUE(session.pressDone());
+  EXPECT_FALSE(session.picker->btnDone.lock()->isUserInteractionEnabled());
+  EXPECT_EQ(session.fetched(), Names({"a"})) << "one request at a time";
+  EXPECT_EQ(session.panel()->lblCompletionCount.lock()->text(), "1/3");
+  EXPECT_EQ(session.percent(), "Processing...");
+  session.settle();
+  EXPECT_EQ(session.fetched(), Names({"a", "v", "c"}));
+  EXPECT_EQ(session.panel()->lblCompletionCount.lock()->text(), "3/3");
+  EXPECT_FALSE(session.overlayIsShown());
+  EXPECT_THAT(session.platform.messages(), ElementsAre("willStartFetching", "didFinish { \"c\", \"v\", \"a\" }"));
+  const auto& delivered = session.host.deliveries.at(0);
+  EXPECT_NE(delivered[0]->getMediaImage(), nullptr);
+  EXPECT_NE(delivered[1]->getMediaVideoAsset(), nullptr);
+  EXPECT_EQ(session.picked(), Names());
+  EXPECT_FALSE(session.picker->btnDone.lock()->isUserInteractionEnabled());
+  EXPECT_EQ(session.picker->iMediaCount, 3);
+  EXPECT_EQ(session.picker->arrCloudReqId().size(), 3u);
+
+  session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"a"}); });
+  session.settle();
+  EXPECT_NE(session.item("a"), nullptr) << "after delivery the library is no longer followed";
+}
+
+TEST(Finalization, AsksForFullQuality) {
+  PickerSession session({"a", "v"});
+  session.open();
+  session.pick({"a", "v"});
+  session.done();
+  int images = 0, videos = 0;
+  for (const auto& request : session.platform.images.requests()) {
+    if (!PickerSession::isFetch(request)) continue;
+    EXPECT_TRUE(request.reportsProgress);
+    if (request.isVideo) {
+      ++videos;
+      EXPECT_TRUE(request.videoOptions.networkAccessAllowed);
+      EXPECT_EQ(request.videoOptions.version, PHVideoRequestOptionsVersionOriginal);
+      EXPECT_EQ(request.videoOptions.deliveryMode, PHVideoRequestOptionsDeliveryModeHighQualityFormat);
+    } else {
+      ++images;
+      EXPECT_EQ(request.targetSize, session.host.size);
+      EXPECT_EQ(request.contentMode, PHImageContentModeAspectFit);
+      EXPECT_TRUE(request.imageOptions.networkAccessAllowed);
+      EXPECT_FALSE(request.imageOptions.synchronous);
+      EXPECT_EQ(request.imageOptions.resizeMode, PHImageRequestOptionsResizeModeExact);
+    }
+  }
+  EXPECT_EQ(images, 1);
+  EXPECT_EQ(videos, 1);
+}
+
+TEST(Finalization, OverlayComesAtOnceForMoreThanSixteen) {
+  for (const int count : {16, 17}) {
+    PickerSession session(manyNames(count));
+    session.open();
+    session.pick(manyNames(count));
+    session.pressDone();
+    EXPECT_EQ(session.overlayIsShown(), count == 17) << count;
+    session.settle();
+    EXPECT_FALSE(session.overlayIsShown());
+    EXPECT_EQ(session.host.deliveries.at(0).size(), static_cast<std::size_t>(count));
+  }
+}
+
+TEST(Finalization, NothingPickedIsDeliveredAsSuch) {
+  PickerSession session;
+  session.open();
+  session.picker->btnDonePressed();
+  EXPECT_THAT(session.platform.messages(), ElementsAre("willStartFetching", "didFinish {}"));
+}
+
+TEST(Finalization, DownloadShowsOverlayAndPercent) {
+  PickerSession session;
+  session.open();
+  session.script("a", PickerSession::downloading({0.004, 0.05, 0.29, 1.0}, 4));
+  session.pick({"a"});
+  session.pressDone();
+  const auto tick = [&] {
+    session.settle();
+    return session.percent();
+  };
+  session.platform.runUntilIdle();
+  EXPECT_TRUE(session.overlayIsShown());
+  EXPECT_FALSE(session.panel()->btnCancel.lock()->isHidden());
+  EXPECT_EQ(session.panel()->lblHeader1.lock()->text(), "DOWNLOADING");
+  EXPECT_EQ(session.percent(), "Processing...");
+  EXPECT_EQ(tick(), "05 %");
+  EXPECT_EQ(session.panel()->viewDownloadProgress.lock()->progress(), 0.05F);
+  EXPECT_EQ(tick(), "28 %") << "truncated: 0.29 is a little less";
+  EXPECT_EQ(tick(), "100 %");
+  session.settle();
+  EXPECT_FALSE(session.overlayIsShown());
+  EXPECT_EQ(session.host.deliveries.size(), 1u);
+  session.picker->setProgress(std::nan(""));
+  EXPECT_EQ(session.percent(), "Processing...");
+}
+
+TEST(Finalization, FailuresAreToldApartByCause) {
+  struct Row {
+    const char* why;
+    const char* item;
+    memory::ItemScript script;
+    bool online;
+    std::int64_t status;
+  };
+  memory::ItemScript soundOnly, soundOnlyDelivered;
+  soundOnly.tracks = {{AVMediaTypeAudio, "aac", 0, 0, 10}};
+  soundOnlyDelivered = soundOnly;
+  soundOnlyDelivered.deliversWithoutVideoTrack = true;
+  const auto disk = PickerSession::failing(), cloud = PickerSession::failingInTheCloud();
+  const Row rows[] = {
+      {"an image fails for whatever reason", "a", disk, true, 2},
+      {"a video without a video track", "v", soundOnlyDelivered, false, 1},
+      {"no video at all", "v", soundOnly, true, 1},
+      {"a video from this machine, offline", "v", disk, false, 1},
+      {"a cloud video, online", "v", cloud, true, 1},
+      {"a cloud video, offline", "v", cloud, false, 2},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session({"a", "v"});
+    session.open();
+    if (!row.online) session.platform.reachability.setFlags(0);
+    session.script(row.item, row.script);
+    session.pick({row.item});
+    session.done();
+    EXPECT_EQ(session.picker->boolInternetConnected, row.online);
+    ASSERT_EQ(session.picker->arrUnsuccessfulMedia().size(), 1u);
+    EXPECT_EQ(session.picker->arrUnsuccessfulMedia().front()->fetchCompletionStatus(), row.status);
+    EXPECT_EQ(session.picked(), Names());
+    EXPECT_TRUE(session.isMarked(row.item));
+    EXPECT_TRUE(session.host.deliveries.empty());
+  }
+}
+
+// Offline images fail as want of a connection, videos without a track as unsupported.
+TEST(Finalization, QuestionFollowsTheCounts) {
+  struct Row {
+    const char* why;
+    int fetched, offline, unsupported;
+    const char* title;
+    const char* message;
+    Names buttons;
+  };
+  const Names ok{"OK"}, retryOnly{"Cancel", "Retry"}, goOn{"Continue", "Cancel"}, all{"Continue", "Retry", "Cancel"},
+      anyway{"Continue Anyway", "Retry", "Cancel"};
+  const char* const offline =
+      "iCloud downloading was not successful since there is no internet connection. Please connect to a network & try "
+      "again.";
+  const Row rows[] = {
+      {"one bad video alone", 0, 0, 1, "Unsupported File!", "Please choose another file to continue.", ok},
+      {"bad videos alone", 0, 0, 2, "Unsupported Files!", "Please choose another file to continue.", ok},
+      {"one offline alone", 0, 1, 0, "", offline, retryOnly},
+      {"all offline", 0, 2, 0, "", offline, retryOnly},
+      {"nothing came, one bad video", 0, 1, 1, "Inaccessible Files!",
+       "Please choose another file since there is an unsupporeted file.\niCloud downloading was not successful since "
+       "there is no internet connection. Please connect to a network & try again.",
+       retryOnly},
+      {"nothing came, bad videos", 0, 1, 2, "Inaccessible Files!",
+       "Please choose another file since there are some unsupported files.\niCloud downloading was not successful "
+       "since "
+       "there is no internet connection. Please connect to a network & try again.",
+       retryOnly},
+      {"some came, one bad video", 1, 0, 1, "Unsupported File!",
+       "There is an unsupported file. You can continue without the unsupported file.", goOn},
+      {"some came, bad videos", 2, 0, 2, "Unsupported Files!",
+       "There are some unsupported files. You can continue without these unsupported files.", goOn},
+      {"some came, one offline", 1, 1, 0, "",
+       "iCloud downloading was not successful since there is no internet connection. You can connect to a network and "
+       "retry or continue without the iCloud file.",
+       all},
+      {"some came, several offline", 3, 2, 0, "",
+       "iCloud downloading was not successful since there is no internet connection. You can connect to a network and "
+       "retry or continue without these iCloud files.",
+       all},
+      {"some came, one of each", 1, 1, 1, "Inaccessible Files!",
+       "There is an unsupported file and an iCloud file. You can connect to a network and retry or you can continue "
+       "without these inaccessible files.",
+       anyway},
+      {"some came, one video, several offline", 1, 2, 1, "Inaccessible Files!",
+       "There is an unsupported file and iCloud files. You can connect to a network and retry or you can continue "
+       "without these inaccessible files.",
+       anyway},
+      {"some came, several videos, one offline", 1, 1, 2, "Inaccessible Files!",
+       "There are some unsupported files and an iCloud file. You can connect to a network and retry or you can "
+       "continue "
+       "without these inaccessible files.",
+       anyway},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    const auto named = [](const char* prefix, int count) {
+      Names names;
+      for (int i = 0; i < count; ++i) names.push_back(prefix + std::to_string(i));
+      return names;
+    };
+    Names items = named("good", row.fetched);
+    for (const auto& name : named("offline", row.offline)) items.push_back(name);
+    for (const auto& name : named("video", row.unsupported)) items.push_back(name);
+    PickerSession session(items);
+    session.open();
+    for (const auto& name : named("offline", row.offline)) session.script(name, PickerSession::failingInTheCloud());
+    for (const auto& name : named("video", row.unsupported)) session.script(name, PickerSession::failing());
+    session.pick(items);
+    session.done();
+    const auto alert = session.platform.presentation.alert();
+    ASSERT_NE(alert, nullptr);
+    EXPECT_EQ(alert->title(), row.title);
+    EXPECT_EQ(alert->message(), row.message);
+    Names buttons;
+    for (const auto& action : alert->actions()) {
+      buttons.push_back(action->title());
+      const bool isCancel = action->title() == "Cancel" || action->title() == "OK";
+      EXPECT_EQ(action->style(), isCancel ? UIAlertActionStyleCancel : UIAlertActionStyleDefault);
+    }
+    EXPECT_EQ(buttons, row.buttons);
+    EXPECT_FALSE(session.overlayIsShown());
+  }
+}
+
+TEST(Finalization, ChoicesOfTheQuestion) {
+  const auto asked = [](PickerSession& session) {
+    session.open();
+    session.script("b", PickerSession::failing());
+    session.script("d", PickerSession::failing());
+    session.pick({"a", "b", "c", "d"});
+    session.done();
+  };
+  {
+    PickerSession session({"a", "b", "c", "d"});
+    asked(session);
+    EXPECT_TRUE(session.platform.presentation.press("Continue"));
+    session.settle();
+    EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c"}));
+  }
+  {
+    PickerSession session({"a", "b", "c", "d"});
+    asked(session);
+    EXPECT_TRUE(session.platform.presentation.press("Cancel"));
+    session.settle();
+    EXPECT_TRUE(session.host.deliveries.empty());
+    EXPECT_EQ(session.picked(), Names());
+    EXPECT_TRUE(session.picker->arrUnsuccessfulMedia().empty());
+    for (const auto& name : {"a", "b", "c", "d"}) EXPECT_FALSE(session.isMarked(name)) << name;
+    session.pick({"a"});
+    EXPECT_TRUE(session.done()) << "the picker stays usable";
+    EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a"}));
+  }
+  {
+    PickerSession session({"a", "b", "c", "d"});
+    asked(session);
+    const auto before = session.fetched().size();
+    session.script("d", {});
+    session.platform.messageLog.take();
+    EXPECT_TRUE(session.platform.presentation.press("Retry"));
+    session.settle();
+    auto again = session.fetched();
+    again.erase(again.begin(), again.begin() + static_cast<std::ptrdiff_t>(before));
+    EXPECT_EQ(again, Names({"b", "d", "c", "a"})) << "the failed ones, now last, come first";
+    EXPECT_THAT(session.platform.messages(), ElementsAre("willStartFetching"));
+    EXPECT_TRUE(session.platform.presentation.press("Continue"));
+    session.settle();
+    EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c", "d"}));
+  }
+}
+
+TEST(Finalization, CancelAtEveryMoment) {
+  struct Row {
+    const char* why;
+    std::function<void(PickerSession&)> before;
+    bool cancelled;
+  };
+  const auto press = [](PickerSession& session) {
+    const auto button = session.panel()->btnCancel.lock();
+    button->setHidden(false);
+    button->sendActionsForControlEvents(UIControlEventTouchUpInside);
+    EXPECT_TRUE(button->isHidden());
+    EXPECT_EQ(session.panel()->lblHeader1.lock()->text(), "Importing");
+  };
+  const Row rows[] = {
+      {"before Done", [](PickerSession&) {}, false},
+      {"as Done is pressed", [](PickerSession& session) { session.pressDone(); }, true},
+      {"while the second item is waited for",
+       [](PickerSession& session) {
+         session.script("b", PickerSession::stalling());
+         session.done();
+       },
+       true},
+      {"during a download",
+       [](PickerSession& session) {
+         session.script("c", PickerSession::downloading({0.1, 0.2, 0.3}, 30));
+         session.done();
+         EXPECT_TRUE(session.overlayIsShown());
+       },
+       true},
+      {"while the question is on the screen",
+       [](PickerSession& session) {
+         session.script("a", PickerSession::failing());
+         session.done();
+       },
+       false},
+      {"after delivery", [](PickerSession& session) { session.done(); }, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session;
+    session.open();
+    session.pick({"a", "b", "c"});
+    row.before(session);
+    const auto deliveries = session.host.deliveries.size();
+    const auto picked = session.picked();
+    press(session);
+    session.settle();
+    EXPECT_EQ(session.host.deliveries.size(), deliveries);
+    EXPECT_EQ(session.picker->cancelling(), row.cancelled);
+    EXPECT_FALSE(session.overlayIsShown());
+    if (!row.cancelled) {
+      EXPECT_EQ(session.picked(), picked) << "nothing was under way: the selection stays";
+      continue;
+    }
+    EXPECT_EQ(session.picked(), Names());
+    EXPECT_EQ(session.platform.presentation.alert(), nullptr);
+    EXPECT_TRUE(session.lastFetchIsCancelled());
+    EXPECT_TRUE(session.picker->arrCloudReqId().empty());
+    for (const auto& name : {"a", "b", "c"}) EXPECT_FALSE(session.isMarked(name)) << name;
+    session.platform.images.setDefaultScript({});
+    for (const auto& name : {"a", "b", "c"}) session.script(name, {});
+    session.pick({"b"});
+    EXPECT_TRUE(session.done());
+    EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"b"})) << "a new pass runs";
+    EXPECT_FALSE(session.picker->cancelling());
+  }
+}
+
+TEST(Finalization, LateWordOfACancelledPassIsDropped) {
+  PickerSession session;
+  session.open();
+  session.pick({"a", "b"});
+  for (int request = 1; request <= 8; ++request) session.platform.faults.plan(request, Fault::AnswerAfterCancel);
+  session.script("b", PickerSession::downloading({0.1, 0.5, 0.9}, 30));
+  session.done();
+  ASSERT_TRUE(session.overlayIsShown());
+  session.picker->cancelDownload();
+  session.settle();
+  session.script("b", {});
+  session.pick({"a"});
+  session.platform.advance(60);
+  EXPECT_FALSE(session.overlayIsShown()) << "a download that goes on shows nothing";
+  EXPECT_EQ(session.fetched(), Names({"b"})) << "and starts nothing";
+  EXPECT_EQ(session.picked(), Names({"a"}));
+}
+
+TEST(Finalization, AnswersThatComeTwiceOrElsewhereCountOnce) {
+  for (const Fault fault : {Fault::AnswerTwice, Fault::AnswerElsewhere}) {
+    PickerSession session({"a", "v", "c", "d"});
+    session.open();
+    session.pick({"a", "v", "c", "d"});
+    for (int request = 1; request <= 4; ++request) session.platform.faults.plan(request, fault);
+    session.done();
+    EXPECT_EQ(session.fetched(), Names({"d", "c", "v", "a"}));
+    ASSERT_EQ(session.host.deliveries.size(), 1u);
+    EXPECT_EQ(namesOf(session.host.deliveries[0]), Names({"a", "v", "c", "d"}));
+  }
+}
+
+TEST(Finalization, DoneAgainReplacesThePassUnderWay) {
+  PickerSession session;
+  session.open();
+  session.script("b", PickerSession::stalling());
+  session.pick({"a", "b", "c"});
+  session.done();
+  EXPECT_EQ(session.fetched(), Names({"c", "b"}));
+  session.script("b", {});
+  session.picker->btnDonePressed();
+  session.settle();
+  EXPECT_EQ(session.platform.images.cancelled().size(), 1u) << "one request at a time";
+  EXPECT_EQ(session.fetched(), Names({"c", "b", "c", "b", "a"}));
+  ASSERT_EQ(session.host.deliveries.size(), 1u);
+  EXPECT_EQ(session.host.deliveries[0].size(), 3u);
+}
+
+TEST(Finalization, PassThatBeginsWithinTheHostsAnswerIsTheOne) {
+  PickerSession session;
+  session.open();
+  session.pick({"a"});
+  session.host.whenFetchingStarts = [&, nested = false]() mutable {
+    if (std::exchange(nested, true)) return;
+    session.picker->btnDonePressed();
+    session.platform.runUntilIdle();
+  };
+  session.done();
+  ASSERT_EQ(session.host.deliveries.size(), 1u);
+  EXPECT_EQ(namesOf(session.host.deliveries[0]), Names({"a"}));
+}
+
+// The overlay is hidden for few items, so that the grid takes taps under a running pass.
+TEST(Finalization, ListMayChangeUnderTheWalk) {
+  const auto remove = [](std::vector<Identifier> items) {
+    return [items](PickerSession& session) {
+      session.platform.library.change([&](memory::LibraryContents& contents) { contents.remove(items); });
+      session.platform.runUntilIdle();
+    };
+  };
+  const auto tap = [](Names names) {
+    return [names](PickerSession& session) {
+      for (const auto& name : names) session.tap(name);
+    };
+  };
+  struct Row {
+    const char* why;
+    std::function<void(PickerSession&)> meanwhile;
+    Names fetched, delivered;
+  };
+  // Picked a, b, c, d; c is waited for.
+  const Row rows[] = {
+      {"nothing", [](PickerSession&) {}, {"d", "c", "b", "a"}, {"a", "b", "c", "d"}},
+      {"one above is unpicked", tap({"d"}), {"d", "c", "b", "a"}, {"a", "b", "c"}},
+      {"the one in flight is unpicked", tap({"c"}), {"d", "c", "b", "a"}, {"a", "b", "d"}},
+      {"one below is unpicked: the others move down, none is fetched twice",
+       tap({"a"}),
+       {"d", "c", "b"},
+       {"b", "c", "d"}},
+      {"all that were to come are unpicked", tap({"a", "b"}), {"d", "c"}, {"c", "d"}},
+      {"all are unpicked", tap({"a", "b", "c", "d"}), {"d", "c"}, {}},
+      {"one is picked: it is fetched too", tap({"e"}), {"d", "c", "b", "a", "e"}, {"a", "b", "c", "d", "e"}},
+      {"one is swapped", tap({"b", "e"}), {"d", "c", "a", "e"}, {"a", "c", "d", "e"}},
+      {"unpicked and picked again: a new item", tap({"d", "d"}), {"d", "c", "b", "a", "d"}, {"a", "b", "c", "d"}},
+      {"one below is deleted", remove({"b"}), {"d", "c", "a"}, {"a", "c", "d"}},
+      {"one that was fetched is deleted", remove({"d"}), {"d", "c", "b", "a"}, {"a", "b", "c"}},
+      {"the one in flight is deleted", remove({"c"}), {"d", "c", "b", "a"}, {"a", "b", "d"}},
+      {"all are deleted", remove({"a", "b", "c", "d"}), {"d", "c"}, {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session({"a", "b", "c", "d", "e"});
+    session.open();
+    session.pick({"a", "b", "c", "d"});
+    session.script("c", PickerSession::stalling());
+    session.done();
+    ASSERT_EQ(session.fetched(), Names({"d", "c"}));
+    row.meanwhile(session);
+    session.script("c", {});
+    session.platform.images.release("c");
+    session.settle();
+    EXPECT_EQ(session.fetched(), row.fetched);
+    ASSERT_EQ(session.host.deliveries.size(), 1u);
+    EXPECT_EQ(namesOf(session.host.deliveries[0]), row.delivered);
+    for (const auto& media : session.host.deliveries[0]) EXPECT_NE(media->getMediaImage(), nullptr);
+    EXPECT_EQ(session.platform.presentation.alert(), nullptr) << "an item that is gone is nobody's failure";
+  }
+}
+
+TEST(Finalization, LibraryMayChangeBetweenDoneAndTheFirstRequest) {
+  PickerSession session;
+  session.open();
+  session.pick({"a", "b", "c"});
+  session.host.whenFetchingStarts = [&] {
+    session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"c", "a"}); });
+    session.platform.runUntilIdle();
+  };
+  session.done();
+  EXPECT_EQ(session.fetched(), Names({"b"}));
+  EXPECT_EQ(session.picker->iMediaCount, 1);
+  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"b"}));
+}
+
+TEST(Finalization, LibraryMayChangeUnderTheQuestion) {
+  PickerSession session;
+  session.open();
+  session.script("c", PickerSession::failing());
+  session.pick({"a", "b", "c"});
+  session.done();
+  session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"a"}); });
+  session.settle();
+  EXPECT_TRUE(session.isMarked("c")) << "what failed keeps its mark";
+  session.platform.presentation.press("Continue");
+  session.settle();
+  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"b"}));
+}
+
+TEST(Finalization, ItemOfAnotherTypeEndsTheWalk) {
+  PickerSession session;
+  session.platform.library.edit([](memory::LibraryContents& contents) {
+    PHAsset sound = memory::photo("sound", 5);
+    sound.mediaType = PHAssetMediaTypeAudio;
+    contents.add(sound, {"Camera Roll"});
+  });
+  session.open();
+  session.pick({"a", "sound", "b"});
+  session.done();
+  EXPECT_EQ(session.fetched(), Names({"b"}));
+  EXPECT_TRUE(session.host.deliveries.empty());
+  EXPECT_FALSE(session.picker->btnDone.lock()->isUserInteractionEnabled());
+  session.picker->cancelDownload();
+  session.settle();
+  EXPECT_EQ(session.picked(), Names()) << "a cancel leads out";
+}
+
+TEST(Finalization, CancelButtonOfTheScreenTellsTheHostAndNothingElse) {
+  PickerSession session;
+  session.open();
+  session.script("b", PickerSession::stalling());
+  session.pick({"a", "b"});
+  session.done();
+  session.platform.messageLog.take();
+  const auto button = std::make_shared<UIButton>();
+  button->setTag(106);
+  session.picker->btnPressed(button);
+  EXPECT_THAT(session.platform.messages(), ElementsAre("cancelPressed"));
+  EXPECT_EQ(session.picked(), Names({"a", "b"}));
+  EXPECT_FALSE(session.lastFetchIsCancelled()) << "the host's letting go ends the fetch";
+}
+
+}  // namespace
+}  // namespace tlx::test

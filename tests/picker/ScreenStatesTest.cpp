@@ -1,0 +1,177 @@
+#include "tests/support/PickerSession.h"
+
+namespace tlx::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::string textOf(const std::weak_ptr<UILabel>& label) {
+  return label.lock()->text();
+}
+bool isShown(const std::weak_ptr<UIView>& view) {
+  return !view.lock()->isHidden();
+}
+bool isShown(const std::weak_ptr<UIButton>& view) {
+  return !view.lock()->isHidden();
+}
+
+TEST(ScreenStates, AccessGrantedLeadsToTheFirstAlbum) {
+  PickerSession session;
+  session.host.limit = 7;
+  session.make();
+  session.picker->view();
+  EXPECT_THAT(session.platform.messages(), ElementsAre("maxSelectedMedia", "selectedImageSize"));
+  EXPECT_EQ(session.picker->iImageLimit, 7);
+  EXPECT_EQ(session.picker->imageSize, session.host.size);
+  EXPECT_TRUE(isShown(session.picker->btnCamera));
+  EXPECT_FALSE(isShown(session.picker->viewAccessContainer));
+  EXPECT_FALSE(isShown(session.picker->viewNoPhotos));
+  EXPECT_EQ(textOf(session.picker->lblLimitationWarning), "Picker Limitation Exceeded.");
+  const auto banner = session.picker->viewPhotoLimitationWarning.lock()->frame();
+  EXPECT_EQ(banner.origin, (CGPoint{0, -banner.size.height})) << "the banner waits above the top edge";
+  ASSERT_EQ(session.picker->arrSubscriber.size(), 2u);
+  EXPECT_EQ(std::dynamic_pointer_cast<UIViewController>(session.picker->arrSubscriber.front()), session.list());
+  EXPECT_EQ(session.grid().collectionView()->superview(), session.picker->viewCLContainer.lock());
+  EXPECT_EQ(session.grid().collectionView()->contentInset(), (UIEdgeInsets{61, 0, 0, 0}));
+  EXPECT_EQ(session.grid().albumModel, nullptr);
+
+  session.platform.advance(0.11);
+  ASSERT_NE(session.grid().albumModel, nullptr);
+  EXPECT_EQ(session.picker->btnAlbumPicker.lock()->titleForState(UIControlStateNormal), "Camera Roll");
+  EXPECT_EQ(session.picker->btnAlbumPicker.lock()->tag(), 102);
+
+  session.picker->userAuthorized(true);
+  EXPECT_EQ(session.platform.messages().size(), 2u) << "the content is built once";
+  EXPECT_EQ(session.picker->arrSubscriber.size(), 2u);
+}
+
+TEST(ScreenStates, DeniedShowsWhyAndLeadsToTheSettings) {
+  PickerSession session;
+  session.platform.library.setStatus(PHAuthorizationStatusDenied);
+  session.open();
+  EXPECT_TRUE(isShown(session.picker->viewAccessContainer));
+  EXPECT_FALSE(isShown(session.picker->btnCamera));
+  EXPECT_EQ(textOf(session.picker->lblAllowAccess1), "This app cannot access your photos");
+  EXPECT_EQ(textOf(session.picker->lblAllowAccess2), "Please go to Settings and turn on");
+  EXPECT_EQ(textOf(session.picker->lblAllowAccess3), "access to your photos");
+  EXPECT_EQ(session.picker->mediaCollectionViewCotroller, nullptr);
+  EXPECT_EQ(session.picker->iImageLimit, 0) << "without access the host is not asked";
+  EXPECT_TRUE(session.picker->btnAllowAccess.lock()->press());
+  EXPECT_THAT(session.platform.application.openedURLs(), ElementsAre("app-settings:"));
+  EXPECT_EQ(session.picker->btnAllowAccess.lock()->cornerRadius(), 8.0);
+  EXPECT_TRUE(session.picker->btnAllowAccess.lock()->clipsToBounds());
+}
+
+TEST(ScreenStates, FirstRequestWaitsForThePersonsAnswer) {
+  for (const bool allows : {true, false}) {
+    PickerSession session;
+    session.platform.library.setStatus(PHAuthorizationStatusNotDetermined);
+    session.platform.library.setPromptAnswer(std::nullopt);
+    session.open();
+    EXPECT_FALSE(isShown(session.picker->viewAccessContainer)) << "nothing is refused yet";
+    EXPECT_EQ(session.platform.library.promptCount(), 1);
+    const auto answer = allows ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
+    session.platform.library.answerPrompt(answer);
+    session.settle();
+    EXPECT_EQ(isShown(session.picker->viewAccessContainer), !allows);
+    EXPECT_EQ(isShown(session.picker->btnCamera), allows);
+    EXPECT_EQ(session.picker->photoManager->getAlbumCount(), allows ? 1 : 0) << "every album once";
+    EXPECT_EQ(session.picker->mediaCollectionViewCotroller != nullptr, allows);
+  }
+}
+
+TEST(ScreenStates, EmptyLibraryComesAndGoes) {
+  PickerSession session(Names{});
+  session.open();
+  EXPECT_TRUE(isShown(session.picker->viewNoPhotos));
+  EXPECT_TRUE(session.picker->btnAlbumPicker.lock()->isHidden());
+  EXPECT_EQ(textOf(session.picker->lblNoPhotos1), "No Photos in the library.");
+  EXPECT_EQ(textOf(session.picker->lblNoPhotos2), "Take Photos using camera.");
+  session.platform.library.change(
+      [](memory::LibraryContents& contents) { contents.add(memory::photo("new"), {"Camera Roll"}); });
+  session.settle();
+  EXPECT_FALSE(isShown(session.picker->viewNoPhotos));
+  EXPECT_FALSE(session.picker->btnAlbumPicker.lock()->isHidden());
+  EXPECT_NE(session.item("new"), nullptr) << "the first album of a library that was empty is shown";
+}
+
+TEST(ScreenStates, FontsOfTheHostReplaceOrReset) {
+  const auto font = UIFont::fontWithName_size("Sans", 15);
+  const auto scenes = UIFont::fontWithName_size("Scene", 9);
+  const auto load = [&](const std::optional<FontDictionary>& fonts) {
+    auto session = std::make_unique<PickerSession>();
+    session->host.fonts = fonts;
+    session->make();
+    session->picker->view();
+    return session;
+  };
+  {
+    const auto session = load(FontDictionary{{"Raleway-Medium:15", font}});
+    EXPECT_EQ(session->picker->lblAllowAccess1.lock()->font(), font);
+    EXPECT_EQ(session->picker->btnAllowAccess.lock()->titleLabel()->font(), font);
+    for (const auto& label : {session->picker->lblAllowAccess2, session->picker->lblAllowAccess3,
+                              session->picker->lblNoPhotos1, session->picker->lblNoPhotos2}) {
+      label.lock()->setFont(scenes);
+    }
+    session->picker->applyProvidedFonts(session->picker->dicFonts);
+    EXPECT_EQ(session->picker->lblAllowAccess2.lock()->font(), nullptr) << "a key that lacks resets";
+    EXPECT_EQ(session->picker->lblNoPhotos2.lock()->font(), nullptr);
+    EXPECT_EQ(session->picker->fontsForKey("Raleway-Medium:15"), std::optional(font));
+    EXPECT_EQ(session->picker->fontsForKey("Raleway-Bold:14"), std::optional(UIFontRef())) << "an answer: no font";
+  }
+  {
+    const auto session = load(std::nullopt);
+    EXPECT_TRUE(session->picker->dicFonts.empty());
+  }
+}
+
+TEST(ScreenStates, StatusBarFollowsTheScreenBelow) {
+  struct Below : UIViewController {
+    bool prefersStatusBarHidden() override { return true; }
+  };
+  PickerSession session;
+  session.make();
+  EXPECT_FALSE(session.picker->prefersStatusBarHidden());
+  const auto below = std::make_shared<Below>();
+  below->presentViewController_animated_completion(session.picker, false, nullptr);
+  EXPECT_TRUE(session.picker->prefersStatusBarHidden());
+}
+
+TEST(ScreenStates, LibraryChangeDropsWhatIsGoneAndMarksTheRest) {
+  PickerSession session({"a", "b", "c", "d"});
+  session.open();
+  session.pick({"c", "a", "d"});
+  const auto before = session.item("a");
+  session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"c", "d"}); });
+  session.settle();
+  EXPECT_EQ(session.picked(), Names({"a"}));
+  EXPECT_NE(session.item("a"), before) << "records are new";
+  EXPECT_TRUE(session.isMarked("a"));
+  EXPECT_FALSE(session.isMarked("b"));
+  EXPECT_EQ(session.picker->lblPhotoCount.lock()->text(), "(1)");
+  session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"a"}); });
+  session.settle();
+  EXPECT_EQ(session.picker->btnDone.lock()->alpha(), 0.0);
+  EXPECT_FALSE(session.pressDone());
+}
+
+TEST(ScreenStates, AbsentHostIsNeitherAskedNorTold) {
+  PickerSession session;
+  session.picker = TLXMediaPickerController::mediaPickerController_delegate(0, nullptr);
+  session.platform.application.host()->presentViewController_animated_completion(session.picker, false, nullptr);
+  session.settle();
+  session.picker->iImageLimit = -1;
+  session.pick({"a"});
+  EXPECT_EQ(session.picked(), Names({"a"}));
+  EXPECT_TRUE(session.done());
+  EXPECT_EQ(session.picked(), Names());
+}
+
+TEST(ScreenStates, VersionIsTheBuilds) {
+  EXPECT_EQ(TLXMediaPickerVersionNumber, 1.0);
+  EXPECT_THAT(TLXMediaPickerVersionString, testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+"));
+}
+
+}  // namespace
+}  // namespace tlx::test

@@ -1,0 +1,221 @@
+#include "tests/support/PickerSession.h"
+
+namespace tlx::test {
+namespace {
+
+using testing::ElementsAre;
+
+bool bannerIsIn(PickerSession& session) {
+  const auto banner = session.picker->viewPhotoLimitationWarning.lock();
+  return !banner->isHidden() && banner->frame().origin.y == 0;
+}
+
+TEST(Selection, LimitIsAnEquality) {
+  struct Row {
+    const char* why;
+    std::int64_t limit;
+    Names taps, picked;
+    bool banner;
+  };
+  const Row rows[] = {
+      {"a limit of 0 refuses the first", 0, {"a"}, {}, true},
+      {"the last that fits", 2, {"a", "b"}, {"a", "b"}, false},
+      {"one too many", 2, {"a", "b", "c"}, {"a", "b"}, true},
+      {"a negative limit never refuses", -1, {"a", "b", "c"}, {"a", "b", "c"}, false},
+      {"unpicking makes room; the others keep their order", 2, {"a", "b", "a", "c"}, {"b", "c"}, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session;
+    session.host.limit = row.limit;
+    session.open();
+    session.pick(row.taps);
+    EXPECT_EQ(session.picked(), row.picked);
+    EXPECT_EQ(bannerIsIn(session), row.banner);
+    for (const auto& name : {"a", "b", "c"}) {
+      EXPECT_EQ(session.isMarked(name), testing::Value(row.picked, testing::Contains(name))) << name;
+    }
+  }
+  PickerSession session;
+  session.open();
+  session.pick({"a", "b"});
+  session.picker->iImageLimit = 1;
+  session.pick({"c"});
+  EXPECT_EQ(session.picked(), Names({"a", "b", "c"})) << "a limit lowered below the count no longer refuses";
+}
+
+TEST(Selection, VetoComesBeforeTheLimitAndShowsNoBanner) {
+  PickerSession session;
+  session.host.limit = 0;
+  session.host.shouldSelect = [](std::uint64_t) { return false; };
+  session.open();
+  session.pick({"a"});
+  EXPECT_THAT(session.platform.messages(), ElementsAre("shouldSelect 0"));
+  EXPECT_FALSE(session.isMarked("a"));
+  EXPECT_FALSE(bannerIsIn(session));
+  session.platform.messageLog.take();
+  session.host.shouldSelect = [](std::uint64_t) { return true; };
+  session.picker->iImageLimit = -1;
+  session.pick({"a", "b", "a"});
+  EXPECT_THAT(session.platform.messages(), ElementsAre("shouldSelect 0", "shouldSelect 1"))
+      << "the count is that of the others; unpicking is not asked about";
+}
+
+TEST(Selection, WhatHappensWhileTheHostThinksCounts) {
+  struct Row {
+    const char* why;
+    std::function<void(PickerSession&)> meanwhile;
+    Names picked;
+    bool marked;
+  };
+  const auto change = [](PickerSession& session, const memory::MemoryPhotoLibrary::Edit& edit) {
+    session.platform.library.change(edit);
+    session.platform.runUntilIdle();
+  };
+  const Row rows[] = {
+      {"tapped again: unpicked", [](PickerSession& session) { session.tap("a"); }, {}, false},
+      {"tapped twice more: picked once",
+       [](PickerSession& session) {
+         session.tap("a");
+         session.tap("a");
+       },
+       {"a"},
+       true},
+      {"records made anew: the new one is marked",
+       [&](PickerSession& session) {
+         change(session, [](memory::LibraryContents& contents) { contents.add(memory::photo("z"), {"Camera Roll"}); });
+       },
+       {"a"},
+       true},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session;
+    session.open();
+    session.host.shouldSelect = [&, nested = false](std::uint64_t) mutable {
+      if (!std::exchange(nested, true)) row.meanwhile(session);
+      return true;
+    };
+    session.pick({"a"});
+    EXPECT_EQ(session.picked(), row.picked);
+    EXPECT_EQ(session.isMarked("a"), row.marked);
+  }
+  PickerSession session;
+  session.open();
+  session.host.shouldSelect = [&](std::uint64_t) {
+    change(session, [](memory::LibraryContents& contents) { contents.remove({"a"}); });
+    return true;
+  };
+  session.pick({"a"});
+  EXPECT_EQ(session.picked(), Names()) << "an item that is gone is not picked";
+}
+
+TEST(Selection, DoneAndCountFollowTheListAsItIsWhenTheyChange) {
+  PickerSession session;
+  session.open();
+  const auto done = session.picker->btnDone.lock();
+  const auto count = session.picker->lblPhotoCount.lock();
+  EXPECT_EQ(done->alpha(), 0.0);
+  EXPECT_FALSE(done->isUserInteractionEnabled());
+  session.tap("a");
+  EXPECT_EQ(done->alpha(), 0.0) << "the change is posted";
+  session.tap("b");
+  session.platform.runUntilIdle();
+  EXPECT_EQ(count->text(), "(2)");
+  EXPECT_EQ(done->alpha(), 1.0);
+  EXPECT_EQ(count->alpha(), 1.0);
+  EXPECT_FALSE(done->isUserInteractionEnabled()) << "not before the fade has ended";
+  session.platform.advance(0.21);
+  EXPECT_TRUE(done->isUserInteractionEnabled());
+  session.tap("a");
+  session.tap("b");
+  session.platform.runUntilIdle();
+  EXPECT_EQ(done->alpha(), 0.0);
+  session.platform.advance(0.21);
+  EXPECT_EQ(count->text(), "(0)");
+  EXPECT_FALSE(done->isUserInteractionEnabled());
+  session.picker->removeAssetByidentifier("nobody");
+  EXPECT_FALSE(session.picker->isMediaAlreadyPicked("a"));
+}
+
+TEST(Selection, BannerSlidesInStaysAndSlidesOut) {
+  PickerSession session;
+  session.open();
+  const auto banner = session.picker->viewPhotoLimitationWarning.lock();
+  const auto timersBefore = session.platform.loop.timerCount();
+  session.picker->photosLimitationWarning();
+  EXPECT_TRUE(bannerIsIn(session));
+  session.platform.advance(2.4);
+  EXPECT_TRUE(bannerIsIn(session));
+  session.platform.advance(0.2);
+  EXPECT_EQ(banner->frame().origin.y, -banner->frame().size.height) << "2 seconds after the slide-in";
+  EXPECT_FALSE(banner->isHidden()) << "on its way out";
+  session.platform.advance(0.5);
+  EXPECT_TRUE(banner->isHidden());
+  session.platform.advance(4);
+  EXPECT_TRUE(banner->isHidden());
+  EXPECT_EQ(session.platform.loop.timerCount(), timersBefore + 1) << "one timer, however often";
+}
+
+TEST(Selection, BannerShownAgainStaysItsFullTime) {
+  for (const double second : {0.2, 1.0, 2.7, 4.8}) {
+    SCOPED_TRACE("shown again after " + std::to_string(second) + " seconds");
+    PickerSession session;
+    session.open();
+    session.picker->photosLimitationWarning();
+    session.platform.advance(second);
+    session.picker->photosLimitationWarning();
+    session.platform.advance(0.55);
+    EXPECT_TRUE(bannerIsIn(session));
+    session.platform.advance(1.9);
+    EXPECT_TRUE(bannerIsIn(session)) << "the first banner's timer is gone";
+    session.platform.advance(0.6);
+    EXPECT_FALSE(bannerIsIn(session));
+  }
+}
+
+TEST(Selection, CountsInWords) {
+  PickerSession session;
+  session.make();
+  EXPECT_EQ(session.picker->getFormattedText_suffix(0, "Photo"), "No Photos");
+  EXPECT_EQ(session.picker->getFormattedText_suffix(1, "Photo"), "1 Photo");
+  EXPECT_EQ(session.picker->getFormattedText_suffix(5, "Photo"), "5 Photos");
+  EXPECT_EQ(session.picker->getFormattedText_suffix(-2, "Photo"), "-2 Photos");
+}
+
+TEST(Broadcast, ReachesSubscribersInOrderWithTheDatumInBothPlaces) {
+  struct Deaf : MediaPickerBroadcastProtocol {};
+  struct Hearing : MediaPickerBroadcastProtocol {
+    Hearing(Names& names, std::string called) : heard(names), name(std::move(called)) {}
+    void mediaPicker_selectCameraRollAlbum(std::string first, std::string second) override {
+      heard.push_back(name + first + second);
+    }
+    Names& heard;
+    std::string name;
+  };
+  PickerSession session;
+  session.make();
+  Names heard;
+  const auto send = [&] {
+    heard.clear();
+    session.picker->broadcastSelector_dataModel(&MediaPickerBroadcastProtocol::mediaPicker_selectCameraRollAlbum,
+                                                std::string("!"));
+    return heard;
+  };
+  EXPECT_EQ(send(), Names()) << "nobody there";
+  const auto one = std::make_shared<Hearing>(heard, "one"), two = std::make_shared<Hearing>(heard, "two");
+  session.picker->subscribe(one);
+  session.picker->subscribe(std::make_shared<Deaf>());
+  session.picker->subscribe(nullptr);
+  session.picker->subscribe(two);
+  session.picker->subscribe(one);
+  EXPECT_EQ(send(), Names({"one!!", "two!!", "one!!"}));
+  session.picker->removeSubscription(one);
+  session.picker->broadcastSelector_dataModel_dataModel(
+      &MediaPickerBroadcastProtocol::mediaPicker_selectCameraRollAlbum, std::string("1"), std::string("2"));
+  EXPECT_EQ(heard.back(), "two12");
+  EXPECT_EQ(send(), Names({"two!!"}));
+}
+
+}  // namespace
+}  // namespace tlx::test

@@ -1,0 +1,161 @@
+#include <algorithm>
+
+#include "tests/support/PickerSession.h"
+
+namespace tlx::test {
+namespace {
+
+struct Made {
+  explicit Made(PickerSession& session)
+      : things{session.picker,
+               session.picker->photoManager,
+               session.picker->mediaCollectionViewCotroller,
+               session.list(),
+               session.panel(),
+               session.picker->view(),
+               session.grid().albumModel} {}
+  std::size_t left() const {
+    return static_cast<std::size_t>(
+        std::count_if(things.begin(), things.end(), [](const auto& thing) { return !thing.expired(); }));
+  }
+  std::vector<std::weak_ptr<void>> things;
+};
+
+TEST(SessionLifetime, EverythingGoesWithThePickerAtEveryMoment) {
+  struct Row {
+    const char* why;
+    std::function<void(PickerSession&)> before;
+  };
+  const Row rows[] = {
+      {"at rest", [](PickerSession&) {}},
+      {"delivered", [](PickerSession& session) { session.done(); }},
+      {"a fade under way", [](PickerSession& session) { session.tap("c"); }},
+      {"the banner's timer running",
+       [](PickerSession& session) {
+         session.picker->photosLimitationWarning();
+         session.settle();
+       }},
+      {"a fetch under way",
+       [](PickerSession& session) {
+         session.script("b", PickerSession::stalling());
+         session.done();
+       }},
+      {"a download under way",
+       [](PickerSession& session) {
+         session.script("b", PickerSession::downloading({0.1, 0.5}, 30));
+         session.done();
+       }},
+      {"an answer on its way", [](PickerSession& session) { session.pressDone(); }},
+      {"the list open",
+       [](PickerSession& session) {
+         session.picker->btnAlbumPicker.lock()->press();
+         session.settle();
+       }},
+      {"a question on the screen",
+       [](PickerSession& session) {
+         session.script("b", PickerSession::failing());
+         session.done();
+       }},
+      {"a library change on its way",
+       [](PickerSession& session) {
+         session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"a"}); });
+       }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session;
+    session.open();
+    session.pick({"a", "b"});
+    row.before(session);
+    session.platform.messageLog.take();
+    const Made made(session);
+    session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
+    session.picker = nullptr;
+    EXPECT_TRUE(made.things.front().expired()) << "the picker goes at once";
+    session.platform.advance(60);
+    EXPECT_EQ(made.left(), 0u);
+    EXPECT_EQ(session.platform.images.outstanding(), 0u) << "requests are cancelled";
+    EXPECT_TRUE(session.platform.messages().empty()) << "the host hears no more";
+    EXPECT_EQ(session.platform.presentation.top(), nullptr);
+    EXPECT_EQ(session.platform.loop.timerCount() + session.platform.loop.listenerCount(), 0u);
+  }
+}
+
+TEST(SessionLifetime, HostMayLetGoWithinItsAnswers) {
+  using Drop = std::function<void()>;
+  struct Row {
+    const char* why;
+    std::function<void(PickerSession&, Drop)> plan;
+  };
+  const Row rows[] = {
+      {"as fetching starts",
+       [](PickerSession& session, Drop drop) { session.host.whenFetchingStarts = std::move(drop); }},
+      {"as it is told the result",
+       [](PickerSession& session, Drop drop) { session.host.whenFinished = std::move(drop); }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session;
+    session.open();
+    session.pick({"a", "b"});
+    row.plan(session, [&] {
+      session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
+      session.picker = nullptr;
+    });
+    const Made made(session);
+    const auto picker = session.picker.get();
+    picker->btnDonePressed();
+    session.settle();
+    EXPECT_EQ(made.left(), 0u);
+  }
+}
+
+TEST(SessionLifetime, PhotoManagerThatOutlivesThePickerTellsNobody) {
+  PickerSession session;
+  session.open();
+  const auto manager = session.picker->photoManager;
+  session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
+  session.picker = nullptr;
+  session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"a"}); });
+  session.settle();
+  EXPECT_EQ(manager->customDelegate, nullptr);
+  EXPECT_FALSE(manager->mediaExist("a"));
+}
+
+// Progress and videos come on the adapters' thread while the main thread cancels, retries and lets go.
+TEST(SessionLifetime, HandlersOnOtherThreadsOnlyPost) {
+  for (int round = 0; round < 20; ++round) {
+    PickerSession session({"v1", "v2", "v3"});
+    session.open();
+    session.pick({"v1", "v2", "v3"});
+    session.platform.background.setOverlapping(true);
+    for (const auto& name : {"v1", "v2", "v3"}) {
+      session.script(name, PickerSession::downloading({0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8, 0.9}, 0.01));
+    }
+    session.pressDone();
+    const auto asked = static_cast<std::size_t>(1 + round % 3);
+    EXPECT_TRUE(session.platform.loop.runUntil([&] { return session.fetched().size() >= asked; }));
+    switch (round % 4) {
+      case 0:
+        EXPECT_TRUE(session.platform.loop.runUntil([&] { return !session.host.deliveries.empty(); }));
+        EXPECT_EQ(session.host.deliveries.at(0).size(), 3u);
+        break;
+      case 1:
+        session.picker->cancelDownload();
+        EXPECT_TRUE(session.platform.loop.runUntil([&] { return session.picker->cancelling(); }));
+        break;
+      case 2:
+        session.picker->btnDonePressed();
+        EXPECT_TRUE(session.platform.loop.runUntil([&] { return !session.host.deliveries.empty(); }));
+        break;
+      default:
+        session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
+        session.picker = nullptr;
+        session.platform.runUntilIdle();
+        break;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tlx::test
