@@ -1,5 +1,7 @@
 #include "adapters/qtquick/QtPlatform.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QtQml>
 
 void qml_register_types_TLX_MediaPicker();
@@ -27,6 +29,8 @@ QtPlatform::~QtPlatform() {
   application_.setWindow(nullptr);
   window_.reset();
   presentation_.reset();
+  // Items go with their views a turn later; none may outlive the engine that made it.
+  QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   platform_.reset();
 }
 

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cstdio>
 #include <memory>
 #include <mutex>
@@ -16,8 +17,11 @@ struct Release {
 };
 using ImageRef = std::unique_ptr<VipsImage, Release>;
 
+std::atomic<bool> vipsHasStarted = false;
+
 bool startVips() {
   static const bool started = [] {
+    vipsHasStarted = true;
     g_log_set_handler(
         "VIPS", G_LOG_LEVEL_WARNING, [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
     if (vips_init("tlx") != 0) return false;
@@ -130,7 +134,8 @@ std::shared_ptr<const ColorTransform> transformOf(VipsImage* image, ColorTransfo
 }  // namespace
 
 void ImageDecoder::leaveThread() {
-  vips_thread_shutdown();
+  // A library that was never started has nothing to end, and crashes when asked to.
+  if (vipsHasStarted) vips_thread_shutdown();
 }
 
 Picture decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context) {

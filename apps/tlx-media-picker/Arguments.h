@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace tlx::program {
+
+/// What the command line asks for.
+struct Arguments {
+  enum class Format { Json, Paths, Paths0 };
+  enum class OnFailure { Continue, Retry, Cancel };
+  /// Positions of one album, newest first, as ranges with both ends.
+  struct Pick {
+    std::string album;  ///< a title or an identifier
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> ranges;
+  };
+
+  std::vector<std::string> folders;
+  std::int64_t kind = 0;  ///< 0 images and videos, 1 images, 2 videos
+  std::int64_t max = -1;
+  double width = 1600, height = 1600;
+  std::string output;
+  Format format = Format::Json;
+  bool headless = false, list = false, help = false, version = false;
+  std::vector<Pick> picks;
+  OnFailure onFailure = OnFailure::Cancel;
+  std::string screenshot;
+};
+
+/// The arguments, or one line that says what is wrong with them.
+std::variant<Arguments, std::string> parseArguments(const std::vector<std::string>& words);
+
+extern const char kUsage[];
+
+}  // namespace tlx::program

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QObject>
+#include <QTimer>
+#include <memory>
+#include <string>
+
+#include "apps/tlx-media-picker/Session.h"
+
+namespace tlx::program {
+
+/// Picks without a person: chooses albums and taps items in the very controllers that a window shows, presses Done, and
+/// answers the alert as the command line says.
+class HeadlessRun final : public QObject {
+  Q_OBJECT
+
+ public:
+  /// The picker's view is in a window, which nobody need see. All outlive the run.
+  HeadlessRun(const Arguments& arguments, TLXMediaPickerController& picker, UIWindow& window, Session& session,
+              const photolibrary::PhotoLibrary& library);
+
+  /// Takes the first step; the session ends when all are done.
+  void start();
+
+ private:
+  void proceed();
+  bool pickAll();
+  bool pick(const Arguments::Pick& pick);
+  void answerAlert(UIAlertController& alert);
+
+  enum class Stage { Opening, Picked, Fetching };
+
+  const Arguments& arguments_;
+  TLXMediaPickerController& picker_;
+  UIWindow& window_;
+  Session& session_;
+  const photolibrary::PhotoLibrary& library_;
+  QTimer turn_;
+  Stage stage_ = Stage::Opening;
+  bool retried_ = false;
+};
+
+}  // namespace tlx::program
