@@ -92,13 +92,10 @@ TEST_F(MediaGridTest, ComputesItemSizeAndSpacingOnce) {
 }
 
 TEST_F(MediaGridTest, WordsTheCount) {
-  openLibrary();
-  const auto unloaded = makeGrid({400, 600});
-  const struct {
-    std::int64_t count;
-    const char* text;
-  } rows[] = {{0, "No Photos"}, {1, "1 Photo"}, {2, "2 Photos"}, {-2, "-2 Photos"}, {1'234'567, "1234567 Photos"}};
-  for (const auto& row : rows) EXPECT_EQ(unloaded->getFormattedText_suffix(row.count, "Photo"), row.text);
+  const MediaCollectionViewController unloaded;
+  EXPECT_EQ(unloaded.getFormattedText_suffix(0, "Photo"), "No Photos");
+  EXPECT_EQ(unloaded.getFormattedText_suffix(1, "Photo"), "1 Photo");
+  EXPECT_EQ(unloaded.getFormattedText_suffix(-2, "Photo"), "-2 Photos");
 }
 
 TEST_F(MediaGridTest, IsEmptyUntilAnAlbumIsChosen) {
@@ -125,7 +122,7 @@ TEST_F(MediaGridTest, IsEmptyUntilAnAlbumIsChosen) {
 }
 
 TEST_F(MediaGridTest, FillsItsCellsAndAsksForThumbnails) {
-  platform.library.edit([](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 2)); });
+  fillCameraRoll(2);
   memory::ItemScript script;
   script.degradedFirst = true;
   script.seconds = 1;
@@ -157,8 +154,7 @@ TEST_F(MediaGridTest, FillsItsCellsAndAsksForThumbnails) {
 }
 
 TEST_F(MediaGridTest, DropsAThumbnailThatComesForACellInOtherUse) {
-  platform.library.edit(
-      [](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 400)); });
+  fillCameraRoll(400);
   memory::ItemScript stalled;
   stalled.stalls = true;
   stalled.colour = 0xAA0000;
@@ -179,7 +175,7 @@ TEST_F(MediaGridTest, DropsAThumbnailThatComesForACellInOtherUse) {
 }
 
 TEST_F(MediaGridTest, LeavesACellWithoutImageWhereNoneCanBeHad) {
-  platform.library.edit([](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 2)); });
+  fillCameraRoll(2);
   open();
   EXPECT_NE(shownColour(0), -1);
   memory::ItemScript broken;
@@ -218,7 +214,7 @@ TEST_F(MediaGridTest, FlipsEveryCopyBeforeItTellsOfATap) {
 }
 
 TEST_F(MediaGridTest, ShrugsOffATapOnARecordThatIsGone) {
-  platform.library.edit([](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 3)); });
+  fillCameraRoll(3);
   open();
   grid->albumModel = nullptr;
   EXPECT_TRUE(grid->collectionView()->tappedAt({0, 1}));
@@ -226,8 +222,7 @@ TEST_F(MediaGridTest, ShrugsOffATapOnARecordThatIsGone) {
 }
 
 TEST_F(MediaGridTest, SendsTheCameraButtonOnceHoweverOftenItsHeaderIsReused) {
-  platform.library.edit(
-      [](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 400)); });
+  fillCameraRoll(400);
   open();
   for (double y : {5'000.0, 0.0, 5'000.0, 0.0}) {
     grid->collectionView()->setContentOffset({0, y});
@@ -268,8 +263,7 @@ TEST_F(MediaGridTest, FollowsChangesOfItsOwnAlbumAlone) {
 }
 
 TEST_F(MediaGridTest, LeavesNothingBehind) {
-  platform.library.edit(
-      [](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 40)); });
+  fillCameraRoll(40);
   memory::ItemScript stalled;
   stalled.stalls = true;
   platform.images.setDefaultScript(stalled);

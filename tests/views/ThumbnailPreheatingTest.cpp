@@ -60,8 +60,7 @@ class PreheatingTest : public ViewsTest {
  protected:
   PreheatingTest() {
     AssetGridThumbnailSize = {};
-    platform.library.edit(
-        [](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 200)); });
+    fillCameraRoll(200);
     openLibrary();
     grid = makeGrid({400, 300}, 0);
   }

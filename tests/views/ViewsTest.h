@@ -61,6 +61,10 @@ class ViewsTest : public testing::Test, public PhotoManagerDelegate {
     }
     return items;
   }
+  void fillCameraRoll(int count) {
+    platform.library.edit(
+        [count](memory::LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", count)); });
+  }
   void show(UIViewController& screen) {
     platform.application.host()->view()->addSubview(screen.view());
     platform.runUntilIdle();
