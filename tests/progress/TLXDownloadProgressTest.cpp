@@ -1,30 +1,26 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tlx/platform/uikit/PlatformClasses.h"
+#include "tlx/platform/uikit/UIStoryboard.h"
 #include "tlx/progress/ProgressClasses.h"
 #include "tlx/progress/TLXDownloadProgress.h"
 
 #include "adapters/memory/MemoryPlatform.h"
-#include "tests/support/ConnectOutlets.h"
 
 namespace tlx {
 namespace {
 
 using memory::MemoryPlatform;
 
-class PanelTest : public testing::Test, public TLXDownloadProgressDelegate {
+class DownloadPanelTest : public testing::Test, public TLXDownloadProgressDelegate {
  protected:
-  PanelTest() {
-    registerPlatformClasses();
+  DownloadPanelTest() {
     registerProgressClasses();
-    panel->initWithCoder();
-    connectOutlets(panel);
-    panel->btnCancel.lock()->addSceneAction(panel, TLXDownloadProgress::classObject().actions.at(0),
-                                            UIControlEventTouchUpInside);
-    panel->awakeFromNib();
+    const auto objects =
+        loadNibNamed(NSBundle::bundleForClass(TLXDownloadProgress::classObject()), "TLXDownloadProgress");
+    panel = std::dynamic_pointer_cast<TLXDownloadProgress>(objects.at(0));
   }
-  ~PanelTest() override { panel->customDelegate = nullptr; }
+  ~DownloadPanelTest() override { panel->customDelegate = nullptr; }
 
   void cancelDownload() override { seenAtCancel.push_back(look()); }
 
@@ -34,18 +30,18 @@ class PanelTest : public testing::Test, public TLXDownloadProgressDelegate {
   }
 
   MemoryPlatform platform;
-  std::shared_ptr<TLXDownloadProgress> panel = std::make_shared<TLXDownloadProgress>();
+  std::shared_ptr<TLXDownloadProgress> panel;
   std::vector<std::string> seenAtCancel;
 };
 
-TEST_F(PanelTest, ColoursItsIndicatorAndStartsAtNone) {
+TEST_F(DownloadPanelTest, ColoursItsIndicatorAndStartsAtNone) {
   const auto indicator = panel->viewDownloadProgress.lock();
   EXPECT_EQ(indicator->tintColor(), (UIColor{1, 1, 1, 0.6}));
   EXPECT_EQ(indicator->trackColor(), UIColor::redColor());
   EXPECT_EQ(indicator->progress(), 0.0f);
 }
 
-TEST_F(PanelTest, ChangesItsLookBeforeItTellsOfACancel) {
+TEST_F(DownloadPanelTest, ChangesItsLookBeforeItTellsOfACancel) {
   panel->customDelegate = this;
   panel->showCancelBtn();
   EXPECT_EQ(look(), "DOWNLOADING / from iCloud / cancel");
@@ -55,7 +51,7 @@ TEST_F(PanelTest, ChangesItsLookBeforeItTellsOfACancel) {
   EXPECT_EQ(look(), "DOWNLOADING / from iCloud / cancel");
 }
 
-TEST_F(PanelTest, CountsAsItIsTold) {
+TEST_F(DownloadPanelTest, CountsAsItIsTold) {
   panel->updateCompletionCount_totalCount(3, 10);
   EXPECT_EQ(panel->lblCompletionCount.lock()->text(), "3/10");
   panel->updateCompletionCount_totalCount(-1, 1'000'000);

@@ -11,7 +11,7 @@ using testing::IsEmpty;
 
 constexpr UIColor kAccent{62 / 255.0, 193 / 255.0, 199 / 255.0, 1.0};
 
-class AlbumListTest : public ViewsTest {
+class AlbumPickerTableTest : public ViewsTest {
  protected:
   struct Delegate : AlbumPickerDelegate {
     void pickedAlbumWithAlbumModel(const std::shared_ptr<AlbumModel>& album) override {
@@ -34,8 +34,7 @@ class AlbumListTest : public ViewsTest {
       for (const auto& title : userAlbums) library.addUserAlbum(title, photos(title, 2));
     });
     openLibrary();
-    list = makeList();
-    list->customDelegate = delegate;
+    list = makeList(delegate);
     platform.advance(0.2);
     list->setModalPresentationStyle(UIModalPresentationPopover);
     platform.application.host()->presentViewController_animated_completion(list, true, nullptr);
@@ -64,14 +63,13 @@ class AlbumListTest : public ViewsTest {
   std::shared_ptr<AlbumPickerTableViewController> list;
 };
 
-TEST_F(AlbumListTest, ReportsItsFirstAlbumATenthOfASecondAfterItIsMade) {
+TEST_F(AlbumPickerTableTest, ReportsItsFirstAlbumATenthOfASecondAfterItIsMade) {
   platform.library.edit([](LibraryContents& library) {
     library.addUserAlbum("Trip", photos("t", 1));
     library.addSmartAlbum("Camera Roll", photos("p", 1));
   });
   openLibrary();
-  list = makeList();
-  list->customDelegate = delegate;
+  list = makeList(delegate);
   EXPECT_TRUE(list->isViewLoaded()) << "waking loads the view";
   ASSERT_TRUE(list->tableView()->tableFooterView());
   EXPECT_EQ(list->tableView()->tableFooterView()->frame().size.height, 0);
@@ -86,21 +84,20 @@ TEST_F(AlbumListTest, ReportsItsFirstAlbumATenthOfASecondAfterItIsMade) {
   EXPECT_EQ(delegate->log.size(), 1u);
 }
 
-TEST_F(AlbumListTest, ReportsNothingWhereThereIsNothingOrNobodyLeft) {
+TEST_F(AlbumPickerTableTest, ReportsNothingWhereThereIsNothingOrNobodyLeft) {
   openLibrary();
-  list = makeList();
-  list->customDelegate = delegate;
+  list = makeList(delegate);
   platform.advance(1);
   EXPECT_THAT(delegate->log, IsEmpty());
   EXPECT_EQ(list->tableView_numberOfRowsInSection(*list->tableView(), 0), 0);
 
-  const std::weak_ptr<AlbumPickerTableViewController> gone = makeList();
+  const std::weak_ptr<AlbumPickerTableViewController> gone = makeList(delegate);
   subscribers.clear();
   EXPECT_TRUE(gone.expired()) << "the first load that is to come does not keep the list";
   platform.advance(1);
 }
 
-TEST_F(AlbumListTest, MeasuresItsRowsByTheWindow) {
+TEST_F(AlbumPickerTableTest, MeasuresItsRowsByTheWindow) {
   const struct {
     double width;
     std::optional<UIUserInterfaceIdiom> idiom;
@@ -109,7 +106,7 @@ TEST_F(AlbumListTest, MeasuresItsRowsByTheWindow) {
               {390, std::nullopt, 63},  // a device that does not tell counts as a phone
               {768, UIUserInterfaceIdiomPad, 54}};
   openLibrary();
-  list = makeList();
+  list = makeList(delegate);
   for (const auto& row : rows) {
     platform.application.openWindow({row.width, 800});
     platform.application.setIdiom(row.idiom);
@@ -120,7 +117,7 @@ TEST_F(AlbumListTest, MeasuresItsRowsByTheWindow) {
   EXPECT_EQ(list->tableView_heightForRowAtIndexPath(*list->tableView(), {0, 0}), 0) << "no window, no width";
 }
 
-TEST_F(AlbumListTest, FillsItsRows) {
+TEST_F(AlbumPickerTableTest, FillsItsRows) {
   memory::ItemScript script;
   script.colour = 0x123456;
   platform.images.setScript("p0", script);
@@ -133,7 +130,7 @@ TEST_F(AlbumListTest, FillsItsRows) {
   EXPECT_TRUE(current->imgViewFolderIcon.lock()->clipsToBounds());
   EXPECT_EQ(current->imgViewFolderIcon.lock()->contentMode(), UIViewContentModeScaleAspectFill);
   EXPECT_EQ(current->lblFolderName.lock()->frame().origin.x, 76);
-  EXPECT_EQ(current->lblFolderImageNo.lock()->frame().origin.x, 0) << "the count stays where its scene puts it";
+  EXPECT_EQ(current->lblFolderImageNo.lock()->frame().origin.x, 300) << "the count stays where its scene puts it";
   const auto request = platform.images.requests().front();
   EXPECT_TRUE(request.imageOptions.synchronous);
   EXPECT_EQ(request.imageOptions.deliveryMode, PHImageRequestOptionsDeliveryModeOpportunistic);
@@ -149,7 +146,7 @@ TEST_F(AlbumListTest, FillsItsRows) {
   EXPECT_EQ(current->selectionStyle(), UITableViewCellSelectionStyleNone);
 }
 
-TEST_F(AlbumListTest, CountsWithoutGroupingAndShowsNoImageWhereThereIsNone) {
+TEST_F(AlbumPickerTableTest, CountsWithoutGroupingAndShowsNoImageWhereThereIsNone) {
   memory::ItemScript broken;
   broken.error = NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorDamaged, "Damaged"};
   platform.images.setDefaultScript(broken);
@@ -162,7 +159,7 @@ TEST_F(AlbumListTest, CountsWithoutGroupingAndShowsNoImageWhereThereIsNone) {
   EXPECT_FALSE(row->imgViewFolderIcon.lock()->image()) << "not the one of the row's former album";
 }
 
-TEST_F(AlbumListTest, TakesFontsFromTheDelegateOnlyWhereItAnswers) {
+TEST_F(AlbumPickerTableTest, TakesFontsFromTheDelegateOnlyWhereItAnswers) {
   open({"A"});
   const auto fonts = [&] {
     list->tableView()->reloadData();
@@ -185,7 +182,7 @@ TEST_F(AlbumListTest, TakesFontsFromTheDelegateOnlyWhereItAnswers) {
   EXPECT_THAT(fonts(), ElementsAre("Raleway-Bold:12", "Raleway-Regular:12"));
 }
 
-TEST_F(AlbumListTest, AChoiceMovesTheMarkTellsAndCloses) {
+TEST_F(AlbumPickerTableTest, AChoiceMovesTheMarkTellsAndCloses) {
   open();
   EXPECT_TRUE(shownAsCurrent(0));
   const auto requestsBefore = platform.images.requests().size();
@@ -204,7 +201,7 @@ TEST_F(AlbumListTest, AChoiceMovesTheMarkTellsAndCloses) {
   EXPECT_EQ(delegate->log.size(), 2u) << "and is told again";
 }
 
-TEST_F(AlbumListTest, ATapOnARowWhoseAlbumIsGoneDoesNothing) {
+TEST_F(AlbumPickerTableTest, ATapOnARowWhoseAlbumIsGoneDoesNothing) {
   open();
   list->tableView_didSelectRowAtIndexPath(*list->tableView(), {0, 4});
   EXPECT_THAT(delegate->log, IsEmpty());
@@ -212,7 +209,7 @@ TEST_F(AlbumListTest, ATapOnARowWhoseAlbumIsGoneDoesNothing) {
   EXPECT_TRUE(isPresented());
 }
 
-TEST_F(AlbumListTest, AChangeKeepsTheCurrentAlbumUnderItsNewRecord) {
+TEST_F(AlbumPickerTableTest, AChangeKeepsTheCurrentAlbumUnderItsNewRecord) {
   open();
   tap(2);
   delegate->log.clear();
@@ -224,7 +221,7 @@ TEST_F(AlbumListTest, AChangeKeepsTheCurrentAlbumUnderItsNewRecord) {
   EXPECT_EQ(list->lastSelectedAlbum, album(1));
 }
 
-TEST_F(AlbumListTest, AChangeThatTakesTheCurrentAlbumChoosesTheFirst) {
+TEST_F(AlbumPickerTableTest, AChangeThatTakesTheCurrentAlbumChoosesTheFirst) {
   open();
   list->tableView()->tappedAt({0, 2});
   platform.advance(1);
@@ -239,7 +236,7 @@ TEST_F(AlbumListTest, AChangeThatTakesTheCurrentAlbumChoosesTheFirst) {
   EXPECT_FALSE(isPresented());
 }
 
-TEST_F(AlbumListTest, AChangeThatTakesEveryAlbumLeavesNoneCurrentUntilOneComes) {
+TEST_F(AlbumPickerTableTest, AChangeThatTakesEveryAlbumLeavesNoneCurrentUntilOneComes) {
   open({});
   change([](LibraryContents& library) { library.remove({"p0", "p1", "p2"}); });
   EXPECT_FALSE(list->lastSelectedAlbum);
@@ -250,7 +247,7 @@ TEST_F(AlbumListTest, AChangeThatTakesEveryAlbumLeavesNoneCurrentUntilOneComes) 
   EXPECT_EQ(list->tableView()->numberOfRows(), 1);
 }
 
-TEST_F(AlbumListTest, JumpsToTheCameraRollByItsTitle) {
+TEST_F(AlbumPickerTableTest, JumpsToTheCameraRollByItsTitle) {
   open();
   tap(3);
   delegate->log.clear();

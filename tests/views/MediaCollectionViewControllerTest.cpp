@@ -25,12 +25,15 @@ class MediaGridTest : public ViewsTest {
     std::vector<std::string> log;
   };
 
-  /// A grid on the screen, 4 items to a row, on the first album.
-  void open(const CGSize& size = {400, 600}) {
-    if (!photoManager) openLibrary();
-    grid = makeGrid(size);
-    grid->customDelegate = delegate;
+  /// The grid on the screen, with no album.
+  void openEmpty() {
+    openLibrary();
+    grid = MediaCollectionViewController::initWithStoryBoard_photoManager_delegate(storyboard, photoManager, delegate);
+    subscribers.push_back(grid);
     show(*grid);
+  }
+  void open() {
+    openEmpty();
     select(album(0));
   }
   void select(const std::shared_ptr<AlbumModel>& chosen) {
@@ -103,9 +106,7 @@ TEST_F(MediaGridTest, IsEmptyUntilAnAlbumIsChosen) {
     library.addSmartAlbum("Videos", {memory::video("v", 0, 59.9)});
     library.addUserAlbum("Trip", photos("p", 3));
   });
-  openLibrary();
-  grid = makeGrid({400, 600});
-  show(*grid);
+  openEmpty();
   EXPECT_EQ(grid->collectionView()->numberOfItems(), 0);
   EXPECT_EQ(footerText(), "No Photos");
   EXPECT_FALSE(grid->collectionView_cellForItemAtIndexPath(*grid->collectionView(), {0, 0}));
@@ -145,7 +146,7 @@ TEST_F(MediaGridTest, FillsItsCellsAndAsksForThumbnails) {
   platform.advance(1);
   EXPECT_GT(icon->image()->size().width, degraded->size().width);
 
-  EXPECT_EQ(icon->frame(), CGRectMake(0, 0, 98, 98)) << "as the cell stood when it woke";
+  EXPECT_EQ(icon->frame(), CGRectMake(0, 0, 92, 92)) << "as the cell stood when it woke";
   EXPECT_EQ(cell(1)->imgViewOverLay.lock()->frame(), icon->frame());
   EXPECT_TRUE(icon->clipsToBounds());
   EXPECT_EQ(icon->contentMode(), UIViewContentModeScaleAspectFill);
@@ -240,7 +241,6 @@ TEST_F(MediaGridTest, FollowsChangesOfItsOwnAlbumAlone) {
     library.addSmartAlbum("Camera Roll", photos("p", 3));
     library.addUserAlbum("Trip", photos("q", 2));
   });
-  openLibrary();
   open();
   const auto shown = grid->albumModel;
   change([](memory::LibraryContents& library) { library.remove({"q0"}); });

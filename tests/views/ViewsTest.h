@@ -17,16 +17,16 @@
 #include "tlx/views/AlbumPickerTableViewController.h"
 #include "tlx/views/CollectionViewCell.h"
 #include "tlx/views/MediaCollectionViewController.h"
+#include "tlx/views/PickerStoryboard.h"
 #include "tlx/views/TableViewCell.h"
 #include "tlx/views/UIImage+BundleInfo.h"
 #include "tlx/views/ViewClasses.h"
 
 #include "adapters/memory/MemoryPlatform.h"
-#include "tests/support/ConnectOutlets.h"
 
 namespace tlx {
 
-/// The views over a library in memory, in scenes of a size that the test chooses, with the photo manager's word of
+/// The views over a library in memory, with the photo manager's word of
 /// changes passed on as the picker does.
 class ViewsTest : public testing::Test, public PhotoManagerDelegate {
  public:
@@ -70,11 +70,16 @@ class ViewsTest : public testing::Test, public PhotoManagerDelegate {
     platform.runUntilIdle();
   }
 
+  /// A cell with a view of the right class in each of its outlets.
   template <class Cell>
   static std::shared_ptr<Cell> makeCell(const CGRect& frame) {
     auto cell = std::make_shared<Cell>();
     cell->setFrame(frame);
-    connectOutlets(cell);
+    for (const Outlet& outlet : Cell::classObject().outlets) {
+      const auto target = NSClassFromString(outlet.targetClass)->alloc();
+      EXPECT_TRUE(outlet.connect(*cell, target)) << outlet.name;
+      cell->addSubview(std::dynamic_pointer_cast<UIView>(target));
+    }
     cell->awakeFromNib();
     return cell;
   }
@@ -88,6 +93,7 @@ class ViewsTest : public testing::Test, public PhotoManagerDelegate {
     return view;
   }
 
+  /// A grid in a scene of a size that is easy to reckon with.
   std::shared_ptr<MediaCollectionViewController> makeGrid(const CGSize& size, double headerHeight = 40) {
     auto grid = std::make_shared<MediaCollectionViewController>();
     std::weak_ptr<MediaCollectionViewController> weakGrid = grid;
@@ -110,21 +116,15 @@ class ViewsTest : public testing::Test, public PhotoManagerDelegate {
     return grid;
   }
 
-  std::shared_ptr<AlbumPickerTableViewController> makeList() {
-    auto list = std::make_shared<AlbumPickerTableViewController>();
-    list->setViewLoader([] {
-      auto view = std::make_shared<UITableView>();
-      view->setFrame(CGRectMake(0, 0, 320, 480));
-      view->registerPrototype("TableViewCell", [](const CGRect& frame) { return makeCell<TableViewCell>(frame); });
-      return view;
-    });
-    list->awakeFromNib();
-    list->photoManager = photoManager;
+  std::shared_ptr<AlbumPickerTableViewController> makeList(const std::weak_ptr<AlbumPickerDelegate>& delegate) {
+    auto list = std::dynamic_pointer_cast<AlbumPickerTableViewController>(
+        AlbumPickerTableViewController::initWithStoryBoard_photoManager_delegate(storyboard, photoManager, delegate));
     subscribers.push_back(list);
     return list;
   }
 
   memory::MemoryPlatform platform;
+  std::shared_ptr<PickerStoryboard> storyboard = std::make_shared<PickerStoryboard>();
   std::shared_ptr<PhotoManager> photoManager;
   std::vector<std::shared_ptr<MediaPickerBroadcastProtocol>> subscribers;
 };
