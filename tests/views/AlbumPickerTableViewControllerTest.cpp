@@ -147,16 +147,12 @@ TEST_F(AlbumPickerTableTest, FillsItsRows) {
 }
 
 TEST_F(AlbumPickerTableTest, CountsWithoutGroupingAndShowsNoImageWhereThereIsNone) {
-  memory::ItemScript broken;
-  broken.error = NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorDamaged, "Damaged"};
-  platform.images.setDefaultScript(broken);
-  openLibrary();
-  const auto row = makeCell<TableViewCell>(CGRectMake(0, 0, 320, 60));
-  row->imgViewFolderIcon.lock()->setImage(tlx_imageWithName("camera"));
-  row->updateCell_forIndexPath(
+  open({});
+  EXPECT_TRUE(cell(0)->imgViewFolderIcon.lock()->image());
+  cell(0)->updateCell_forIndexPath(
       AlbumModel::initAlbumModelWithIdentifier_assetCollection_albumName_mediaCount("a", nullptr, "Many", 1'234), {});
-  EXPECT_EQ(row->lblFolderImageNo.lock()->text(), "1234");
-  EXPECT_FALSE(row->imgViewFolderIcon.lock()->image()) << "not the one of the row's former album";
+  EXPECT_EQ(cell(0)->lblFolderImageNo.lock()->text(), "1234");
+  EXPECT_FALSE(cell(0)->imgViewFolderIcon.lock()->image()) << "not the one of the row's former album";
 }
 
 TEST_F(AlbumPickerTableTest, TakesFontsFromTheDelegateOnlyWhereItAnswers) {

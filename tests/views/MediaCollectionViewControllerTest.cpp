@@ -28,8 +28,7 @@ class MediaGridTest : public ViewsTest {
   /// The grid on the screen, with no album.
   void openEmpty() {
     openLibrary();
-    grid = MediaCollectionViewController::initWithStoryBoard_photoManager_delegate(storyboard, photoManager, delegate);
-    subscribers.push_back(grid);
+    grid = makeGrid(delegate);
     show(*grid);
   }
   void open() {

@@ -11,7 +11,6 @@
 #include "tlx/library/AlbumModel.h"
 #include "tlx/library/MediaModel.h"
 #include "tlx/library/PhotoManager.h"
-#include "tlx/platform/uikit/PlatformClasses.h"
 #include "tlx/platform/uikit/UIButton.h"
 #include "tlx/platform/uikit/UIWindow.h"
 #include "tlx/views/AlbumPickerTableViewController.h"
@@ -26,8 +25,7 @@
 
 namespace tlx {
 
-/// The views over a library in memory, with the photo manager's word of
-/// changes passed on as the picker does.
+/// The views over a library in memory, with the photo manager's word of changes passed on as the picker does.
 class ViewsTest : public testing::Test, public PhotoManagerDelegate {
  public:
   void firstTimeAuthorization() override {}
@@ -39,10 +37,7 @@ class ViewsTest : public testing::Test, public PhotoManagerDelegate {
   }
 
  protected:
-  ViewsTest() {
-    registerPlatformClasses();
-    registerViewClasses();
-  }
+  ViewsTest() { registerViewClasses(); }
   ~ViewsTest() override {
     if (photoManager) photoManager->customDelegate = nullptr;
   }
@@ -70,52 +65,21 @@ class ViewsTest : public testing::Test, public PhotoManagerDelegate {
     platform.runUntilIdle();
   }
 
-  /// A cell with a view of the right class in each of its outlets.
-  template <class Cell>
-  static std::shared_ptr<Cell> makeCell(const CGRect& frame) {
-    auto cell = std::make_shared<Cell>();
-    cell->setFrame(frame);
-    for (const Outlet& outlet : Cell::classObject().outlets) {
-      const auto target = NSClassFromString(outlet.targetClass)->alloc();
-      EXPECT_TRUE(outlet.connect(*cell, target)) << outlet.name;
-      cell->addSubview(std::dynamic_pointer_cast<UIView>(target));
-    }
-    cell->awakeFromNib();
-    return cell;
-  }
-
-  template <class Tagged>
-  static std::shared_ptr<UICollectionReusableView> makeSupplementary() {
-    auto view = std::make_shared<UICollectionReusableView>();
-    auto tagged = std::make_shared<Tagged>();
-    tagged->setTag(101);
-    view->addSubview(tagged);
-    return view;
-  }
-
-  /// A grid in a scene of a size that is easy to reckon with.
-  std::shared_ptr<MediaCollectionViewController> makeGrid(const CGSize& size, double headerHeight = 40) {
-    auto grid = std::make_shared<MediaCollectionViewController>();
-    std::weak_ptr<MediaCollectionViewController> weakGrid = grid;
-    grid->setViewLoader([weakGrid, size, headerHeight] {
-      auto layout = std::make_shared<UICollectionViewFlowLayout>();
-      layout->setHeaderReferenceSize({size.width, headerHeight});
-      layout->setFooterReferenceSize({size.width, headerHeight});
-      auto view = std::make_shared<UICollectionView>();
-      view->setFrame({{}, size});
-      view->setCollectionViewLayout(layout);
-      view->registerPrototype("CollectionViewCell",
-                              [](const CGRect& frame) { return makeCell<CollectionViewCell>(frame); });
-      view->registerPrototype("HeaderView", [](const CGRect&) { return makeSupplementary<UIButton>(); });
-      view->registerPrototype("FooterView", [](const CGRect&) { return makeSupplementary<UILabel>(); });
-      MediaCollectionViewController::classObject().outlets.at(0).connect(*weakGrid.lock(), layout);
-      return view;
-    });
-    grid->photoManager = photoManager;
+  std::shared_ptr<MediaCollectionViewController> makeGrid(const std::weak_ptr<MediaCollectionViewDelegate>& delegate) {
+    auto grid =
+        MediaCollectionViewController::initWithStoryBoard_photoManager_delegate(storyboard, photoManager, delegate);
     subscribers.push_back(grid);
     return grid;
   }
-
+  /// A grid as its scene would make it for that size, which is easier to reckon with.
+  std::shared_ptr<MediaCollectionViewController> makeGrid(const CGSize& size, double headerHeight = 0) {
+    auto grid = makeGrid(std::weak_ptr<MediaCollectionViewDelegate>());
+    grid->collectionView()->setFrame({{}, size});
+    grid->flowLayout.lock()->setHeaderReferenceSize({size.width, headerHeight});
+    grid->flowLayout.lock()->setFooterReferenceSize({size.width, headerHeight});
+    grid->viewDidLoad();
+    return grid;
+  }
   std::shared_ptr<AlbumPickerTableViewController> makeList(const std::weak_ptr<AlbumPickerDelegate>& delegate) {
     auto list = std::dynamic_pointer_cast<AlbumPickerTableViewController>(
         AlbumPickerTableViewController::initWithStoryBoard_photoManager_delegate(storyboard, photoManager, delegate));
