@@ -6,15 +6,15 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <array>
 #include <ctime>
 #include <fstream>
 #include <map>
 #include <memory>
 #include <set>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "tools/sample-library/LibraryWriter.h"
 #include "tools/sample-library/PhotoFile.h"
@@ -54,7 +54,8 @@ Exif exifOf(const fs::path& path) {
   exif_data_unset_option(data.get(), EXIF_DATA_OPTION_IGNORE_UNKNOWN_TAGS);
   std::ifstream file(path, std::ios::binary);
   const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-  exif_data_load_data(data.get(), reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<unsigned>(bytes.size()));
+  exif_data_load_data(data.get(), reinterpret_cast<const unsigned char*>(bytes.data()),
+                      static_cast<unsigned>(bytes.size()));
   return data;
 }
 
@@ -104,14 +105,16 @@ TEST_F(SampleLibrary, HoldsWhatItPromises) {
     folders.insert(entry.path().parent_path().filename());
     if (extension != ".jpg") continue;
     const Exif data = exifOf(entry.path());
-    if (entry.path().parent_path().filename() == "Turned") orientations.insert(shortOf(data.get(), EXIF_TAG_ORIENTATION));
+    if (entry.path().parent_path().filename() == "Turned")
+      orientations.insert(shortOf(data.get(), EXIF_TAG_ORIENTATION));
     constexpr int kRating = 0x4746;
     favourites += shortOf(data.get(), kRating) == 5;
     thumbnails += data->size > 0;
     ExifEntry* taken = exif_content_get_entry(data->ifd[EXIF_IFD_EXIF], EXIF_TAG_DATE_TIME_ORIGINAL);
     if (taken) years.insert(std::atoi(reinterpret_cast<const char*>(taken->data))), ++dated;
   }
-  const int photos = byExtension[".jpg"] + byExtension[".png"] + byExtension[".webp"] + byExtension[".tif"] + byExtension[".gif"];
+  const int photos =
+      byExtension[".jpg"] + byExtension[".png"] + byExtension[".webp"] + byExtension[".tif"] + byExtension[".gif"];
   EXPECT_GE(photos, 80);
   EXPECT_GE(byExtension[".png"], 8);
   EXPECT_GE(byExtension[".webp"], 1);
@@ -189,7 +192,9 @@ TEST_F(SampleLibrary, ManyPhotosAreExactlyAsMany) {
 // Four corners in four colours: a viewer that honours the tag sees them where they were painted.
 TEST_F(SampleLibrary, EveryOrientationStandsUprightWhenHonoured) {
   Canvas canvas(96, 64);
-  canvas.shade(0, 1, [](float x, float y, Colour) { return Colour{x < 0.75F ? 0.7F : 0.05F, y < 0.5F ? 0.7F : 0.05F, 0.3F}; });
+  canvas.shade(0, 1, [](float x, float y, Colour) {
+    return Colour{x < 0.75F ? 0.7F : 0.05F, y < 0.5F ? 0.7F : 0.05F, 0.3F};
+  });
   for (int orientation = 1; orientation <= 8; ++orientation) {
     SCOPED_TRACE(orientation);
     std::string why;

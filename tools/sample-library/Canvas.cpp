@@ -82,8 +82,10 @@ Path& Path::ellipse(float cx, float cy, float rx, float ry, float angle) {
   for (int i = 0; i < pieces; ++i) {
     const float t = 2 * kPi * static_cast<float>(i) / static_cast<float>(pieces);
     const float x = std::cos(t) * rx, y = std::sin(t) * ry;
-    if (i == 0) moveTo(cx + x * c - y * s, cy + x * s + y * c);
-    else lineTo(cx + x * c - y * s, cy + x * s + y * c);
+    if (i == 0)
+      moveTo(cx + x * c - y * s, cy + x * s + y * c);
+    else
+      lineTo(cx + x * c - y * s, cy + x * s + y * c);
   }
   return *this;
 }
@@ -92,10 +94,15 @@ Path& Path::rectangle(float x, float y, float width, float height, float radius)
   if (radius <= 0) return moveTo(x, y).lineTo(x + width, y).lineTo(x + width, y + height).lineTo(x, y + height);
   const float r = std::min(radius, std::min(width, height) / 2), k = r * 0.4477F;
   const float right = x + width, bottom = y + height;
-  return moveTo(x + r, y).lineTo(right - r, y).cubicTo(right - k, y, right, y + k, right, y + r)
-      .lineTo(right, bottom - r).cubicTo(right, bottom - k, right - k, bottom, right - r, bottom)
-      .lineTo(x + r, bottom).cubicTo(x + k, bottom, x, bottom - k, x, bottom - r)
-      .lineTo(x, y + r).cubicTo(x, y + k, x + k, y, x + r, y);
+  return moveTo(x + r, y)
+      .lineTo(right - r, y)
+      .cubicTo(right - k, y, right, y + k, right, y + r)
+      .lineTo(right, bottom - r)
+      .cubicTo(right, bottom - k, right - k, bottom, right - r, bottom)
+      .lineTo(x + r, bottom)
+      .cubicTo(x + k, bottom, x, bottom - k, x, bottom - r)
+      .lineTo(x, y + r)
+      .cubicTo(x, y + k, x + k, y, x + r, y);
 }
 
 Path& Path::stroke(Point from, Point to, float thicknessFrom, float thicknessTo) {
@@ -106,8 +113,10 @@ Path& Path::stroke(Point from, Point to, float thicknessFrom, float thicknessTo)
     for (int i = 0; i <= kRound; ++i) {
       const float t = start + kPi * static_cast<float>(i) / kRound;
       const float x = centre.x + std::cos(t) * radius, y = centre.y + std::sin(t) * radius;
-      if (first) moveTo(x, y);
-      else lineTo(x, y);
+      if (first)
+        moveTo(x, y);
+      else
+        lineTo(x, y);
       first = false;
     }
   };
@@ -157,7 +166,9 @@ Canvas::Coverage Canvas::coverageOf(const Path& path, int margin) const {
       top = std::min(top, p.y * scale), bottom = std::max(bottom, p.y * scale);
     }
   const float edge = static_cast<float>(margin);
-  const auto within = [](float v, int limit) { return static_cast<int>(std::clamp(v, 0.0F, static_cast<float>(limit))); };
+  const auto within = [](float v, int limit) {
+    return static_cast<int>(std::clamp(v, 0.0F, static_cast<float>(limit)));
+  };
   Coverage c;
   c.left = within(std::floor(left - edge), width_), c.top = within(std::floor(top - edge), height_);
   c.width = within(std::ceil(right + edge) + 1, width_) - c.left;
@@ -237,7 +248,9 @@ void Canvas::glow(float x, float y, float radius, Colour light, float falloff) {
       const float dx = (static_cast<float>(px) + 0.5F) * pixel() - x;
       const float away = 1 - (dx * dx + dy * dy) * inverse;
       if (away <= 0) continue;
-      const float amount = falloff == 2 ? away * away : falloff == 4 ? away * away * away * away : std::pow(away, falloff);
+      const float amount = falloff == 2   ? away * away
+                           : falloff == 4 ? away * away * away * away
+                                          : std::pow(away, falloff);
       row(py)[px] += light * amount;
     }
   }
@@ -282,8 +295,10 @@ void Canvas::shadow(const Path& path, float dx, float dy, float softness, float 
   Path moved;
   for (const auto& outline : path.outlines())
     for (std::size_t i = 0; i < outline.size(); ++i) {
-      if (i == 0) moved.moveTo(outline[i].x + dx, outline[i].y + dy);
-      else moved.lineTo(outline[i].x + dx, outline[i].y + dy);
+      if (i == 0)
+        moved.moveTo(outline[i].x + dx, outline[i].y + dy);
+      else
+        moved.lineTo(outline[i].x + dx, outline[i].y + dy);
     }
   Coverage cover = coverageOf(moved, radius * 3);
   softly(cover.amounts, cover.width, cover.height, radius);
@@ -291,7 +306,7 @@ void Canvas::shadow(const Path& path, float dx, float dy, float softness, float 
     for (int x = 0; x < cover.width; ++x) {
       Colour& old = row(cover.top + y)[cover.left + x];
       old = old * (1 - strength * cover.amounts[static_cast<std::size_t>(y) * static_cast<std::size_t>(cover.width) +
-                                               static_cast<std::size_t>(x)]);
+                                                static_cast<std::size_t>(x)]);
     }
 }
 

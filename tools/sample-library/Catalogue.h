@@ -18,6 +18,7 @@ struct PlannedPhoto {
   PhotoFormat format{};
   PhotoMetadata metadata{};
   Moment taken{};         ///< what the file's time is set to, also where the metadata stays silent
+  bool soft = false;      ///< nothing in it is sharp: painted at half the size, and nobody can tell
   bool cutShort = false;  ///< only the first part of the file is kept
 };
 
@@ -41,6 +42,9 @@ struct Catalogue {
 
 /// The whole library. `longSide` limits the pictures' size (0: as the cameras took them); videos follow.
 Catalogue planLibrary(int longSide);
+
+/// The moving part of it.
+std::vector<PlannedVideo> planVideos(int longSide);
 
 /// A few dozen different scenes, for libraries that need many pictures and no story.
 std::vector<Scene> assortedScenes();

@@ -35,14 +35,16 @@ float toLinear(std::uint32_t byte) {
 
 struct Lattice {
   std::array<std::uint8_t, 512> order;
-  std::array<float, 256> gx, gy;
+  struct Slope {
+    float x, y;
+  };
+  std::array<Slope, 256> slopes;
   Lattice() {
     Random random(2019);
     for (int i = 0; i < 256; ++i) {
       order[i] = static_cast<std::uint8_t>(i);
       const float angle = random.in(0, 6.2831853F);
-      gx[i] = std::cos(angle) * 1.5F;
-      gy[i] = std::sin(angle) * 1.5F;
+      slopes[i] = {std::cos(angle) * 1.5F, std::sin(angle) * 1.5F};
     }
     for (int i = 255; i > 0; --i) std::swap(order[i], order[random.below(i + 1)]);
     for (int i = 0; i < 256; ++i) order[i + 256] = order[i];
@@ -81,12 +83,13 @@ float noise(float x, float y) {
   const auto& order = kLattice.order;
   const int left = order[xi & 255], right = order[(xi + 1) & 255];
   const int y0 = yi & 255, y1 = (yi + 1) & 255;
-  const int a = order[left + y0], b = order[right + y0], c = order[left + y1], d = order[right + y1];
+  const auto pull = [&](int corner, float dx, float dy) {
+    const auto& slope = kLattice.slopes[order[corner]];
+    return slope.x * dx + slope.y * dy;
+  };
   const float u = fx * fx * fx * (fx * (fx * 6 - 15) + 10), v = fy * fy * fy * (fy * (fy * 6 - 15) + 10);
-  const float na = kLattice.gx[a] * fx + kLattice.gy[a] * fy;
-  const float nb = kLattice.gx[b] * (fx - 1) + kLattice.gy[b] * fy;
-  const float nc = kLattice.gx[c] * fx + kLattice.gy[c] * (fy - 1);
-  const float nd = kLattice.gx[d] * (fx - 1) + kLattice.gy[d] * (fy - 1);
+  const float na = pull(left + y0, fx, fy), nb = pull(right + y0, fx - 1, fy);
+  const float nc = pull(left + y1, fx, fy - 1), nd = pull(right + y1, fx - 1, fy - 1);
   return lerp(lerp(na, nb, u), lerp(nc, nd, u), v);
 }
 

@@ -23,9 +23,15 @@ struct Rgba {
   float alpha = 1;
 };
 
-constexpr float clamp01(float x) { return x < 0 ? 0 : x > 1 ? 1 : x; }
-constexpr float lerp(float a, float b, float t) { return a + (b - a) * t; }
-constexpr Colour mix(Colour a, Colour b, float t) { return a * (1 - t) + b * t; }
+constexpr float clamp01(float x) {
+  return x < 0 ? 0 : x > 1 ? 1 : x;
+}
+constexpr float lerp(float a, float b, float t) {
+  return a + (b - a) * t;
+}
+constexpr Colour mix(Colour a, Colour b, float t) {
+  return a * (1 - t) + b * t;
+}
 constexpr float smoothstep(float from, float to, float x) {
   const float t = clamp01((x - from) / (to - from));
   return t * t * (3 - 2 * t);

@@ -3,14 +3,14 @@
 namespace tlx::samples {
 namespace moods {
 
-#define TLX_MOOD(name, ...)                      \
-  const Mood& name() {                           \
-    static const Mood mood = {__VA_ARGS__};      \
-    return mood;                                 \
+#define TLX_MOOD(name, ...)                 \
+  const Mood& name() {                      \
+    static const Mood mood = {__VA_ARGS__}; \
+    return mood;                            \
   }
 
-TLX_MOOD(roseDawn, Gradient({{0, 0x5b6fa8}, {0.45F, 0xa99ac4}, {0.75F, 0xf0b7b5}, {1, 0xffdcb8}}),
-         hex(0xffe0b8) * 2.6F, hex(0xf3c6bd), hex(0x8f7f8f), hex(0x1f2440))
+TLX_MOOD(roseDawn, Gradient({{0, 0x5b6fa8}, {0.45F, 0xa99ac4}, {0.75F, 0xf0b7b5}, {1, 0xffdcb8}}), hex(0xffe0b8) * 2.6F,
+         hex(0xf3c6bd), hex(0x8f7f8f), hex(0x1f2440))
 TLX_MOOD(golden, Gradient({{0, 0x3d6ea5}, {0.4F, 0x8fb0c2}, {0.72F, 0xf6d492}, {1, 0xffb65c}}), hex(0xffd27a) * 3.2F,
          hex(0xf7c47c), hex(0x8a7a3e), hex(0x2a1d17))
 TLX_MOOD(ember, Gradient({{0, 0x1d1b3f}, {0.35F, 0x5b2a63}, {0.65F, 0xc8434f}, {0.88F, 0xff8a3c}, {1, 0xffd070}}),
@@ -23,8 +23,8 @@ TLX_MOOD(night, Gradient({{0, 0x03060f}, {0.5F, 0x0a1730}, {0.85F, 0x17305a}, {1
          hex(0x22406a), hex(0x22354a), hex(0x02050c), true)
 TLX_MOOD(clearNoon, Gradient({{0, 0x1f63b5}, {0.5F, 0x5aa2dd}, {0.85F, 0xb4dcf0}, {1, 0xe6f4f7}}), hex(0xfff6e0) * 2.4F,
          hex(0xbfdcea), hex(0x5f8a3c), hex(0x17301f))
-TLX_MOOD(tealMorning, Gradient({{0, 0x2c6f86}, {0.5F, 0x74b3ad}, {0.8F, 0xcfe5c8}, {1, 0xfdf0c8}}), hex(0xfff0c0) * 2.6F,
-         hex(0xc6e0cb), hex(0x4f8a6c), hex(0x0d2a30))
+TLX_MOOD(tealMorning, Gradient({{0, 0x2c6f86}, {0.5F, 0x74b3ad}, {0.8F, 0xcfe5c8}, {1, 0xfdf0c8}}),
+         hex(0xfff0c0) * 2.6F, hex(0xc6e0cb), hex(0x4f8a6c), hex(0x0d2a30))
 TLX_MOOD(overcast, Gradient({{0, 0x7b8b99}, {0.6F, 0xaeb9c0}, {1, 0xe2e4e0}}), hex(0xf5f2ea) * 1.2F, hex(0xc9d1d3),
          hex(0x6d7d63), hex(0x232c30))
 TLX_MOOD(desert, Gradient({{0, 0x2f6aa8}, {0.55F, 0x84b4d0}, {0.85F, 0xf3dcb8}, {1, 0xffe9c4}}), hex(0xffe2a8) * 2.6F,
@@ -98,13 +98,14 @@ void sun(Canvas& c, const Mood& mood, float x, float y, float radius) {
 
 void moon(Canvas& c, Random& r, float x, float y, float radius, float phase, Colour light) {
   const float ox = r.in(0, 200), oy = r.in(0, 200);
-  c.glow(x, y, radius * 7, light * 0.10F, 4);
-  c.glow(x, y, radius * 2.2F, light * 0.14F, 2);
+  const float halo = std::min(1.0F, 0.07F / radius);
+  c.glow(x, y, radius * 7, light * (0.10F * halo * halo), 4);
+  c.glow(x, y, radius * 2.2F, light * (0.14F * halo * halo), 2);
   struct Crater {
     float x, y, size;
   };
   std::vector<Crater> craters;
-  for (int i = 0; i < 90; ++i) {
+  for (int i = 0; i < 110; ++i) {
     const float a = r.in(0, 6.2832F), d = std::sqrt(r.unit()), s = r.unit();
     craters.push_back({std::cos(a) * d, std::sin(a) * d, 0.012F + 0.085F * s * s * s});
   }
@@ -117,7 +118,8 @@ void moon(Canvas& c, Random& r, float x, float y, float radius, float phase, Col
       for (const Crater& k : craters) {
         const float dx = u - k.x, dy = v - k.y, q = (dx * dx + dy * dy) / (k.size * k.size);
         if (q > 2.2F) continue;
-        tone += 0.10F * (dx - dy) / k.size * (q < 1 ? 1 : -0.4F) * smoothstep(2.2F, 0.6F, q) + 0.05F * smoothstep(1.3F, 0.9F, q);
+        tone += 0.11F * (dx + dy) / k.size * (q < 1 ? 1 : -0.4F) * smoothstep(2.2F, 0.6F, q) +
+                0.04F * smoothstep(1.3F, 0.9F, q);
       }
     const float towards = lerp(u, z, phase);
     const float lit = smoothstep(-0.06F, 0.22F, towards + (phase - 0.5F) * 0.7F) * (0.7F + 0.3F * z);
@@ -131,7 +133,8 @@ void water(Canvas& c, Random& r, float horizon, float rough, Colour deep, float 
   c.shade(horizon, 1, [&](float x, float y, Colour) {
     const float d = y - horizon, away = 1 / (d + 0.015F);
     const float u = (x - c.aspect() / 2) * away * 0.55F + ox, v = away * 1.5F + oy;
-    const float wave = noise(u * 2 + phase * 0.7F, v * 2.6F + phase) + 0.5F * noise(u * 5.3F - phase, v * 6.1F + 7 + phase * 1.7F);
+    const float wave =
+        noise(u * 2 + phase * 0.7F, v * 2.6F + phase) + 0.5F * noise(u * 5.3F - phase, v * 6.1F + 7 + phase * 1.7F);
     const float fine = noise(u * 11 + 3, v * 15 - phase * 2);
     const float calm = smoothstep(0, 0.05F, d);
     const float swing = (wave + fine * 0.35F) * rough * calm;
@@ -145,9 +148,11 @@ void water(Canvas& c, Random& r, float horizon, float rough, Colour deep, float 
 
 void birds(Canvas& c, Random& r, float x, float y, int count, Colour ink) {
   for (int i = 0; i < count; ++i) {
-    const float bx = x + r.in(-0.14F, 0.14F), by = y + r.in(-0.06F, 0.06F), s = r.in(0.007F, 0.014F), lift = r.in(0.25F, 0.75F);
+    const float bx = x + r.in(-0.14F, 0.14F), by = y + r.in(-0.06F, 0.06F), s = r.in(0.007F, 0.014F),
+                lift = r.in(0.25F, 0.75F);
     Path wings;
-    wings.moveTo(bx, by).quadTo(bx - s * 0.6F, by - s * lift * 1.5F, bx - s * 1.5F, by - s * lift)
+    wings.moveTo(bx, by)
+        .quadTo(bx - s * 0.6F, by - s * lift * 1.5F, bx - s * 1.5F, by - s * lift)
         .quadTo(bx - s * 0.6F, by - s * lift, bx, by + s * 0.22F)
         .quadTo(bx + s * 0.6F, by - s * lift, bx + s * 1.5F, by - s * lift)
         .quadTo(bx + s * 0.6F, by - s * lift * 1.5F, bx, by);
@@ -164,13 +169,15 @@ void mist(Canvas& c, Random& r, float y, float thickness, Colour colour, float s
   });
 }
 
-Treeline::Treeline(Random& r, float aspect, const std::function<float(float)>& base, float spacing, float low, float high)
+Treeline::Treeline(Random& r, float aspect, const std::function<float(float)>& base, float spacing, float low,
+                   float high)
     : line_(static_cast<std::size_t>(aspect * kPerUnit) + 8) {
   for (std::size_t i = 0; i < line_.size(); ++i) line_[i] = base(static_cast<float>(i) / kPerUnit);
   const float grove = r.in(0, 200);
   for (float x = -high; x < aspect + high; x += spacing * r.in(0.35F, 1.5F)) {
     const float size = lerp(low, high, r.unit() * r.unit() * 0.7F + 0.3F * clamp01(0.5F + noise(x * 5 + grove, 3.5F)));
-    const float half = size * r.in(0.17F, 0.24F), foot = base(x) + size * 0.06F, steps = r.in(6, 10), lean = r.in(-0.5F, 0.5F);
+    const float half = size * r.in(0.17F, 0.24F), foot = base(x) + size * 0.06F, steps = r.in(6, 10),
+                lean = r.in(-0.5F, 0.5F);
     const int from = static_cast<int>((x - half) * kPerUnit), to = static_cast<int>((x + half) * kPerUnit);
     for (int i = std::max(0, from); i < std::min(to, static_cast<int>(line_.size())); ++i) {
       const float side = (static_cast<float>(i) / kPerUnit - x) / half, t = std::fabs(side);

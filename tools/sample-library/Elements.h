@@ -35,7 +35,8 @@ const Mood& spring();
 
 void sky(Canvas& c, const Mood& mood, float horizon);
 /// Clouds on a ceiling that recedes to the horizon, lit from (sunX, sunY); `cover` 0…1, `drift` moves them.
-void clouds(Canvas& c, Random& r, const Mood& mood, float horizon, float cover, float sunX, float sunY, float drift = 0);
+void clouds(Canvas& c, Random& r, const Mood& mood, float horizon, float cover, float sunX, float sunY,
+            float drift = 0);
 void stars(Canvas& c, Random& r, float bottom, float perUnit);
 /// A sun's disc with its halo over the whole sky.
 void sun(Canvas& c, const Mood& mood, float x, float y, float radius);

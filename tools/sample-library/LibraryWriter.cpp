@@ -1,10 +1,5 @@
 #include "LibraryWriter.h"
 
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <cstdio>
 #include <fstream>
@@ -12,6 +7,11 @@
 #include <mutex>
 #include <stdexcept>
 #include <thread>
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "Catalogue.h"
 
@@ -75,7 +75,8 @@ void runAll(const std::vector<std::function<void()>>& jobs) {
 /// A library under construction beside its place.
 class Site {
  public:
-  Site(const fs::path& folder, std::string marker) : folder_(fs::absolute(folder).lexically_normal()), marker_(std::move(marker)) {
+  Site(const fs::path& folder, std::string marker)
+      : folder_(fs::absolute(folder).lexically_normal()), marker_(std::move(marker)) {
     if (!folder_.has_filename()) folder_ = folder_.parent_path();
     stem_.push_back('.');
     stem_ += folder_.filename().string();
@@ -125,10 +126,16 @@ class Site {
   bool done_ = false;
 };
 
-Canvas painted(const Scene& scene, int width, int height, int seed) {
-  Canvas canvas(width, height);
+Canvas painted(const Scene& scene, int width, int height, int seed, bool soft = false) {
   Random random(static_cast<std::uint64_t>(seed));
-  scene(canvas, random);
+  Canvas canvas(width, height);
+  if (!soft) {
+    scene(canvas, random);
+    return canvas;
+  }
+  Canvas half((width + 1) / 2, (height + 1) / 2);
+  scene(half, random);
+  canvas.shade(0, 1, [&](float x, float y, Colour) { return half.sample(x, y); });
   return canvas;
 }
 
@@ -169,7 +176,8 @@ Outcome writeSampleLibrary(const fs::path& folder, bool small) {
     for (const auto& photo : catalogue.photos)
       jobs.emplace_back([&, target = place(photo.path)] {
         std::string why;
-        const auto bytes = encodePhoto(painted(photo.scene, photo.width, photo.height, photo.seed), photo.format, photo.metadata, why);
+        const auto bytes = encodePhoto(painted(photo.scene, photo.width, photo.height, photo.seed, photo.soft),
+                                       photo.format, photo.metadata, why);
         if (!bytes) {
           std::fprintf(stderr, "left out %s: %s\n", photo.path.c_str(), why.c_str());
           return;
@@ -206,8 +214,10 @@ Outcome writeManyPhotos(const fs::path& folder, int count) {
       jobs.emplace_back([&, i] {
         std::string why;
         const PhotoFormat plain{.quality = 72, .thumbnail = false};
-        const auto jpeg = encodePhoto(painted(scenes[i * scenes.size() / plates.size()], 640, 480, static_cast<int>(i) + 1), plain, {}, why);
-        const auto thumbnail = encodePhoto(painted(scenes[i * scenes.size() / plates.size()], 160, 120, static_cast<int>(i) + 1), plain, {}, why);
+        const auto jpeg = encodePhoto(
+            painted(scenes[i * scenes.size() / plates.size()], 640, 480, static_cast<int>(i) + 1), plain, {}, why);
+        const auto thumbnail = encodePhoto(
+            painted(scenes[i * scenes.size() / plates.size()], 160, 120, static_cast<int>(i) + 1), plain, {}, why);
         if (!jpeg || !thumbnail) throw std::runtime_error(why);
         plates[i] = {*jpeg, *thumbnail};
       });
@@ -223,8 +233,14 @@ Outcome writeManyPhotos(const fs::path& folder, int count) {
         fs::create_directories(target);
         for (int i = first; i < std::min(count, first + kPerFolder); ++i) {
           const int inside = i - first;
-          const Plate& plate = plates[(static_cast<std::size_t>(i) * 7 + static_cast<std::size_t>(album)) % plates.size()];
-          PhotoMetadata metadata{.make = "Lumenor", .model = "LX-40", .stars = i % 40 == 0 ? 5 : 0, .width = 640, .height = 480, .thumbnail = plate.thumbnail};
+          const Plate& plate =
+              plates[(static_cast<std::size_t>(i) * 7 + static_cast<std::size_t>(album)) % plates.size()];
+          PhotoMetadata metadata{.make = "Lumenor",
+                                 .model = "LX-40",
+                                 .stars = i % 40 == 0 ? 5 : 0,
+                                 .width = 640,
+                                 .height = 480,
+                                 .thumbnail = plate.thumbnail};
           metadata.taken = Moment{year, month, 1 + inside * 28 / kPerFolder, 8 + inside % 12, i % 60, i * 13 % 60};
           if (i % 3 == 0) metadata.taken->offsetMinutes = 60;
           const Bytes bytes = withJpegMetadata(plate.jpeg, exifBlock(metadata), xmpPacket(metadata), {});
@@ -255,8 +271,10 @@ Outcome writeTwelveMegapixels(const fs::path& file) {
       if (!bytes) return {.error = why};
       const auto miss = [&](const Bytes& b) { return std::fabs(static_cast<double>(b.size()) - kWanted); };
       if (best.empty() || miss(*bytes) < miss(best)) best = *bytes;
-      if (static_cast<double>(bytes->size()) < kWanted) low = quality + 1;
-      else high = quality - 1;
+      if (static_cast<double>(bytes->size()) < kWanted)
+        low = quality + 1;
+      else
+        high = quality - 1;
     }
     const fs::path partial = file.string() + ".partial";
     writeFile(partial, best.data(), best.size());

@@ -1,7 +1,5 @@
 #include "Metadata.h"
 
-#include <libexif/exif-data.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -10,6 +8,8 @@
 #include <cstring>
 #include <ctime>
 #include <memory>
+
+#include <libexif/exif-data.h>
 
 namespace tlx::samples {
 namespace {
@@ -27,7 +27,9 @@ void append(Bytes& to, const void* data, std::size_t size) {
   to.resize(old + size);
   std::memcpy(to.data() + old, data, size);
 }
-void append(Bytes& to, const std::string& text) { append(to, text.data(), text.size()); }
+void append(Bytes& to, const std::string& text) {
+  append(to, text.data(), text.size());
+}
 
 void big(Bytes& to, std::uint32_t value, int size) {
   for (int i = size - 1; i >= 0; --i) to.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
@@ -83,9 +85,15 @@ void putNumber(ExifData* data, ExifIfd ifd, int tag, std::uint32_t number, bool 
 
 }  // namespace
 
-std::string Moment::exif() const { return format("%04d:%02d:%02d %02d:%02d:%02d", year, month, day, hour, minute, second); }
-std::string Moment::iso() const { return format("%04d-%02d-%02dT%02d:%02d:%02d", year, month, day, hour, minute, second); }
-std::string Moment::compact() const { return format("%04d%02d%02d_%02d%02d%02d", year, month, day, hour, minute, second); }
+std::string Moment::exif() const {
+  return format("%04d:%02d:%02d %02d:%02d:%02d", year, month, day, hour, minute, second);
+}
+std::string Moment::iso() const {
+  return format("%04d-%02d-%02dT%02d:%02d:%02d", year, month, day, hour, minute, second);
+}
+std::string Moment::compact() const {
+  return format("%04d%02d%02d_%02d%02d%02d", year, month, day, hour, minute, second);
+}
 
 std::string Moment::offset() const {
   if (!offsetMinutes) return {};
@@ -101,7 +109,8 @@ std::int64_t Moment::unixTime() const {
 }
 
 Bytes exifBlock(const PhotoMetadata& m) {
-  if (!m.taken && m.make.empty() && m.orientation == 1 && m.stars == 0 && m.thumbnail.empty() && m.comment.empty()) return {};
+  if (!m.taken && m.make.empty() && m.orientation == 1 && m.stars == 0 && m.thumbnail.empty() && m.comment.empty())
+    return {};
   const std::unique_ptr<ExifData, Unref> data(exif_data_new());
   exif_data_set_byte_order(data.get(), EXIF_BYTE_ORDER_INTEL);
   putText(data.get(), EXIF_IFD_0, EXIF_TAG_MAKE, m.make);
@@ -143,7 +152,8 @@ Bytes exifBlock(const PhotoMetadata& m) {
 
 std::string xmpPacket(const PhotoMetadata& m) {
   if (m.stars == 0 && !m.panorama) return {};
-  std::string text = "<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>"
+  std::string text =
+      "<?xpacket begin=\"\xEF\xBB\xBF\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>"
       "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">"
       "<rdf:Description rdf:about=\"\" xmlns:xmp=\"http://ns.adobe.com/xap/1.0/\" "
       "xmlns:GPano=\"http://ns.google.com/photos/1.0/panorama/\"";
@@ -151,8 +161,8 @@ std::string xmpPacket(const PhotoMetadata& m) {
   if (m.taken) text += " xmp:CreateDate=\"" + m.taken->iso() + m.taken->offset() + "\"";
   if (m.panorama) {
     const std::string width = std::to_string(m.width), height = std::to_string(m.height);
-    text += " GPano:UsePanoramaViewer=\"True\" GPano:ProjectionType=\"cylindrical\" GPano:FullPanoWidthPixels=\"" + width +
-            "\" GPano:FullPanoHeightPixels=\"" + height + "\" GPano:CroppedAreaImageWidthPixels=\"" + width +
+    text += " GPano:UsePanoramaViewer=\"True\" GPano:ProjectionType=\"cylindrical\" GPano:FullPanoWidthPixels=\"" +
+            width + "\" GPano:FullPanoHeightPixels=\"" + height + "\" GPano:CroppedAreaImageWidthPixels=\"" + width +
             "\" GPano:CroppedAreaImageHeightPixels=\"" + height +
             "\" GPano:CroppedAreaLeftPixels=\"0\" GPano:CroppedAreaTopPixels=\"0\"";
   }
@@ -160,7 +170,9 @@ std::string xmpPacket(const PhotoMetadata& m) {
 }
 
 Bytes displayP3Profile() {
-  const auto fixed = [](double v) { return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::lround(v * 65536))); };
+  const auto fixed = [](double v) {
+    return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::lround(v * 65536)));
+  };
   const auto xyz = [&](double x, double y, double z) {
     Bytes tag;
     append(tag, "XYZ ");
@@ -170,7 +182,8 @@ Bytes displayP3Profile() {
   const auto text = [](const std::string& words) {
     Bytes tag;
     append(tag, "mluc");
-    big(tag, 0, 4), big(tag, 1, 4), big(tag, 12, 4), append(tag, "enUS"), big(tag, static_cast<std::uint32_t>(words.size() * 2), 4), big(tag, 28, 4);
+    big(tag, 0, 4), big(tag, 1, 4), big(tag, 12, 4), append(tag, "enUS"),
+        big(tag, static_cast<std::uint32_t>(words.size() * 2), 4), big(tag, 28, 4);
     for (const char letter : words) tag.push_back(0), tag.push_back(static_cast<std::uint8_t>(letter));
     return tag;
   };
@@ -179,16 +192,22 @@ Bytes displayP3Profile() {
   append(curve, "para");
   big(curve, 0, 4), big(curve, 3, 2), big(curve, 0, 2);
   for (const double v : {2.4, 1 / 1.055, 0.055 / 1.055, 1 / 12.92, 0.04045}) big(curve, fixed(v), 4);
-  const std::vector<std::pair<std::string, Bytes>> tags = {
-      {"desc", text("Display P3")}, {"cprt", text("No copyright")}, {"wtpt", xyz(0.96420, 1, 0.82491)},
-      {"rXYZ", xyz(0.51512, 0.24120, -0.00105)}, {"gXYZ", xyz(0.29198, 0.69225, 0.04189)},
-      {"bXYZ", xyz(0.15710, 0.06657, 0.78407)}, {"rTRC", curve}, {"gTRC", curve}, {"bTRC", curve}};
+  const std::vector<std::pair<std::string, Bytes>> tags = {{"desc", text("Display P3")},
+                                                           {"cprt", text("No copyright")},
+                                                           {"wtpt", xyz(0.96420, 1, 0.82491)},
+                                                           {"rXYZ", xyz(0.51512, 0.24120, -0.00105)},
+                                                           {"gXYZ", xyz(0.29198, 0.69225, 0.04189)},
+                                                           {"bXYZ", xyz(0.15710, 0.06657, 0.78407)},
+                                                           {"rTRC", curve},
+                                                           {"gTRC", curve},
+                                                           {"bTRC", curve}};
   Bytes table, body;
   big(table, static_cast<std::uint32_t>(tags.size()), 4);
   const std::size_t start = 128 + 4 + tags.size() * 12;
   for (const auto& [name, value] : tags) {
     append(table, name);
-    big(table, static_cast<std::uint32_t>(start + body.size()), 4), big(table, static_cast<std::uint32_t>(value.size()), 4);
+    big(table, static_cast<std::uint32_t>(start + body.size()), 4),
+        big(table, static_cast<std::uint32_t>(value.size()), 4);
     append(body, value.data(), value.size());
     while (body.size() % 4) body.push_back(0);
   }
@@ -217,7 +236,8 @@ Bytes withJpegMetadata(const Bytes& jpeg, const Bytes& exif, const std::string& 
   };
   if (!exif.empty()) segment(0xE1, "", exif.data(), exif.size());
   if (!xmp.empty())
-    segment(0xE1, std::string("http://ns.adobe.com/xap/1.0/\0", 29), reinterpret_cast<const std::uint8_t*>(xmp.data()), xmp.size());
+    segment(0xE1, std::string("http://ns.adobe.com/xap/1.0/\0", 29), reinterpret_cast<const std::uint8_t*>(xmp.data()),
+            xmp.size());
   constexpr std::size_t kPiece = 65000;
   const std::size_t pieces = (profile.size() + kPiece - 1) / kPiece;
   for (std::size_t i = 0; i < pieces; ++i) {
@@ -226,7 +246,8 @@ Bytes withJpegMetadata(const Bytes& jpeg, const Bytes& exif, const std::string& 
   }
   // A JFIF header would have to come first; beside EXIF cameras leave it out.
   std::size_t rest = 2;
-  if (!exif.empty() && jpeg.size() > 6 && jpeg[2] == 0xFF && jpeg[3] == 0xE0) rest += 2 + static_cast<std::size_t>(jpeg[4]) * 256 + jpeg[5];
+  if (!exif.empty() && jpeg.size() > 6 && jpeg[2] == 0xFF && jpeg[3] == 0xE0)
+    rest += 2 + static_cast<std::size_t>(jpeg[4]) * 256 + jpeg[5];
   out.insert(out.end(), jpeg.begin() + static_cast<std::ptrdiff_t>(rest), jpeg.end());
   return out;
 }
@@ -271,7 +292,8 @@ Bytes withTiffMetadata(const Bytes& tiff, const PhotoMetadata& m) {
     std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) { return a.tag < b.tag; });
     const auto at = static_cast<std::uint32_t>(out.size());
     little(out, static_cast<std::uint32_t>(entries.size()), 2);
-    for (const Entry& e : entries) little(out, e.tag, 2), little(out, e.type, 2), little(out, e.count, 4), little(out, e.value, 4);
+    for (const Entry& e : entries)
+      little(out, e.tag, 2), little(out, e.type, 2), little(out, e.count, 4), little(out, e.value, 4);
     little(out, 0, 4);
     return at;
   };

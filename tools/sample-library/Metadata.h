@@ -26,10 +26,10 @@ struct PhotoMetadata {
   std::optional<Moment> taken{};
   std::string make{}, model{}, comment{};
   int orientation = 1;
-  int stars = 0;                  ///< 1…5, 0: none
-  int width = 0, height = 0;      ///< as stored
+  int stars = 0;              ///< 1…5, 0: none
+  int width = 0, height = 0;  ///< as stored
   bool panorama = false;
-  Bytes thumbnail{};              ///< a small JPEG, or nothing
+  Bytes thumbnail{};  ///< a small JPEG, or nothing
 };
 
 /// The EXIF block with its "Exif\0\0" mark, little-endian; empty when there is nothing to say.

@@ -1,11 +1,10 @@
 #include "PhotoFile.h"
 
-#include <vips/vips.h>
-
 #include <array>
-
 #include <cstring>
 #include <memory>
+
+#include <vips/vips.h>
 
 namespace tlx::samples {
 namespace {
@@ -42,14 +41,22 @@ const Develop kDevelop;
 /// Where the stored pixel (x, y) lies in the upright picture of that size.
 std::pair<int, int> uprightOf(int x, int y, int width, int height, int orientation) {
   switch (orientation) {
-    case 2: return {width - 1 - x, y};
-    case 3: return {width - 1 - x, height - 1 - y};
-    case 4: return {x, height - 1 - y};
-    case 5: return {y, x};
-    case 6: return {width - 1 - y, x};
-    case 7: return {width - 1 - y, height - 1 - x};
-    case 8: return {y, height - 1 - x};
-    default: return {x, y};
+    case 2:
+      return {width - 1 - x, y};
+    case 3:
+      return {width - 1 - x, height - 1 - y};
+    case 4:
+      return {x, height - 1 - y};
+    case 5:
+      return {y, x};
+    case 6:
+      return {width - 1 - y, x};
+    case 7:
+      return {width - 1 - y, height - 1 - x};
+    case 8:
+      return {y, height - 1 - x};
+    default:
+      return {x, y};
   }
 }
 
@@ -68,9 +75,12 @@ Raster develop(const Canvas& upright, PixelKind kind, int orientation) {
   out.height = turned ? upright.width() : upright.height();
   out.bands = kind == PixelKind::Grey ? 1 : kind == PixelKind::Palette ? 4 : 3;
   out.deep = kind == PixelKind::Deep;
-  const std::size_t size = static_cast<std::size_t>(out.width) * static_cast<std::size_t>(out.height) * static_cast<std::size_t>(out.bands);
-  if (out.deep) out.wide.resize(size);
-  else out.bytes.resize(size);
+  const std::size_t size =
+      static_cast<std::size_t>(out.width) * static_cast<std::size_t>(out.height) * static_cast<std::size_t>(out.bands);
+  if (out.deep)
+    out.wide.resize(size);
+  else
+    out.bytes.resize(size);
   std::uint32_t grain = 0x2545F491;
   std::size_t at = 0;
   const float radius = 0.47F * static_cast<float>(std::min(upright.width(), upright.height()));
@@ -84,7 +94,8 @@ Raster develop(const Canvas& upright, PixelKind kind, int orientation) {
       } else if (kind == PixelKind::Wide) {
         const float l = c.luma();
         const Colour vivid = mix({l, l, l}, c, 1.25F);
-        c = {0.8225F * vivid.r + 0.1774F * vivid.g, 0.0332F * vivid.r + 0.9669F * vivid.g, 0.0171F * vivid.r + 0.0724F * vivid.g + 0.9108F * vivid.b};
+        c = {0.8225F * vivid.r + 0.1774F * vivid.g, 0.0332F * vivid.r + 0.9669F * vivid.g,
+             0.0171F * vivid.r + 0.0724F * vivid.g + 0.9108F * vivid.b};
       }
       float values[4] = {kDevelop(c.r), kDevelop(c.g), kDevelop(c.b), 1};
       if (out.bands == 4) {
@@ -93,10 +104,14 @@ Raster develop(const Canvas& upright, PixelKind kind, int orientation) {
         values[3] = clamp01(radius - std::sqrt(dx * dx + dy * dy));
       }
       grain ^= grain << 13U, grain ^= grain >> 17U, grain ^= grain << 5U;
-      const float speck = (static_cast<float>(grain & 0xFFFFU) + static_cast<float>(grain >> 16U)) * (1.0F / 65536.0F) - 1.0F;
+      const float speck =
+          (static_cast<float>(grain & 0xFFFFU) + static_cast<float>(grain >> 16U)) * (1.0F / 65536.0F) - 1.0F;
       for (int band = 0; band < out.bands; ++band, ++at) {
-        if (out.deep) out.wide[at] = static_cast<std::uint16_t>(clamp01(values[band]) * 65535.0F + 0.5F);
-        else out.bytes[at] = static_cast<std::uint8_t>(std::clamp(values[band] * 255.0F + (band < 3 ? speck * 0.9F : 0) + 0.5F, 0.0F, 255.0F));
+        if (out.deep)
+          out.wide[at] = static_cast<std::uint16_t>(clamp01(values[band]) * 65535.0F + 0.5F);
+        else
+          out.bytes[at] = static_cast<std::uint8_t>(
+              std::clamp(values[band] * 255.0F + (band < 3 ? speck * 0.9F : 0) + 0.5F, 0.0F, 255.0F));
       }
     }
   return out;
@@ -105,9 +120,12 @@ Raster develop(const Canvas& upright, PixelKind kind, int orientation) {
 Image wrap(const Raster& raster) {
   const void* data = raster.deep ? static_cast<const void*>(raster.wide.data()) : raster.bytes.data();
   const std::size_t size = raster.deep ? raster.wide.size() * 2 : raster.bytes.size();
-  const Image plain(vips_image_new_from_memory(data, size, raster.width, raster.height, raster.bands, raster.deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR));
+  const Image plain(vips_image_new_from_memory(data, size, raster.width, raster.height, raster.bands,
+                                               raster.deep ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR));
   VipsImage* image = nullptr;
-  const VipsInterpretation meaning = raster.deep ? VIPS_INTERPRETATION_RGB16 : raster.bands == 1 ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB;
+  const VipsInterpretation meaning = raster.deep         ? VIPS_INTERPRETATION_RGB16
+                                     : raster.bands == 1 ? VIPS_INTERPRETATION_B_W
+                                                         : VIPS_INTERPRETATION_sRGB;
   vips_copy(plain.get(), &image, "interpretation", meaning, nullptr);
   return Image(image);
 }
@@ -180,19 +198,28 @@ std::optional<Bytes> encodeCmyk(VipsImage* image, int quality, const Bytes& exif
 
 const char* extensionOf(PhotoKind kind) {
   switch (kind) {
-    case PhotoKind::Jpeg: return ".jpg";
-    case PhotoKind::Png: return ".png";
-    case PhotoKind::WebP: return ".webp";
-    case PhotoKind::Gif: return ".gif";
-    case PhotoKind::Tiff: return ".tif";
-    case PhotoKind::Heic: return ".heic";
-    case PhotoKind::Avif: return ".avif";
-    case PhotoKind::JpegXl: return ".jxl";
+    case PhotoKind::Jpeg:
+      return ".jpg";
+    case PhotoKind::Png:
+      return ".png";
+    case PhotoKind::WebP:
+      return ".webp";
+    case PhotoKind::Gif:
+      return ".gif";
+    case PhotoKind::Tiff:
+      return ".tif";
+    case PhotoKind::Heic:
+      return ".heic";
+    case PhotoKind::Avif:
+      return ".avif";
+    case PhotoKind::JpegXl:
+      return ".jxl";
   }
   return "";
 }
 
-std::optional<Bytes> encodePhoto(const Canvas& upright, const PhotoFormat& format, PhotoMetadata metadata, std::string& why) {
+std::optional<Bytes> encodePhoto(const Canvas& upright, const PhotoFormat& format, PhotoMetadata metadata,
+                                 std::string& why) {
   const Raster raster = develop(upright, format.pixels, metadata.orientation);
   metadata.width = raster.width;
   metadata.height = raster.height;
@@ -214,17 +241,19 @@ std::optional<Bytes> encodePhoto(const Canvas& upright, const PhotoFormat& forma
         break;
       }
       const Bytes plain = plainJpeg(image.get(), format.quality);
-      if (!plain.empty()) return withJpegMetadata(plain, exif, xmp, format.pixels == PixelKind::Wide ? displayP3Profile() : Bytes{});
+      if (!plain.empty())
+        return withJpegMetadata(plain, exif, xmp, format.pixels == PixelKind::Wide ? displayP3Profile() : Bytes{});
       failed = 1;
       break;
     }
     case PhotoKind::Png:
-      failed = vips_pngsave_buffer(image.get(), &buffer, &size, "compression", 5, "strip", TRUE, "palette", format.pixels == PixelKind::Palette, nullptr);
+      failed = vips_pngsave_buffer(image.get(), &buffer, &size, "compression", 5, "strip", TRUE, "palette",
+                                   format.pixels == PixelKind::Palette, nullptr);
       if (!failed) return withPngMetadata(takeOver(buffer, size), exif, xmp);
       break;
     case PhotoKind::Tiff:
-      failed = vips_tiffsave_buffer(image.get(), &buffer, &size, "compression", VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE, "predictor",
-                                    VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL, "strip", TRUE, nullptr);
+      failed = vips_tiffsave_buffer(image.get(), &buffer, &size, "compression", VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE,
+                                    "predictor", VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL, "strip", TRUE, nullptr);
       if (!failed) return withTiffMetadata(takeOver(buffer, size), metadata);
       break;
     case PhotoKind::WebP:
@@ -234,13 +263,19 @@ std::optional<Bytes> encodePhoto(const Canvas& upright, const PhotoFormat& forma
     case PhotoKind::JpegXl: {
       attachMetadata(image.get(), exif, xmp);
       if (format.kind == PhotoKind::WebP)
-        failed = vips_image_write_to_buffer(image.get(), ".webp", &buffer, &size, "Q", format.quality, "effort", 2, nullptr);
-      else if (format.kind == PhotoKind::Gif) failed = vips_image_write_to_buffer(image.get(), ".gif", &buffer, &size, nullptr);
+        failed =
+            vips_image_write_to_buffer(image.get(), ".webp", &buffer, &size, "Q", format.quality, "effort", 2, nullptr);
+      else if (format.kind == PhotoKind::Gif)
+        failed = vips_image_write_to_buffer(image.get(), ".gif", &buffer, &size, nullptr);
       else if (format.kind == PhotoKind::Heic)
-        failed = vips_image_write_to_buffer(image.get(), ".heic", &buffer, &size, "Q", format.quality, "effort", 1, nullptr);
+        failed =
+            vips_image_write_to_buffer(image.get(), ".heic", &buffer, &size, "Q", format.quality, "effort", 1, nullptr);
       else if (format.kind == PhotoKind::Avif)
-        failed = vips_image_write_to_buffer(image.get(), ".avif", &buffer, &size, "Q", format.quality, "effort", 0, nullptr);
-      else failed = vips_image_write_to_buffer(image.get(), ".jxl", &buffer, &size, "Q", format.quality, "effort", 3, nullptr);
+        failed =
+            vips_image_write_to_buffer(image.get(), ".avif", &buffer, &size, "Q", format.quality, "effort", 0, nullptr);
+      else
+        failed =
+            vips_image_write_to_buffer(image.get(), ".jxl", &buffer, &size, "Q", format.quality, "effort", 3, nullptr);
       if (!failed) return takeOver(buffer, size);
       break;
     }
@@ -250,6 +285,8 @@ std::optional<Bytes> encodePhoto(const Canvas& upright, const PhotoFormat& forma
   return std::nullopt;
 }
 
-Bytes developedRgb(const Canvas& upright) { return develop(upright, PixelKind::Colour, 1).bytes; }
+Bytes developedRgb(const Canvas& upright) {
+  return develop(upright, PixelKind::Colour, 1).bytes;
+}
 
 }  // namespace tlx::samples

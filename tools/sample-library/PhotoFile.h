@@ -11,8 +11,8 @@ enum class PhotoKind { Jpeg, Png, WebP, Gif, Tiff, Heic, Avif, JpegXl };
 const char* extensionOf(PhotoKind kind);
 
 enum class PixelKind {
-  Colour,   ///< 8 bits, sRGB
-  Deep,     ///< 16 bits; PNG and TIFF
+  Colour,  ///< 8 bits, sRGB
+  Deep,    ///< 16 bits; PNG and TIFF
   Grey,
   Palette,  ///< at most 256 colours and alpha, the picture cut to a round sticker; PNG
   Cmyk,     ///< JPEG, with the profile it was separated for
@@ -29,7 +29,8 @@ struct PhotoFormat {
 /// The upright picture as the bytes of a file. Its pixels are stored turned as `metadata.orientation` wants it; width,
 /// height and thumbnail of the metadata are filled in here. Nothing when the libraries of this machine cannot write the
 /// format, and then `why` says so. Any thread, once libvips is started.
-std::optional<Bytes> encodePhoto(const Canvas& upright, const PhotoFormat& format, PhotoMetadata metadata, std::string& why);
+std::optional<Bytes> encodePhoto(const Canvas& upright, const PhotoFormat& format, PhotoMetadata metadata,
+                                 std::string& why);
 
 /// The picture as 8-bit RGB, rows without gaps.
 Bytes developedRgb(const Canvas& upright);

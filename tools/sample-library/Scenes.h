@@ -6,19 +6,19 @@ namespace tlx::samples {
 
 // Land and water.
 struct RidgeStyle {
-  float sunX = 0.62F;     ///< share of the width
+  float sunX = 0.62F;  ///< share of the width
   float sunY = 0.42F;
-  float sunSize = 0.035F; ///< 0: hidden behind the haze
-  float lake = 0;         ///< height of a lake's shore, 0: none
+  float sunSize = 0.035F;  ///< 0: hidden behind the haze
+  float lake = 0;          ///< height of a lake's shore, 0: none
   int layers = 6;
   bool pines = true, moon = false, balloons = false;
-  float cover = 0.35F;    ///< clouds
+  float cover = 0.35F;  ///< clouds
 };
 Scene ridges(const Mood& mood, RidgeStyle style = {});
 
 struct AlpineStyle {
-  float snow = 0.35F;   ///< share of the height above which snow lies
-  float lake = 0.72F;   ///< 0: none
+  float snow = 0.35F;  ///< share of the height above which snow lies
+  float lake = 0.72F;  ///< 0: none
   float cover = 0.3F;
   float pitch = 0.52F;  ///< where the horizon stands
   bool pines = true;

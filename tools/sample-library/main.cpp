@@ -1,10 +1,10 @@
-#include <vips/vips.h>
-
 #include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
+
+#include <vips/vips.h>
 
 extern "C" {
 #include <libavutil/log.h>
@@ -63,7 +63,7 @@ int main(int argc, char** argv) {
   vips_concurrency_set(1);
   av_log_set_level(AV_LOG_ERROR);
   const auto start = std::chrono::steady_clock::now();
-  const auto outcome = single ? tlx::samples::writeTwelveMegapixels(place)
+  const auto outcome = single     ? tlx::samples::writeTwelveMegapixels(place)
                        : many > 0 ? tlx::samples::writeManyPhotos(place, many)
                                   : tlx::samples::writeSampleLibrary(place, small);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -72,7 +72,9 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "tlx-sample-library: %s\n", outcome.error.c_str());
     return 1;
   }
-  if (outcome.made) std::printf("Made %d files in %s (%.1f s)\n", outcome.files, place, seconds);
-  else std::printf("%s is complete already; nothing done\n", place);
+  if (outcome.made)
+    std::printf("Made %d files in %s (%.1f s)\n", outcome.files, place, seconds);
+  else
+    std::printf("%s is complete already; nothing done\n", place);
   return 0;
 }
