@@ -21,7 +21,7 @@ class Develop {
     for (int i = 0; i <= kSteps; ++i) {
       float v = static_cast<float>(i) / kSteps;
       v = v * v * kBrightest;
-      if (v > kKnee) v = kKnee + (1 - kKnee) * (1 - std::exp(-(v - kKnee) / (1 - kKnee) * 0.62F));
+      if (v > kKnee) v = kKnee + (1 - kKnee) * (1 - std::exp(-(v - kKnee) / (1 - kKnee) * 1.1F));
       table_[static_cast<std::size_t>(i)] = v <= 0.0031308F ? 12.92F * v : 1.055F * std::pow(v, 1 / 2.4F) - 0.055F;
     }
   }
@@ -33,7 +33,7 @@ class Develop {
 
  private:
   static constexpr int kSteps = 4096;
-  static constexpr float kBrightest = 6, kKnee = 0.78F;
+  static constexpr float kBrightest = 6, kKnee = 0.85F;
   std::array<float, kSteps + 1> table_{};
 };
 const Develop kDevelop;
