@@ -258,7 +258,10 @@ Outcome writeManyPhotos(const fs::path& folder, int count) {
 Outcome writeTwelveMegapixels(const fs::path& file) {
   return guarded([&]() -> Outcome {
     const auto scenes = assortedScenes();
-    const Canvas canvas = painted(scenes.front(), 4000, 3000, 1);
+    Canvas canvas = painted(scenes.front(), 4000, 3000, 1);
+    // A sensor's noise, without which so large a picture would pack far smaller than a camera's.
+    Random grain(12);
+    canvas.shade(0, 1, [&](float, float, Colour old) { return old * grain.in(0.9F, 1.1F); });
     PhotoMetadata metadata{.make = "Lumenor", .model = "LX-40"};
     metadata.taken = Moment{2024, 5, 4, 10, 30, 0, 120};
     constexpr double kWanted = 3.8e6;

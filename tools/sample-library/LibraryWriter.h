@@ -12,8 +12,9 @@ struct Outcome {
 };
 
 /// Makes the library in a sibling of `folder` and renames it into place once it is whole, so that a broken-off run
-/// leaves nothing that looks like a library. A folder that holds anything else is refused. What single files could not
-/// be written on this machine is told on standard error and left out.
+/// leaves nothing that looks like a library. A library of another kind or version is replaced; a folder that holds
+/// anything else is refused. What single files could not be written on this machine is told on standard error and left
+/// out.
 Outcome writeSampleLibrary(const std::filesystem::path& folder, bool small);
 
 /// `count` JPEGs of 640 x 480 with dates and embedded thumbnails in folders of a few hundred; the pixels repeat.

@@ -214,7 +214,7 @@ Scene snowfall(const Mood& mood) {
     const float a = c.aspect();
     sky(c, mood, 0.75F);
     if (mood.night) stars(c, r, 0.5F, 700);
-    c.glow(a * 0.6F, 0.6F, 0.9F, mood.sun * 0.16F);
+    c.glow(a * 0.6F, 0.6F, 0.9F, mood.night ? mood.haze * 0.3F : mood.sun * 0.16F);
     for (int i = 0; i < 5; ++i) {
       const float near = static_cast<float>(i) / 4, ox = r.in(0, 200), top = lerp(0.60F, 0.90F, near),
                   high = lerp(0.06F, 0.34F, near * near);
