@@ -133,6 +133,8 @@ void TLXMediaPickerController::loadMedia() {
   if (mediaCollectionViewCotroller) {
     if (auto grid = mediaCollectionViewCotroller->collectionView()) {
       grid->setContentInset({kGridTopInset, 0, 0, 0});
+      // The scene's size is not yet the window's.
+      grid->setAutoresizingMask(UIViewAutoresizingFlexibleWidth | UIViewAutoresizingFlexibleHeight);
       if (auto container = viewCLContainer.lock()) container->addSubview(grid);
     }
   }
