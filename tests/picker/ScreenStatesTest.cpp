@@ -97,33 +97,20 @@ TEST(ScreenStates, EmptyLibraryComesAndGoes) {
 }
 
 TEST(ScreenStates, FontsOfTheHostReplaceOrReset) {
-  const auto font = UIFont::fontWithName_size("Sans", 15);
-  const auto scenes = UIFont::fontWithName_size("Scene", 9);
-  const auto load = [&](const std::optional<FontDictionary>& fonts) {
-    auto session = std::make_unique<PickerSession>();
-    session->host.fonts = fonts;
-    session->make();
-    session->picker->view();
-    return session;
-  };
-  {
-    const auto session = load(FontDictionary{{"Raleway-Medium:15", font}});
-    EXPECT_EQ(session->picker->lblAllowAccess1.lock()->font(), font);
-    EXPECT_EQ(session->picker->btnAllowAccess.lock()->titleLabel()->font(), font);
-    for (const auto& label : {session->picker->lblAllowAccess2, session->picker->lblAllowAccess3,
-                              session->picker->lblNoPhotos1, session->picker->lblNoPhotos2}) {
-      label.lock()->setFont(scenes);
-    }
-    session->picker->applyProvidedFonts(session->picker->dicFonts);
-    EXPECT_EQ(session->picker->lblAllowAccess2.lock()->font(), nullptr) << "a key that lacks resets";
-    EXPECT_EQ(session->picker->lblNoPhotos2.lock()->font(), nullptr);
-    EXPECT_EQ(session->picker->fontsForKey("Raleway-Medium:15"), std::optional(font));
-    EXPECT_EQ(session->picker->fontsForKey("Raleway-Bold:14"), std::optional(UIFontRef())) << "an answer: no font";
-  }
-  {
-    const auto session = load(std::nullopt);
-    EXPECT_TRUE(session->picker->dicFonts.empty());
-  }
+  const auto font = UIFont::fontWithName_size("Sans", 15), scenes = UIFont::fontWithName_size("Scene", 9);
+  PickerSession session;
+  session.host.fonts = FontDictionary{{"Raleway-Medium:15", font}};
+  session.make();
+  session.picker->view();
+  auto& picker = *session.picker;
+  EXPECT_EQ(picker.lblAllowAccess1.lock()->font(), font);
+  EXPECT_EQ(picker.btnAllowAccess.lock()->titleLabel()->font(), font);
+  const auto reset = {picker.lblAllowAccess2, picker.lblAllowAccess3, picker.lblNoPhotos1, picker.lblNoPhotos2};
+  for (const auto& label : reset) label.lock()->setFont(scenes);
+  picker.applyProvidedFonts(picker.dicFonts);
+  for (const auto& label : reset) EXPECT_EQ(label.lock()->font(), nullptr) << "a key that lacks resets";
+  EXPECT_EQ(picker.fontsForKey("Raleway-Medium:15"), std::optional(font));
+  EXPECT_EQ(picker.fontsForKey("Raleway-Bold:14"), std::optional(UIFontRef())) << "an answer: no font";
 }
 
 TEST(ScreenStates, StatusBarFollowsTheScreenBelow) {

@@ -207,7 +207,6 @@ void TLXMediaPickerController::cancelDownload() {
 void TLXMediaPickerController::cancelPass() {
   if (!fetching_) return;
   *cancelling_ = true;
-  ++turn_;
   removeSelection();
   for (const auto request : arrCloudReqId_) PHImageManager::defaultManager()->cancelImageRequest(request);
   arrCloudReqId_.clear();
