@@ -204,6 +204,25 @@ TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
   }
 }
 
+TEST_F(AlbumListPresentation, ChoiceOfAQuestionThatANewPassOvertookIsDropped) {
+  open();
+  session.script("b", PickerSession::failing());
+  session.pick({"a", "b"});
+  session.pressDone();
+  title->press();
+  session.platform.runUntilIdle();  // the question waits for the list to go
+  session.script("a", PickerSession::stalling());
+  session.picker->btnDonePressed();
+  session.settle();
+  EXPECT_TRUE(session.platform.presentation.press("Cancel"));
+  session.settle();
+  EXPECT_EQ(session.picked(), Names({"a"})) << "the new pass goes on";
+  session.script("a", {});
+  session.platform.images.release("a");
+  session.settle();
+  EXPECT_NE(session.platform.presentation.alert(), nullptr) << "and asks again";
+}
+
 TEST_F(AlbumListPresentation, DismissalAtDeliveryIsThePickersNotTheLists) {
   open();
   session.script("b", PickerSession::stalling());
