@@ -9,13 +9,13 @@
 #include <string>
 
 #include <malloc.h>
-#include <time.h>
 #include <unistd.h>
 
 #include "adapters/photolibrary/Catalogue.h"
 #include "adapters/photolibrary/Database.h"
 #include "adapters/photolibrary/Index.h"
 #include "bench/SideBySide.h"
+#include "bench/photolibrary/ProcessorTime.h"
 
 namespace {
 
@@ -91,7 +91,7 @@ double secondsToOpen(const std::string& cache) {
   double seconds = 0;
   {
     Catalogue catalogue(std::make_unique<EndlessSource>(), cache, log, ledger, [](const auto&) {});
-    seconds = bench::secondsOf([&] {
+    seconds = bench::processorSecondsOf([&] {
       catalogue.start();
       catalogue.waitUntilOpened();
       const auto snapshot = catalogue.snapshot();
@@ -106,7 +106,7 @@ double secondsToOpen(const std::string& cache) {
 
 /// The same rows, added up and thrown away.
 double secondsToRead(const std::string& path) {
-  return bench::secondsOf([&] {
+  return bench::processorSecondsOf([&] {
     Database database(path);
     Statement rows = database.prepare("SELECT * FROM items");
     double sum = 0;
@@ -122,21 +122,13 @@ std::size_t heapBytes() {
   return mallinfo2().uordblks + mallinfo2().hblkhd;
 }
 
-double processorSeconds() {
-  timespec time;
-  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-  return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 void weigh(const std::string& cache, std::size_t count) {
   Silence log;
   const std::size_t before = heapBytes();
   Catalogue catalogue(std::make_unique<EndlessSource>(), cache, log, std::make_shared<FetchLedger>(),
                       [](const auto&) {});
-  const double started = processorSeconds();
   catalogue.start();
   catalogue.waitUntilOpened();
-  std::printf("%-44s %.1f ms\n", "processor time of opening", (processorSeconds() - started) * 1e3);
   const auto snapshot = catalogue.snapshot();
   snapshot->prepareLookup();
   std::printf("%-44s %zu bytes an item\n", "memory of an open library", (heapBytes() - before) / count);
