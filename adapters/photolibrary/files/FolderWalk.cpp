@@ -149,13 +149,7 @@ std::shared_ptr<FolderWalk::OpenFolder> FolderWalk::open(const Place& place) {
   folder->place = place;
   folder->known = known_.inFolder(place.path);
   folder->folder = {place.path, place.root, place.relative, place.trashed, status->key, {}};
-  if (status->key.born != 0) {
-    folder->folder.identifier = deriveIdentifier(status->key);
-  } else if (const Folder* known = known_.folderWithoutBirth(status->key)) {
-    folder->folder.identifier = known->identifier;
-  } else {
-    folder->folder.identifier = mintIdentifier();
-  }
+  folder->folder.identifier = identifyFolder(status->key);
   return folder;
 }
 
@@ -260,6 +254,15 @@ void FolderWalk::look(const OpenFolder& folder, const std::string& name, bool fo
   }
 }
 
+std::string FolderWalk::identifyFolder(const FileKey& key) {
+  if (key.born != 0) return deriveIdentifier(key);
+  if (const Folder* known = known_.folderWithoutBirth(key)) return known->identifier;
+  std::lock_guard lock(mutex_);
+  std::string& minted = mintedFolders_[{key.fileSystem, key.number}];
+  if (minted.empty()) minted = mintIdentifier();
+  return minted;
+}
+
 std::string FolderWalk::identify(const OpenFolder& folder, const std::string& name, const FileStatus& status) const {
   // A disk that came back under another file system id, as some do after a restart: everything else is as it was.
   const auto by = [](const KnownFiles::File& file, const std::string& other) { return file.name < other; };
@@ -346,13 +349,7 @@ void FolderWalk::followLinks() {
     folder.descriptor = FileDescriptor(::open(place.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     const auto own = folder.descriptor ? statuses_.read(folder.descriptor.get(), "", false) : std::nullopt;
     if (own) {
-      const Folder* known = own->key.born == 0 ? known_.folderWithoutBirth(own->key) : nullptr;
-      folder.folder = {place.path,
-                       place.root,
-                       place.relative,
-                       place.trashed,
-                       own->key,
-                       own->key.born != 0 ? deriveIdentifier(own->key) : known ? known->identifier : mintIdentifier()};
+      folder.folder = {place.path, place.root, place.relative, place.trashed, own->key, identifyFolder(own->key)};
       folder.known = known_.inFolder(place.path);
       FolderFindings findings;
       for (; link != next; ++link) {

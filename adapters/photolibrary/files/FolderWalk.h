@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -65,6 +66,7 @@ class FolderWalk {
   void look(const OpenFolder& folder, const std::string& name, bool followLink, FolderFindings& findings);
   void examine(const OpenFolder& folder, const std::string& name, const FileStatus& status, bool linked,
                FolderFindings& findings);
+  std::string identifyFolder(const FileKey& key);
   std::string identify(const OpenFolder& folder, const std::string& name, const FileStatus& status) const;
   void followLinks();
   bool leadsAboveARoot(const std::string& path) const;
@@ -79,6 +81,7 @@ class FolderWalk {
 
   std::mutex mutex_;                                           ///< guards what follows
   std::set<std::pair<std::uint64_t, std::uint64_t>> visited_;  ///< folders by device and inode
+  std::map<std::pair<std::uint64_t, std::uint64_t>, std::string> mintedFolders_;
   std::vector<Link> links_;
   std::vector<std::string> unreachable_;
 };
