@@ -53,7 +53,7 @@ FileBytes::FileBytes(int fd) : fd_(fd), window_(new std::uint8_t[windowSize]) {
 }
 
 std::int64_t FileBytes::copy(std::uint64_t offset, void* into, std::size_t count) {
-  if (offset > static_cast<std::uint64_t>(INT64_MAX)) return 0;
+  if (count == 0 || offset > static_cast<std::uint64_t>(INT64_MAX)) return 0;
   auto* out = static_cast<std::uint8_t*>(into);
   std::size_t done = 0;
   if (offset < filled_) {

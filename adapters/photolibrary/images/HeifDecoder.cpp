@@ -1,3 +1,4 @@
+#include <cmath>
 #include <vector>
 
 #include "adapters/photolibrary/images/HeifFile.h"
@@ -17,9 +18,9 @@ std::shared_ptr<const ColorTransform> transformOf(const heif_image_handle* handl
   }
   if (type == heif_color_profile_type_nclx) {
     heif_color_profile_nclx* nclx = nullptr;
-    if (heif_image_handle_get_nclx_color_profile(handle, &nclx).code != heif_error_Ok || !nclx) return nullptr;
-    const int primaries = nclx->color_primaries;
-    heif_nclx_color_profile_free(nclx);
+    const heif_error failed = heif_image_handle_get_nclx_color_profile(handle, &nclx);
+    const int primaries = failed.code == heif_error_Ok && nclx ? nclx->color_primaries : 0;
+    if (nclx) heif_nclx_color_profile_free(nclx);
     return transforms.fromPrimaries(primaries);
   }
   return nullptr;
@@ -66,13 +67,19 @@ Picture decodeHeif(FileBytes& file, PixelSize result, DecodeContext context) {
 
 Picture decodeHeifThumbnail(FileBytes& file, const ImageDecoder::Request& request, DecodeContext context) {
   static constexpr std::int64_t maxPixels = 4'000'000;  // it is there to be quick
+  static constexpr double shapeTolerance = 0.03;        // sides of a few hundred pixels are rounded
   const HeifFile heif(file);
   if (!heif.primary()) return libraryError(PhotoLibraryErrorDamaged, heif.error());
   const HeifHandle thumbnail = heif.thumbnail();
   if (!thumbnail) return libraryError(PhotoLibraryErrorNotFound, "no embedded picture");
   const PixelSize size{heif_image_handle_get_width(thumbnail.get()), heif_image_handle_get_height(thumbnail.get())};
   if (size.pixels() > maxPixels) return libraryError(PhotoLibraryErrorUnsupported, "no usable embedded picture");
-  return decodeHandle(thumbnail.get(), fittedSize(size, request.target, request.mode), context);
+  const PixelSize whole{heif_image_handle_get_width(heif.primary()), heif_image_handle_get_height(heif.primary())};
+  const PixelSize wanted = fittedSize(whole, request.target, request.mode);
+  const bool sameShape =
+      std::abs(static_cast<double>(size.width) / size.height * whole.height / whole.width - 1) < shapeTolerance;
+  const bool covers = sameShape && wanted.width <= size.width && wanted.height <= size.height;
+  return decodeHandle(thumbnail.get(), covers ? wanted : fittedSize(size, request.target, request.mode), context);
 }
 
 }  // namespace tlx::photolibrary

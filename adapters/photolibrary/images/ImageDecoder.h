@@ -34,8 +34,9 @@ class ImageDecoder {
 
   /// The whole picture, or a video's poster frame. A truncated or damaged file is an error and no picture.
   Picture decode(const std::string& path, const Request& request);
-  /// The small picture inside a photo's file, at most of the size asked for, of the photo's own shape. An error when
-  /// there is none; costs no more than reading the header.
+  /// The small picture inside a photo's file, at most of the size asked for, of the photo's own shape. A HEIF's that is
+  /// large enough comes in the very size that `decode` would give. An error when there is none; costs little more than
+  /// reading the header.
   Picture decodeEmbedded(const std::string& path, const Request& request);
 
   /// To be called by a thread that will decode no more: frees what the libraries keep for it.

@@ -52,6 +52,7 @@ struct ImageManager::Request {
   std::optional<Original> original;  // once it has come from elsewhere
   std::optional<NSError> refused;    // why there will be none
   bool inCloud = false;
+  bool previewed = false;  // the embedded picture has been looked for
 
   ImageDecoder::Request decoding() const { return {key.target, key.mode, &cancelled}; }
 };
@@ -72,6 +73,11 @@ struct ImageManager::Preheated {
 struct ImageManager::Answer {
   std::shared_ptr<const UIImage> image;
   PHImageInfo info;
+};
+
+struct ImageManager::Embedded {
+  std::shared_ptr<const UIImage> image;
+  bool covers = false;  // as good as what decoding the photo would give at this size
 };
 
 ImageManager::ImageManager(ItemStore& items, MainQueuePort& mainQueue) : ImageManager(items, mainQueue, Settings()) {}
@@ -170,15 +176,13 @@ void ImageManager::cancelImageRequest(PHImageRequestID id) {
     requests_.erase(found);
   }
   request->cancelled = true;
-  withdraw(request);
+  withdraw(*request, {RequestQueue::Preview, RequestQueue::Picture});
   request->imageHandler.reset();
 }
 
-void ImageManager::withdraw(const RequestRef& request) {
+void ImageManager::withdraw(const Request& request, std::initializer_list<RequestQueue::Lane> lanes) {
   for (RequestQueue* queue : {&workers_, &fetchers_}) {
-    for (const auto lane : {RequestQueue::Preview, RequestQueue::Picture, RequestQueue::Preheat}) {
-      queue->remove(lane, request->number);
-    }
+    for (const auto lane : lanes) queue->remove(lane, request.number);
   }
 }
 
@@ -186,18 +190,34 @@ void ImageManager::enqueue(RequestQueue& queue, RequestQueue::Lane lane, const R
   queue.add(lane, request->number, [this, request, stage] { (this->*stage)(request); });
 }
 
+ImageManager::Embedded ImageManager::embedded(Request& request, bool onlyIfItCovers) {
+  request.previewed = true;
+  const auto located = items_.locate(request.key.identifier);
+  const ItemLocation* item = std::get_if<ItemLocation>(&located);
+  if (!item || item->path.empty()) return {};
+  // Only these containers' embedded pictures are made with the photo and kept with it, and decoding the photo itself
+  // takes a hundred times as long.
+  const bool isTrue = item->format == MediaFormat::Heic || item->format == MediaFormat::Avif;
+  if (onlyIfItCovers && !isTrue) return {};
+  const Picture picture = guarded([&] { return decoder_.decodeEmbedded(item->path, request.decoding()); });
+  const auto* bitmap = std::get_if<std::shared_ptr<const CGImage>>(&picture);
+  if (!bitmap) return {};
+  const PixelSize wanted = fittedSize({item->width, item->height}, request.key.target, request.key.mode);
+  const PixelSize made{static_cast<std::int32_t>((*bitmap)->width()), static_cast<std::int32_t>((*bitmap)->height())};
+  Embedded answer{std::make_shared<const UIImage>(*bitmap), isTrue && made == wanted};
+  if (answer.covers) thumbnails_.insert(request.key, {item->modified, item->bytes}, answer.image);
+  return answer;
+}
+
 void ImageManager::previewStage(const RequestRef& request) {
   if (const auto image = cached(request->key)) return deliver(request, {image, {}}, true);
-  const auto located = items_.locate(request->key.identifier);
-  if (const ItemLocation* item = std::get_if<ItemLocation>(&located); item && !item->path.empty()) {
-    Picture picture = guarded([&] { return decoder_.decodeEmbedded(item->path, request->decoding()); });
-    if (const auto* bitmap = std::get_if<std::shared_ptr<const CGImage>>(&picture)) {
-      const bool enough = request->options.deliveryMode == PHImageRequestOptionsDeliveryModeFastFormat;
-      Answer answer{std::make_shared<const UIImage>(*bitmap), {}};
-      answer.info.PHImageResultIsDegradedKey = !enough;
-      deliver(request, std::move(answer), enough);
-      if (enough) return;
-    }
+  const Embedded quick = embedded(*request, false);
+  const bool enough = quick.covers || request->options.deliveryMode == PHImageRequestOptionsDeliveryModeFastFormat;
+  if (quick.image) {
+    Answer answer{quick.image, {}};
+    answer.info.PHImageResultIsDegradedKey = !enough;
+    deliver(request, std::move(answer), enough);
+    if (enough) return;
   }
   enqueue(workers_, RequestQueue::Picture, request, &ImageManager::pictureStage);
 }
@@ -295,7 +315,12 @@ ImageManager::Answer ImageManager::makePicture(Request& request) {
   if (NSError* error = std::get_if<NSError>(&located)) return {nullptr, failure(std::move(*error))};
   const ItemLocation& item = std::get<ItemLocation>(located);
   const FileVersion version{item.modified, item.bytes};
-  if (const auto image = thumbnails_.find(request.key, version)) return {image, {}};
+  if (wantsPreview(request.options)) {
+    if (const auto image = thumbnails_.find(request.key, version)) return {image, {}};
+    if (!request.previewed) {
+      if (Embedded quick = embedded(request, true); quick.covers) return {std::move(quick.image), {}};
+    }
+  }
   request.inCloud = item.path.empty() && !request.original;
   auto fetched = fetch(request);
   if (NSError* error = std::get_if<NSError>(&fetched)) {
@@ -333,8 +358,8 @@ void ImageManager::startCachingImages(CacheClient client, const std::vector<std:
   std::vector<RequestRef> fresh;
   {
     const std::lock_guard lock(mutex_);
-    lastNumber_ += static_cast<std::int64_t>(assets.size());
-    std::int64_t number = lastNumber_;  // the first of the list is the most urgent
+    lastPreheat_ += static_cast<std::int64_t>(assets.size());
+    std::int64_t number = lastPreheat_;  // the first of the list is the most urgent
     for (const auto& asset : assets) {
       if (!asset) continue;
       const ThumbnailKey key{asset->localIdentifier, targetSize, contentMode};
@@ -364,7 +389,7 @@ void ImageManager::release(CacheClient client, const ThumbnailKey& key) {
     preheated_.erase(found);
   }
   request->cancelled = true;
-  withdraw(request);
+  withdraw(*request, {RequestQueue::Preheat});
   thumbnails_.age(key);
 }
 

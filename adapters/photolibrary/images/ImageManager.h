@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -64,6 +65,7 @@ class ImageManager final : public ImageManagerPort {
   struct Request;
   struct Preheated;
   struct Answer;
+  struct Embedded;
   using RequestRef = std::shared_ptr<Request>;
   using Stage = void (ImageManager::*)(const RequestRef&);
 
@@ -75,11 +77,13 @@ class ImageManager final : public ImageManagerPort {
   void preheatStage(const RequestRef& request);
   /// Whether the request has gone to wait for its original elsewhere, to come back to `then`.
   bool sentToFetch(const RequestRef& request, RequestQueue::Lane lane, Stage then);
-  void withdraw(const RequestRef& request);
+  void withdraw(const Request& request, std::initializer_list<RequestQueue::Lane> lanes);
   void release(CacheClient client, const ThumbnailKey& key);
 
   /// The finished picture, from memory or made now; on any thread.
   Answer makePicture(Request& request);
+  /// The picture inside the photo's file, kept in memory when it is good enough to be final.
+  Embedded embedded(Request& request, bool onlyIfItCovers);
   std::shared_ptr<const UIImage> cached(const ThumbnailKey& key);
   std::variant<Original, NSError> fetch(Request& request);
   void deliver(RequestRef request, Answer answer, bool final);
@@ -93,7 +97,7 @@ class ImageManager final : public ImageManagerPort {
   std::shared_ptr<std::atomic<bool>> alive_;
 
   std::mutex mutex_;
-  std::int64_t lastNumber_ = 0;
+  std::int64_t lastNumber_ = 0, lastPreheat_ = 0;
   PHImageRequestID lastId_ = PHInvalidImageRequestID;
   std::unordered_map<PHImageRequestID, RequestRef> requests_;
   std::unordered_map<ThumbnailKey, Preheated, ThumbnailKeyHash> preheated_;

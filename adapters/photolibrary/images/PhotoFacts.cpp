@@ -14,6 +14,8 @@ namespace tlx::photolibrary {
 namespace {
 
 constexpr int ratingTag = 0x4746;
+/// The option by which libexif adds to a block what a standard wants there, today's date for one.
+constexpr auto repairBlocks = static_cast<ExifDataOption>(1 << 1);
 
 struct ExifDataRelease {
   void operator()(ExifData* data) const { exif_data_unref(data); }
@@ -148,7 +150,7 @@ void readExif(Bytes block, PhotoFacts& facts, std::vector<std::uint8_t>* thumbna
   }
   const std::unique_ptr<ExifData, ExifDataRelease> data(exif_data_new());
   if (!data) return;
-  exif_data_unset_option(data.get(), EXIF_DATA_OPTION_FOLLOW_SPECIFICATION);
+  exif_data_unset_option(data.get(), repairBlocks);
   exif_data_unset_option(data.get(), EXIF_DATA_OPTION_IGNORE_UNKNOWN_TAGS);
   exif_data_load_data(data.get(), block.data(), static_cast<unsigned int>(block.size()));
 

@@ -45,8 +45,8 @@ Codec openCodec(const AVStream& stream) {
   return codec;
 }
 
-/// The next key frame from where the file stands; nothing when none comes.
-Frame nextKeyFrame(AVFormatContext& format, AVCodecContext& codec, int stream, const DecodeContext& context) {
+/// The next frame that the decoder does not skip, from where the file stands; nothing when none comes.
+Frame nextFrame(AVFormatContext& format, AVCodecContext& codec, int stream, const DecodeContext& context) {
   const Packet packet(av_packet_alloc());
   Frame frame(av_frame_alloc());
   for (int read = 0; packet && frame && read < maxPackets && !context.isCancelled(); ++read) {
@@ -63,8 +63,8 @@ Frame nextKeyFrame(AVFormatContext& format, AVCodecContext& codec, int stream, c
   return nullptr;
 }
 
-Picture pictureOf(const AVFrame& frame, const VideoFile& video, const AVStream& stream,
-                  const ImageDecoder::Request& request, const DecodeContext& context) {
+Picture pictureOf(const AVFrame& frame, const AVStream& stream, const ImageDecoder::Request& request,
+                  const DecodeContext& context) {
   const std::int32_t turn = turnOfQuarters[quarterTurns(stream)];
   const AVRational pixel = frame.sample_aspect_ratio.num > 0 ? frame.sample_aspect_ratio : stream.sample_aspect_ratio;
   const double stretch = pixel.num > 0 && pixel.den > 0 ? av_q2d(pixel) : 1;
@@ -120,17 +120,24 @@ Picture decodePoster(FileBytes& file, MediaFormat format, const ImageDecoder::Re
   const Codec codec = openCodec(*stream);
   if (!codec) return libraryError(PhotoLibraryErrorUnsupported, "no decoder for its video");
 
+  const auto duration = static_cast<double>(video.context()->duration);
   std::shared_ptr<const CGImage> black;
   for (const double place : places) {
     if (place > 0) {
-      const auto when = static_cast<std::int64_t>(static_cast<double>(video.context()->duration) * place);
+      const auto when = static_cast<std::int64_t>(duration * place);
       if (when <= 0 || av_seek_frame(video.context(), -1, when, 0) < 0) break;
       avcodec_flush_buffers(codec.get());
     }
-    const Frame frame = nextKeyFrame(*video.context(), *codec, stream->index, context);
+    Frame frame = nextFrame(*video.context(), *codec, stream->index, context);
+    if (!frame && place == 0 && av_seek_frame(video.context(), -1, 0, AVSEEK_FLAG_BACKWARD) >= 0) {
+      // Some streams refresh piece by piece and mark no frame as key.
+      avcodec_flush_buffers(codec.get());
+      codec->skip_frame = AVDISCARD_DEFAULT;
+      frame = nextFrame(*video.context(), *codec, stream->index, context);
+    }
     if (context.isCancelled()) return libraryError(PhotoLibraryErrorCancelled, "cancelled");
     if (!frame) continue;
-    Picture picture = pictureOf(*frame, video, *stream, request, context);
+    Picture picture = pictureOf(*frame, *stream, request, context);
     if (std::holds_alternative<NSError>(picture)) return picture;
     if (!isBlack(*std::get<0>(picture))) return picture;
     if (!black) black = std::get<0>(std::move(picture));

@@ -21,11 +21,11 @@ std::atomic<bool> vipsHasStarted = false;
 
 bool startVips() {
   static const bool started = [] {
-    vipsHasStarted = true;
     g_log_set_handler(
         "VIPS", G_LOG_LEVEL_WARNING, [](const gchar*, GLogLevelFlags, const gchar*, gpointer) {}, nullptr);
     if (vips_init("tlx") != 0) return false;
     vips_cache_set_max(0);
+    vipsHasStarted = true;
     return true;
   }();
   return started;

@@ -73,10 +73,16 @@ void writeClip(const std::string& path, const ClipOptions& options = {});
 std::vector<std::uint8_t> readFile(const std::string& path);
 void writeFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
 
+/// What the index knows of a file's header.
+struct FileFacts {
+  MediaFormat format = MediaFormat::Unknown;
+  int width = 0, height = 0;
+};
+
 /// Items by name, each a file's path.
 class FileItems final : public ItemStore {
  public:
-  std::shared_ptr<const PHAsset> add(const std::string& name, const std::string& path);
+  std::shared_ptr<const PHAsset> add(const std::string& name, const std::string& path, FileFacts facts = {});
   /// Later calls report that much another file.
   void touch(const std::string& name);
   void forget(const std::string& name);
@@ -89,6 +95,7 @@ class FileItems final : public ItemStore {
  private:
   struct Item {
     std::string path;
+    FileFacts facts;
     std::int64_t modified = 1;
   };
   mutable std::mutex mutex_;

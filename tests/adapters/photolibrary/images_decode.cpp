@@ -228,8 +228,8 @@ TEST_F(Decoding, APictureLargerThanItsFileCanHoldIsRefusedBeforeMemoryIsSpent) {
 }
 
 TEST_F(Decoding, SurvivesBytesChangedAtRandom) {
-  const char* names[] = {"a.jpg", "p.jpg",  "t.jpg",  "a.png", "a.webp", "a.gif",
-                         "a.tif", "a.heic", "a.avif", "a.jxl", "a.mp4",  "a.mkv"};
+  const char* names[] = {"a.jpg", "p.jpg", "t.jpg",  "w.jpg",  "w.png", "a.png", "a.webp",
+                         "a.gif", "a.tif", "a.heic", "a.avif", "a.jxl", "a.mp4", "a.mkv"};
   std::mt19937 random(20240229);
   for (const char* name : names) {
     const std::string path = folder_.file(name);
@@ -243,7 +243,7 @@ TEST_F(Decoding, SurvivesBytesChangedAtRandom) {
     } else if (name[0] == 't') {
       writeJpegWithThumbnail(path, 90, 60, 160, 106, 6);
     } else {
-      writePicture(path, {.orientation = 6, .progressive = name[0] == 'p'});
+      writePicture(path, {.orientation = 6, .progressive = name[0] == 'p', .profile = name[0] == 'w' ? "p3" : ""});
     }
     const std::vector<std::uint8_t> whole = readFile(path);
     for (int round = 0; round < 150; ++round) {

@@ -106,6 +106,31 @@ TEST_F(ManagingImages, ShowsTheEmbeddedPictureFirstAndThenTheFinalOne) {
   EXPECT_EQ(answers_, (std::vector<std::string>{"embedded degraded", "embedded final", "plain final", "fast final"}));
 }
 
+TEST_F(ManagingImages, AHeifsOwnThumbnailIsFinalWhereItIsLargeEnough) {
+  start(1);
+  std::atomic<int> fetches{0};
+  items_.setGate([&](const std::string&) { ++fetches; });
+  const std::string path = folder_.file("a.heic");
+  writeHeif(path, 640, 480, 1, 0, 320);
+  const Asset asset = items_.add("a", path, {MediaFormat::Heic, 640, 480});
+  ask(asset, opportunistic, "cell");
+  settle();
+  EXPECT_EQ(answers_, (std::vector<std::string>{"cell final"}));
+  EXPECT_EQ(fetches, 0) << "the photo itself was not decoded";
+  PHImageRequestID last =
+      images_->requestImage(asset, {400, 400}, PHImageContentModeAspectFill, options(opportunistic),
+                            [this](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
+                              answers_.push_back(std::to_string(static_cast<int>(image->size().width)) +
+                                                 (info.PHImageResultIsDegradedKey ? " degraded" : " final"));
+                            });
+  EXPECT_NE(last, PHInvalidImageRequestID);
+  ask(asset, highQuality, "best");
+  settle();
+  std::sort(answers_.begin(), answers_.end());
+  EXPECT_EQ(answers_, (std::vector<std::string>{"320 degraded", "533 final", "best final", "cell final"}));
+  EXPECT_EQ(fetches, 2) << "the larger picture and the one of high quality";
+}
+
 TEST_F(ManagingImages, AFilesChangeMakesItsThumbnailAnew) {
   start();
   const Asset asset = photo("a");
