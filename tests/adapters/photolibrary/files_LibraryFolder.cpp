@@ -17,7 +17,7 @@ namespace tlx::photolibrary::test {
 namespace {
 
 void append(std::vector<std::uint8_t>& bytes, std::uint64_t value, int count) {
-  while (count-- > 0) bytes.push_back(static_cast<std::uint8_t>(value >> (8 * count)));
+  while (count-- > 0) bytes.push_back(count < 8 ? static_cast<std::uint8_t>(value >> (8 * count)) : 0);
 }
 void append(std::vector<std::uint8_t>& bytes, const std::string& text) {
   bytes.insert(bytes.end(), text.begin(), text.end());
