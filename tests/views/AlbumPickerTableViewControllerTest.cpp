@@ -97,6 +97,18 @@ TEST_F(AlbumPickerTableTest, ReportsNothingWhereThereIsNothingOrNobodyLeft) {
   platform.advance(1);
 }
 
+TEST_F(AlbumPickerTableTest, AChangeBeforeTheFirstLoadLeavesTheCurrentAlbumItsMark) {
+  platform.library.edit([](LibraryContents& library) { library.addSmartAlbum("Camera Roll", photos("p", 1)); });
+  openLibrary();
+  list = makeList(delegate);
+  platform.advance(0.05);
+  change([](LibraryContents& library) { library.add(memory::photo("new"), {"Camera Roll"}); });
+  platform.advance(1);
+  EXPECT_THAT(marked(), ElementsAre("Camera Roll")) << "a library that is still being read changes all the time";
+  EXPECT_EQ(list->lastSelectedAlbum, album(0));
+  EXPECT_THAT(delegate->log, ElementsAre("Camera Roll"));
+}
+
 TEST_F(AlbumPickerTableTest, MeasuresItsRowsByTheWindow) {
   const struct {
     double width;

@@ -87,7 +87,9 @@ void AlbumPickerTableViewController::didReceiveMemoryWarning() {
 
 void AlbumPickerTableViewController::loadFirstTime() {
   const auto first = photoManager ? photoManager->getAlbumModelAtIndex(0) : nullptr;
-  if (!first) return;
+  // A library change may have chosen an album already, as a library that is still being read brings them all the time:
+  // inverting once more would leave the current album without its mark.
+  if (!first || lastSelectedAlbum) return;
   invertMark(*first);
   lastSelectedAlbum = first;
   if (auto delegate = customDelegate.lock()) delegate->pickedAlbumWithAlbumModel(first);

@@ -4,7 +4,10 @@
 #include <QQuickWindow>
 #include <QSGImageNode>
 #include <QSGTexture>
+#include <QSGRendererInterface>
 #include <algorithm>
+#include <functional>
+#include <tuple>
 #include <map>
 #include <utility>
 
@@ -15,16 +18,59 @@
 namespace tlx::qtquick {
 namespace {
 
+/// The part of a picture that is shown, and where it goes.
+struct Placement {
+  QRectF source, target;
+};
+
+Placement place(const CGImage& bitmap, const QSizeF& view, UIViewContentMode mode) {
+  const QSizeF picture(static_cast<double>(bitmap.width()), static_cast<double>(bitmap.height()));
+  Placement placement{QRectF(QPointF(), picture), QRectF(QPointF(), view)};
+  const double across = view.width() / picture.width(), down = view.height() / picture.height();
+  if (mode == UIViewContentModeScaleAspectFill) {
+    const QSizeF part = view / std::max(across, down);
+    placement.source = QRectF(QPointF((picture.width() - part.width()) / 2, (picture.height() - part.height()) / 2), part);
+  } else if (mode == UIViewContentModeScaleAspectFit) {
+    const QSizeF part = picture * std::min(across, down);
+    placement.target = QRectF(QPointF((view.width() - part.width()) / 2, (view.height() - part.height()) / 2), part);
+  }
+  return placement;
+}
+
+bool isOpaque(const CGImage& bitmap) {
+  for (std::size_t y = 0; y < bitmap.height(); ++y) {
+    const std::uint8_t* row = bitmap.row(y);
+    for (std::size_t x = 0; x < bitmap.width(); ++x) {
+      if (row[4 * x + 3] != 255) return false;
+    }
+  }
+  return true;
+}
+
+/// What the plain renderer draws: it would resample the picture again in every frame, and blend it where there is nothing
+/// to blend, so it is given the very pixels of the screen.
+QImage screenPixels(const UIImage& image, const Placement& placement, double pixelsPerPoint) {
+  QImage part = toQImage(image);
+  if (isOpaque(*image.bitmap())) part = part.convertToFormat(QImage::Format_RGB32);
+  const QRect source = placement.source.toAlignedRect() & part.rect();
+  const QSize size = (placement.target.size() * pixelsPerPoint).toSize().expandedTo({1, 1});
+  if (source != part.rect()) part = part.copy(source);
+  return part.size() == size ? part : part.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
+
 /// One texture for each picture that a window shows. Of the render thread's: a window has one, and windows that share a
-/// thread are told apart by the key.
-std::shared_ptr<QSGTexture> sharedTexture(QQuickWindow& window, const UIImage& image) {
-  using Key = std::pair<const QQuickWindow*, const CGImage*>;
+/// thread are told apart by the key. `size` is nothing for textures that hold the whole picture as it is.
+std::shared_ptr<QSGTexture> sharedTexture(QQuickWindow& window, const UIImage& image, const QSize& size,
+                                          const std::function<QImage()>& pixels) {
+  using Key = std::tuple<const QQuickWindow*, const CGImage*, int, int>;
   thread_local std::map<Key, std::weak_ptr<QSGTexture>> textures;
   thread_local std::size_t live = 0;
-  auto& kept = textures[{&window, image.bitmap().get()}];
+  auto& kept = textures[{&window, image.bitmap().get(), size.width(), size.height()}];
   auto texture = kept.lock();
   if (!texture) {
-    texture.reset(window.createTextureFromImage(toQImage(image), QQuickWindow::TextureHasAlphaChannel));
+    const QImage made = pixels();
+    texture.reset(window.createTextureFromImage(
+        made, made.hasAlphaChannel() ? QQuickWindow::TextureHasAlphaChannel : QQuickWindow::TextureIsOpaque));
     kept = texture;
     if (textures.size() > 2 * live + 64) {
       std::erase_if(textures, [](const auto& entry) { return entry.second.expired(); });
@@ -39,6 +85,7 @@ struct PictureNode : public QSGNode {
   QSGImageNode* quad = nullptr;
   std::shared_ptr<QSGTexture> texture;
   std::shared_ptr<const CGImage> bitmap;
+  QSize screen;
 };
 
 }  // namespace
@@ -102,27 +149,22 @@ QSGNode* ImageItem::updatePaintNode(QSGNode* old, UpdatePaintNodeData*) {
     node->quad->setOwnsTexture(false);
     node->appendChildNode(node->quad);
   }
-  if (node->bitmap != image->bitmap() || !node->texture) {
-    auto texture = sharedTexture(*window(), *image);
+  Placement placement = place(*image->bitmap(), size(), view->contentMode());
+  const bool plain = window()->rendererInterface()->graphicsApi() == QSGRendererInterface::Software;
+  const double pixelsPerPoint = window()->effectiveDevicePixelRatio();
+  const QSize screen = plain ? (placement.target.size() * pixelsPerPoint).toSize() : QSize();
+  if (node->bitmap != image->bitmap() || node->screen != screen || !node->texture) {
+    auto texture = sharedTexture(*window(), *image, screen, [&] {
+      return plain ? screenPixels(*image, placement, pixelsPerPoint) : toQImage(*image);
+    });
     node->quad->setTexture(texture.get());
     node->texture = std::move(texture);
     node->bitmap = image->bitmap();
+    node->screen = screen;
   }
-  const double pictureWidth = static_cast<double>(image->bitmap()->width());
-  const double pictureHeight = static_cast<double>(image->bitmap()->height());
-  QRectF target(0, 0, width(), height());
-  QRectF source(0, 0, pictureWidth, pictureHeight);
-  if (view->contentMode() == UIViewContentModeScaleAspectFill) {
-    const double scale = std::max(width() / pictureWidth, height() / pictureHeight);
-    const QSizeF part(width() / scale, height() / scale);
-    source = QRectF(QPointF((pictureWidth - part.width()) / 2, (pictureHeight - part.height()) / 2), part);
-  } else if (view->contentMode() == UIViewContentModeScaleAspectFit) {
-    const double scale = std::min(width() / pictureWidth, height() / pictureHeight);
-    const QSizeF part(pictureWidth * scale, pictureHeight * scale);
-    target = QRectF(QPointF((width() - part.width()) / 2, (height() - part.height()) / 2), part);
-  }
-  node->quad->setRect(target);
-  node->quad->setSourceRect(source);
+  if (plain) placement.source = QRectF(QPointF(), QSizeF(node->texture->textureSize()));
+  node->quad->setRect(placement.target);
+  node->quad->setSourceRect(placement.source);
   return node;
 }
 
