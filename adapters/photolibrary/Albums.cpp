@@ -131,7 +131,8 @@ std::vector<std::shared_ptr<const PHAssetCollection>> folderAlbums(const Folders
       std::map<std::string, std::vector<std::uint32_t>> groups;
       for (const std::uint32_t i : alike) {
         const std::string parent = shown(above(folders[i]->path, depth));
-        titles[i] = parent.empty() ? name : name + " (" + parent + ")";
+        titles[i] = name;
+        if (!parent.empty()) titles[i].append(" (").append(parent).append(")");
         groups[titles[i]].push_back(i);
       }
       alike.clear();

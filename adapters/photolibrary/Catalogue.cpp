@@ -42,7 +42,7 @@ bool Catalogue::checkRoots() {
 void Catalogue::start() {
   std::lock_guard lock(mutex_);
   if (std::exchange(started_, true)) return;
-  thread_ = std::jthread([this](std::stop_token stop) { work(std::move(stop)); });
+  thread_ = std::jthread([this](const std::stop_token& stop) { work(stop); });
 }
 
 void Catalogue::rescan() {
@@ -69,7 +69,7 @@ std::shared_ptr<const Snapshot> Catalogue::snapshot() const {
   return snapshot_;
 }
 
-void Catalogue::work(std::stop_token stop) {
+void Catalogue::work(const std::stop_token& stop) {
   openIndex();
   while (true) {
     std::uint64_t wanted;
@@ -116,7 +116,7 @@ void Catalogue::openIndex() {
   }
 }
 
-void Catalogue::scan(std::stop_token stop) {
+void Catalogue::scan(const std::stop_token& stop) {
   const auto base = snapshot();
   base->prepareLookup();
   const KnownFiles known(base, rejected_);
@@ -182,10 +182,10 @@ void Catalogue::take(ScanPass::State&& state) {
       index_.reset();
     }
   }
-  if (state.differs) publish(std::move(next));
+  if (state.differs) publish(next);
 }
 
-void Catalogue::publish(std::shared_ptr<const Snapshot> next) {
+void Catalogue::publish(const std::shared_ptr<const Snapshot>& next) {
   {
     std::lock_guard lock(mutex_);
     snapshot_ = next;

@@ -48,11 +48,11 @@ class Catalogue {
   bool anyRootReadable() const { return anyRootReadable_; }
 
  private:
-  void work(std::stop_token stop);
+  void work(const std::stop_token& stop);
   void openIndex();
-  void scan(std::stop_token stop);
+  void scan(const std::stop_token& stop);
   void take(ScanPass::State&& state);
-  void publish(std::shared_ptr<const Snapshot> next);
+  void publish(const std::shared_ptr<const Snapshot>& next);
   bool checkRoots();
 
   std::unique_ptr<Source> source_;

@@ -67,7 +67,7 @@ struct PhotoLibrary::Asking {
   }
 };
 
-PhotoLibrary::PhotoLibrary(Options options, SystemLogPort& log)
+PhotoLibrary::PhotoLibrary(const Options& options, SystemLogPort& log)
     : PhotoLibrary(options, folderSource(options.roots), log) {}
 
 PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log)
@@ -117,15 +117,15 @@ void PhotoLibrary::requestAuthorization(AuthorizationHandler handler) {
   std::shared_ptr<Asking> question;
   {
     std::lock_guard lock(mutex_);
-    if (decision_ == PHAuthorizationStatusNotDetermined) {
-      waiting_.push_back(std::move(handler));
-      if (question_) return;
-      question = question_ = std::make_shared<Asking>(this);
+    if (decision_ != PHAuthorizationStatusNotDetermined) {
+      thread_.post([this, handler = std::move(handler)] { handler(authorizationStatus()); });
+      return;
     }
+    waiting_.push_back(std::move(handler));
+    if (question_) return;
+    question = question_ = std::make_shared<Asking>(this);
   }
-  if (!question) {
-    thread_.post([this, handler = std::move(handler)] { handler(authorizationStatus()); });
-  } else if (!options_.consent) {
+  if (!options_.consent) {
     question->answer(false);
   } else {
     // Whoever is asked holds the only way to answer; once it is let go, nobody will.

@@ -45,7 +45,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
     std::string configFolder;  ///< for the access records; empty for tlx-media-picker in the XDG configuration folder
   };
   /// `log` outlives the library.
-  PhotoLibrary(Options options, SystemLogPort& log);
+  PhotoLibrary(const Options& options, SystemLogPort& log);
   /// With another source than a folder tree.
   PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log);
   /// Main thread. Joins the library's threads; no handler is called once it has returned.

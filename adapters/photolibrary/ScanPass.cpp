@@ -170,8 +170,12 @@ void ScanPass::keepUnreachable(const std::vector<std::string>& unreachable) {
 }
 
 void ScanPass::compareRejected(const std::vector<std::string>& unreachable, State& state) {
+  const auto keptIn = [&](const std::string& folder) {
+    return std::any_of(unreachable.begin(), unreachable.end(),
+                       [&](const std::string& path) { return liesIn(folder, path); });
+  };
   for (const auto& [folder, files] : knownRejected_) {
-    if (std::any_of(unreachable.begin(), unreachable.end(), [&](const auto& path) { return liesIn(folder, path); })) {
+    if (keptIn(folder)) {
       rejected_[folder] = files;
       continue;
     }

@@ -5,7 +5,7 @@
 namespace tlx::photolibrary {
 
 SerialThread::SerialThread() {
-  thread_ = std::jthread([this](std::stop_token stop) {
+  thread_ = std::jthread([this](const std::stop_token& stop) {
     std::unique_lock lock(mutex_);
     while (changed_.wait(lock, stop, [this] { return !jobs_.empty(); }) && !stop.stop_requested()) {
       std::function<void()> job = std::move(jobs_.front());

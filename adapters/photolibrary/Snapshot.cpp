@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <utility>
 
 #include "adapters/photolibrary/Albums.h"
@@ -47,7 +48,8 @@ Snapshot::Snapshot(Assets live, Assets trashed, Folders folders, std::shared_ptr
 }
 
 const std::shared_ptr<const PHAsset>& Snapshot::assetAt(std::uint32_t position) const {
-  return position < live_->count() ? live_->begin()[position] : trashed_->begin()[position - live_->count()];
+  const auto at = static_cast<std::ptrdiff_t>(position), living = static_cast<std::ptrdiff_t>(live_->count());
+  return at < living ? live_->begin()[at] : trashed_->begin()[at - living];
 }
 
 void Snapshot::groupByFolder() {

@@ -71,13 +71,13 @@ std::vector<TrashFolder> trashFolders(const std::vector<std::string>& roots) {
     const fs::path real = fs::canonical(root, none);
     const std::string top = none ? std::string() : topOfFileSystem(real.string());
     if (top.empty() || !tops.insert(top).second) continue;
-    const std::string base = top == "/" ? top : top + "/";
+    const fs::path base = top;
     const std::string user = std::to_string(::getuid());
-    found.push_back({base + ".Trash-" + user, top});
+    found.push_back({(base / (".Trash-" + user)).string(), top});
     struct stat shared;
     // The shared folder counts only as the standard wants it: real, and sticky, or anybody could plant things there.
-    if (::lstat((base + ".Trash").c_str(), &shared) == 0 && S_ISDIR(shared.st_mode) && (shared.st_mode & S_ISVTX)) {
-      found.push_back({base + ".Trash/" + user, top});
+    if (::lstat((base / ".Trash").c_str(), &shared) == 0 && S_ISDIR(shared.st_mode) && (shared.st_mode & S_ISVTX)) {
+      found.push_back({(base / ".Trash" / user).string(), top});
     }
   }
   return found;
