@@ -11,8 +11,9 @@ if(TLX_WERROR)
   target_compile_options(tlx_build_flags INTERFACE -Werror)
 endif()
 if(TLX_SANITIZE)
+  # What the sanitizers put in hides from GCC which member of a variant is the one that is set.
   target_compile_options(tlx_build_flags INTERFACE -fsanitize=${TLX_SANITIZE} -fno-omit-frame-pointer
-    -fno-sanitize-recover=all)
+    -fno-sanitize-recover=all $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   target_link_options(tlx_build_flags INTERFACE -fsanitize=${TLX_SANITIZE})
 endif()
 
