@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <memory>
@@ -73,13 +74,6 @@ class FileSource {
   VipsSourceCustom* source_;
 };
 
-/// What the rows of an evaluated image go through.
-struct RowSink {
-  PictureBuilder& builder;
-  const DecodeContext& context;
-  std::vector<std::uint8_t> row;
-};
-
 void expand(const VipsPel* from, int bands, std::vector<std::uint8_t>& rgba) {
   for (std::size_t i = 0; i < rgba.size(); i += 4, from += bands) {
     rgba[i] = from[0];
@@ -89,14 +83,22 @@ void expand(const VipsPel* from, int bands, std::vector<std::uint8_t>& rgba) {
   }
 }
 
-int takeRows(VipsRegion* region, VipsRect* area, void* user) {
-  auto* sink = static_cast<RowSink*>(user);
-  if (sink->context.isCancelled()) return -1;
-  for (int y = area->top; y < area->top + area->height; ++y) {
-    expand(VIPS_REGION_ADDR(region, 0, y), region->im->Bands, sink->row);
-    sink->builder.add(sink->row.data());
+/// Evaluates the image from the top on the calling thread, some rows at a time. False when it cannot be, or no more
+/// is wanted.
+bool takeRows(VipsImage* image, PictureBuilder& builder, const DecodeContext& context) {
+  static constexpr int rowsAtOnce = 64;
+  const std::unique_ptr<VipsRegion, Release> region(vips_region_new(image));
+  const int width = vips_image_get_width(image), height = vips_image_get_height(image);
+  std::vector<std::uint8_t> row(static_cast<std::size_t>(width) * 4);
+  for (int top = 0; top < height; top += rowsAtOnce) {
+    const VipsRect area{0, top, width, std::min(rowsAtOnce, height - top)};
+    if (context.isCancelled() || vips_region_prepare(region.get(), &area) != 0) return false;
+    for (int y = top; y < top + area.height; ++y) {
+      expand(VIPS_REGION_ADDR(region.get(), 0, y), vips_image_get_bands(image), row);
+      builder.add(row.data());
+    }
   }
-  return 0;
+  return true;
 }
 
 /// 8 bits a channel: grey or RGB, with or without alpha. RGB keeps its own colour space, for the profile that comes
@@ -156,19 +158,17 @@ Picture decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize res
   }
   if (!toEightBit(image)) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
 
-  vips_image_set_int(image.get(), VIPS_META_CONCURRENCY, 1);
   const int bands = vips_image_get_bands(image.get());
   auto builder = PictureBuilder::start(context.store, {size, stored, header.turn, bands != 2 && bands < 4, transform});
   if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
 
-  RowSink sink{*std::get<0>(builder), context, std::vector<std::uint8_t>(static_cast<std::size_t>(size.width) * 4)};
-  const bool evaluated = vips_sink_disc(image.get(), &takeRows, &sink) == 0;
+  const bool evaluated = takeRows(image.get(), *std::get<0>(builder), context);
   if (context.isCancelled()) {
     vips_error_clear();
     return libraryError(PhotoLibraryErrorCancelled, "cancelled");
   }
   if (!evaluated) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
-  return sink.builder.finish();
+  return std::get<0>(builder)->finish();
 }
 
 }  // namespace tlx::photolibrary

@@ -24,6 +24,25 @@ extern "C" const char* __lsan_default_suppressions() {
   return "leak:libx265";
 }
 
+/// These libraries are not built with the sanitizer, which therefore does not see how they order their threads.
+extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions() {
+  return "called_from_lib:libvips.so\n"
+         "called_from_lib:libglib-2.0.so\n"
+         "called_from_lib:libgobject-2.0.so\n"
+         "called_from_lib:libjpeg.so\n"
+         "called_from_lib:libpng16.so\n"
+         "called_from_lib:libspng.so\n"
+         "called_from_lib:libz.so\n"
+         "called_from_lib:libheif.so\n"
+         "called_from_lib:libx265.so\n"
+         "race:libvips.so\n"
+         "race:libglib-2.0.so\n"
+         "race:libgobject-2.0.so\n"
+         "race:libheif.so\n"
+         "race:libx265.so\n";
+}
+
 namespace tlx::photolibrary::test {
 namespace {
 
