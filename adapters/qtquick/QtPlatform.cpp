@@ -8,7 +8,7 @@ void qml_register_types_TLX_MediaPicker();
 
 namespace tlx::qtquick {
 
-QtPlatform::QtPlatform(Loops& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
+QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
                        ReachabilityPort& reachability, SystemLogPort& log)
     : application_(window) {
   // A static library's types register themselves only when something refers to them.
@@ -22,6 +22,8 @@ QtPlatform::QtPlatform(Loops& loops, QQuickWindow& window, PhotoLibraryPort& lib
   window_ = std::make_unique<QtWindow>(window, engine_, *scenes_);
   application_.setWindow(window_->model());
   presentation_->setWindow(window_.get());
+  keys_ = std::make_unique<KeyRouter>(window_->rootItem(), *presentation_);
+  window_->setKeyHandler([this](const QKeyEvent& event) { return keys_->press(event); });
 }
 
 QtPlatform::~QtPlatform() {

@@ -6,6 +6,7 @@
 
 #include "adapters/qtquick/loop/QtLoop.h"
 #include "adapters/qtquick/scenes/QtScenes.h"
+#include "adapters/qtquick/window/KeyRouter.h"
 #include "adapters/qtquick/window/QtApplication.h"
 #include "adapters/qtquick/window/QtPresentation.h"
 #include "adapters/qtquick/window/QtWindow.h"
@@ -20,11 +21,19 @@ class SystemLogPort;
 
 namespace tlx::qtquick {
 
+/// What moves a platform: queue, timers, display clock and run loops. They outlive it.
+struct LoopPorts {
+  MainQueuePort& mainQueue;
+  TimerPort& timers;
+  DisplayClockPort& displayClock;
+  RunLoopPort& runLoops;
+};
+
 /// A platform whose screen is a Qt Quick window. Built on the main thread after the application object; the program
 /// brings the library, the pictures and the network. Destroy the pickers first, then this, then what it was given.
 class QtPlatform {
  public:
-  /// The loops exist before the platform, because libraries are built on them.
+  /// Qt's own. They exist before the platform, because libraries are built on them.
   class Loops {
    public:
     Loops() : displayClock(timers) {}
@@ -32,9 +41,10 @@ class QtPlatform {
     QtTimers timers;
     QtDisplayClock displayClock;
     QtRunLoops runLoops;
+    operator LoopPorts() { return {mainQueue, timers, displayClock, runLoops}; }
   };
 
-  QtPlatform(Loops& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
+  QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
              ReachabilityPort& reachability, SystemLogPort& log);
   ~QtPlatform();
 
@@ -42,6 +52,7 @@ class QtPlatform {
   QtApplication& application() { return application_; }
   QtPresentation& presentation() { return *presentation_; }
   QtScenes& scenes() { return *scenes_; }
+  QQmlEngine& engine() { return engine_; }
 
  private:
   QQmlEngine engine_;
@@ -51,6 +62,7 @@ class QtPlatform {
   std::unique_ptr<QtPresentation> presentation_;
   std::unique_ptr<Platform> platform_;
   std::unique_ptr<QtWindow> window_;
+  std::unique_ptr<KeyRouter> keys_;
 };
 
 }  // namespace tlx::qtquick

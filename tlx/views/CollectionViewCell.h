@@ -19,7 +19,8 @@ class CollectionViewCell : public UICollectionViewCell {
   /// Both pictures fill the cell as it stands now; later sizes are the scene's to follow.
   void awakeFromNib() override;
   void prepareForReuse() override;
-  /// Shows the model's length and mark; the thumbnail is left to whoever asks for it.
+  /// Shows the model's length and mark, and names it for assistive technology; the thumbnail is left to whoever asks
+  /// for it.
   void updateCell(const std::shared_ptr<MediaModel>& model);
 
   const std::shared_ptr<const UIImage>& thumbnailImage() const { return thumbnailImage_; }

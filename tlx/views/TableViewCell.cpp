@@ -42,6 +42,7 @@ void TableViewCell::updateCell_forIndexPath(const std::shared_ptr<AlbumModel>& a
   const auto count = lblFolderImageNo.lock();
   if (name) name->setText(album ? album->getAlbumName() : "");
   if (count) count->setText(std::to_string(album ? album->getMediaCount() : 0));
+  setAccessibilityLabel(album ? album->getAlbumName() + ", " + std::to_string(album->getMediaCount()) : "");
 
   PHImageRequestOptions options;
   options.synchronous = true;
@@ -54,6 +55,7 @@ void TableViewCell::updateCell_forIndexPath(const std::shared_ptr<AlbumModel>& a
       });
 
   const bool current = album && album->isAlbumSelected();
+  setAccessibilityTraits(current ? UIAccessibilityTraitSelected : UIAccessibilityTraitNone);
   const auto font = UIFont::fontWithName_size(current ? "Raleway-Bold" : "Raleway-Regular", kFontSize);
   if (name) {
     name->setTextColor(current ? kCurrentColor : kNameColor);

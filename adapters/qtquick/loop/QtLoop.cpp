@@ -1,5 +1,6 @@
 #include "adapters/qtquick/loop/QtLoop.h"
 
+#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QThread>
@@ -19,12 +20,48 @@ QEvent::Type stepEvent() {
   return type;
 }
 
-/// Performs steps on the thread that made it, as long as that thread's event loop runs.
+/// Performs steps on the thread that made it, while that thread's event loop runs. Keeps its own queue, because events
+/// for a thread that has ended would wait for ever.
 class ThreadLoop final : public QObject, public RunLoop {
  public:
+  ThreadLoop() { connect(thread(), &QThread::finished, this, &ThreadLoop::close, Qt::DirectConnection); }
+
   void perform(std::function<void()> step) override {
-    QMetaObject::invokeMethod(this, std::move(step), Qt::QueuedConnection);
+    std::lock_guard lock(mutex_);
+    if (!open_) return;
+    steps_.push_back(std::move(step));
+    QCoreApplication::postEvent(this, new QEvent(stepEvent()));
   }
+  bool isOpen() const {
+    std::lock_guard lock(mutex_);
+    return open_;
+  }
+  void close() {
+    std::deque<std::function<void()>> dropped;
+    std::lock_guard lock(mutex_);
+    open_ = false;
+    dropped.swap(steps_);
+    // `dropped` goes after the lock: what the steps hold may come back here.
+  }
+
+ protected:
+  bool event(QEvent* event) override {
+    if (event->type() != stepEvent()) return QObject::event(event);
+    std::function<void()> step;
+    {
+      std::lock_guard lock(mutex_);
+      if (steps_.empty()) return true;
+      step = std::move(steps_.front());
+      steps_.pop_front();
+    }
+    step();
+    return true;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  std::deque<std::function<void()>> steps_;
+  bool open_ = true;
 };
 
 }  // namespace
@@ -166,12 +203,20 @@ void QtDisplayClock::beat() {
 }
 
 std::shared_ptr<RunLoop> QtRunLoops::current() {
+  if (!QAbstractEventDispatcher::instance()) return nullptr;
   std::lock_guard lock(mutex_);
   auto& kept = loops_[std::this_thread::get_id()];
-  auto loop = kept.lock();
-  if (!loop) {
-    // The last reference may go on any thread; the loop's own thread deletes it.
-    loop = std::shared_ptr<ThreadLoop>(new ThreadLoop, [](ThreadLoop* object) { object->deleteLater(); });
+  // Threads' names are given again: what is kept may be the loop of one that has ended.
+  auto loop = std::static_pointer_cast<ThreadLoop>(kept.lock());
+  if (!loop || !loop->isOpen()) {
+    // The last reference may go on any thread; the loop's own thread deletes it, or nobody would.
+    loop = std::shared_ptr<ThreadLoop>(new ThreadLoop, [](ThreadLoop* object) {
+      if (object->isOpen()) {
+        object->deleteLater();
+      } else {
+        delete object;
+      }
+    });
     kept = loop;
   }
   return loop;

@@ -16,8 +16,6 @@
 #include "tlx/platform/dispatch/RunLoop.h"
 #include "tlx/platform/dispatch/Timers.h"
 
-class QQuickWindow;
-
 namespace tlx::qtquick {
 
 /// The main queue on Qt's event loop of the thread that makes it.
@@ -65,7 +63,7 @@ class QtTimers final : public QObject, public TimerPort {
   std::set<std::pair<double, TimerId>> order_;
 };
 
-/// Beats with the frames of a window while it shows any, else sixty times a second.
+/// Beats about sixty times a second while anybody listens.
 class QtDisplayClock final : public QObject, public DisplayClockPort {
   Q_OBJECT
 
@@ -83,7 +81,7 @@ class QtDisplayClock final : public QObject, public DisplayClockPort {
   std::map<ListenerId, std::shared_ptr<std::function<void(double)>>> listeners_;
 };
 
-/// The event loop of whatever thread asks.
+/// The event loop of whatever thread asks; nothing for a thread without one.
 class QtRunLoops final : public RunLoopPort {
  public:
   std::shared_ptr<RunLoop> current() override;

@@ -10,14 +10,6 @@ FocusScope {
 
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title === "" ? message : title + "\n" + message
-    Keys.onEscapePressed: {
-        for (let i = 0; i < actions.length; ++i) {
-            if (actions[i].cancels) {
-                chosen(i)
-                return
-            }
-        }
-    }
 
     Rectangle {
         anchors.fill: parent
@@ -80,9 +72,21 @@ FocusScope {
                     Accessible.name: modelData.title
                     Accessible.focusable: true
                     Accessible.onPressAction: alert.chosen(index)
-                    Keys.onSpacePressed: alert.chosen(index)
-                    Keys.onReturnPressed: alert.chosen(index)
-                    Keys.onEnterPressed: alert.chosen(index)
+                    Keys.onPressed: event => {
+                        const plain = !(event.modifiers & ~Qt.KeypadModifier)
+                        const forward = Theme.mirrored ? Qt.Key_Left : Qt.Key_Right
+                        const backward = Theme.mirrored ? Qt.Key_Right : Qt.Key_Left
+                        event.accepted = true
+                        if (event.key === forward || event.key === Qt.Key_Down) {
+                            choice.nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+                        } else if (event.key === backward || event.key === Qt.Key_Up) {
+                            choice.nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+                        } else if ([Qt.Key_Space, Qt.Key_Return, Qt.Key_Enter].includes(event.key)) {
+                            if (plain && !event.isAutoRepeat) alert.chosen(index)
+                        } else {
+                            event.accepted = false
+                        }
+                    }
 
                     Rectangle { width: parent.width; height: 1; color: Theme.line }
                     Rectangle { visible: !box.stacked && choice.index > 0; width: 1; height: parent.height; color: Theme.line }

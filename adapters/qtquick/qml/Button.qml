@@ -7,10 +7,12 @@ ButtonView {
     property real radius: 8
     property string spokenName: shownTitle
     color: Theme.accentInk
+    mirrorsSubviews: Theme.mirrored
 
     Accessible.role: Accessible.Button
     Accessible.name: spokenName
     Accessible.focusable: true
+    Accessible.ignored: !enabled
     Accessible.onPressAction: button.press()
 
     Rectangle {

@@ -3,13 +3,13 @@ import TLX.MediaPicker
 
 LabelView {
     id: label
-    property int alignment: Text.AlignLeft
+    property int alignment: Theme.mirrored ? Text.AlignRight : Text.AlignLeft
     property int lines: 1
     color: Theme.text
 
     Accessible.role: Accessible.StaticText
     Accessible.name: shownText
-    Accessible.ignored: shownText === ""
+    Accessible.ignored: shownText === "" || partOfControl || !enabled
 
     Text {
         anchors.fill: parent

@@ -17,7 +17,10 @@ Flickable {
     Connections {
         target: scroller.view
         function onOffsetChanged() {
-            if (!scroller.moving) scroller.contentY = scroller.view.offset
+            // What the scroller itself reported comes back too, when the content grows beneath a finger.
+            if (scroller.dragging || Math.abs(scroller.contentY - scroller.view.offset) < 0.01) return
+            scroller.cancelFlick()
+            scroller.contentY = scroller.view.offset
         }
     }
     TapHandler {
@@ -25,6 +28,24 @@ Flickable {
         onTapped: eventPoint => {
             const at = scroller.view.mapFromItem(null, eventPoint.scenePosition.x, eventPoint.scenePosition.y)
             scroller.view.tapAt(at.x, at.y)
+        }
+    }
+    Rectangle {
+        id: ring
+        readonly property rect place: scroller.view.focusFrame
+        parent: scroller.view.canvas
+        z: 3
+        visible: place.width > 0
+        x: place.x
+        y: place.y
+        width: place.width
+        height: place.height
+        color: "transparent"
+        border { width: 3; color: Theme.focus }
+        Rectangle {
+            anchors { fill: parent; margins: 3 }
+            color: "transparent"
+            border { width: 1; color: Theme.ground }
         }
     }
     Rectangle {

@@ -1,6 +1,9 @@
 #include "adapters/qtquick/views/ButtonItem.h"
 
 #include <QKeyEvent>
+#include <QKeySequence>
+#include <algorithm>
+#include <utility>
 
 #include "tlx/platform/foundation/NSBundle.h"
 #include "tlx/platform/uikit/UIButton.h"
@@ -47,14 +50,20 @@ QString ButtonItem::shownTitle() const {
 void ButtonItem::apply(UIView& view, UIViewChange change) {
   if (change == UIViewChange::Title) {
     Q_EMIT titleChanged();
-  } else {
-    ViewItem::apply(view, change);
+    return;
   }
+  ViewItem::apply(view, change);
+  if (auto* control = dynamic_cast<UIControl*>(&view); control && !control->isEnabled()) setEnabled(false);
 }
 
 bool ButtonItem::press() {
   auto button = viewAs<UIButton>();
-  return button && button->press();
+  return button && isEnabled() && button->press();
+}
+
+bool ButtonItem::hasShortcut(QKeyCombination key) const {
+  return std::any_of(shortcuts_.begin(), shortcuts_.end(),
+                     [&](const QString& name) { return QKeySequence(name, QKeySequence::PortableText) == QKeySequence(key); });
 }
 
 void ButtonItem::setDown(bool down) {

@@ -13,6 +13,7 @@ class ButtonItem : public ViewItem {
   Q_PROPERTY(qreal pointSize MEMBER seedSize_)
   Q_PROPERTY(QString fontName MEMBER seedFontName_)
   Q_PROPERTY(QColor color MEMBER titleColor_ NOTIFY colorChanged)
+  Q_PROPERTY(QStringList shortcuts MEMBER shortcuts_)
   Q_PROPERTY(bool down READ isDown NOTIFY downChanged)
   Q_PROPERTY(QString shownTitle READ shownTitle NOTIFY titleChanged)
   QML_NAMED_ELEMENT(ButtonView)
@@ -21,7 +22,9 @@ class ButtonItem : public ViewItem {
   explicit ButtonItem(QQuickItem* parent = nullptr);
   bool isDown() const { return down_; }
   QString shownTitle() const;
-  /// What the keyboard and assistive technology call.
+  /// Whether the key presses the button from anywhere in its window; `shortcuts` names such keys, as in "Ctrl+Return".
+  bool hasShortcut(QKeyCombination key) const;
+  /// What the keyboard and assistive technology call. Nothing happens while something modal covers the button.
   Q_INVOKABLE bool press();
 
  Q_SIGNALS:
@@ -45,6 +48,7 @@ class ButtonItem : public ViewItem {
   void tint();
 
   QString seedTitle_, seedImage_, seedFontName_;
+  QStringList shortcuts_;
   qreal seedSize_ = 0;
   QColor titleColor_;
   bool down_ = false;

@@ -3,6 +3,7 @@
 #include <QFontDatabase>
 #include <QGuiApplication>
 
+#include "tlx/platform/uikit/UIControl.h"
 #include "tlx/platform/uikit/UILabel.h"
 
 namespace tlx::qtquick {
@@ -54,6 +55,11 @@ QString LabelItem::shownText() const {
 QFont LabelItem::shownFont() const {
   auto label = viewAs<UILabel>();
   return toQFont(label ? label->font() : nullptr);
+}
+
+bool LabelItem::isPartOfControl() const {
+  auto label = view();
+  return label && std::dynamic_pointer_cast<UIControl>(label->superview());
 }
 
 QColor LabelItem::shownColor() const {

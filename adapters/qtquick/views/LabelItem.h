@@ -22,6 +22,7 @@ class LabelItem : public ViewItem {
   Q_PROPERTY(QColor color MEMBER sceneColor_ NOTIFY shownChanged)
   Q_PROPERTY(QString shownText READ shownText NOTIFY shownChanged)
   Q_PROPERTY(QFont shownFont READ shownFont NOTIFY shownChanged)
+  Q_PROPERTY(bool partOfControl READ isPartOfControl NOTIFY shownChanged)
   Q_PROPERTY(QColor shownColor READ shownColor NOTIFY shownChanged)
   QML_NAMED_ELEMENT(LabelView)
 
@@ -30,6 +31,8 @@ class LabelItem : public ViewItem {
   QString shownText() const;
   QFont shownFont() const;
   QColor shownColor() const;
+  /// A button's title, which the button says itself.
+  bool isPartOfControl() const;
 
  Q_SIGNALS:
   void shownChanged();

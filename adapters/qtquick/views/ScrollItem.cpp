@@ -1,5 +1,7 @@
 #include "adapters/qtquick/views/ScrollItem.h"
 
+#include <QGuiApplication>
+#include <QKeyEvent>
 #include <QQmlEngine>
 #include <algorithm>
 #include <cmath>
@@ -19,8 +21,18 @@ constexpr double kOriginStep = 8192;
 
 ScrollItem::ScrollItem(QQuickItem* parent) : ViewItem(parent), canvas_(new QQuickItem(this)) {
   setClip(true);
+  setActiveFocusOnTab(true);
   // Above the scroller: a button in a cell is pressed before the scroller sees the finger, a cell lets it through.
   canvas_->setZ(1);
+  connect(qGuiApp, &QGuiApplication::layoutDirectionChanged, this, &ScrollItem::moveCells);
+  QAccessible::installActivationObserver(this);
+}
+
+ScrollItem::~ScrollItem() { QAccessible::removeActivationObserver(this); }
+
+void ScrollItem::accessibilityActiveChanged(bool active) {
+  readAloud_ = active;
+  if (active) moveCells();
 }
 
 void ScrollItem::setScroller(QQuickItem* scroller) {
@@ -42,7 +54,7 @@ void ScrollItem::setOffset(qreal offset) {
   auto scrolled = viewAs<UIScrollView>();
   if (!scrolled) return;
   scrolled->scrolledTo({0, offset - scrolled->contentInset().top});
-  placeCells();
+  placeCanvas();
 }
 
 qreal ScrollItem::extent() const {
@@ -62,12 +74,12 @@ qreal ScrollItem::bottomInset() const {
 
 void ScrollItem::apply(UIView& view, UIViewChange change) {
   switch (change) {
-    case UIViewChange::Subviews:
+    case UIViewChange::Subviews:  // a pass adds and removes one by one, so all are placed when it has ended
     case UIViewChange::Items:
-      placeCells();
+      moveCells();
       break;
     case UIViewChange::ContentOffset:
-      placeCells();
+      placeCanvas();
       Q_EMIT offsetChanged();
       break;
     default:
@@ -75,38 +87,59 @@ void ScrollItem::apply(UIView& view, UIViewChange change) {
   }
 }
 
+void ScrollItem::moveCells() {
+  cellsMoved_ = true;
+  if (!polishing_) polish();
+}
+
 void ScrollItem::updatePolish() {
+  polishing_ = true;
   ViewItem::updatePolish();
+  polishing_ = false;
   auto scrolled = viewAs<UIScrollView>();
   if (!scrolled) return;
   if (std::exchange(shownExtent_, scrolled->contentSize().height) != scrolled->contentSize().height) {
     Q_EMIT extentChanged();
   }
-  placeCells();
+  if (cellsMoved_) placeCells();
 }
 
 void ScrollItem::geometryChange(const QRectF& now, const QRectF& before) {
   ViewItem::geometryChange(now, before);
-  if (now.size() != before.size()) polish();
+  canvas_->setSize(now.size());
+  if (now.size() != before.size()) moveCells();
+}
+
+void ScrollItem::placeCanvas() {
+  auto scrolled = viewAs<UIScrollView>();
+  if (!scrolled) return;
+  const double offset = scrolled->contentOffset().y;
+  const bool far = std::abs(offset - origin_) > kOriginStep;
+  if (far) origin_ = std::floor(offset / kOriginStep) * kOriginStep;
+  canvas_->setPosition({0, origin_ - offset});
+  if (far) placeCells();
+}
+
+double ScrollItem::placeFromLeft(const CGRect& frame) const {
+  return QGuiApplication::isRightToLeft() ? width() - frame.origin.x - frame.size.width : frame.origin.x;
 }
 
 void ScrollItem::placeCells() {
   auto scrolled = viewAs<UIScrollView>();
   if (!scrolled || std::exchange(placing_, true)) return;
-  const double offset = scrolled->contentOffset().y;
-  if (std::abs(offset - origin_) > kOriginStep) origin_ = std::floor(offset / kOriginStep) * kOriginStep;
-  canvas_->setPosition({0, origin_ - offset});
-  canvas_->setSize(size());
+  cellsMoved_ = false;
   std::map<UIView*, QPointer<ViewItem>> now;
+  std::vector<ViewItem*> items;
   for (const auto& subview : scrolled->subviews()) {
     ViewItem* item = itemForView(subview, qmlEngine(this));
     if (!item) continue;
     if (item->parentItem() != canvas_) item->setParentItem(canvas_);
     const CGRect& frame = subview->frame();
-    item->setPosition({frame.origin.x, frame.origin.y - origin_});
+    item->setPosition({placeFromLeft(frame), frame.origin.y - origin_});
     item->setSize({frame.size.width, frame.size.height});
     item->setVisible(!subview->isHidden());
     now[subview.get()] = item;
+    items.push_back(item);
     cellItems_.erase(subview.get());
   }
   // Cells that wait to be used again stay where they are, unseen: parting and joining items costs more than hiding them.
@@ -114,7 +147,188 @@ void ScrollItem::placeCells() {
     if (item && item->parentItem() == canvas_) item->setVisible(false);
   }
   cellItems_ = std::move(now);
+  if (readAloud_) sortForReading(items);
   placing_ = false;
+  updateFocusFrame();
+}
+
+// Assistive technology reads children in their order, which is that of their making: cells are used again elsewhere.
+void ScrollItem::sortForReading(const std::vector<ViewItem*>& items) {
+  std::vector<std::pair<CGPoint, ViewItem*>> order;
+  for (ViewItem* item : items) {
+    if (auto shown = item->view()) order.emplace_back(shown->frame().origin, item);
+  }
+  std::stable_sort(order.begin(), order.end(), [](const auto& one, const auto& other) {
+    return std::pair(one.first.y, one.first.x) < std::pair(other.first.y, other.first.x);
+  });
+  for (std::size_t place = 1; place < order.size(); ++place) order[place].second->stackAfter(order[place - 1].second);
+}
+
+bool ScrollItem::tapAt(qreal x, qreal y) {
+  auto scrolled = viewAs<UIScrollView>();
+  if (!scrolled) return false;
+  scrolled->layoutIfNeeded();
+  const double left = QGuiApplication::isRightToLeft() ? width() - x : x;
+  const std::int64_t index = itemAt({left + scrolled->contentOffset().x, y + scrolled->contentOffset().y});
+  if (index < 0) return false;
+  focusShown_ = false;
+  current_ = index;
+  forceActiveFocus(Qt::MouseFocusReason);
+  updateFocusFrame();
+  return tapItem(index);
+}
+
+bool ScrollItem::activateSubview(UIView& subview) {
+  for (const auto& [index, cell] : shownCells()) {
+    if (cell == &subview) return tapItem(index);
+  }
+  return false;
+}
+
+bool ScrollItem::pressKey(const QKeyEvent& event) {
+  auto scrolled = viewAs<UIScrollView>();
+  if (!scrolled || (event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier) return false;
+  scrolled->layoutIfNeeded();
+  const std::int64_t count = itemCount(), row = itemsPerRow();
+  if (count == 0) return false;
+  const bool begins = current_ < 0;
+  const std::int64_t from = begins ? firstVisibleItem() : std::min(current_, count - 1);
+  const std::int64_t onward = QGuiApplication::isRightToLeft() ? -1 : 1;
+  std::int64_t to = from;
+  switch (event.key()) {
+    case Qt::Key_Left: to -= onward; break;
+    case Qt::Key_Right: to += onward; break;
+    case Qt::Key_Up: to -= row; break;
+    case Qt::Key_Down: to += row; break;
+    case Qt::Key_PageUp: to = std::max(from % row, from - row * rowsToAPage()); break;
+    case Qt::Key_PageDown: to = std::min(count - 1, from + row * rowsToAPage()); break;
+    case Qt::Key_Home: to = 0; break;
+    case Qt::Key_End: to = count - 1; break;
+    case Qt::Key_Space:
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      if (!begins && !event.isAutoRepeat()) tapItem(from);
+      return true;
+    default:
+      return false;
+  }
+  const bool sideways = event.key() == Qt::Key_Left || event.key() == Qt::Key_Right;
+  if (sideways && row == 1) return false;
+  // The column may be missing in a short last row, which is reached all the same.
+  if (event.key() == Qt::Key_Down && to >= count && (count - 1) / row > from / row) to = count - 1;
+  const bool jumps = event.key() == Qt::Key_Home || event.key() == Qt::Key_End;
+  if (begins && !jumps) to = from;
+  moveTo(to < 0 || to >= count ? from : to);
+  return true;
+}
+
+void ScrollItem::moveTo(std::int64_t index) {
+  current_ = index;
+  focusShown_ = true;
+  reveal(index);
+  updateFocusFrame();
+  if (!readAloud_) return;
+  if (auto scrolled = viewAs<UIScrollView>()) scrolled->layoutIfNeeded();
+  placeCells();
+  for (const auto& [shown, cell] : shownCells()) {
+    if (shown != index || !cellItems_[cell]) continue;
+    QAccessibleEvent focused(cellItems_[cell], QAccessible::Focus);
+    QAccessible::updateAccessibility(&focused);
+  }
+}
+
+void ScrollItem::reveal(std::int64_t index) {
+  auto scrolled = viewAs<UIScrollView>();
+  if (!scrolled) return;
+  const CGRect frame = frameOfItem(index);
+  const std::int64_t row = itemsPerRow();
+  CGPoint offset = scrolled->contentOffset();
+  offset.y = std::max(offset.y, CGRectGetMaxY(frame) + scrolled->contentInset().bottom - height());
+  offset.y = std::min(offset.y, CGRectGetMinY(frame) - scrolled->contentInset().top);
+  // The first and the last row come with what stands above and below them.
+  if (index < row) offset.y = scrolled->minimumOffsetY();
+  if (index / row == (itemCount() - 1) / row) offset.y = scrolled->maximumOffsetY();
+  scrolled->setContentOffset(offset);
+}
+
+std::int64_t ScrollItem::firstVisibleItem() const {
+  auto scrolled = viewAs<UIScrollView>();
+  const Cells cells = shownCells();
+  const double top = scrolled ? scrolled->contentOffset().y + scrolled->contentInset().top : 0;
+  for (const auto& [index, cell] : cells) {
+    if (CGRectGetMinY(frameOfItem(index)) >= top) return index;
+  }
+  return cells.empty() ? 0 : cells.front().first;
+}
+
+std::int64_t ScrollItem::rowsToAPage() const {
+  const std::int64_t row = itemsPerRow();
+  if (itemCount() <= row) return 1;
+  const double pitch = CGRectGetMinY(frameOfItem(row)) - CGRectGetMinY(frameOfItem(0));
+  const double room = height() - topInset() - bottomInset();
+  return pitch > 0 ? std::max<std::int64_t>(1, static_cast<std::int64_t>(room / pitch)) : 1;
+}
+
+void ScrollItem::updateFocusFrame() {
+  const std::int64_t count = itemCount();
+  if (current_ >= count) current_ = count - 1;
+  QRectF frame;
+  if (focusShown_ && hasActiveFocus() && current_ >= 0) {
+    const CGRect place = frameOfItem(current_);
+    frame = QRectF(placeFromLeft(place), place.origin.y - origin_, place.size.width, place.size.height);
+  }
+  if (std::exchange(focusFrame_, frame) != frame) Q_EMIT focusFrameChanged();
+}
+
+void ScrollItem::keyPressEvent(QKeyEvent* event) {
+  if (!pressKey(*event)) ViewItem::keyPressEvent(event);
+}
+
+void ScrollItem::focusInEvent(QFocusEvent* event) {
+  ViewItem::focusInEvent(event);
+  if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason) {
+    focusShown_ = true;
+    if (current_ < 0 && itemCount() > 0) current_ = firstVisibleItem();
+  }
+  updateFocusFrame();
+}
+
+void ScrollItem::focusOutEvent(QFocusEvent* event) {
+  ViewItem::focusOutEvent(event);
+  updateFocusFrame();
+}
+
+std::int64_t CollectionViewItem::itemCount() const {
+  auto grid = viewAs<UICollectionView>();
+  return grid ? grid->numberOfItems() : 0;
+}
+
+std::int64_t CollectionViewItem::itemsPerRow() const {
+  auto grid = viewAs<UICollectionView>();
+  return grid ? std::max<std::int64_t>(1, grid->collectionViewLayout()->itemsPerRow()) : 1;
+}
+
+CGRect CollectionViewItem::frameOfItem(std::int64_t index) const {
+  auto grid = viewAs<UICollectionView>();
+  return grid ? grid->collectionViewLayout()->frameForItemAtIndex(index) : CGRect();
+}
+
+std::int64_t CollectionViewItem::itemAt(const CGPoint& point) const {
+  auto grid = viewAs<UICollectionView>();
+  return grid ? grid->collectionViewLayout()->indexOfItemAtPoint(point) : -1;
+}
+
+ScrollItem::Cells CollectionViewItem::shownCells() const {
+  Cells cells;
+  auto grid = viewAs<UICollectionView>();
+  if (!grid) return cells;
+  for (const auto& [index, cell] : grid->visibleCells()) cells.emplace_back(index, cell.get());
+  return cells;
+}
+
+bool CollectionViewItem::tapItem(std::int64_t index) {
+  auto grid = viewAs<UICollectionView>();
+  return grid && grid->tappedAt({0, index});
 }
 
 std::shared_ptr<UIView> CollectionViewItem::makeView() { return std::make_shared<UICollectionView>(); }
@@ -141,11 +355,35 @@ void CollectionViewItem::addOutlets(UIView& view, Built& built) {
   }
 }
 
-bool CollectionViewItem::tapAt(qreal x, qreal y) {
-  auto grid = viewAs<UICollectionView>();
-  if (!grid) return false;
-  const CGPoint offset = grid->contentOffset();
-  return grid->tappedAt({0, grid->collectionViewLayout()->indexOfItemAtPoint({x + offset.x, y + offset.y})});
+std::int64_t TableViewItem::itemCount() const {
+  auto table = viewAs<UITableView>();
+  return table ? table->numberOfRows() : 0;
+}
+
+CGRect TableViewItem::frameOfItem(std::int64_t index) const {
+  auto table = viewAs<UITableView>();
+  if (!table) return {};
+  return CGRectMake(0, static_cast<double>(index) * table->rowHeight(), width(), table->rowHeight());
+}
+
+std::int64_t TableViewItem::itemAt(const CGPoint& point) const {
+  auto table = viewAs<UITableView>();
+  if (!table || table->rowHeight() <= 0) return -1;
+  const auto row = static_cast<std::int64_t>(std::floor(point.y / table->rowHeight()));
+  return row >= 0 && row < table->numberOfRows() ? row : -1;
+}
+
+ScrollItem::Cells TableViewItem::shownCells() const {
+  Cells cells;
+  auto table = viewAs<UITableView>();
+  if (!table) return cells;
+  for (const auto& [row, cell] : table->visibleCells()) cells.emplace_back(row, cell.get());
+  return cells;
+}
+
+bool TableViewItem::tapItem(std::int64_t index) {
+  auto table = viewAs<UITableView>();
+  return table && table->tappedAt({0, index});
 }
 
 std::shared_ptr<UIView> TableViewItem::makeView() { return std::make_shared<UITableView>(); }
@@ -160,12 +398,6 @@ void TableViewItem::seed(UIView& view) {
       return std::dynamic_pointer_cast<UITableViewCell>(scenes->makeCell(file, frame));
     });
   }
-}
-
-bool TableViewItem::tapAt(qreal, qreal y) {
-  auto table = viewAs<UITableView>();
-  if (!table || table->rowHeight() <= 0) return false;
-  return table->tappedAt({0, static_cast<std::int64_t>(std::floor((y + table->contentOffset().y) / table->rowHeight()))});
 }
 
 }  // namespace tlx::qtquick

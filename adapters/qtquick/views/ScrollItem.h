@@ -1,19 +1,24 @@
 #pragma once
 
+#include <QAccessible>
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "adapters/qtquick/views/ViewItem.h"
 #include "tlx/platform/uikit/UIScrollView.h"
-
-class QQmlComponent;
 
 namespace tlx::qtquick {
 
 /// What grids and lists share: a scroller that the file provides (a Flickable named by `scroller`), and beside it, not
 /// in it, a canvas on which the cells stand. The canvas's origin moves with the offset, so that the numbers that the
 /// scene graph sees stay small among a million rows, where single precision would put cells off by pixels.
-class ScrollItem : public ViewItem {
+///
+/// The keyboard moves over the cells, also over those that are not visible: one index is the current one, and
+/// `focusFrame` is where its cell is on the canvas, empty while there is nothing to be marked.
+class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   Q_OBJECT
   Q_PROPERTY(QQuickItem* scroller READ scroller WRITE setScroller NOTIFY scrollerChanged)
   Q_PROPERTY(QQuickItem* canvas READ canvas CONSTANT)
@@ -21,11 +26,13 @@ class ScrollItem : public ViewItem {
   Q_PROPERTY(qreal extent READ extent NOTIFY extentChanged)
   Q_PROPERTY(qreal topInset READ topInset NOTIFY extentChanged)
   Q_PROPERTY(qreal bottomInset READ bottomInset NOTIFY extentChanged)
+  Q_PROPERTY(QRectF focusFrame READ focusFrame NOTIFY focusFrameChanged)
   QML_NAMED_ELEMENT(ScrollViewBase)
   QML_UNCREATABLE("Base of the grid and the list")
 
  public:
   explicit ScrollItem(QQuickItem* parent = nullptr);
+  ~ScrollItem() override;
   QQuickItem* scroller() const { return scroller_; }
   void setScroller(QQuickItem* scroller);
   QQuickItem* canvas() const { return canvas_; }
@@ -35,27 +42,63 @@ class ScrollItem : public ViewItem {
   qreal extent() const;
   qreal topInset() const;
   qreal bottomInset() const;
+  QRectF focusFrame() const { return focusFrame_; }
+  /// A finger's tap, in this item's coordinates. Answers whether there was anything to tap.
+  Q_INVOKABLE bool tapAt(qreal x, qreal y);
+  /// Arrows, Page Up and Down, Home and End move over the cells; Space and Enter tap the current one. Answers whether
+  /// the key was one of these.
+  bool pressKey(const QKeyEvent& event);
 
  Q_SIGNALS:
   void scrollerChanged();
   void offsetChanged();
   void extentChanged();
+  void focusFrameChanged();
 
  protected:
+  using Cells = std::vector<std::pair<std::int64_t, UIView*>>;
+
+  virtual std::int64_t itemCount() const = 0;
+  virtual std::int64_t itemsPerRow() const { return 1; }
+  /// In the content's coordinates.
+  virtual CGRect frameOfItem(std::int64_t index) const = 0;
+  /// −1 where there is none.
+  virtual std::int64_t itemAt(const CGPoint& point) const = 0;
+  /// Ascending.
+  virtual Cells shownCells() const = 0;
+  virtual bool tapItem(std::int64_t index) = 0;
+
   void attached() override;
   void apply(UIView& view, UIViewChange change) override;
   bool placesSubviews() const override { return true; }
+  bool activateSubview(UIView& subview) override;
   QQuickItem* subviewParent() override { return canvas_; }
   void updatePolish() override;
   void geometryChange(const QRectF& now, const QRectF& before) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
 
  private:
+  void accessibilityActiveChanged(bool active) override;
+  void moveCells();
+  void placeCanvas();
   void placeCells();
+  void sortForReading(const std::vector<ViewItem*>& items);
+  double placeFromLeft(const CGRect& frame) const;
+  std::int64_t firstVisibleItem() const;
+  std::int64_t rowsToAPage() const;
+  void moveTo(std::int64_t index);
+  void reveal(std::int64_t index);
+  void updateFocusFrame();
 
   QPointer<QQuickItem> scroller_;
   QQuickItem* canvas_;  // unretained: a child of this item
   double origin_ = 0, shownExtent_ = -1;
-  bool placing_ = false;
+  bool cellsMoved_ = true, polishing_ = false, placing_ = false, focusShown_ = false;
+  bool readAloud_ = QAccessible::isActive();
+  std::int64_t current_ = -1;
+  QRectF focusFrame_;
   std::map<UIView*, QPointer<ViewItem>> cellItems_;
 };
 
@@ -70,9 +113,14 @@ class CollectionViewItem : public ScrollItem {
 
  public:
   using ScrollItem::ScrollItem;
-  Q_INVOKABLE bool tapAt(qreal x, qreal y);
 
  protected:
+  std::int64_t itemCount() const override;
+  std::int64_t itemsPerRow() const override;
+  CGRect frameOfItem(std::int64_t index) const override;
+  std::int64_t itemAt(const CGPoint& point) const override;
+  Cells shownCells() const override;
+  bool tapItem(std::int64_t index) override;
   std::shared_ptr<UIView> makeView() override;
   void seed(UIView& view) override;
   void addOutlets(UIView& view, Built& built) override;
@@ -91,9 +139,13 @@ class TableViewItem : public ScrollItem {
 
  public:
   using ScrollItem::ScrollItem;
-  Q_INVOKABLE bool tapAt(qreal x, qreal y);
 
  protected:
+  std::int64_t itemCount() const override;
+  CGRect frameOfItem(std::int64_t index) const override;
+  std::int64_t itemAt(const CGPoint& point) const override;
+  Cells shownCells() const override;
+  bool tapItem(std::int64_t index) override;
   std::shared_ptr<UIView> makeView() override;
   void seed(UIView& view) override;
 

@@ -46,8 +46,10 @@ void ViewItem::build(Built& built) {
     throw NSException(NSInvalidArgumentException, "A scene names the unknown view class " + customClass_.toStdString());
   }
   view->initWithCoder();
-  view->setFrame(CGRectMake(x(), y(), width(), height()));
+  view->setFrame(modelFrame());
   view->setTag(tag_);
+  // What is disabled from above is so only as long as that is.
+  view->setUserInteractionEnabled(isEnabled() || (parentItem() && !parentItem()->isEnabled()));
   view->setHidden(startsHidden_);
   view->setAlpha(startsAlpha_);
   view->setClipsToBounds(clip());
@@ -79,7 +81,8 @@ void ViewItem::attach(const std::shared_ptr<UIView>& view) {
   attached();
   for (UIViewChange change :
        {UIViewChange::Frame, UIViewChange::Alpha, UIViewChange::Hidden, UIViewChange::Transform, UIViewChange::Subviews,
-        UIViewChange::ClipsToBounds, UIViewChange::UserInteraction, UIViewChange::Layer, UIViewChange::BackgroundColor}) {
+        UIViewChange::ClipsToBounds, UIViewChange::UserInteraction, UIViewChange::Layer, UIViewChange::BackgroundColor,
+        UIViewChange::Accessibility}) {
     apply(*view, change);
   }
   if (view->needsLayout()) polish();
@@ -110,6 +113,30 @@ bool ViewItem::isInteractive() const {
   return !shown || shown->isUserInteractionEnabled();
 }
 
+void ViewItem::setMirrorsSubviews(bool mirrors) {
+  if (std::exchange(mirrorsSubviews_, mirrors) == mirrors) return;
+  placeMirrored();
+  Q_EMIT mirrorsSubviewsChanged();
+}
+
+QString ViewItem::spokenLabel() const {
+  auto shown = view();
+  if (!shown || shown->accessibilityLabel().empty()) return {};
+  const QString label = QString::fromStdString(shown->accessibilityLabel());
+  return isSelected() ? label + QStringLiteral(", selected") : label;
+}
+
+bool ViewItem::isSelected() const {
+  auto shown = view();
+  return shown && (shown->accessibilityTraits() & UIAccessibilityTraitSelected);
+}
+
+bool ViewItem::activate() {
+  auto shown = view();
+  auto* above = itemAbove();
+  return shown && above && isEnabled() && above->activateSubview(*shown);
+}
+
 void ViewItem::viewChanged(UIView& view, UIViewChange change, const UIViewAnimation* animation) {
   stop(change);
   if (animation && animation->duration > 0 && !Platform::current().ports().application.reduceMotion()) {
@@ -133,10 +160,32 @@ void ViewItem::updatePolish() {
   if (auto shown = view()) shown->layoutIfNeeded();
 }
 
+ViewItem* ViewItem::itemAbove() const {
+  for (QQuickItem* item = parentItem(); item; item = item->parentItem()) {
+    if (auto* above = qobject_cast<ViewItem*>(item)) return above;
+  }
+  return nullptr;
+}
+
+double ViewItem::mirrored(double x, double width) const {
+  auto* above = qobject_cast<ViewItem*>(parentItem());
+  return above && above->mirrorsSubviews_ ? above->width() - x - width : x;
+}
+
+CGRect ViewItem::modelFrame() const { return CGRectMake(mirrored(x(), width()), y(), width(), height()); }
+
+void ViewItem::placeMirrored() {
+  for (const auto& item : subviewItems_) {
+    auto shown = item ? item->view() : nullptr;
+    if (shown) item->applyFrame(shown->frame());
+  }
+}
+
 void ViewItem::applyFrame(const CGRect& frame) {
   applying_ = true;
+  const double left = mirrored(frame.origin.x, frame.size.width);
   // Only what differs is written, so that a binding on the other components survives.
-  if (x() != frame.origin.x) setX(frame.origin.x);
+  if (x() != left) setX(left);
   if (y() != frame.origin.y) setY(frame.origin.y);
   if (width() != frame.size.width) setWidth(frame.size.width);
   if (height() != frame.size.height) setHeight(frame.size.height);
@@ -146,7 +195,7 @@ void ViewItem::applyFrame(const CGRect& frame) {
 void ViewItem::apply(UIView& view, UIViewChange change) {
   switch (change) {
     case UIViewChange::Frame:
-      if (auto above = qobject_cast<ViewItem*>(parentItem()); !above || !above->placesSubviews()) applyFrame(view.frame());
+      if (auto* above = itemAbove(); !above || !above->placesSubviews()) applyFrame(view.frame());
       break;
     case UIViewChange::Alpha:
       setOpacity(view.alpha());
@@ -173,6 +222,9 @@ void ViewItem::apply(UIView& view, UIViewChange change) {
         layerItem_ = new LayerItem(view.layer(), this);
         layerItem_->setSize(size());
       }
+      break;
+    case UIViewChange::Accessibility:
+      Q_EMIT accessibilityChanged();
       break;
     case UIViewChange::Tag:
     case UIViewChange::BackgroundColor:
@@ -209,11 +261,12 @@ void ViewItem::syncSubviews() {
 void ViewItem::geometryChange(const QRectF& now, const QRectF& before) {
   QQuickItem::geometryChange(now, before);
   if (layerItem_) layerItem_->setSize(now.size());
+  if (mirrorsSubviews_ && now.width() != before.width()) placeMirrored();
   auto shown = view();
   if (!shown || applying_) return;
-  auto* above = qobject_cast<ViewItem*>(parentItem());
+  auto* above = itemAbove();
   if (above && above->placesSubviews()) return;
-  shown->layoutFrame(CGRectMake(now.x(), now.y(), now.width(), now.height()));
+  shown->layoutFrame(modelFrame());
 }
 
 void ViewItem::stop(UIViewChange change) {
@@ -242,7 +295,8 @@ void ViewItem::animate(UIViewChange change, const UIViewAnimation& animation) {
       break;
     case UIViewChange::Frame: {
       const CGRect& frame = shown->frame();
-      motion->setStartValue(QRectF(x(), y(), width(), height()));
+      const CGRect from = modelFrame();
+      motion->setStartValue(QRectF(from.origin.x, from.origin.y, from.size.width, from.size.height));
       motion->setEndValue(QRectF(frame.origin.x, frame.origin.y, frame.size.width, frame.size.height));
       connect(motion, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
         const QRectF rect = value.toRectF();

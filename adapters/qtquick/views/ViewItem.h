@@ -27,6 +27,10 @@ class ViewItem : public QQuickItem, public ViewRenderer {
   Q_PROPERTY(QColor background READ background NOTIFY modelChanged)
   Q_PROPERTY(qreal cornerRadius READ cornerRadius NOTIFY modelChanged)
   Q_PROPERTY(bool interactive READ isInteractive NOTIFY modelChanged)
+  Q_PROPERTY(bool modal MEMBER modal_)
+  Q_PROPERTY(bool mirrorsSubviews READ mirrorsSubviews WRITE setMirrorsSubviews NOTIFY mirrorsSubviewsChanged)
+  Q_PROPERTY(QString spokenLabel READ spokenLabel NOTIFY accessibilityChanged)
+  Q_PROPERTY(bool selected READ isSelected NOTIFY accessibilityChanged)
   QML_NAMED_ELEMENT(View)
 
  public:
@@ -52,6 +56,16 @@ class ViewItem : public QQuickItem, public ViewRenderer {
   QColor background() const;
   qreal cornerRadius() const;
   bool isInteractive() const;
+  /// Nothing beneath it on the screen hears keys while it is seen.
+  bool isModal() const { return modal_; }
+  /// Places subviews that code places from the right, as a script that reads from there expects it.
+  bool mirrorsSubviews() const { return mirrorsSubviews_; }
+  void setMirrorsSubviews(bool mirrors);
+  /// What the view says for assistive technology, its state included: "Photo, 12 March 2024, 14:05, selected".
+  QString spokenLabel() const;
+  bool isSelected() const;
+  /// For a cell: what a tap on it does. Answers whether anybody was told.
+  Q_INVOKABLE bool activate();
 
   // ViewRenderer
   void viewChanged(UIView& view, UIViewChange change, const UIViewAnimation* animation) override;
@@ -60,6 +74,8 @@ class ViewItem : public QQuickItem, public ViewRenderer {
 
  Q_SIGNALS:
   void modelChanged();
+  void mirrorsSubviewsChanged();
+  void accessibilityChanged();
   /// The view is gone; the item is about to go.
   void viewGone();
 
@@ -74,9 +90,13 @@ class ViewItem : public QQuickItem, public ViewRenderer {
   virtual void attached() {}
   /// Where subviews' items go.
   virtual QQuickItem* subviewParent() { return this; }
-  /// Places the item of a subview that a layout of the view's own manages.
+  /// Whether a layout of the view's own places the items of its subviews.
   virtual bool placesSubviews() const { return false; }
+  /// A person's tap on a subview by other means than a finger.
+  virtual bool activateSubview(UIView& subview) { return false; }
   virtual void apply(UIView& view, UIViewChange change);
+  /// The item of the nearest view that this one stands in.
+  ViewItem* itemAbove() const;
 
   void geometryChange(const QRectF& now, const QRectF& before) override;
   void updatePolish() override;
@@ -91,12 +111,15 @@ class ViewItem : public QQuickItem, public ViewRenderer {
   void animate(UIViewChange change, const UIViewAnimation& animation);
   void stop(UIViewChange change);
   void applyFrame(const CGRect& frame);
+  CGRect modelFrame() const;
+  double mirrored(double x, double width) const;
+  void placeMirrored();
   void syncSubviews();
   void collect(QQuickItem& item, Built& built, UIView& above);
 
   QString outlet_, customClass_, action_;
   int tag_ = 0;
-  bool startsHidden_ = false, applying_ = false;
+  bool startsHidden_ = false, applying_ = false, modal_ = false, mirrorsSubviews_ = false;
   qreal startsAlpha_ = 1;
   std::weak_ptr<UIView> view_;
   UIView* renderedView_ = nullptr;  // unretained: viewDestroyed clears it

@@ -6,6 +6,7 @@
 #include <QQuickItem>
 #include <QUrl>
 #include <QVariantList>
+#include <algorithm>
 
 #include "adapters/qtquick/views/ViewItem.h"
 #include "adapters/qtquick/window/QtWindow.h"
@@ -27,17 +28,29 @@ QQuickItem* create(QQmlEngine& engine, const char* file, const QVariantMap& prop
   return item;
 }
 
+/// The first item in the screen that takes the keyboard, or the screen itself.
+void takeFocus(QQuickItem& screen) {
+  QQuickItem* item = &screen;
+  if (!screen.isFocusScope() && !screen.activeFocusOnTab()) {
+    QQuickItem* first = screen.nextItemInFocusChain();
+    for (QQuickItem* above = first; above; above = above->parentItem()) {
+      if (above == &screen) item = first;
+    }
+  }
+  item->forceActiveFocus(Qt::PopupFocusReason);
+}
+
 }  // namespace
 
 QtPresentation::~QtPresentation() {
-  for (auto& [controller, shown] : shown_) delete shown.frame;
+  for (const Shown& shown : shown_) delete shown.frame;
 }
 
 void QtPresentation::setWindow(QtWindow* window) {
   window_ = window;
   if (window) {
     connect(window, &QtWindow::resized, this, [this] {
-      for (const auto& [controller, shown] : shown_) place(shown);
+      for (const Shown& shown : shown_) place(shown);
     });
   }
 }
@@ -57,7 +70,6 @@ void QtPresentation::present(const std::shared_ptr<UIViewController>& presented,
                           {QStringLiteral("actions"), actions}});
     connect(shown.frame, SIGNAL(chosen(int)), this, SLOT(alertChosen(int)));
     shown.frame->setParentItem(&window_->rootItem());
-    shown.frame->forceActiveFocus();
   } else if (auto popover = presented->popoverPresentationController()) {
     shown.content = itemForView(presented->view(), &engine_);
     shown.frame = create(engine_, "PopoverFrame.qml", {});
@@ -67,7 +79,11 @@ void QtPresentation::present(const std::shared_ptr<UIViewController>& presented,
   } else {
     shown.content = itemForView(presented->view(), &engine_);
   }
-  shown_[presented.get()] = shown;
+  if (shown_.empty()) focusBeneath_ = window_->quickWindow().activeFocusItem();
+  shown_.push_back(shown);
+  std::erase(leaving_, shown.content);
+  setReachable();
+  takeFocus(shown.content ? *shown.content : *shown.frame);
   place(shown);
   fade(shown.frame, 0, 1, animated, false);
   fade(shown.content, 0, 1, animated, false);
@@ -89,14 +105,32 @@ void QtPresentation::place(const Shown& shown) {
 }
 
 void QtPresentation::dismiss(const std::shared_ptr<UIViewController>& presented, bool animated) {
-  auto found = shown_.find(presented.get());
+  const auto found = std::find_if(shown_.begin(), shown_.end(),
+                                  [&](const Shown& shown) { return shown.controller.lock() == presented; });
   if (found == shown_.end()) return;
-  const Shown shown = found->second;
+  const Shown shown = *found;
   shown_.erase(found);
+  if (shown.content) leaving_.push_back(shown.content);
+  std::erase(leaving_, nullptr);
+  setReachable();
+  // The frame goes on catching presses while it fades: the second half of a double click is not meant for what is beneath.
   fade(shown.frame, 1, 0, animated, true);
   fade(shown.content, 1, 0, animated, false);
-  // The keyboard goes back to what was beneath.
-  if (window_ && shown_.empty()) window_->rootItem().forceActiveFocus();
+  if (!window_ || !shown_.empty()) return;
+  QQuickItem& beneath = focusBeneath_ && focusBeneath_->isVisible() ? *focusBeneath_ : window_->rootItem();
+  beneath.forceActiveFocus(Qt::PopupFocusReason);
+}
+
+void QtPresentation::setReachable() {
+  if (!window_) return;
+  const QQuickItem* top = topmost();
+  for (QQuickItem* item : window_->rootItem().childItems()) {
+    const bool presented = find(item) || std::any_of(shown_.begin(), shown_.end(),
+                                                     [&](const Shown& shown) { return shown.content == item; });
+    if (!qobject_cast<ViewItem*>(item) && !presented) continue;
+    item->setEnabled(std::find(leaving_.begin(), leaving_.end(), item) == leaving_.end() &&
+                     (!top || item == top || item == shown_.back().frame));
+  }
 }
 
 void QtPresentation::fade(QQuickItem* item, double from, double to, bool animated, bool destroy) {
@@ -112,46 +146,47 @@ void QtPresentation::fade(QQuickItem* item, double from, double to, bool animate
   motion->setEndValue(to);
   motion->setEasingCurve(QEasingCurve::OutCubic);
   if (destroy) {
-    item->setEnabled(false);
     connect(motion, &QPropertyAnimation::finished, item, &QObject::deleteLater);
   }
   motion->start(QAbstractAnimation::DeleteWhenStopped);
 }
 
+const QtPresentation::Shown* QtPresentation::find(const QObject* frame) const {
+  const auto found =
+      std::find_if(shown_.begin(), shown_.end(), [&](const Shown& shown) { return shown.frame == frame; });
+  return found == shown_.end() ? nullptr : &*found;
+}
+
 void QtPresentation::alertChosen(int index) {
-  for (const auto& [key, shown] : std::map(shown_)) {
-    if (shown.frame != sender()) continue;
-    if (auto alert = std::dynamic_pointer_cast<UIAlertController>(shown.controller.lock()); alert && index >= 0) {
-      alert->perform(static_cast<std::size_t>(index));
-    }
-  }
+  const Shown* shown = find(sender());
+  auto alert = shown ? std::dynamic_pointer_cast<UIAlertController>(shown->controller.lock()) : nullptr;
+  if (alert && index >= 0) alert->perform(static_cast<std::size_t>(index));
 }
 
 void QtPresentation::pressedOutside() {
-  for (const auto& [key, shown] : std::map(shown_)) {
-    if (shown.frame != sender()) continue;
-    if (auto controller = shown.controller.lock()) controller->popoverPresentationController()->requestDismissal();
-  }
+  const Shown* shown = find(sender());
+  auto controller = shown ? shown->controller.lock() : nullptr;
+  if (controller) controller->popoverPresentationController()->requestDismissal();
+}
+
+QQuickItem* QtPresentation::topmost() const {
+  if (shown_.empty()) return nullptr;
+  const Shown& top = shown_.back();
+  return top.content ? static_cast<QQuickItem*>(top.content) : top.frame.data();
 }
 
 bool QtPresentation::cancelTopmost() {
-  for (const auto& [key, shown] : std::map(shown_)) {
-    auto controller = shown.controller.lock();
-    if (auto alert = std::dynamic_pointer_cast<UIAlertController>(controller)) {
-      for (std::size_t i = 0; i < alert->actions().size(); ++i) {
-        if (alert->actions()[i]->style() == UIAlertActionStyleCancel) return alert->perform(i);
-      }
-      return true;
+  auto controller = shown_.empty() ? nullptr : shown_.back().controller.lock();
+  if (auto alert = std::dynamic_pointer_cast<UIAlertController>(controller)) {
+    for (std::size_t i = 0; i < alert->actions().size(); ++i) {
+      if (alert->actions()[i]->style() == UIAlertActionStyleCancel) return alert->perform(i);
     }
+    return true;
   }
-  for (const auto& [key, shown] : std::map(shown_)) {
-    auto controller = shown.controller.lock();
-    if (auto popover = controller ? controller->popoverPresentationController() : nullptr) {
-      popover->requestDismissal();
-      return true;
-    }
-  }
-  return false;
+  auto popover = controller ? controller->popoverPresentationController() : nullptr;
+  if (!popover) return false;
+  popover->requestDismissal();
+  return true;
 }
 
 }  // namespace tlx::qtquick

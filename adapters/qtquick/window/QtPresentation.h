@@ -2,8 +2,8 @@
 
 #include <QObject>
 #include <QPointer>
-#include <map>
 #include <memory>
+#include <vector>
 
 #include "adapters/qtquick/views/ViewItem.h"
 #include "adapters/qtquick/window/QtWindow.h"
@@ -14,8 +14,8 @@ class QQuickItem;
 
 namespace tlx::qtquick {
 
-
-/// Draws alerts and what surrounds a popover, and moves screens in and out.
+/// Draws alerts and what surrounds a popover, and moves screens in and out. What is beneath the topmost one hears
+/// neither keys nor assistive technology, and has the keyboard again when all have gone.
 class QtPresentation final : public QObject, public PresentationPort {
   Q_OBJECT
 
@@ -32,6 +32,8 @@ class QtPresentation final : public QObject, public PresentationPort {
   /// Escape, or the system's back: closes a popover when its screen agrees, or chooses an alert's cancel-style action. False when
   /// neither is shown.
   bool cancelTopmost();
+  /// Where keys may look for what they press while anything is presented: the presented screen, or an alert. Nothing else.
+  QQuickItem* topmost() const;
 
  private Q_SLOTS:
   void alertChosen(int index);
@@ -40,15 +42,19 @@ class QtPresentation final : public QObject, public PresentationPort {
  private:
   struct Shown {
     std::weak_ptr<UIViewController> controller;
-    QPointer<QQuickItem> frame;    ///< the alert's box, or what surrounds the popover
-    QPointer<ViewItem> content;    ///< the presented view's item
+    QPointer<QQuickItem> frame;       ///< the alert's box, or what surrounds the popover
+    QPointer<ViewItem> content;       ///< the presented view's item
   };
+  const Shown* find(const QObject* frame) const;
+  void setReachable();
   void place(const Shown& shown);
   void fade(QQuickItem* item, double from, double to, bool animated, bool destroy);
 
   QQmlEngine& engine_;  // unretained: the platform owns both, the engine outlives this
   QPointer<QtWindow> window_;
-  std::map<const UIViewController*, Shown> shown_;
+  std::vector<Shown> shown_;                // the topmost last
+  std::vector<QPointer<ViewItem>> leaving_;  // screens that fade out
+  QPointer<QQuickItem> focusBeneath_;
 };
 
 }  // namespace tlx::qtquick

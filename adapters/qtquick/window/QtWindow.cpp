@@ -1,15 +1,33 @@
 #include "adapters/qtquick/window/QtWindow.h"
 
+#include <QKeyEvent>
+#include <QQmlEngine>
+#include <utility>
+
 #include "adapters/qtquick/scenes/QtScenes.h"
-#include "adapters/qtquick/views/ItemFactory.h"
+#include "adapters/qtquick/views/ViewItem.h"
 
 namespace tlx::qtquick {
+
+/// What everything stands in, and where keys arrive that nothing above has taken.
+class QtWindow::RootItem final : public ViewItem {
+ public:
+  RootItem() {
+    setFlag(ItemIsFocusScope);
+    setFocus(true);
+  }
+  KeyHandler keyHandler;
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override { event->setAccepted(keyHandler && keyHandler(*event)); }
+};
 
 QtWindow::QtWindow(QQuickWindow& window, QQmlEngine& engine, QtScenes& scenes)
     : window_(window),
       scenes_(scenes),
       model_(std::make_shared<UIWindow>(CGRectMake(0, 0, window.width(), window.height()))),
-      root_(makeItemFor(*model_, engine)) {
+      root_(new RootItem) {
+  QQmlEngine::setContextForObject(root_, engine.rootContext());
   scenes_.setSize(model_->frame().size);
   root_->setParentItem(window_.contentItem());
   root_->attach(model_);
@@ -22,6 +40,10 @@ QtWindow::~QtWindow() {
   model_.reset();
   delete root_;
 }
+
+ViewItem& QtWindow::rootItem() const { return *root_; }
+
+void QtWindow::setKeyHandler(KeyHandler handler) { root_->keyHandler = std::move(handler); }
 
 void QtWindow::follow() {
   const CGRect frame = CGRectMake(0, 0, window_.width(), window_.height());

@@ -3,10 +3,12 @@
 #include <QObject>
 #include <QPointer>
 #include <QQuickWindow>
+#include <functional>
 #include <memory>
 
 #include "tlx/platform/uikit/UIWindow.h"
 
+class QKeyEvent;
 class QQmlEngine;
 
 namespace tlx::qtquick {
@@ -26,18 +28,23 @@ class QtWindow final : public QObject {
 
   const std::shared_ptr<UIWindow>& model() const { return model_; }
   QQuickWindow& quickWindow() const { return window_; }
-  ViewItem& rootItem() const { return *root_; }
+  ViewItem& rootItem() const;
+
+  /// Told of each key that no item took for itself; answers whether it takes it.
+  using KeyHandler = std::function<bool(const QKeyEvent&)>;
+  void setKeyHandler(KeyHandler handler);
 
  Q_SIGNALS:
   void resized();
 
  private:
+  class RootItem;
   void follow();
 
   QQuickWindow& window_;
   QtScenes& scenes_;
   std::shared_ptr<UIWindow> model_;
-  QPointer<ViewItem> root_;
+  QPointer<RootItem> root_;
 };
 
 }  // namespace tlx::qtquick

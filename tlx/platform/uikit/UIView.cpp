@@ -168,6 +168,18 @@ void UIView::setTag(std::int64_t tag) {
   changed(UIViewChange::Tag);
 }
 
+void UIView::setAccessibilityLabel(std::string label) {
+  if (label == accessibilityLabel_) return;
+  accessibilityLabel_ = std::move(label);
+  changed(UIViewChange::Accessibility);
+}
+
+void UIView::setAccessibilityTraits(std::uint64_t traits) {
+  if (traits == accessibilityTraits_) return;
+  accessibilityTraits_ = traits;
+  changed(UIViewChange::Accessibility);
+}
+
 void UIView::addSubview(const std::shared_ptr<UIView>& view) {
   if (!view || view.get() == this) return;
   view->removeFromSuperview();

@@ -31,12 +31,18 @@ enum UIViewAutoresizing : std::uint64_t {
   UIViewAutoresizingFlexibleHeight = 1 << 4,
 };
 
+/// What assistive technology is told of a view's state; flags may be joined.
+enum UIAccessibilityTraits : std::uint64_t {
+  UIAccessibilityTraitNone = 0,
+  UIAccessibilityTraitSelected = 1 << 3,
+};
+
 /// What of a view changed. The renderer reads the new value from the view.
 enum class UIViewChange {
   Frame,
   ContentOffset,  ///< of a scroll view: its offset, the content's size or the inset
   Alpha, Hidden, Transform, BackgroundColor, ClipsToBounds, CornerRadius, ContentMode,
-  UserInteraction, Tag, Subviews, Layer,
+  UserInteraction, Tag, Subviews, Layer, Accessibility,
   Text, Font, TextColor, Image, Title, Enabled,
   Items,  ///< of a collection or table: which cells stand where
 };
@@ -103,6 +109,13 @@ class UIView : public NSObject {
   std::int64_t tag() const { return tag_; }
   void setTag(std::int64_t tag);
 
+  /// What assistive technology reads out for the view and all that stands on it; empty for a view whose parts speak for
+  /// themselves.
+  const std::string& accessibilityLabel() const { return accessibilityLabel_; }
+  void setAccessibilityLabel(std::string label);
+  std::uint64_t accessibilityTraits() const { return accessibilityTraits_; }
+  void setAccessibilityTraits(std::uint64_t traits);
+
   const std::vector<std::shared_ptr<UIView>>& subviews() const { return subviews_; }
   /// Nothing when the superview is gone.
   std::shared_ptr<UIView> superview() const { return superview_.lock(); }
@@ -163,7 +176,8 @@ class UIView : public NSObject {
   double rotation_ = 0;
   double alpha_ = 1, cornerRadius_ = 0;
   std::int64_t tag_ = 0;
-  std::uint64_t autoresizingMask_ = UIViewAutoresizingNone;
+  std::uint64_t autoresizingMask_ = UIViewAutoresizingNone, accessibilityTraits_ = UIAccessibilityTraitNone;
+  std::string accessibilityLabel_;
   UIColor backgroundColor_;
   UIViewContentMode contentMode_ = UIViewContentModeScaleToFill;
   bool hidden_ = false, opaque_ = true, clipsToBounds_ = false, userInteractionEnabled_ = true, needsLayout_ = true;

@@ -9,6 +9,8 @@ TableViewBase {
     scroller: scroll
 
     Accessible.role: Accessible.List
+    Accessible.name: "Albums"
+    Accessible.ignored: !enabled
 
     Scroller { id: scroll; view: table }
 }

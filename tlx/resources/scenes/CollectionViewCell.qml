@@ -4,6 +4,13 @@ import TLX.MediaPicker
 View {
     customClass: "CollectionViewCell"
     id: cell
+    Accessible.role: Accessible.ListItem
+    Accessible.name: cell.spokenLabel
+    Accessible.focusable: true
+    Accessible.ignored: !enabled
+    Accessible.selectable: true
+    Accessible.selected: cell.selected
+    Accessible.onPressAction: cell.activate()
     Rectangle { anchors.fill: parent; color: Theme.tile }
     ImageView { outlet: "imgViewImagIcon" }
     Rectangle {
@@ -30,5 +37,6 @@ View {
         fontName: "-Semibold"
         color: "#ffffff"
         alignment: Text.AlignLeft
+        Accessible.ignored: true
     }
 }

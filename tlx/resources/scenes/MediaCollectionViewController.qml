@@ -15,6 +15,8 @@ CollectionViewBase {
     Binding on height { when: grid.parent !== null; value: grid.parent ? grid.parent.height : 0 }
 
     Accessible.role: Accessible.List
+    Accessible.name: "Photos"
+    Accessible.ignored: !enabled
 
     Scroller { id: scroll; view: grid }
 }

@@ -4,6 +4,8 @@ import TLX.MediaPicker
 View {
     customClass: "TLXDownloadProgress"
     id: panel
+    modal: true
+    onVisibleChanged: if (visible) panel.forceActiveFocus()
     width: 375
     height: 667
 
@@ -76,6 +78,7 @@ View {
         width: card.width - 100
         height: 38
         title: "Cancel"
+        shortcuts: ["Escape"]
         pointSize: 15
         fontName: "-Semibold"
         color: "#5fd4d9"

@@ -13,6 +13,77 @@ View {
         width: root.width
         height: root.height
 
+        // Before what it covers, because it is read first.
+        View {
+            id: bar
+            z: 1
+            width: root.width
+            height: 61
+            Rectangle { anchors.fill: parent; color: Theme.bar }
+            Rectangle { width: parent.width; height: 1; y: parent.height - 1; color: Theme.line }
+            MouseArea { anchors.fill: parent; onWheel: wheel => wheel.accepted = true }
+
+            readonly property real side: Math.min(116, root.width * 0.28)
+            Button {
+                id: cancelButton
+                action: "btnPressed:"
+                tag: 106
+                x: Theme.mirrored ? root.width - width - 8 : 8
+                y: 9
+                width: 82
+                height: 44
+                title: "Cancel"
+                shortcuts: ["Escape"]
+                pointSize: 16
+            }
+            Button {
+                outlet: "btnAlbumPicker"
+                customClass: "CustomAlbumButton"
+                action: "btnPressed:"
+                tag: 102
+                x: bar.side
+                y: 9
+                width: root.width - 2 * bar.side
+                height: 44
+                color: Theme.text
+                pointSize: 17
+                fontName: "-Semibold"
+                spokenName: shownTitle + ", albums"
+            }
+            Button {
+                outlet: "btnSelected"
+                startsHidden: true
+                width: 1
+                height: 1
+            }
+            Label {
+                outlet: "lblPhotoCount"
+                startsAlpha: 0
+                x: Theme.mirrored ? doneButton.x + doneButton.width : doneButton.x - width
+                y: 9
+                width: 44
+                height: 44
+                pointSize: 15
+                color: Theme.secondaryText
+                alignment: Theme.mirrored ? Text.AlignLeft : Text.AlignRight
+            }
+            Button {
+                id: doneButton
+                outlet: "btnDone"
+                action: "btnPressed:"
+                tag: 105
+                x: Theme.mirrored ? 8 : root.width - width - 8
+                y: 9
+                width: 64
+                height: 44
+                title: "Done"
+                startsAlpha: 0
+                enabled: false
+                shortcuts: ["Ctrl+Return", "Ctrl+Enter"]
+                pointSize: 16
+                fontName: "-Bold"
+            }
+        }
         View {
             outlet: "viewCLContainer"
             width: root.width
@@ -115,72 +186,9 @@ View {
             height: root.height
             Rectangle { anchors.fill: parent; color: Theme.scrim; opacity: 0.6 }
         }
-        View {
-            id: bar
-            width: root.width
-            height: 61
-            Rectangle { anchors.fill: parent; color: Theme.bar }
-            Rectangle { width: parent.width; height: 1; y: parent.height - 1; color: Theme.line }
-            MouseArea { anchors.fill: parent; onWheel: wheel => wheel.accepted = true }
-
-            readonly property real side: Math.min(116, root.width * 0.28)
-            Button {
-                id: cancelButton
-                action: "btnPressed:"
-                tag: 106
-                x: Theme.mirrored ? root.width - width - 8 : 8
-                y: 9
-                width: 82
-                height: 44
-                title: "Cancel"
-                pointSize: 16
-            }
-            Button {
-                outlet: "btnAlbumPicker"
-                customClass: "CustomAlbumButton"
-                action: "btnPressed:"
-                tag: 102
-                x: bar.side
-                y: 9
-                width: root.width - 2 * bar.side
-                height: 44
-                color: Theme.text
-                pointSize: 17
-                fontName: "-Semibold"
-                spokenName: shownTitle + ", albums"
-            }
-            Button {
-                outlet: "btnSelected"
-                startsHidden: true
-                width: 1
-                height: 1
-            }
-            Label {
-                outlet: "lblPhotoCount"
-                x: Theme.mirrored ? doneButton.x + doneButton.width : doneButton.x - width
-                y: 9
-                width: 44
-                height: 44
-                pointSize: 15
-                color: Theme.secondaryText
-                alignment: Theme.mirrored ? Text.AlignLeft : Text.AlignRight
-            }
-            Button {
-                id: doneButton
-                outlet: "btnDone"
-                action: "btnPressed:"
-                tag: 105
-                x: Theme.mirrored ? 8 : root.width - width - 8
-                y: 9
-                width: 64
-                height: 44
-                title: "Done"
-                pointSize: 16
-                fontName: "-Bold"
-            }
-        }
         Button {
             outlet: "btnCamera"
+            z: 1
             x: Theme.mirrored ? 20 : root.width - width - 20
             y: root.height - height - 24
             width: 56

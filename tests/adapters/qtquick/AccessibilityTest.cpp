@@ -1,0 +1,161 @@
+#include <QAccessible>
+#include <QGuiApplication>
+#include <QQuickItem>
+#include <cstdlib>
+#include <ctime>
+
+#include "tests/adapters/qtquick/PickerWindow.h"
+
+namespace tlx::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// What a screen reader finds in the window, in its order.
+std::vector<QAccessibleInterface*> elements(QAccessibleInterface* above) {
+  std::vector<QAccessibleInterface*> found;
+  for (int child = 0; above && child < above->childCount(); ++child) {
+    QAccessibleInterface* element = above->child(child);
+    if (!element || element->state().invisible || element->state().disabled) continue;
+    found.push_back(element);
+    const auto below = elements(element);
+    found.insert(found.end(), below.begin(), below.end());
+  }
+  return found;
+}
+
+class Reader {
+ public:
+  explicit Reader(PickerWindow& session) : session_(session) {}
+
+  Names names(std::optional<QAccessible::Role> role = std::nullopt) const {
+    Names names;
+    for (auto* element : elements(QAccessible::queryAccessibleInterface(&session_.window))) {
+      if (!role || element->role() == *role) names.push_back(element->text(QAccessible::Name).toStdString());
+    }
+    return names;
+  }
+  void press(const std::string& name) {
+    for (auto* element : elements(QAccessible::queryAccessibleInterface(&session_.window))) {
+      if (element->text(QAccessible::Name).toStdString() != name) continue;
+      ASSERT_TRUE(element->actionInterface()) << name;
+      element->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+      session_.wait(1);
+      return;
+    }
+    ADD_FAILURE() << "nothing is called " << name;
+  }
+
+ private:
+  PickerWindow& session_;
+};
+
+/// 12 March 2024, 14:05 UTC, an hour later for each further day.
+constexpr double kMarch = 1710252300;
+
+class Accessibility : public testing::Test {
+ protected:
+  Accessibility() {
+    setenv("TZ", "UTC", 1);
+    tzset();
+    session.library.edit([](memory::LibraryContents& contents) {
+      contents.addSmartAlbum("Camera Roll", {memory::photo("a", kMarch), memory::video("v", kMarch - 86400, 12)});
+      contents.addUserAlbum("Friends", {memory::photo("x", 0)});
+    });
+    session.open();
+  }
+  PickerWindow session{{}};
+  Reader reader{session};
+};
+
+TEST_F(Accessibility, EverythingHasANameAndIsReadInOrder) {
+  EXPECT_THAT(reader.names(), ElementsAre("Cancel", "Camera Roll, albums", "Photos", "Camera",
+                                          "Photo, 12 March 2024, 14:05", "Video, 11 March 2024, 14:05", "2 Photos",
+                                          "Camera"));
+  EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Camera Roll, albums", "Camera", "Camera"));
+  EXPECT_THAT(reader.names(QAccessible::ListItem),
+              ElementsAre("Photo, 12 March 2024, 14:05", "Video, 11 March 2024, 14:05"));
+}
+
+TEST_F(Accessibility, WhatIsPressedDoesWhatAFingerWould) {
+  reader.press("Video, 11 March 2024, 14:05");
+  EXPECT_THAT(session.picked(), ElementsAre("v"));
+  EXPECT_THAT(reader.names(), Contains("Video, 11 March 2024, 14:05, selected"));
+  EXPECT_THAT(reader.names(), Contains("(1)"));
+  reader.press("Video, 11 March 2024, 14:05, selected");
+  EXPECT_THAT(session.picked(), IsEmpty());
+
+  reader.press("Camera Roll, albums");
+  EXPECT_THAT(reader.names(), ElementsAre("Albums", "Camera Roll, 2, selected", "Friends, 1"))
+      << "what is beneath the list is out of reach";
+  reader.press("Friends, 1");
+  EXPECT_EQ(session.title(), "Friends");
+  reader.press("Photo, 1 January 1970, 00:00");
+  session.log.take();
+  reader.press("Done");
+  EXPECT_EQ(session.host.deliveries.size(), 1u);
+}
+
+TEST(AccessibleOrder, FollowsTheItemsAlsoWhenCellsAreUsedAgain) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  PickerWindow session(PickerWindow::numbered(0));
+  session.library.edit([](memory::LibraryContents& contents) {
+    std::vector<PHAsset> items;
+    for (int i = 0; i < 400; ++i) items.push_back(memory::photo("p" + std::to_string(i), 86400.0 * (400 - i)));
+    contents.addSmartAlbum("Days", items);
+  });
+  session.open();
+  Reader reader(session);
+  for (const double offset : {300.0, 2000.0, 1800.0, 9000.0}) {
+    session.grid().setContentOffset({0, offset});
+    session.wait(0.2);
+    Names expected;
+    for (const auto& [index, cell] : session.grid().visibleCells()) expected.push_back(cell->accessibilityLabel());
+    EXPECT_EQ(reader.names(QAccessible::ListItem), expected) << offset;
+  }
+}
+
+TEST(RightToLeft, TheScreenIsMirrored) {
+  struct Direction {
+    Direction() { QGuiApplication::setLayoutDirection(Qt::RightToLeft); }
+    ~Direction() { QGuiApplication::setLayoutDirection(Qt::LeftToRight); }
+  } direction;
+  PickerWindow session;
+  session.open();
+  const double middle = session.window.width() / 2.0;
+  EXPECT_GT(session.centre(session.button(TLXMediaPickerController::TagCancel)).x(), middle);
+  EXPECT_LT(session.centre(session.button(TLXMediaPickerController::TagDone)).x(), middle);
+  EXPECT_GT(session.centre(session.cell(0)).x(), session.centre(session.cell(1)).x());
+  EXPECT_EQ(session.colourAt(session.centre(session.cell(0))), PickerWindow::colourOf("a"));
+  session.clickItem(1);
+  EXPECT_THAT(session.picked(), ElementsAre("b")) << "the finger meets what it sees";
+  session.press(Qt::Key_Left);
+  session.press(Qt::Key_Space);
+  EXPECT_THAT(session.picked(), ElementsAre("b", "c")) << "to the left is onward";
+  const auto title = session.picker->btnAlbumPicker.lock();
+  EXPECT_LT(session.centre(title->imageView()).x(), session.centre(title->titleLabel()).x());
+
+  session.click(title);
+  session.wait(0.5);
+  const auto row = std::static_pointer_cast<TableViewCell>(session.table()->cellForRowAtIndexPath({0, 0}));
+  EXPECT_GT(session.centre(row->imgViewFolderIcon.lock()).x(), session.centre(row->lblFolderName.lock()).x());
+  EXPECT_GT(session.centre(row->lblFolderName.lock()).x(), session.centre(row->lblFolderImageNo.lock()).x());
+}
+
+TEST(ReducedMotion, EverythingIsWhereItGoesAtOnce) {
+  PickerWindow session;
+  session.platform->application().setReduceMotion(true);
+  session.host.limit = 0;
+  session.open();
+  session.clickItem(0);
+  const auto banner = session.picker->viewPhotoLimitationWarning.lock();
+  EXPECT_EQ(session.centre(banner).y(), banner->frame().size.height / 2);
+  session.click(session.picker->btnAlbumPicker.lock());
+  EXPECT_EQ(qtquick::itemForView(session.table(), nullptr)->opacity(), 1);
+}
+
+}  // namespace
+}  // namespace tlx::test

@@ -1,0 +1,208 @@
+#include "adapters/qtquick/views/ScrollItem.h"
+#include "tests/adapters/qtquick/PickerWindow.h"
+
+namespace tlx::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// The item that the keyboard's mark stands on, as a person sees it; −1 when none is marked.
+std::int64_t markedItem(PickerWindow& session, UIScrollView& scrolled) {
+  auto* item = dynamic_cast<qtquick::ScrollItem*>(scrolled.renderer());
+  if (!item || item->focusFrame().isEmpty()) return -1;
+  const QRectF mark = item->canvas()->mapRectToScene(item->focusFrame());
+  for (const auto& below : scrolled.subviews()) {
+    auto* cell = qtquick::itemForView(below, nullptr);
+    if (!cell || cell->mapRectToScene({0, 0, cell->width(), cell->height()}) != mark) continue;
+    if (auto* grid = dynamic_cast<UICollectionView*>(&scrolled)) {
+      for (const auto& [index, shown] : grid->visibleCells()) {
+        if (shown == below) return index;
+      }
+    }
+    if (auto* table = dynamic_cast<UITableView*>(&scrolled)) {
+      for (const auto& [row, shown] : table->visibleCells()) {
+        if (shown == below) return row;
+      }
+    }
+  }
+  return -1;
+}
+
+TEST(Keyboard, MovesAMarkOverTheGridAndPicks) {
+  PickerWindow session(PickerWindow::numbered(398));  // four to a row; the last row holds two
+  session.open();
+  EXPECT_EQ(markedItem(session, session.grid()), -1);
+  const struct {
+    Qt::Key key;
+    std::int64_t item;
+    const char* why;
+  } rows[] = {
+      {Qt::Key_Down, 0, "the first key shows where one is"},
+      {Qt::Key_Left, 0, "there is nothing before the first"},
+      {Qt::Key_Up, 0, "nor above it"},
+      {Qt::Key_Right, 1, ""},
+      {Qt::Key_Down, 5, ""},
+      {Qt::Key_Down, 9, ""},
+      {Qt::Key_PageDown, 33, "six rows fit"},
+      {Qt::Key_PageUp, 9, ""},
+      {Qt::Key_PageUp, 1, "the same column of the first row"},
+      {Qt::Key_End, 397, ""},
+      {Qt::Key_Right, 397, "there is nothing after the last"},
+      {Qt::Key_Up, 393, ""},
+      {Qt::Key_Right, 394, ""},
+      {Qt::Key_Down, 397, "the last row is reached where it lacks the column"},
+      {Qt::Key_PageDown, 397, ""},
+      {Qt::Key_Home, 0, ""},
+  };
+  for (const auto& row : rows) {
+    session.press(row.key);
+    EXPECT_EQ(markedItem(session, session.grid()), row.item) << row.key << ' ' << row.why;
+    const QPointF centre = session.centre(session.cell(row.item));
+    EXPECT_TRUE(centre.y() > 61 && centre.y() < 667) << row.item << " is scrolled into view";
+  }
+  EXPECT_EQ(session.grid().contentOffset().y, session.grid().minimumOffsetY()) << "the header comes with the first row";
+
+  session.press(Qt::Key_Right);
+  session.press(Qt::Key_Space);
+  session.press(Qt::Key_Right);
+  session.press(Qt::Key_Return);
+  EXPECT_THAT(session.picked(), ElementsAre("p1", "p2"));
+  session.press(Qt::Key_Space);
+  EXPECT_THAT(session.picked(), ElementsAre("p1"));
+
+  session.window.resize(700, 500);
+  session.wait(0.3);
+  EXPECT_EQ(markedItem(session, session.grid()), 2) << "the mark follows its cell";
+  session.change([](memory::LibraryContents& contents) {
+    Names gone;
+    for (int i = 1; i < 398; ++i) gone.push_back("p" + std::to_string(i));
+    contents.remove({gone.begin(), gone.end()});
+  });
+  EXPECT_EQ(markedItem(session, session.grid()), 0) << "what is left";
+  session.clickItem(0);
+  EXPECT_EQ(markedItem(session, session.grid()), -1) << "a hand on the mouse needs no mark";
+}
+
+TEST(Keyboard, DoneAndCancelHaveKeysThatGoThroughTheirButtons) {
+  PickerWindow session;
+  session.open();
+  session.log.take();
+  session.press(Qt::Key_Return, Qt::ControlModifier);
+  session.wait(1);
+  EXPECT_THAT(session.log.take(), IsEmpty()) << "nothing is picked, so Done is disabled";
+  session.clickItem(3);
+  session.wait(1);
+  session.press(Qt::Key_Enter, Qt::ControlModifier);
+  session.wait(1);
+  ASSERT_EQ(session.host.deliveries.size(), 1u);
+  EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("d"));
+  session.log.take();
+  session.press(Qt::Key_Escape);
+  EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed"));
+}
+
+TEST(Keyboard, TheAlbumListIsOpenedChosenFromAndLeft) {
+  PickerWindow session;
+  session.library.edit([](memory::LibraryContents& contents) {
+    contents.addUserAlbum("Friends", {memory::photo("x", -50)});
+    contents.addUserAlbum("Garden", {memory::photo("y", -60)});
+  });
+  session.open();
+  session.press(Qt::Key_Down);
+  session.log.take();
+  // Backwards from the grid: Done is disabled, so the title button is next.
+  session.press(Qt::Key_Backtab, Qt::ShiftModifier);
+  session.press(Qt::Key_Space);
+  session.wait(0.5);
+  ASSERT_TRUE(session.sees(session.table()));
+  session.press(Qt::Key_Down);
+  session.press(Qt::Key_Down);
+  session.press(Qt::Key_Down);
+  EXPECT_EQ(markedItem(session, *session.table()), 2);
+  session.press(Qt::Key_Escape);
+  session.wait(0.5);
+  EXPECT_FALSE(session.sees(session.table()));
+  EXPECT_EQ(session.title(), "Camera Roll");
+  EXPECT_THAT(session.log.take(), IsEmpty()) << "Escape went no further than the list";
+
+  session.press(Qt::Key_Space);
+  session.wait(0.5);
+  ASSERT_TRUE(session.sees(session.table())) << "the keyboard is back at the title button";
+  session.press(Qt::Key_End);
+  session.press(Qt::Key_Return);
+  session.press(Qt::Key_Return);
+  session.wait(0.5);
+  EXPECT_EQ(session.title(), "Garden");
+  EXPECT_FALSE(session.sees(session.table()));
+}
+
+TEST(Keyboard, BeneathAnythingPresentedKeysDoNothing) {
+  PickerWindow session({"va", "b", "c"});
+  session.script("va", PickerSession::failing());
+  session.open();
+  session.clickItem(0);
+  session.clickItem(1);
+  session.wait(1);
+  session.click(session.picker->btnAlbumPicker.lock());
+  session.wait(0.5);
+  session.log.take();
+  session.press(Qt::Key_Return, Qt::ControlModifier);
+  EXPECT_THAT(session.log.take(), IsEmpty()) << "the list is open";
+  session.press(Qt::Key_Escape);
+  session.wait(0.5);
+  session.press(Qt::Key_Return, Qt::ControlModifier);
+  session.wait(1);
+  ASSERT_THAT(session.choices(), ElementsAre("Continue", "Cancel"));
+  session.press(Qt::Key_Return, Qt::ControlModifier);
+  session.press(Qt::Key_Tab);
+  session.press(Qt::Key_Tab);
+  session.press(Qt::Key_Tab);
+  EXPECT_THAT(session.choices(), ElementsAre("Continue", "Cancel")) << "Tab stays among the question's buttons";
+  session.press(Qt::Key_Escape);
+  session.wait(1);
+  EXPECT_THAT(session.choices(), IsEmpty());
+  EXPECT_THAT(session.picked(), IsEmpty()) << "Escape is the question's Cancel";
+}
+
+TEST(Keyboard, AQuestionIsAnsweredByItsFocusedButton) {
+  PickerWindow session({"va", "b"});
+  session.script("va", PickerSession::failing());
+  session.open();
+  session.clickItem(0);
+  session.clickItem(1);
+  session.wait(1);
+  session.press(Qt::Key_Return, Qt::ControlModifier);
+  session.wait(1);
+  ASSERT_THAT(session.choices(), ElementsAre("Continue", "Cancel"));
+  session.press(Qt::Key_Right);  // from the last button round to the first
+  session.press(Qt::Key_Return);
+  session.wait(1);
+  ASSERT_EQ(session.host.deliveries.size(), 1u);
+  EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("b"));
+}
+
+TEST(Keyboard, ADownloadIsCancelledByEscapeAndCoversWhatIsBeneath) {
+  PickerWindow session;
+  session.script("a", PickerSession::downloading({0.5, 1}, 8));
+  session.open();
+  session.clickItem(0);
+  session.wait(1);
+  session.press(Qt::Key_Return, Qt::ControlModifier);
+  session.wait(3);
+  ASSERT_TRUE(session.sees(session.panel()));
+  session.log.take();
+  session.press(Qt::Key_Right);
+  session.press(Qt::Key_Space);
+  EXPECT_THAT(session.picked(), ElementsAre("a"));
+  session.press(Qt::Key_Escape);
+  session.wait(1);
+  EXPECT_FALSE(session.sees(session.panel()));
+  EXPECT_THAT(session.picked(), IsEmpty());
+  EXPECT_THAT(session.log.take(), IsEmpty()) << "the picker itself stays";
+  session.press(Qt::Key_Escape);
+  EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed"));
+}
+
+}  // namespace
+}  // namespace tlx::test

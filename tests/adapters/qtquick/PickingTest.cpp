@@ -1,0 +1,343 @@
+#include <QtTest/QTest>
+
+#include "tests/adapters/qtquick/PickerWindow.h"
+
+namespace tlx::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr auto kDone = TLXMediaPickerController::TagDone;
+constexpr auto kCancel = TLXMediaPickerController::TagCancel;
+
+/// A second album, beside the camera roll.
+void addFriends(PickerWindow& session) {
+  session.library.edit([](memory::LibraryContents& contents) {
+    contents.addUserAlbum("Friends", {memory::photo("x", -50), memory::photo("y", -60)});
+  });
+  session.script("x", {});
+  session.script("y", {});
+}
+
+TEST(Picking, AClickPicksAndAnotherUnpicks) {
+  PickerWindow session;
+  session.open();
+  EXPECT_EQ(session.title(), "Camera Roll");
+  EXPECT_EQ(session.colourAt(session.centre(session.cell(2))), PickerWindow::colourOf("c"));
+  EXPECT_FALSE(session.sees(session.button(kDone)));
+  const auto overlay = [&](std::int64_t item) {
+    return std::static_pointer_cast<CollectionViewCell>(session.cell(item))->imgViewOverLay.lock();
+  };
+
+  session.clickItem(2);
+  session.clickItem(0);
+  session.wait(1);
+  EXPECT_THAT(session.picked(), ElementsAre("c", "a"));
+  EXPECT_EQ(session.count(), "(2)");
+  EXPECT_TRUE(session.sees(session.button(kDone)));
+  EXPECT_TRUE(session.sees(overlay(2)));
+  EXPECT_FALSE(session.sees(overlay(1)));
+
+  session.clickItem(2);
+  session.clickItem(0);
+  session.wait(1);
+  EXPECT_THAT(session.picked(), IsEmpty());
+  EXPECT_FALSE(session.sees(overlay(2)));
+  EXPECT_FALSE(session.sees(session.button(kDone)));
+}
+
+TEST(Picking, TheLimitIsSaidInABannerThatGoesAgain) {
+  PickerWindow session;
+  session.host.limit = 1;
+  session.open();
+  const auto banner = session.picker->viewPhotoLimitationWarning.lock();
+  EXPECT_FALSE(session.sees(banner));
+  session.clickItem(0);
+  session.clickItem(1);
+  session.wait(0.7);
+  EXPECT_TRUE(session.sees(banner));
+  EXPECT_EQ(session.centre(banner).y(), banner->frame().size.height / 2) << "it has slid in";
+  EXPECT_THAT(session.picked(), ElementsAre("a"));
+  session.wait(4);
+  EXPECT_FALSE(session.sees(banner));
+}
+
+TEST(Picking, DoneDeliversInPickedOrder) {
+  PickerWindow session;
+  session.open();
+  for (const std::int64_t item : {4, 1, 3}) session.clickItem(item);
+  session.wait(1);
+  session.click(session.button(kDone));
+  session.wait(1);
+  ASSERT_EQ(session.host.deliveries.size(), 1u);
+  EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("e", "b", "d"));
+}
+
+TEST(Picking, CancelTellsTheHost) {
+  PickerWindow session;
+  session.open();
+  session.log.take();
+  session.click(session.button(kCancel));
+  EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed"));
+}
+
+TEST(Picking, APressThatLeavesItsButtonPressesNothing) {
+  PickerWindow session;
+  session.open();
+  session.log.take();
+  QTest::mousePress(&session.window, Qt::LeftButton, {}, session.centre(session.button(kCancel)).toPoint());
+  QTest::mouseMove(&session.window, {180, 400});
+  QTest::mouseRelease(&session.window, Qt::LeftButton, {}, {180, 400});
+  session.wait(0.1);
+  EXPECT_THAT(session.log.take(), IsEmpty());
+  EXPECT_THAT(session.picked(), IsEmpty());
+}
+
+TEST(Picking, DownloadsShowAPanelThatCoversEverything) {
+  PickerWindow session;
+  session.script("a", PickerSession::downloading({0.25, 0.5, 1}, 10));
+  session.open();
+  session.clickItem(0);
+  session.wait(1);
+  session.click(session.button(kDone));
+  session.wait(5);
+  ASSERT_TRUE(session.sees(session.panel()));
+  EXPECT_EQ(session.panel()->lblHeader1.lock()->text(), "DOWNLOADING");
+  EXPECT_EQ(session.panel()->lblDownloadProgress.lock()->text(), "50 %");
+  session.log.take();
+  session.clickItem(1);
+  session.click(session.button(kCancel));
+  EXPECT_THAT(session.picked(), ElementsAre("a")) << "the panel lets nothing through";
+  EXPECT_THAT(session.log.take(), IsEmpty());
+
+  session.click(session.panel()->btnCancel.lock());
+  session.wait(1);
+  EXPECT_FALSE(session.sees(session.panel()));
+  EXPECT_THAT(session.picked(), IsEmpty());
+  EXPECT_THAT(session.host.deliveries, IsEmpty());
+}
+
+TEST(Picking, AFailureIsAskedAbout) {
+  const struct {
+    const char* answer;
+    Names delivered;
+    const char* why;
+  } rows[] = {{"Continue", {"b"}, "what came is delivered"}, {"Cancel", {}, "everything is unpicked"}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerWindow session({"va", "b", "c"});
+    auto broken = PickerSession::failing();
+    session.script("va", broken);
+    session.open();
+    session.clickItem(0);
+    session.clickItem(1);
+    session.wait(1);
+    session.click(session.button(kDone));
+    session.wait(1);
+    EXPECT_THAT(session.choices(), ElementsAre("Continue", "Cancel"));
+    session.clickItem(2);
+    session.wait(1);
+    EXPECT_EQ(session.choices().size(), 2u) << "only a button closes the question";
+    session.choose(row.answer);
+    session.wait(1);
+    EXPECT_THAT(session.choices(), IsEmpty());
+    ASSERT_EQ(session.host.deliveries.size(), row.delivered.empty() ? 0u : 1u);
+    EXPECT_EQ(session.host.deliveries.empty() ? Names() : namesOf(session.host.deliveries[0]), row.delivered);
+    EXPECT_THAT(session.picked(), IsEmpty());
+  }
+}
+
+TEST(Albums, TheTitleOpensTheListAndAPressOutsideClosesItAlone) {
+  PickerWindow session(PickerWindow::numbered(60));
+  addFriends(session);
+  session.open();
+  session.click(session.picker->btnAlbumPicker.lock());
+  session.wait(0.5);
+  ASSERT_TRUE(session.sees(session.table()));
+  EXPECT_EQ(session.table()->numberOfRows(), 2);
+
+  const QPointF outside(60, 625);
+  session.wheel(outside, -30);
+  EXPECT_EQ(session.grid().contentOffset().y, session.grid().minimumOffsetY());
+  session.click(outside);
+  session.wait(0.5);
+  EXPECT_FALSE(session.sees(session.table()));
+  EXPECT_THAT(session.picked(), IsEmpty()) << "the press was for the list alone";
+  session.click(outside);
+  EXPECT_EQ(session.picked().size(), 1u);
+}
+
+TEST(Albums, AClickOnARowShowsTheAlbum) {
+  PickerWindow session;
+  addFriends(session);
+  session.open();
+  session.click(session.picker->btnAlbumPicker.lock());
+  session.wait(0.5);
+  const QPointF row = session.centre(session.table()->cellForRowAtIndexPath({0, 1}));
+  // The second half of a double click falls on what has begun to go.
+  session.click(row);
+  session.click(row);
+  session.wait(0.5);
+  EXPECT_FALSE(session.sees(session.table()));
+  EXPECT_EQ(session.title(), "Friends");
+  EXPECT_EQ(session.grid().numberOfItems(), 2);
+  EXPECT_EQ(session.colourAt(session.centre(session.cell(1))), PickerWindow::colourOf("y"));
+  EXPECT_THAT(session.picked(), IsEmpty());
+
+  session.click(session.picker->btnAlbumPicker.lock());
+  session.wait(0.5);
+  EXPECT_TRUE(session.sees(session.table())) << "it opens again";
+  session.clickAlbum(0);
+  session.wait(0.5);
+  EXPECT_EQ(session.title(), "Camera Roll");
+}
+
+TEST(Albums, TheShownAlbumIsDeletedWhileTheListIsOpen) {
+  PickerWindow session;
+  addFriends(session);
+  session.open();
+  session.click(session.picker->btnAlbumPicker.lock());
+  session.wait(0.5);
+  session.clickAlbum(1);
+  session.wait(0.5);
+  session.click(session.picker->btnAlbumPicker.lock());
+  session.wait(0.5);
+  session.change([](memory::LibraryContents& contents) { contents.removeAlbum("Friends"); });
+  session.wait(1);
+  EXPECT_FALSE(session.sees(session.table()));
+  EXPECT_EQ(session.title(), "Camera Roll");
+  EXPECT_EQ(session.grid().numberOfItems(), 10);
+  session.clickItem(0);
+  EXPECT_THAT(session.picked(), ElementsAre("a"));
+}
+
+TEST(Scrolling, AnAlbumIsScrolledByWheelAndFingerWithoutPicking) {
+  PickerWindow session(PickerWindow::numbered(400));
+  session.open();
+  session.wheel({180, 400}, -90);
+  const double byWheel = session.grid().contentOffset().y;
+  EXPECT_GT(byWheel, session.grid().minimumOffsetY());
+  session.drag({180, 600}, {180, 250});
+  EXPECT_GT(session.grid().contentOffset().y, byWheel);
+  EXPECT_THAT(session.picked(), IsEmpty());
+}
+
+TEST(Scrolling, FarDownCellsStandWhereTheyAreDrawn) {
+  PickerWindow session(PickerWindow::numbered(4000));
+  session.open();
+  for (const double offset : {20'000.0, 20'040.0, 60'000.0, 59'900.0}) {
+    session.grid().setContentOffset({0, offset});
+    session.wait(0.2);
+    const auto visible = session.grid().indexPathsForVisibleItems();
+    const std::int64_t item = visible[visible.size() / 2].item;
+    const CGRect frame = session.grid().collectionViewLayout()->frameForItemAtIndex(item);
+    const QPointF middle(CGRectGetMidX(frame), CGRectGetMidY(frame) - offset);
+    EXPECT_EQ(session.colourAt(middle), PickerWindow::colourOf("p" + std::to_string(item))) << offset;
+    EXPECT_NEAR(session.centre(session.cell(item)).y(), middle.y(), 0.01) << offset;
+    EXPECT_EQ(session.cell(item)->frame(), frame) << offset;
+    session.click(middle);
+    EXPECT_THAT(session.picked(), ElementsAre("p" + std::to_string(item)));
+    session.click(middle);
+  }
+}
+
+TEST(Scrolling, ANewSizeReflowsTheRows) {
+  PickerWindow session(PickerWindow::numbered(400));
+  session.open();
+  session.window.resize(800, 500);
+  session.wait(0.5);
+  const std::int64_t row = session.grid().collectionViewLayout()->itemsPerRow();
+  EXPECT_GT(row, 6);
+  EXPECT_EQ(session.centre(session.cell(0)).y(), session.centre(session.cell(row - 1)).y());
+  EXPECT_GT(session.centre(session.cell(row - 1)).x(), 700);
+  session.clickItem(row);
+  EXPECT_THAT(session.picked(), ElementsAre("p" + std::to_string(row)));
+}
+
+TEST(BadLuck, APhotoVanishesBeneathTheFinger) {
+  PickerWindow session;
+  session.open();
+  session.clickItem(1);
+  const QPoint finger = session.centre(session.cell(2)).toPoint();
+  QTest::mousePress(&session.window, Qt::LeftButton, {}, finger);
+  session.change([](memory::LibraryContents& contents) { contents.remove({"b", "c"}); });
+  QTest::mouseRelease(&session.window, Qt::LeftButton, {}, finger);
+  session.wait(0.5);
+  EXPECT_EQ(session.grid().numberOfItems(), 8);
+  EXPECT_EQ(session.colourAt(session.centre(session.cell(1))), PickerWindow::colourOf("d"));
+  EXPECT_THAT(session.picked(), ElementsAre("e")) << "what the finger leaves is what it picks";
+}
+
+TEST(BadLuck, TheLibraryIsEmptiedAndFilledAgain) {
+  PickerWindow session;
+  session.open();
+  session.clickItem(0);
+  session.change([](memory::LibraryContents& contents) {
+    contents.remove({"a", "b", "c", "d", "e", "f", "g", "h", "i", "j"});
+  });
+  session.wait(1);
+  EXPECT_TRUE(session.sees(session.picker->lblNoPhotos1.lock()));
+  EXPECT_FALSE(session.sees(session.picker->btnAlbumPicker.lock()));
+  EXPECT_THAT(session.picked(), IsEmpty());
+  session.click({60, 200});
+  EXPECT_THAT(session.picked(), IsEmpty());
+
+  session.change([](memory::LibraryContents& contents) { contents.add(memory::photo("n", 0), {"Camera Roll"}); });
+  session.wait(1);
+  EXPECT_FALSE(session.sees(session.picker->lblNoPhotos1.lock()));
+  EXPECT_EQ(session.grid().numberOfItems(), 1);
+}
+
+TEST(BadLuck, WithoutAccessTheScreenSaysSoAndLeadsToTheSettings) {
+  PickerWindow session;
+  session.library.setStatus(PHAuthorizationStatusDenied);
+  int opened = 0;
+  session.platform->application().setSettingsHandler([&] { return ++opened > 0; });
+  session.open();
+  EXPECT_TRUE(session.sees(session.picker->lblAllowAccess1.lock()));
+  session.click(session.picker->btnAllowAccess.lock());
+  EXPECT_EQ(opened, 1);
+  session.log.take();
+  session.click(session.button(kCancel));
+  EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed")) << "there is a way out";
+}
+
+TEST(BadLuck, TheWindowIsClosedInTheMiddleOfAFetch) {
+  PickerWindow session;
+  session.script("a", PickerSession::downloading({0.5, 1}, 5));
+  session.open();
+  session.clickItem(0);
+  session.wait(1);
+  session.click(session.button(kDone));
+  session.wait(3);
+  ASSERT_TRUE(session.sees(session.panel()));
+  session.window.close();
+  EXPECT_THAT(session.close(), IsEmpty());
+  session.wait(5);
+  EXPECT_THAT(session.host.deliveries, IsEmpty());
+}
+
+TEST(BadLuck, TheHostLetsGoWhileListOrQuestionIsOpen) {
+  {
+    PickerWindow session;
+    session.open();
+    session.click(session.picker->btnAlbumPicker.lock());
+    session.wait(0.1);
+    EXPECT_THAT(session.close(), IsEmpty());
+    EXPECT_EQ(session.platform->window().rootItem().childItems().size(), 0);
+  }
+  PickerWindow session({"va", "b"});
+  session.script("va", PickerSession::failing());
+  session.open();
+  session.clickItem(0);
+  session.wait(1);
+  session.click(session.button(kDone));
+  session.wait(1);
+  EXPECT_THAT(session.choices(), ElementsAre("OK"));
+  EXPECT_THAT(session.close(), IsEmpty());
+  EXPECT_EQ(session.platform->window().rootItem().childItems().size(), 0);
+}
+
+}  // namespace
+}  // namespace tlx::test
