@@ -6,10 +6,11 @@
 #include <QImage>
 #include <QQuickItem>
 #include <QWheelEvent>
-#include <QtTest/QTest>
 #include <algorithm>
 #include <cmath>
 #include <functional>
+
+#include <QtTest/QTest>
 
 namespace tlx::test {
 namespace {
@@ -203,7 +204,8 @@ void PickerWindow::press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
 std::vector<QQuickItem*> PickerWindow::alertButtons() {
   std::vector<QQuickItem*> buttons;
   walk(platform->window().rootItem(), [&](QQuickItem& item) {
-    if (item.isVisible() && item.isEnabled() && item.property("modelData").toMap().contains("title")) buttons.push_back(&item);
+    if (item.isVisible() && item.isEnabled() && item.property("modelData").toMap().contains("title"))
+      buttons.push_back(&item);
   });
   return buttons;
 }
@@ -248,7 +250,7 @@ QColor PickerWindow::colourAt(const QPointF& point) {
 }
 
 QColor PickerWindow::colourOf(const std::string& item) {
-  return QColor::fromRgb(static_cast<QRgb>(0xFF000000u | (std::hash<std::string>{}(item) & 0xFFFFFF)));
+  return QColor::fromRgb(static_cast<QRgb>(0xFF000000u | (std::hash<std::string>{}(item)&0xFFFFFF)));
 }
 
 std::shared_ptr<UITableView> PickerWindow::table() const {

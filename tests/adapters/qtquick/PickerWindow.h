@@ -13,12 +13,11 @@
 #include "tlx/views/CollectionViewCell.h"
 #include "tlx/views/TableViewCell.h"
 
-#include "tests/support/PickerSession.h"
-
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MainLoop.h"
 #include "adapters/qtquick/QtPlatform.h"
 #include "adapters/qtquick/views/ViewItem.h"
+#include "tests/support/PickerSession.h"
 
 namespace tlx::test {
 

@@ -1,5 +1,6 @@
 #include <QCoreApplication>
 #include <QThread>
+
 #include <QtTest/QTest>
 
 #include "adapters/qtquick/loop/QtLoop.h"
