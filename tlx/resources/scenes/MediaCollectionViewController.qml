@@ -5,7 +5,7 @@ CollectionViewBase {
     id: grid
     layoutOutlet: "flowLayout"
     prototypes: ["CollectionViewCell", "HeaderView", "FooterView"]
-    headerHeight: 64
+    headerHeight: 0 // its only button is the camera's, which is not there yet
     footerHeight: 72
     width: 375
     height: 667

@@ -186,24 +186,8 @@ View {
             height: root.height
             Rectangle { anchors.fill: parent; color: Theme.scrim; opacity: 0.6 }
         }
-        Button {
-            outlet: "btnCamera"
-            z: 1
-            x: Theme.mirrored ? 20 : root.width - width - 20
-            y: root.height - height - 24
-            width: 56
-            height: 56
-            radius: 28
-            ground: Theme.surface
-            spokenName: "Camera"
-            Rectangle {
-                anchors.fill: parent
-                z: -1
-                radius: 28
-                color: "transparent"
-                border { width: 1; color: Theme.line }
-            }
-        }
+        // Of no size: there is no camera yet, and a button that does nothing is worse than none.
+        Button { outlet: "btnCamera"; width: 0; height: 0; clip: true; activeFocusOnTab: false; Accessible.ignored: true }
     }
     View {
         outlet: "viewPhotoLimitationWarning"
