@@ -54,7 +54,7 @@ const std::shared_ptr<const PHFetchResult<Object>>& nothing() {
 }  // namespace
 
 /// Passes the first answer on, and an unanswered question's end as no answer. The library cuts the link when it goes.
-struct PhotoLibrary::Asking {
+struct PhotoLibrary::Asking : std::enable_shared_from_this<Asking> {
   std::mutex mutex;
   PhotoLibrary* library;  // unretained: set to nothing by the library's destructor
 
@@ -62,7 +62,7 @@ struct PhotoLibrary::Asking {
   void answer(std::optional<bool> allowed) {
     std::lock_guard lock(mutex);
     if (PhotoLibrary* const asker = std::exchange(library, nullptr)) {
-      asker->thread_.post([asker, allowed] { asker->decide(allowed); });
+      asker->thread_.post([asker, asked = shared_from_this(), allowed] { asker->decide(asked, allowed); });
     }
   }
 };
@@ -93,17 +93,45 @@ void PhotoLibrary::rereadAccess() {
 }
 
 PhotoLibrary::~PhotoLibrary() {
+  stop();
+}
+
+void PhotoLibrary::stop() {
+  withdrawQuestion();
+  // The two threads use each other: the one that calls out ends first, and the other's last words go nowhere.
+  thread_.stop();
+}
+
+void PhotoLibrary::withdrawQuestion() {
   std::shared_ptr<Asking> open;
   {
     std::lock_guard lock(mutex_);
-    open = std::move(question_);
+    open = std::exchange(question_, nullptr);
   }
-  if (open) {
-    std::lock_guard lock(open->mutex);
-    open->library = nullptr;
+  if (!open) return;
+  std::lock_guard lock(open->mutex);
+  open->library = nullptr;
+}
+
+bool PhotoLibrary::setPhotosAllowed(bool allowed) {
+  withdrawQuestion();
+  std::vector<AuthorizationHandler> handlers;
+  {
+    std::lock_guard lock(mutex_);
+    handlers.swap(waiting_);
+    if (!options_.preauthorised) decision_ = allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
   }
-  // The two threads use each other: the one that calls out ends first, and the other's last words go nowhere.
-  thread_.stop();
+  const bool remembered = record_.setPhotosAllowed(allowed);
+  if (!remembered) log_.log(notRemembered());
+  if (allowed) catalogue_->start();
+  thread_.post([this, handlers = std::move(handlers)] {
+    for (const AuthorizationHandler& handler : handlers) handler(authorizationStatus());
+  });
+  return remembered;
+}
+
+std::string PhotoLibrary::notRemembered() const {
+  return "the answer about photos could not be remembered in " + record_.path();
 }
 
 PHAuthorizationStatus PhotoLibrary::authorizationStatus() const {
@@ -134,18 +162,17 @@ void PhotoLibrary::requestAuthorization(AuthorizationHandler handler) {
   }
 }
 
-void PhotoLibrary::decide(std::optional<bool> allowed) {
+void PhotoLibrary::decide(const std::shared_ptr<Asking>& asked, std::optional<bool> allowed) {
   std::vector<AuthorizationHandler> handlers;
   {
     std::lock_guard lock(mutex_);
+    if (question_ != asked) return;  // the person has decided elsewhere meanwhile
     question_ = nullptr;
     handlers.swap(waiting_);
     if (allowed) decision_ = *allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
   }
   // A refusal for want of anybody to ask is no decision of the person's.
-  if (allowed && options_.consent && !record_.setPhotosAllowed(*allowed)) {
-    log_.log("the answer about photos could not be remembered in " + record_.path());
-  }
+  if (allowed && options_.consent && !record_.setPhotosAllowed(*allowed)) log_.log(notRemembered());
   if (allowed && *allowed) {
     catalogue_->start();
     catalogue_->waitUntilOpened();
@@ -205,7 +232,7 @@ void PhotoLibrary::deliver(const std::shared_ptr<const Snapshot>& snapshot) {
   std::shared_ptr<const ChangeHandler> handler;
   {
     std::lock_guard lock(mutex_);
-    if (!handler_ || snapshot->generation() <= told_) return;
+    if (!handler_ || snapshot->generation() <= told_ || decision_ != PHAuthorizationStatusAuthorized) return;
     told_ = snapshot->generation();
     handler = handler_;
     handlerRunning_ = true;

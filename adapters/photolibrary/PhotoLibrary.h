@@ -48,8 +48,12 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   PhotoLibrary(const Options& options, SystemLogPort& log);
   /// With another source than a folder tree.
   PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log);
-  /// Main thread. Joins the library's threads; no handler is called once it has returned.
+  /// Main thread. As `stop`.
   ~PhotoLibrary() override;
+
+  /// Takes back what is being asked; no handler is called once it has returned, and requests for access stay
+  /// unanswered. Main thread, before the platform goes; fetches go on answering.
+  void stop();
 
   /// Any thread but the library's own. They return at once without access.
   void waitUntilOpened() const { catalogue_->waitUntilOpened(); }
@@ -61,6 +65,14 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   /// Looks up again what the person decided for this host; asks the disk. Main thread. A program whose photos were
   /// allowed from the start has nothing to look up.
   void rereadAccess();
+
+  /// What the person decided now, on a page of the host's: remembered, in force for every fetch from now on, and the
+  /// answer to a question that is still open. Returns false when it could not be remembered, and so ends with the
+  /// library. With access the library opens as it does in the constructor. No change is announced: a picker learns its
+  /// access when it is made, so the program makes a new one. Main thread. What a program named itself stays readable.
+  bool setPhotosAllowed(bool allowed);
+  /// What is remembered; asks the disk.
+  std::optional<bool> photosAllowed() const { return record_.photosAllowed(); }
 
   /// What a program shows or tells of an item.
   struct Details {
@@ -96,7 +108,9 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
 
   bool hasAccess() const { return authorizationStatus() == PHAuthorizationStatusAuthorized; }
   std::shared_ptr<const Snapshot> forFetch();
-  void decide(std::optional<bool> allowed);
+  void decide(const std::shared_ptr<Asking>& asked, std::optional<bool> allowed);
+  void withdrawQuestion();
+  std::string notRemembered() const;
   void announce(const std::shared_ptr<const Snapshot>& snapshot);
   void deliver(const std::shared_ptr<const Snapshot>& snapshot);
 

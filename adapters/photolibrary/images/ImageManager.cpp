@@ -93,6 +93,10 @@ ImageManager::ImageManager(ItemStore& items, MainQueuePort& mainQueue, Settings 
       workers_(workerCount(settings.workers), &ImageDecoder::leaveThread) {}
 
 ImageManager::~ImageManager() {
+  stop();
+}
+
+void ImageManager::stop() {
   alive_->store(false);
   {
     const std::lock_guard lock(mutex_);

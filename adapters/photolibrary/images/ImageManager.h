@@ -42,6 +42,9 @@ class ImageManager final : public ImageManagerPort {
   ImageManager(ItemStore& items, MainQueuePort& mainQueue);
   ImageManager(ItemStore& items, MainQueuePort& mainQueue, Settings settings);
   ~ImageManager() override;
+  /// Ends the workers; nothing is called afterwards, and what is asked for stays unanswered. Main thread, before the
+  /// platform goes; calling it again does nothing.
+  void stop();
 
   PHImageRequestID requestImage(const std::shared_ptr<const PHAsset>& asset, CGSize targetSize,
                                 PHImageContentMode contentMode, const PHImageRequestOptions& options,

@@ -1,5 +1,6 @@
 // Who may see the photos, and what is remembered of it; the standard folders; natural order.
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -83,6 +84,42 @@ TEST_F(FilesAccess, AnAnswerMayComeAfterTheLibrary) {
   library.reset();
   consent_.held(true);
   EXPECT_EQ(open("host", &consent_)->authorizationStatus(), PHAuthorizationStatusNotDetermined);
+}
+
+TEST_F(FilesAccess, ADecisionMadeElsewhereAnswersAnOpenQuestionAndHoldsAtOnce) {
+  folder_.putPhoto("one.jpg", 1000);
+  const auto library = open("host", &consent_);
+  auto answer = request(*library);
+  EXPECT_TRUE(library->setPhotosAllowed(true));
+  EXPECT_EQ(answer.get(), PHAuthorizationStatusAuthorized);
+  consent_.held(false);
+  library->waitUntilScanned();
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("one.jpg")) << "an answer that comes later changes nothing";
+  EXPECT_EQ(library->photosAllowed(), true);
+
+  EXPECT_TRUE(library->setPhotosAllowed(false));
+  EXPECT_EQ(library->authorizationStatus(), PHAuthorizationStatusDenied);
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), testing::IsEmpty());
+  EXPECT_EQ(open("host", &consent_)->authorizationStatus(), PHAuthorizationStatusDenied);
+
+  std::atomic<int> told = 0;
+  library->setChangeHandler([&](const auto&) { ++told; });
+  folder_.putPhoto("two.jpg", 2000);
+  library->rescan();
+  library->waitUntilScanned();
+  EXPECT_EQ(request(*library).get(), PHAuthorizationStatusDenied);
+  EXPECT_EQ(told, 0) << "changes are no business of a program that may not see them";
+  EXPECT_TRUE(library->setPhotosAllowed(true));
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+}
+
+TEST_F(FilesAccess, NobodyIsCalledOnceItHasStopped) {
+  const auto library = open("host", nullptr);
+  bool called = false;
+  library->stop();
+  library->requestAuthorization([&](PHAuthorizationStatus) { called = true; });
+  library->stop();
+  EXPECT_FALSE(called);
 }
 
 TEST_F(FilesAccess, NobodyToAskIsNoAccessAndNotRemembered) {
