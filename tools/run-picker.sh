@@ -1,23 +1,32 @@
 #!/usr/bin/env bash
 # Opens the picker on the person's own pictures, or on a sample library that is made when there are none. Without a
-# display it says so and goes through the same flow off screen.
+# display it says so and goes through the same flow off screen, leaving what it delivered and pictures of the window.
 set -eu
 cd "$(dirname "$0")/.."
 bin=build/release/bin
 
-own_pictures() {
-  local folder
+# The person's folders for pictures and videos; one that is set to the home folder is switched off.
+standard_folders() {
+  local key folder
   for key in PICTURES VIDEOS; do
-    folder=$( (command -v xdg-user-dir >/dev/null && xdg-user-dir $key) || true)
-    [ -n "$folder" ] && [ "$folder" != "$HOME" ] || folder=$HOME/$([ $key = PICTURES ] && echo Pictures || echo Videos)
-    [ -d "$folder" ] && find -L "$folder" -maxdepth 6 -type f \
-      \( -iname '*.jp*g' -o -iname '*.png' -o -iname '*.heic' -o -iname '*.webp' -o -iname '*.mp4' -o -iname '*.mov' \) \
-      -print -quit
-  done | grep -q .
+    folder=$(command -v xdg-user-dir >/dev/null && xdg-user-dir $key || true)
+    [ -n "$folder" ] || folder=$HOME/$([ $key = PICTURES ] && echo Pictures || echo Videos)
+    [ "${folder%/}" != "${HOME%/}" ] && [ -d "$folder" ] && printf '%s\n' "$folder"
+  done | sort -u
 }
 
-folders=()
-if ! own_pictures; then
+holds_pictures() {
+  find -L "$1" -maxdepth 6 -type f \
+    \( -iname '*.jp*g' -o -iname '*.png' -o -iname '*.heic' -o -iname '*.webp' -o -iname '*.mp4' -o -iname '*.mov' \) \
+    -print -quit 2>/dev/null | grep -q .
+}
+
+own=false
+mapfile -t folders < <(standard_folders)
+for folder in ${folders[@]+"${folders[@]}"}; do
+  if holds_pictures "$folder"; then own=true; fi
+done
+if ! $own; then
   sample=${XDG_DATA_HOME:-$HOME/.local/share}/tlx-media-picker/sample-library
   echo "No pictures of your own were found: using a sample library in $sample"
   "$bin/tlx-sample-library" "$sample"
@@ -25,13 +34,26 @@ if ! own_pictures; then
 fi
 
 if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ "${TLX_HEADLESS:-}" = "" ]; then
+  # The picker finds the person's own folders by itself, and asks for access to them.
+  if $own; then folders=(); fi
   exec "$bin/tlx-media-picker" ${folders[@]+"${folders[@]}"}
 fi
 
+# Nobody can be asked here: naming the folders is the consent.
 echo "There is no display: going through the same flow off screen."
 out=$(mktemp -d)
 echo "== Albums"
-"$bin/tlx-media-picker" --headless --list ${folders[@]+"${folders[@]}"}
-echo "== The newest three items, delivered to $out"
-"$bin/tlx-media-picker" --headless --pick "Camera Roll:0-2" --output "$out" ${folders[@]+"${folders[@]}"}
+albums=$("$bin/tlx-media-picker" --headless --list "${folders[@]}")
+printf '%s\n' "$albums"
+count=$(printf '%s\n' "$albums" | sed -n 's/^{"albums":\[{"title":"[^"]*","identifier":"[^"]*","count":\([0-9]*\).*/\1/p')
+if [ -z "$count" ]; then
+  echo "There is nothing to pick."
+  exit 0
+fi
+last=$((count < 3 ? count - 1 : 2))
+echo "== The newest $((last + 1)) of $count items, delivered to $out"
+"$bin/tlx-media-picker" --headless --pick "smart:camera-roll:0-$last" --on-failure continue --output "$out" \
+  --screenshot "$out/window-picked.png" "${folders[@]}"
+QT_QPA_PLATFORM=offscreen "$bin/tlx-media-picker" --screenshot "$out/window.png" "${folders[@]}"
+echo "== Pictures of the window: $out/window.png and $out/window-picked.png"
 ls -l "$out"

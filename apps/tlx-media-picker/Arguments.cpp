@@ -17,7 +17,8 @@ Pick photos and videos out of folders, or out of your own pictures and videos wh
   --size WxH                 images are delivered within this many pixels (1600x1600)
   --output DIR               write what was picked there: images upright, names and capture dates kept, never overwriting
   --format json|paths|paths0 what is printed for each delivered item, in picked order (json: one object a line)
-  --screenshot FILE          save a picture of the settled window and end
+  --window WxH               the window's size (1024x720)
+  --screenshot FILE          save a picture of the settled window and end; with --pick, before what was picked is delivered
 
 Without a window:
   --headless                 naming folders is the consent to read them
@@ -59,14 +60,14 @@ std::optional<Arguments::Pick> toPick(const std::string& text) {
   return pick;
 }
 
-bool toSize(std::string_view text, Arguments& arguments) {
+bool toSize(std::string_view text, std::uint32_t& toWidth, std::uint32_t& toHeight) {
   const auto cross = text.find_first_of("xX");
   if (cross == std::string_view::npos) return false;
   const auto width = toNumber<std::uint32_t>(text.substr(0, cross));
   const auto height = toNumber<std::uint32_t>(text.substr(cross + 1));
   if (!width || !height || *width == 0 || *height == 0) return false;
-  arguments.width = *width;
-  arguments.height = *height;
+  toWidth = *width;
+  toHeight = *height;
   return true;
 }
 
@@ -87,26 +88,32 @@ std::variant<Arguments, std::string> parseArguments(const std::vector<std::strin
                                               {"--help", &arguments.help},
                                               {"--version", &arguments.version}};
   const std::map<std::string, std::function<bool(const std::string&)>> options = {
-      {"--kind", [&](const std::string& v) { return choose<std::int64_t>({{"all", 0}, {"images", 1}, {"videos", 2}}, v, arguments.kind); }},
+      {"--kind",
+       [&](const std::string& v) {
+         return choose<std::int64_t>({{"all", 0}, {"images", 1}, {"videos", 2}}, v, arguments.kind);
+       }},
       {"--max",
        [&](const std::string& v) {
          const auto number = toNumber<std::int64_t>(v);
          if (number) arguments.max = *number;
          return number.has_value();
        }},
-      {"--size", [&](const std::string& v) { return toSize(v, arguments); }},
+      {"--size", [&](const std::string& v) { return toSize(v, arguments.width, arguments.height); }},
+      {"--window", [&](const std::string& v) { return toSize(v, arguments.windowWidth, arguments.windowHeight); }},
       {"--output", [&](const std::string& v) { return !(arguments.output = v).empty(); }},
       {"--screenshot", [&](const std::string& v) { return !(arguments.screenshot = v).empty(); }},
       {"--format",
        [&](const std::string& v) {
          using Format = Arguments::Format;
-         return choose<Format>({{"json", Format::Json}, {"paths", Format::Paths}, {"paths0", Format::Paths0}}, v, arguments.format);
+         return choose<Format>({{"json", Format::Json}, {"paths", Format::Paths}, {"paths0", Format::Paths0}}, v,
+                               arguments.format);
        }},
       {"--on-failure",
        [&](const std::string& v) {
          using OnFailure = Arguments::OnFailure;
-         return choose<OnFailure>({{"continue", OnFailure::Continue}, {"retry", OnFailure::Retry}, {"cancel", OnFailure::Cancel}}, v,
-                                  arguments.onFailure);
+         return choose<OnFailure>(
+             {{"continue", OnFailure::Continue}, {"retry", OnFailure::Retry}, {"cancel", OnFailure::Cancel}}, v,
+             arguments.onFailure);
        }},
       {"--pick",
        [&](const std::string& v) {
@@ -115,7 +122,7 @@ std::variant<Arguments, std::string> parseArguments(const std::vector<std::strin
          return pick.has_value();
        }},
   };
-  bool onlyFolders = false;
+  bool onlyFolders = false, answersAlerts = false;
   for (std::size_t i = 0; i < words.size(); ++i) {
     const std::string& word = words[i];
     if (onlyFolders || word.size() < 2 || word[0] != '-') {
@@ -134,16 +141,19 @@ std::variant<Arguments, std::string> parseArguments(const std::vector<std::strin
     const auto equals = word.find('=');
     const std::string name = word.substr(0, equals);
     auto option = options.find(name);
+    if (flags.contains(name)) return name + " takes no value";
     if (option == options.end()) return "unknown option " + name;
     if (equals == std::string::npos && i + 1 == words.size()) return name + " needs a value";
     const std::string value = equals == std::string::npos ? words[++i] : word.substr(equals + 1);
+    answersAlerts = answersAlerts || name == "--on-failure";
     if (!option->second(value)) return name + " does not take \"" + value + "\"";
   }
   if (arguments.help || arguments.version) return arguments;
   if (arguments.list && !arguments.picks.empty()) return "--list and --pick exclude each other";
   if (!arguments.headless && (arguments.list || !arguments.picks.empty())) return "--list and --pick need --headless";
   if (arguments.headless && !arguments.list && arguments.picks.empty()) return "--headless needs --list or --pick";
-  if (arguments.headless && !arguments.screenshot.empty()) return "--screenshot needs a window";
+  if (!arguments.headless && answersAlerts) return "--on-failure needs --headless";
+  if (arguments.list && !arguments.screenshot.empty()) return "--screenshot needs a window or --pick";
   return arguments;
 }
 

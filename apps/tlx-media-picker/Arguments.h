@@ -21,7 +21,8 @@ struct Arguments {
   std::vector<std::string> folders;
   std::int64_t kind = 0;  ///< 0 images and videos, 1 images, 2 videos
   std::int64_t max = -1;
-  double width = 1600, height = 1600;
+  std::uint32_t width = 1600, height = 1600;  ///< within which images are delivered
+  std::uint32_t windowWidth = 1024, windowHeight = 720;
   std::string output;
   Format format = Format::Json;
   bool headless = false, list = false, help = false, version = false;

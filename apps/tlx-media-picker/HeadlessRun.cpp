@@ -16,18 +16,22 @@ namespace {
 /// How often the state of the picker is looked at, in milliseconds. It has no other signs than a person sees.
 constexpr int kGlance = 5;
 
-void complain(const std::string& text) { std::fprintf(stderr, "tlx-media-picker: %s\n", text.c_str()); }
+void complain(const std::string& text) {
+  std::fprintf(stderr, "tlx-media-picker: %s\n", text.c_str());
+}
 
 }  // namespace
 
 HeadlessRun::HeadlessRun(const Arguments& arguments, TLXMediaPickerController& picker, UIWindow& window,
-                         Session& session, const photolibrary::PhotoLibrary& library)
-    : arguments_(arguments), picker_(picker), window_(window), session_(session), library_(library) {
+                         Session& session, const photolibrary::PhotoLibrary& library, SettledWindow& settled)
+    : arguments_(arguments), picker_(picker), window_(window), session_(session), library_(library), settled_(settled) {
   turn_.setInterval(kGlance);
   connect(&turn_, &QTimer::timeout, this, &HeadlessRun::proceed);
 }
 
-void HeadlessRun::start() { turn_.start(); }
+void HeadlessRun::start() {
+  turn_.start();
+}
 
 void HeadlessRun::proceed() {
   if (session_.hasEnded()) {
@@ -49,8 +53,15 @@ void HeadlessRun::proceed() {
         return session_.end(Cancelled);
       }
       stage_ = Stage::Picked;
+      if (!arguments_.screenshot.empty()) photograph();
+      return;
+    case Stage::Photographing:
       return;
     case Stage::Picked:
+      if (picker_.arrPickedModel()->empty()) {
+        complain("what was picked is no longer there");
+        return session_.end(Failed);
+      }
       if (auto done = picker_.btnDone.lock(); done && done->press()) stage_ = Stage::Fetching;
       return;
     case Stage::Fetching:
@@ -60,7 +71,7 @@ void HeadlessRun::proceed() {
 
 bool HeadlessRun::pickAll() {
   for (const Arguments::Pick& each : arguments_.picks) {
-    if (!pick(each)) return false;
+    if (!full_ && !pick(each)) return false;
   }
   return true;
 }
@@ -83,8 +94,8 @@ bool HeadlessRun::pick(const Arguments::Pick& pick) {
   const auto album = manager.getAlbumModelAtIndex(static_cast<std::uint64_t>(row));
   for (const auto& [first, last] : pick.ranges) {
     if (last >= static_cast<std::uint64_t>(album->getMediaCount())) {
-      complain("the album \"" + pick.album + "\" has " + std::to_string(album->getMediaCount()) + " items; there is no " +
-               std::to_string(last));
+      complain("the album \"" + pick.album + "\" has " + std::to_string(album->getMediaCount()) +
+               " items; there is no " + std::to_string(last));
       return false;
     }
     for (std::uint64_t position = first; position <= last; ++position) {
@@ -94,11 +105,22 @@ bool HeadlessRun::pick(const Arguments::Pick& pick) {
       grid->tappedAt({0, static_cast<std::int64_t>(position)});
       if (!model->isModelSelected()) {
         complain("the limit of " + std::to_string(picker_.iImageLimit) + " items is reached");
+        full_ = true;
         return true;
       }
     }
   }
   return true;
+}
+
+void HeadlessRun::photograph() {
+  stage_ = Stage::Photographing;
+  settled_.save(arguments_.screenshot, [this](const std::string& error) {
+    stage_ = Stage::Picked;
+    if (error.empty()) return;
+    complain(error);
+    session_.end(Failed);
+  });
 }
 
 void HeadlessRun::answerAlert(UIAlertController& alert) {

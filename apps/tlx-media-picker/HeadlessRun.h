@@ -6,6 +6,7 @@
 #include <string>
 
 #include "apps/tlx-media-picker/Session.h"
+#include "apps/tlx-media-picker/SettledWindow.h"
 
 namespace tlx::program {
 
@@ -15,9 +16,10 @@ class HeadlessRun final : public QObject {
   Q_OBJECT
 
  public:
-  /// The picker's view is in a window, which nobody need see. All outlive the run.
+  /// The picker's view is in a window, which nobody need see; `settled` is that window when a picture of it is wanted,
+  /// with what was picked, before Done. All outlive the run.
   HeadlessRun(const Arguments& arguments, TLXMediaPickerController& picker, UIWindow& window, Session& session,
-              const photolibrary::PhotoLibrary& library);
+              const photolibrary::PhotoLibrary& library, SettledWindow& settled);
 
   /// Takes the first step; the session ends when all are done.
   void start();
@@ -26,18 +28,20 @@ class HeadlessRun final : public QObject {
   void proceed();
   bool pickAll();
   bool pick(const Arguments::Pick& pick);
+  void photograph();
   void answerAlert(UIAlertController& alert);
 
-  enum class Stage { Opening, Picked, Fetching };
+  enum class Stage { Opening, Photographing, Picked, Fetching };
 
   const Arguments& arguments_;
   TLXMediaPickerController& picker_;
   UIWindow& window_;
   Session& session_;
   const photolibrary::PhotoLibrary& library_;
+  SettledWindow& settled_;
   QTimer turn_;
   Stage stage_ = Stage::Opening;
-  bool retried_ = false;
+  bool full_ = false, retried_ = false;
 };
 
 }  // namespace tlx::program

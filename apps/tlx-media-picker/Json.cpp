@@ -62,8 +62,7 @@ std::string jsonString(std::string_view text) {
 std::string jsonNumber(double number) {
   if (!std::isfinite(number)) return "0";
   char buffer[64];
-  const auto end = std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::fixed).ptr;
-  return end == buffer ? "0" : std::string(buffer, end);
+  return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number).ptr};
 }
 
 std::string isoDate(double seconds) {

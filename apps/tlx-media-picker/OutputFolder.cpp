@@ -1,24 +1,32 @@
 #include "apps/tlx-media-picker/OutputFolder.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <vips/vips.h>
-
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <initializer_list>
 #include <memory>
 #include <utility>
+#include <vector>
+
+#include <fcntl.h>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vips/vips.h>
+
+#include "apps/tlx-media-picker/CaptureDate.h"
 
 namespace tlx::program {
 namespace {
 
 constexpr int kJpegQuality = 92;
 
-std::string reason(const std::string& what) { return what + ": " + std::strerror(errno); }
+std::string reason(const std::string& what) {
+  return what + ": " + std::strerror(errno);
+}
 
 bool hasTransparency(const CGImage& bitmap) {
   for (std::size_t y = 0; y < bitmap.height(); ++y) {
@@ -42,16 +50,6 @@ std::string vipsReason() {
   return text.empty() ? "the image could not be written" : text;
 }
 
-void setDate(VipsImage* image, double created) {
-  const auto whole = static_cast<std::time_t>(std::floor(created));
-  std::tm parts{};
-  if (!gmtime_r(&whole, &parts)) return;
-  char text[32];
-  std::strftime(text, sizeof text, "%Y:%m:%d %H:%M:%S", &parts);
-  vips_image_set_string(image, "exif-ifd2-DateTimeOriginal", text);
-  vips_image_set_string(image, "exif-ifd2-OffsetTimeOriginal", "+00:00");
-}
-
 /// The name without its ending; a name of nothing but an ending is kept whole.
 std::string stem(const std::string& name) {
   const auto dot = name.rfind('.');
@@ -61,6 +59,41 @@ std::string stem(const std::string& name) {
 std::string ending(const std::string& name) {
   const auto dot = name.rfind('.');
   return dot == std::string::npos || dot == 0 ? "" : name.substr(dot);
+}
+
+bool endsIn(const std::string& name, std::initializer_list<const char*> endings) {
+  const std::string own = ending(name);
+  return std::any_of(endings.begin(), endings.end(),
+                     [&](const char* each) { return strcasecmp(own.c_str(), each) == 0; });
+}
+
+/// The bitmap as an image of the picture library that lives no longer, without alpha where there is nothing to see
+/// through.
+Image pixelsOf(const CGImage& bitmap, bool alpha) {
+  const auto width = static_cast<int>(bitmap.width()), height = static_cast<int>(bitmap.height());
+  const auto* bytes = bitmap.pixels();
+  std::vector<std::uint8_t> packed;
+  if (const std::size_t row = bitmap.width() * CGImage::bytesPerPixel; bitmap.bytesPerRow() != row) {
+    packed.resize(row * bitmap.height());
+    for (std::size_t y = 0; y < bitmap.height(); ++y) std::memcpy(packed.data() + y * row, bitmap.row(y), row);
+    bytes = packed.data();
+  }
+  VipsImage* step = nullptr;
+  const std::size_t size = bitmap.width() * bitmap.height() * CGImage::bytesPerPixel;
+  Image pixels(packed.empty() ? vips_image_new_from_memory(bytes, size, width, height, 4, VIPS_FORMAT_UCHAR)
+                              : vips_image_new_from_memory_copy(bytes, size, width, height, 4, VIPS_FORMAT_UCHAR));
+  const auto next = [&](int failed) {
+    pixels.reset(failed ? nullptr : step);
+    return pixels != nullptr;
+  };
+  if (!pixels || !next(vips_copy(pixels.get(), &step, "interpretation", VIPS_INTERPRETATION_sRGB, nullptr)))
+    return nullptr;
+  if (!alpha) {
+    next(vips_extract_band(pixels.get(), &step, 0, "n", 3, nullptr));
+  } else if (next(vips_unpremultiply(pixels.get(), &step, nullptr)) && next(vips_rint(pixels.get(), &step, nullptr))) {
+    next(vips_cast(pixels.get(), &step, VIPS_FORMAT_UCHAR, nullptr));
+  }
+  return pixels;
 }
 
 }  // namespace
@@ -86,29 +119,9 @@ std::variant<OutputFolder::Written, std::string> OutputFolder::writeImage(const 
   const auto& bitmap = image.bitmap();
   if (!bitmap) return name + ": there is no picture";
   const bool alpha = hasTransparency(*bitmap);
-  Image pixels;
-  // Rows may be longer than their pixels: the row's length is taken for the width and what is too much cut off.
-  Image raw(vips_image_new_from_memory(bitmap->pixels(), bitmap->byteCount(), static_cast<int>(bitmap->bytesPerRow() / 4),
-                                       static_cast<int>(bitmap->height()), 4, VIPS_FORMAT_UCHAR));
-  if (!raw) return name + ": " + vipsReason();
-  VipsImage* step = nullptr;
-  if (vips_copy(raw.get(), &step, "interpretation", VIPS_INTERPRETATION_sRGB, nullptr)) return name + ": " + vipsReason();
-  pixels.reset(step);
-  if (vips_extract_area(pixels.get(), &step, 0, 0, static_cast<int>(bitmap->width()), static_cast<int>(bitmap->height()), nullptr)) {
-    return name + ": " + vipsReason();
-  }
-  pixels.reset(step);
-  if (alpha) {
-    if (vips_unpremultiply(pixels.get(), &step, nullptr)) return name + ": " + vipsReason();
-    pixels.reset(step);
-    if (vips_cast(pixels.get(), &step, VIPS_FORMAT_UCHAR, nullptr)) return name + ": " + vipsReason();
-  } else if (vips_extract_band(pixels.get(), &step, 0, "n", 3, nullptr)) {
-    return name + ": " + vipsReason();
-  }
-  pixels.reset(step);
-  if (vips_copy(pixels.get(), &step, nullptr)) return name + ": " + vipsReason();
-  pixels.reset(step);
-  setDate(pixels.get(), created);
+  const Image pixels = pixelsOf(*bitmap, alpha);
+  if (!pixels) return name + ": " + vipsReason();
+  setCaptureDate(*pixels, created);
   const std::string temporary = temporaryName();
   const int failed = alpha ? vips_pngsave(pixels.get(), temporary.c_str(), nullptr)
                            : vips_jpegsave(pixels.get(), temporary.c_str(), "Q", kJpegQuality, nullptr);
@@ -116,10 +129,7 @@ std::variant<OutputFolder::Written, std::string> OutputFolder::writeImage(const 
     unlink(temporary.c_str());
     return name + ": " + vipsReason();
   }
-  const std::string kept = ending(name);
-  const bool jpegName = kept == ".jpg" || kept == ".jpeg" || kept == ".JPG" || kept == ".JPEG";
-  const bool pngName = kept == ".png" || kept == ".PNG";
-  const bool same = alpha ? pngName : jpegName;
+  const bool same = alpha ? endsIn(name, {".png"}) : endsIn(name, {".jpg", ".jpeg"});
   return settle(temporary, same ? name : stem(name) + (alpha ? ".png" : ".jpg"), created);
 }
 
@@ -135,13 +145,14 @@ std::variant<OutputFolder::Written, std::string> OutputFolder::copyFile(const st
   return settle(temporary, name, created);
 }
 
-std::variant<OutputFolder::Written, std::string> OutputFolder::settle(const std::string& temporary, const std::string& name,
-                                                                      double created) const {
+std::variant<OutputFolder::Written, std::string> OutputFolder::settle(const std::string& temporary,
+                                                                      const std::string& name, double created) const {
   timespec times[2] = {{0, UTIME_NOW}, {static_cast<std::time_t>(std::floor(created)), 0}};
   times[1].tv_nsec = static_cast<long>((created - std::floor(created)) * 1e9);
   utimensat(AT_FDCWD, temporary.c_str(), times, 0);
   for (int number = 1; number < 100000; ++number) {
-    const std::string free = path_ + "/" + (number == 1 ? name : stem(name) + " (" + std::to_string(number) + ")" + ending(name));
+    const std::string free =
+        path_ + "/" + (number == 1 ? name : stem(name) + " (" + std::to_string(number) + ")" + ending(name));
     // A link never replaces what is there; file systems without links rename, after a look.
     if (link(temporary.c_str(), free.c_str()) == 0) {
       unlink(temporary.c_str());

@@ -7,8 +7,8 @@
 
 namespace tlx::program {
 
-/// The folder into which delivered items are written. Every file appears whole under its final name or not at all, and nothing
-/// that is there already is touched: a taken name gets a number, as in "beach (2).jpg".
+/// The folder into which delivered items are written. Every file appears whole under its final name or not at all, and
+/// nothing that is there already is touched: a taken name gets a number, as in "beach (2).jpg".
 class OutputFolder {
  public:
   /// Made when it is not there.
@@ -21,15 +21,17 @@ class OutputFolder {
     std::string path;
   };
   /// The image, upright, under the name of the original with the ending of its new format: JPEG, or PNG where it has
-  /// transparent parts. The capture date goes into the file and becomes its time. `created` in seconds since 1970 UTC. Answers the
-  /// error in words.
+  /// transparent parts. The capture date goes into the file and becomes its time. `created` in seconds since 1970 UTC.
+  /// Answers the error in words.
   std::variant<Written, std::string> writeImage(const UIImage& image, const std::string& name, double created) const;
   /// A copy of the file as it is.
-  std::variant<Written, std::string> copyFile(const std::string& original, const std::string& name, double created) const;
+  std::variant<Written, std::string> copyFile(const std::string& original, const std::string& name,
+                                              double created) const;
 
  private:
   /// Gives the finished temporary file its name, a free one.
-  std::variant<Written, std::string> settle(const std::string& temporary, const std::string& name, double created) const;
+  std::variant<Written, std::string> settle(const std::string& temporary, const std::string& name,
+                                            double created) const;
   std::string temporaryName() const;
 
   std::string path_, error_;

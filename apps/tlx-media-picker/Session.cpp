@@ -9,10 +9,14 @@
 namespace tlx::program {
 namespace {
 
-void print(const std::string& text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void print(const std::string& text) {
+  std::fwrite(text.data(), 1, text.size(), stdout);
+}
 
 /// A person needs the words now, a program that reads the results must not find them there.
-void complain(const std::string& text) { std::fprintf(stderr, "tlx-media-picker: %s\n", text.c_str()); }
+void complain(const std::string& text) {
+  std::fprintf(stderr, "tlx-media-picker: %s\n", text.c_str());
+}
 
 }  // namespace
 
@@ -55,7 +59,8 @@ bool Session::deliver(const Media& media) {
     }
   }
   if (arguments_.format != Arguments::Format::Json) {
-    print(delivered.value_or(details.path) + (arguments_.format == Arguments::Format::Paths ? '\n' : '\0'));
+    // Whoever reads nothing but paths must not take an original for what should have been delivered.
+    if (whole) print(delivered.value_or(details.path) + (arguments_.format == Arguments::Format::Paths ? '\n' : '\0'));
     return whole;
   }
   double width = details.width, height = details.height;
@@ -73,7 +78,8 @@ bool Session::deliver(const Media& media) {
         ",\"path\":" + jsonString(details.path) + ",\"name\":" + jsonString(details.name) +
         ",\"bytes\":" + std::to_string(details.bytes) + ",\"created\":" + jsonString(isoDate(details.created)) +
         ",\"width\":" + std::to_string(details.width) + ",\"height\":" + std::to_string(details.height) +
-        ",\"duration\":" + jsonNumber(details.duration) + ",\"status\":" + std::to_string(media.fetchCompletionStatus()) +
+        ",\"duration\":" + jsonNumber(details.duration) +
+        ",\"status\":" + std::to_string(media.fetchCompletionStatus()) +
         ",\"delivered\":" + (delivered ? jsonString(*delivered) : "null") + ",\"deliveredWidth\":" + jsonNumber(width) +
         ",\"deliveredHeight\":" + jsonNumber(height) + "}\n");
   return whole;
@@ -85,7 +91,8 @@ std::string albumsAsJson(PhotoManager& manager) {
     const auto album = manager.getAlbumModelAtIndex(static_cast<std::uint64_t>(i));
     if (!album) continue;
     if (i > 0) out += ',';
-    out += "{\"title\":" + jsonString(album->getAlbumName()) + ",\"identifier\":" + jsonString(album->localIdentifier().string()) +
+    out += "{\"title\":" + jsonString(album->getAlbumName()) +
+           ",\"identifier\":" + jsonString(album->localIdentifier().string()) +
            ",\"count\":" + std::to_string(album->getMediaCount()) + "}";
   }
   return out + "]}\n";

@@ -4,10 +4,11 @@
 #include <memory>
 #include <string>
 
+#include "tlx/picker/TLXMediaPickerController.h"
+
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "apps/tlx-media-picker/Arguments.h"
 #include "apps/tlx-media-picker/OutputFolder.h"
-#include "tlx/picker/TLXMediaPickerController.h"
 
 namespace tlx::program {
 
@@ -26,7 +27,7 @@ class Session final : public TLXMediaPickerControllerDelegate {
   ExitStatus status() const { return status_; }
 
   std::int64_t maxSelectedMedia() override { return arguments_.max; }
-  CGSize selectedImageSize() override { return {arguments_.width, arguments_.height}; }
+  CGSize selectedImageSize() override { return CGSizeMake(arguments_.width, arguments_.height); }
   void mediaPickerCancelPressed() override { end(Cancelled); }
   void mediaPicker_didFinishPickingMediaWithInfo(TLXMediaPickerController& picker, const MediaList& media) override;
 

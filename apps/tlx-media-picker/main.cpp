@@ -10,6 +10,9 @@
 #include <variant>
 #include <vector>
 
+#include "tlx/picker/TLXMediaPickerController.h"
+#include "tlx/platform/foundation/SystemLog.h"
+
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/images/ImageManager.h"
@@ -17,9 +20,10 @@
 #include "apps/tlx-media-picker/Arguments.h"
 #include "apps/tlx-media-picker/HeadlessRun.h"
 #include "apps/tlx-media-picker/OutputFolder.h"
+#include "apps/tlx-media-picker/PickerWindow.h"
 #include "apps/tlx-media-picker/Session.h"
-#include "tlx/picker/TLXMediaPickerController.h"
-#include "tlx/platform/foundation/SystemLog.h"
+#include "apps/tlx-media-picker/SettledWindow.h"
+#include "apps/tlx-media-picker/WindowConsent.h"
 
 namespace {
 
@@ -27,7 +31,6 @@ using namespace tlx;
 using namespace tlx::program;
 
 constexpr char kHost[] = "tlx-media-picker";
-constexpr int kWidth = 1024, kHeight = 720;
 
 class StandardErrorLog final : public SystemLogPort {
  public:
@@ -41,6 +44,13 @@ class StandardErrorLog final : public SystemLogPort {
     std::abort();
   }
 };
+
+void list(TLXMediaPickerController& picker, Session& session) {
+  if (!picker.albumPickerTableViewController) return session.end(NoAccess);
+  const std::string albums = albumsAsJson(*picker.photoManager);
+  std::fwrite(albums.data(), 1, albums.size(), stdout);
+  session.end(std::fflush(stdout) == 0 ? Delivered : Failed);
+}
 
 int run(int argc, char** argv, const Arguments& arguments) {
   if (arguments.headless) qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -62,56 +72,64 @@ int run(int argc, char** argv, const Arguments& arguments) {
 
   StandardErrorLog log;
   qtquick::QtPlatform::Loops loops;
+  WindowConsent consent;
   photolibrary::PhotoLibrary::Options options;
   options.roots = arguments.folders;
   options.host = kHost;
   options.preauthorised = !arguments.folders.empty();
+  if (!arguments.headless) options.consent = &consent;
   photolibrary::PhotoLibrary library(options, log);
   photolibrary::ImageManager images(library, loops.mainQueue);
   netlink::NetlinkReachability reachability;
 
   QQuickWindow window;
   window.setTitle(QStringLiteral("Photos"));
-  window.resize(kWidth, kHeight);
   window.setMinimumSize({320, 480});
+  window.resize(static_cast<int>(arguments.windowWidth), static_cast<int>(arguments.windowHeight));
 
   qtquick::QtPlatform platform(loops, window, library, images, reachability, log);
   Session session(arguments, library, output.get());
   session.setEndHandler([&] { QTimer::singleShot(0, &application, &QCoreApplication::quit); });
+
+  auto picker =
+      std::make_unique<PickerWindow>(PickerWindow::Parts{arguments, session, library, consent, platform}, kHost);
+  SettledWindow settled(window, library, images);
 
   // A script wants all there is; a person would rather see what is known at once, and the rest as it is found.
   if (arguments.headless) {
     library.waitUntilScanned();
   } else {
     library.waitUntilOpened();
-    window.show();
   }
-  auto picker = TLXMediaPickerController::mediaPickerController_delegate(arguments.kind, &session);
-  platform.window().model()->setRootViewController(picker);
+  if (!arguments.headless || !arguments.screenshot.empty()) window.show();
+  picker->open();
 
   std::unique_ptr<HeadlessRun> headless;
   if (arguments.list) {
-    if (!picker->albumPickerTableViewController) {
-      session.end(NoAccess);
-    } else {
-      const std::string albums = albumsAsJson(*picker->photoManager);
-      std::fwrite(albums.data(), 1, albums.size(), stdout);
-      session.end(std::fflush(stdout) == 0 ? Delivered : Failed);
-    }
+    list(picker->picker(), session);
   } else if (arguments.headless) {
-    headless = std::make_unique<HeadlessRun>(arguments, *picker, *platform.window().model(), session, library);
+    headless = std::make_unique<HeadlessRun>(arguments, picker->picker(), *platform.window().model(), session, library,
+                                             settled);
     headless->start();
   } else {
     QObject::connect(&window, &QWindow::visibleChanged, &application, [&](bool visible) {
       if (!visible) session.end(Cancelled);
     });
+    if (!arguments.screenshot.empty()) {
+      settled.save(arguments.screenshot, [&](const std::string& error) {
+        if (!error.empty()) std::fprintf(stderr, "%s: %s\n", kHost, error.c_str());
+        session.end(error.empty() ? Delivered : Failed);
+      });
+    }
   }
   if (!session.hasEnded()) application.exec();
   if (session.status() == NoAccess) std::fprintf(stderr, "%s: there is no access to photos\n", kHost);
 
   headless.reset();
-  platform.window().model()->setRootViewController(nullptr);
   picker.reset();
+  // No thread may tell anything once the platform is gone.
+  images.stop();
+  library.stop();
   return session.status();
 }
 

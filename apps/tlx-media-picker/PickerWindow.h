@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QObject>
+#include <memory>
+#include <string>
+
+#include "adapters/photolibrary/PhotoConsent.h"
+#include "adapters/qtquick/QtPlatform.h"
+#include "adapters/qtquick/window/QtQuestion.h"
+#include "adapters/qtquick/window/QtSettingsPage.h"
+#include "apps/tlx-media-picker/Session.h"
+#include "apps/tlx-media-picker/WindowConsent.h"
+
+namespace tlx::program {
+
+/// The picker in the platform's window, and what the program shows over it: the question whether it may have the
+/// photos, and the page on which the person changes their mind.
+class PickerWindow final : public QObject {
+  Q_OBJECT
+
+ public:
+  struct Parts {
+    const Arguments& arguments;
+    Session& session;
+    photolibrary::PhotoLibrary& library;
+    WindowConsent& consent;
+    qtquick::QtPlatform& platform;
+  };
+  /// `host` is the program's name as the person knows it. All parts outlive the object.
+  PickerWindow(const Parts& parts, std::string host);
+  /// Takes the picker and everything over it off the window.
+  ~PickerWindow() override;
+
+  /// Makes a picker, which asks for access when nobody has decided, in place of the one that is open.
+  void open();
+  /// The one that is open.
+  TLXMediaPickerController& picker() const { return *picker_; }
+
+ private:
+  void ask(const std::string& host, photolibrary::PhotoConsent::Answer answer);
+  bool openSettings();
+  void setPhotosAllowed(bool allowed);
+
+  const Parts parts_;
+  const std::string host_;
+  std::shared_ptr<TLXMediaPickerController> picker_;
+  std::unique_ptr<qtquick::QtQuestion> question_;
+  std::unique_ptr<qtquick::QtSettingsPage> settings_;
+};
+
+}  // namespace tlx::program

@@ -1,0 +1,340 @@
+// Whole runs of the program without a window, on real files.
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <algorithm>
+#include <ctime>
+#include <fstream>
+#include <map>
+#include <set>
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include "tests/apps/Picture.h"
+#include "tests/apps/ProgramRun.h"
+
+namespace tlx::program {
+namespace {
+
+namespace fs = std::filesystem;
+using test::contentOf;
+using test::Outcome;
+using test::readPicture;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+/// What stands in the library by the folder's own account: every file but the ones that are no pictures.
+std::vector<fs::path> filesIn(const fs::path& library) {
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::recursive_directory_iterator(library)) {
+    const std::string name = entry.path().filename();
+    if (entry.is_regular_file() && name != ".sample-library" && name != "Empty.jpg" && name != "Shopping list.jpg") {
+      files.push_back(entry.path());
+    }
+  }
+  return files;
+}
+
+bool isVideo(const fs::path& file) {
+  return std::set<std::string>{".mp4", ".mov", ".mkv", ".webm"}.contains(file.extension());
+}
+
+std::string modified(const std::string& path) {
+  struct stat status {};
+  stat(path.c_str(), &status);
+  char text[40];
+  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&status.st_mtime));
+  return text;
+}
+
+std::size_t occurrences(const std::string& text, const std::string& part) {
+  std::size_t count = 0;
+  for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1)) ++count;
+  return count;
+}
+
+class Headless : public test::ProgramTest {
+ protected:
+  using Albums = std::vector<std::pair<std::string, int>>;
+  Albums list(std::vector<std::string> words) {
+    words.insert(words.begin(), {"--headless", "--list"});
+    const Outcome outcome = run(words);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(occurrences(outcome.out, "\n"), 1u) << "one object";
+    Albums albums;
+    const auto document = QJsonDocument::fromJson(QByteArray::fromStdString(outcome.out));
+    for (const auto& each : document.object()[QLatin1String("albums")].toArray()) {
+      const auto album = each.toObject();
+      EXPECT_FALSE(album[QLatin1String("identifier")].toString().isEmpty());
+      albums.emplace_back(album[QLatin1String("title")].toString().toStdString(),
+                          album[QLatin1String("count")].toInt());
+    }
+    return albums;
+  }
+  Outcome pick(std::vector<std::string> words) {
+    words.insert(words.begin(), "--headless");
+    words.push_back(samples());
+    return run(words);
+  }
+};
+
+TEST_F(Headless, ListsTheAlbumsThatTheFoldersHold) {
+  int videos = 0;
+  std::map<std::string, int> folders;
+  const auto files = filesIn(samples());
+  for (const fs::path& file : files) {
+    videos += isVideo(file);
+    ++folders[file.parent_path().filename()];
+  }
+  const Albums albums = list({samples()});
+  ASSERT_GT(albums.size(), 5u);
+  const int all = static_cast<int>(files.size());
+  EXPECT_EQ(albums[0], std::pair(std::string("Camera Roll"), all));
+  EXPECT_EQ(albums[1].first, "Favorites");
+  EXPECT_EQ(albums[2], std::pair(std::string("Videos"), videos));
+  EXPECT_EQ(albums[3], std::pair(std::string("Panoramas"), folders["Panoramas"]));
+  EXPECT_EQ(albums[4], std::pair(std::string("Screenshots"), folders["Screenshots"]));
+  EXPECT_EQ(Albums(albums.begin() + 5, albums.end()), Albums(folders.begin(), folders.end())) << "folders by name";
+  EXPECT_EQ(list({samples()}), albums) << "from the index, too";
+
+  EXPECT_EQ(list({"--kind", "images", samples()})[0], std::pair(std::string("Camera Roll"), all - videos));
+  const Albums moving = list({"--kind", "videos", samples()});
+  EXPECT_EQ(moving[0], std::pair(std::string("Camera Roll"), videos));
+  EXPECT_THAT(moving, testing::Not(testing::Contains(testing::Key("Winter")))) << "an album without any is not there";
+}
+
+TEST_F(Headless, DeliversTheWholeLibraryNewestFirstButWhatIsBroken) {
+  const auto files = filesIn(samples());
+  const Outcome outcome =
+      pick({"--pick", "Camera Roll:0-" + std::to_string(files.size() - 1), "--on-failure", "continue"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  std::set<std::string> expected(files.begin(), files.end());
+  EXPECT_EQ(expected.erase(samples() + "/Odds and Ends/Cut short.jpg"), 1u);
+  EXPECT_EQ(expected.erase(samples() + "/Odds and Ends/Only sound.mp4"), 1u);
+  const auto paths = outcome.texts("path");
+  EXPECT_EQ(std::set<std::string>(paths.begin(), paths.end()), expected);
+  EXPECT_EQ(paths.size(), expected.size()) << "each once";
+  EXPECT_THAT(outcome.err, HasSubstr("Cut short.jpg: could not be fetched\n"));
+  EXPECT_THAT(outcome.err, HasSubstr("Only sound.mp4: not a usable video\n"));
+
+  const auto dates = outcome.texts("created");
+  EXPECT_TRUE(std::is_sorted(dates.rbegin(), dates.rend()));
+  for (const QJsonObject& item : outcome.objects()) {
+    const std::string path = item[QLatin1String("path")].toString().toStdString();
+    SCOPED_TRACE(path);
+    EXPECT_EQ(item[QLatin1String("created")].toString().toStdString(), modified(path));
+    EXPECT_EQ(item[QLatin1String("bytes")].toInt(), static_cast<int>(fs::file_size(path)));
+    EXPECT_EQ(item[QLatin1String("name")].toString().toStdString(), fs::path(path).filename());
+    EXPECT_EQ(item[QLatin1String("type")].toString(), QLatin1String(isVideo(path) ? "video" : "image"));
+    EXPECT_EQ(item[QLatin1String("duration")].toDouble() > 0, isVideo(path));
+    EXPECT_EQ(item[QLatin1String("status")].toInt(-1), 0);
+    EXPECT_TRUE(item[QLatin1String("delivered")].isNull());
+    EXPECT_EQ(item[QLatin1String("deliveredWidth")], item[QLatin1String("width")]) << "small as it is";
+    EXPECT_EQ(item[QLatin1String("deliveredHeight")], item[QLatin1String("height")]);
+  }
+}
+
+TEST_F(Headless, PicksFromSeveralAlbumsInTheOrderGiven) {
+  const Outcome outcome = pick({"--pick", "Winter:2,0", "--pick", "Turned:1-2", "--pick", "Winter:0-1"});
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_THAT(outcome.texts("name"), ElementsAre("IMG_20241221_150946.jpg", "IMG_20241221_192352.jpg", "Turned_7.jpg",
+                                                 "Turned_6.jpg", "IMG_20241221_165611.jpg"))
+      << "named twice is picked once";
+  const auto same = pick({"--pick", "Turned:0", "--pick", "smart:favorites:0", "--format", "paths"});
+  EXPECT_EQ(same.status, 0);
+  EXPECT_EQ(occurrences(same.out, "\n"), 2u);
+}
+
+TEST_F(Headless, PathsEndInWhatTheFormatSays) {
+  const std::string first = samples() + "/Turned/Turned_8.jpg", second = samples() + "/Turned/Turned_7.jpg";
+  EXPECT_EQ(pick({"--pick", "Turned:0,1", "--format", "paths"}).out, first + "\n" + second + "\n");
+  EXPECT_EQ(pick({"--pick", "Turned:0,1", "--format", "paths0"}).out, first + '\0' + second + '\0');
+}
+
+TEST_F(Headless, NamesMayBeAnyBytes) {
+  const std::string odd = "caf\xe9\n\"b\".jpg";
+  fs::create_directory(top_ / "own");
+  fs::copy(samples() + "/Turned/Turned_1.jpg", fs::path(top_ / "own") / odd);
+  EXPECT_THAT(run({"--headless", "--pick", "own:0", top_ / "own"}).out,
+              HasSubstr(R"("name":"caf\udce9\u000a\"b\".jpg")"));
+  const Outcome outcome =
+      run({"--headless", "--pick", "own:0", "--format", "paths0", "--output", top_ / "to", top_ / "own"});
+  EXPECT_EQ(outcome.out, (top_ / "to/") + odd + '\0');
+  EXPECT_TRUE(fs::exists(fs::path(top_ / "to") / odd));
+}
+
+TEST_F(Headless, EveryOrientationIsDeliveredUpright) {
+  const Outcome outcome = pick({"--pick", "Turned:0-7", "--output", top_ / "to"});
+  ASSERT_EQ(outcome.status, 0) << outcome.err;
+  ASSERT_EQ(outcome.objects().size(), 8u);
+  for (const QJsonObject& item : outcome.objects()) {
+    const auto original = readPicture(item[QLatin1String("path")].toString().toStdString(), true);
+    const std::string path = item[QLatin1String("delivered")].toString().toStdString();
+    const auto delivered = readPicture(path);
+    SCOPED_TRACE(path);
+    EXPECT_LE(delivered.orientation, 1) << "turned, and not to be turned again";
+    EXPECT_EQ(delivered.width, item[QLatin1String("deliveredWidth")].toInt());
+    EXPECT_EQ(delivered.height, item[QLatin1String("deliveredHeight")].toInt());
+    EXPECT_LT(test::difference(delivered, original), 3);
+    auto mirrored = original;
+    for (std::size_t i = 0; i + 3 < original.pixels.size(); ++i) {
+      mirrored.pixels[i] = original.pixels[original.pixels.size() - 4 - i / 4 * 4 + i % 4];
+    }
+    EXPECT_GT(test::difference(delivered, mirrored), 6) << "the check would see it upside down";
+  }
+}
+
+TEST_F(Headless, SizeBoundsWhatIsDeliveredAndNothingGrows) {
+  const Outcome outcome = pick({"--size", "90x300", "--pick", "Turned:0-1", "--output", top_ / "to"});
+  const auto items = outcome.objects();
+  ASSERT_EQ(items.size(), 2u);
+  for (const QJsonObject& item : items) {
+    EXPECT_EQ(item[QLatin1String("deliveredWidth")].toInt(), 90);
+    const auto picture = readPicture(item[QLatin1String("delivered")].toString().toStdString());
+    EXPECT_EQ(picture.width, 90);
+  }
+  EXPECT_EQ(items[0][QLatin1String("deliveredHeight")].toInt(), 120) << "taller than wide";
+  EXPECT_EQ(items[1][QLatin1String("deliveredHeight")].toInt(), 68) << "wider than tall";
+}
+
+TEST_F(Headless, DeliveredFilesKeepNamesAndCaptureDates) {
+  const std::vector<std::string> words = {"--pick",      "Odds and Ends:0-6", "--pick",   "Coast:0-3", "--pick",
+                                          "Garden:0-11", "--on-failure",      "continue", "--output",  top_ / "to"};
+  const Outcome first = pick(words);
+  ASSERT_EQ(first.status, 0) << first.err;
+  std::map<std::string, std::string> dates;
+  for (const QJsonObject& item : first.objects()) {
+    const fs::path delivered = item[QLatin1String("delivered")].toString().toStdString();
+    const fs::path name = item[QLatin1String("name")].toString().toStdString();
+    EXPECT_EQ(delivered.parent_path(), top_ / "to");
+    EXPECT_EQ(delivered.stem(), name.stem());
+    EXPECT_EQ(modified(delivered), item[QLatin1String("created")].toString().toStdString());
+    if (isVideo(name)) {
+      EXPECT_EQ(contentOf(delivered), contentOf(item[QLatin1String("path")].toString().toStdString()));
+    }
+    dates[delivered.filename()] = item[QLatin1String("created")].toString().toStdString();
+  }
+  ASSERT_GT(dates.size(), 15u);
+
+  // Copied without its time, as by a mail: the date must be in the picture itself.
+  for (const auto& entry : fs::directory_iterator(top_ / "to")) {
+    if (!isVideo(entry.path())) fs::last_write_time(entry.path(), fs::file_time_type::clock::now());
+  }
+  const Outcome again = run({"--headless", "--pick", "to:0-" + std::to_string(dates.size() - 1), top_ / "to"});
+  EXPECT_EQ(again.status, 0) << again.err;
+  std::map<std::string, std::string> read;
+  for (const QJsonObject& item : again.objects()) {
+    read[item[QLatin1String("name")].toString().toStdString()] =
+        item[QLatin1String("created")].toString().toStdString();
+  }
+  EXPECT_EQ(read, dates);
+
+  const Outcome second = pick(words);
+  EXPECT_EQ(second.status, 0);
+  EXPECT_EQ(std::distance(fs::directory_iterator(top_ / "to"), {}), static_cast<std::ptrdiff_t>(2 * dates.size()))
+      << "a second delivery stands beside the first";
+}
+
+TEST_F(Headless, TheLimitEndsThePicking) {
+  const Outcome three = pick({"--max", "3", "--pick", "Turned:0-5", "--format", "paths"});
+  EXPECT_EQ(three.status, 0);
+  EXPECT_EQ(occurrences(three.out, "\n"), 3u);
+  EXPECT_EQ(three.err, "tlx-media-picker: the limit of 3 items is reached\n");
+  const Outcome none = pick({"--max", "0", "--pick", "Turned:0", "--pick", "Winter:0"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.out, "");
+  EXPECT_EQ(none.err, "tlx-media-picker: the limit of 0 items is reached\ntlx-media-picker: nothing could be picked\n");
+}
+
+TEST_F(Headless, FailuresAreAnsweredAsAsked) {
+  struct Row {
+    std::vector<std::string> words;
+    int status;
+    std::size_t delivered, questions;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {{"--pick", "Odds and Ends:0-6"}, 4, 0, 1, "cancelling is the default"},
+      {{"--pick", "Odds and Ends:0-6", "--on-failure", "cancel"}, 4, 0, 1, "and can be said"},
+      {{"--pick", "Odds and Ends:0-6", "--on-failure", "continue"}, 0, 5, 1, "the rest is delivered"},
+      {{"--pick", "Odds and Ends:0-6", "--on-failure", "retry"}, 4, 0, 2, "once, then cancel"},
+      {{"--kind", "videos", "--pick", "Odds and Ends:0", "--on-failure", "continue"},
+       4,
+       0,
+       1,
+       "nothing is left to continue with"},
+      {{"--kind", "videos", "--pick", "Odds and Ends:0", "--on-failure", "retry"}, 4, 0, 1, "a video will not mend"},
+  };
+  for (const Row& row : rows) {
+    auto words = row.words;
+    words.insert(words.end(), {"--format", "paths", "--output", top_ / "to"});
+    const Outcome outcome = pick(words);
+    EXPECT_EQ(outcome.status, row.status) << row.reason;
+    EXPECT_EQ(occurrences(outcome.out, "\n"), row.delivered) << row.reason;
+    EXPECT_EQ(occurrences(outcome.err, "Only sound.mp4: not a usable video\n"), row.questions) << row.reason;
+    std::error_code none;
+    EXPECT_EQ(std::distance(fs::directory_iterator(top_ / "to"), {}), static_cast<std::ptrdiff_t>(row.delivered));
+    fs::remove_all(top_ / "to", none);
+  }
+}
+
+TEST_F(Headless, SaysWhatIsWrongAndPrintsNoResults) {
+  fs::create_directory(top_ / "empty");
+  std::ofstream(top_ / "file") << "no folder";
+  struct Row {
+    std::vector<std::string> words;
+    int status;
+    std::string err, reason;
+  };
+  const std::string name = "tlx-media-picker: ";
+  const Row rows[] = {
+      {{"--frobnicate"}, 2, name + "unknown option --frobnicate\nusage: ", "with the usage below"},
+      {{"--headless", "--pick", "Atlantis:0", samples()},
+       2,
+       name + "there is no album \"Atlantis\"\n",
+       "no such album"},
+      {{"--headless", "--pick", "Turned:7-8", samples()},
+       2,
+       name + "the album \"Turned\" has 8 items; there is no 8\n",
+       "positions count from 0"},
+      {{"--headless", "--pick", "Camera Roll:0", top_ / "empty"},
+       2,
+       name + "there is no album \"Camera Roll\"\n",
+       "empty"},
+      {{"--headless", "--list", "--output", top_ / "file/below", samples()}, 2, name, "no folder can be there"},
+      {{"--headless", "--list"}, 3, name + "there is no access to photos\n", "nobody named a folder or can be asked"},
+      {{"--headless", "--pick", "Camera Roll:0"}, 3, name + "there is no access to photos\n", "picking needs it too"},
+      {{"--headless", "--list", top_ / "missing"}, 3, name + "there is no access to photos\n", "no such folder"},
+      {{"--headless", "--list", top_ / "file"}, 3, name + "there is no access to photos\n", "a file is none"},
+  };
+  for (const Row& row : rows) {
+    const Outcome outcome = run(row.words);
+    EXPECT_EQ(outcome.status, row.status) << row.reason;
+    EXPECT_EQ(outcome.out, "") << row.reason;
+    EXPECT_THAT(outcome.err, StartsWith(row.err)) << row.reason;
+  }
+  EXPECT_EQ(run({"--headless", "--list", top_ / "empty"}).out, "{\"albums\":[]}\n");
+  EXPECT_EQ(list({samples(), top_ / "missing"})[0].first, "Camera Roll") << "one root of two is access";
+}
+
+TEST_F(Headless, ResultsThatCannotBeWrittenAreAFailure) {
+  EXPECT_EQ(run({"--headless", "--list", samples()}, "/dev/full").status, 4);
+  const Outcome outcome = run({"--headless", "--pick", "Turned:0", samples()}, "/dev/full");
+  EXPECT_EQ(outcome.status, 4);
+  EXPECT_THAT(outcome.err, HasSubstr("the results could not be written"));
+}
+
+TEST_F(Headless, HelpAndVersionGoToStandardOutput) {
+  const Outcome help = run({"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.out, StartsWith("usage: tlx-media-picker"));
+  EXPECT_EQ(help.err, "");
+  EXPECT_THAT(run({"--version"}).out, StartsWith("tlx-media-picker 1.0"));
+}
+
+}  // namespace
+}  // namespace tlx::program
