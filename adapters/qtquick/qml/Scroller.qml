@@ -41,7 +41,8 @@ Flickable {
         width: place.width
         height: place.height
         color: "transparent"
-        border { width: 3; color: Theme.focus }
+        // Not the accent: a picked photo has a frame of that colour already.
+        border { width: 3; color: Theme.text }
         Rectangle {
             anchors { fill: parent; margins: 3 }
             color: "transparent"
