@@ -98,6 +98,25 @@ TEST_F(Accessibility, WhatIsPressedDoesWhatAFingerWould) {
   EXPECT_EQ(session.host.deliveries.size(), 1u);
 }
 
+TEST(AccessibleQuestion, IsReadWithItsButtonsAloneAndAnswered) {
+  PickerWindow session({"va", "b"});
+  session.script("va", PickerSession::failing());
+  session.open();
+  session.clickItem(0);
+  session.clickItem(1);
+  session.wait(1);
+  session.click(session.button(TLXMediaPickerController::TagDone));
+  session.wait(1);
+  Reader reader(session);
+  EXPECT_THAT(reader.names(),
+              ElementsAre("Unsupported File!\nThere is an unsupported file. You can continue without the unsupported "
+                          "file.",
+                          "Continue", "Cancel"));
+  reader.press("Continue");
+  ASSERT_EQ(session.host.deliveries.size(), 1u);
+  EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("b"));
+}
+
 TEST(AccessibleOrder, FollowsTheItemsAlsoWhenCellsAreUsedAgain) {
   setenv("TZ", "UTC", 1);
   tzset();

@@ -223,6 +223,34 @@ TEST(Scrolling, AnAlbumIsScrolledByWheelAndFingerWithoutPicking) {
   EXPECT_THAT(session.picked(), IsEmpty());
 }
 
+TEST(Scrolling, AFingerOnTheScreenPicksPressesAndScrolls) {
+  static QPointingDevice* screen = QTest::createTouchDevice();
+  PickerWindow session(PickerWindow::numbered(400));
+  session.open();
+  const auto touch = [&](const QPointF& point) {
+    QTest::touchEvent(&session.window, screen).press(0, point.toPoint());
+    session.wait(0.05);
+    QTest::touchEvent(&session.window, screen).release(0, point.toPoint());
+    session.wait(0.5);
+  };
+  touch(session.centre(session.cell(2)));
+  EXPECT_THAT(session.picked(), ElementsAre("p2"));
+  touch(session.centre(session.picker->btnAlbumPicker.lock()));
+  EXPECT_TRUE(session.sees(session.table()));
+  touch({60, 640});
+  EXPECT_FALSE(session.sees(session.table()));
+
+  QTest::touchEvent(&session.window, screen).press(0, QPoint(180, 600));
+  for (int y = 580; y >= 300; y -= 20) {
+    session.wait(0.03);
+    QTest::touchEvent(&session.window, screen).move(0, QPoint(180, y));
+  }
+  QTest::touchEvent(&session.window, screen).release(0, QPoint(180, 300));
+  session.wait(2);
+  EXPECT_GT(session.grid().contentOffset().y, 200);
+  EXPECT_THAT(session.picked(), ElementsAre("p2"));
+}
+
 TEST(Scrolling, FarDownCellsStandWhereTheyAreDrawn) {
   PickerWindow session(PickerWindow::numbered(4000));
   session.open();
