@@ -1,0 +1,199 @@
+// The program in a window on an X server, used with a mouse.
+
+#include <QJsonDocument>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "tests/apps/Display.h"
+#include "tests/apps/Picture.h"
+#include "tests/apps/ProgramRun.h"
+
+namespace tlx::program {
+namespace {
+
+using test::Frame;
+using testing::ElementsAre;
+
+constexpr Frame::Colour kAccent = {62, 193, 199}, kWhite = {255, 255, 255};
+
+class Window : public test::ProgramTest {
+ protected:
+  void SetUp() override {
+    display_ = std::make_unique<test::Display>(top_ / "screen");
+    if (!display_->error().empty()) GTEST_SKIP() << display_->error();
+    environment = {"DISPLAY=" + display_->name(), "QT_QPA_PLATFORM=xcb"};
+  }
+  void TearDown() override {
+    if (process_ < 0) return;
+    kill(process_, SIGKILL);
+    waitFor(process_);
+  }
+  void open(const std::vector<std::string>& words) { process_ = start(words, top_ / "out"); }
+
+  /// Waits until the screen shows what is looked for. False, and a failed test, when the program ends before or never
+  /// gets there.
+  bool see(const char* what, const std::function<bool(const Frame&)>& isThere) {
+    const int ended = static_cast<int>(syscall(SYS_pidfd_open, process_, 0));
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    bool seen = false;
+    for (bool running = true; !seen && running && std::chrono::steady_clock::now() < deadline;) {
+      seen = isThere(display_->frame());
+      constexpr int kBetweenLooks = 15;  // milliseconds
+      pollfd end = {ended, POLLIN, 0};
+      running = poll(&end, 1, kBetweenLooks) == 0;
+    }
+    close(ended);
+    EXPECT_TRUE(seen) << what << "\n" << test::contentOf(top_ / "err");
+    return seen;
+  }
+  void click(int x, int y) { display_->click(x, y); }
+  test::Outcome end() {
+    test::Outcome outcome;
+    outcome.status = waitFor(std::exchange(process_, -1));
+    outcome.out = test::contentOf(top_ / "out");
+    outcome.err = test::contentOf(top_ / "err");
+    return outcome;
+  }
+
+  std::unique_ptr<test::Display> display_;
+  pid_t process_ = -1;
+};
+
+/// Where things are in a window of 1024 x 720 at the screen's corner, as a person sees them.
+namespace place {
+constexpr int kTitleX = 512, kDoneX = 984, kBarY = 30;
+/// The cell of the first row, counted from the left.
+Frame::Area cell(int column) {
+  return {column * 1024 / 5 + column * 8 + 8, 130, 150, 100};
+}
+/// Between the rows of photos: the ground, unless something lies over it.
+constexpr Frame::Area kGap = {0, 242, 1024, 16};
+constexpr Frame::Area kBanner = {40, 6, 200, 12};
+/// The list's second row: where its cover is, and where nothing is.
+constexpr Frame::Area kSecondCover = {220, 150, 50, 45}, kSecondRow = {500, 150, 240, 40};
+constexpr Frame::Area kAllowChoice = {514, 425, 146, 40}, kAllowButton = {430, 436, 20, 36};
+/// A corner that stays empty, of one colour unless something lies over it.
+constexpr Frame::Area kGround = {10, 690, 20, 20};
+constexpr Frame::Area kSwitch = {724, 120, 48, 50};
+}  // namespace place
+
+/// The photo's own pixels vary; a tile that still waits is of one colour.
+bool isPhoto(const Frame& frame, const Frame::Area& area) {
+  return frame.variety(area) > 12;
+}
+bool isPicked(const Frame& frame, int column) {
+  return frame.count(place::cell(column), kAccent) > 300;
+}
+
+TEST_F(Window, PicksByMouseFromAnotherAlbumUpToTheLimit) {
+  std::vector<std::string> expected;
+  {
+    const auto list = run({"--headless", "--pick", "smart:favorites:0,2", "--format", "paths", samples()});
+    ASSERT_EQ(list.status, 0) << list.err;
+    expected = {list.out.substr(0, list.out.find('\n')), list.out.substr(list.out.find('\n') + 1)};
+    expected[1].pop_back();
+  }
+  open({"--max", "3", "--output", top_ / "to", samples()});
+  std::unique_ptr<Frame> opened;
+  const auto firstScreen = [&](const Frame& frame) {
+    for (int column = 0; column < 4; ++column) {
+      if (!isPhoto(frame, place::cell(column))) return false;
+    }
+    opened = std::make_unique<Frame>(frame);
+    return true;
+  };
+  ASSERT_TRUE(see("the newest photos", firstScreen));
+
+  click(place::kTitleX, place::kBarY);
+  ASSERT_TRUE(see("the album list", [](const Frame& frame) {
+    return isPhoto(frame, place::kSecondCover) && frame.variety(place::kSecondRow) == 1;
+  }));
+  click(place::kSecondRow.x, place::kSecondRow.y);
+  ASSERT_TRUE(see("the other album's photos, and the list gone", [&](const Frame& frame) {
+    return frame.sameIn(place::kGap, *opened) && isPhoto(frame, place::cell(0)) && isPhoto(frame, place::cell(3)) &&
+           !frame.sameIn(place::cell(0), *opened);
+  }));
+
+  for (int column = 0; column < 3; ++column) {
+    click(place::cell(column).x + 60, place::cell(column).y + 60);
+    ASSERT_TRUE(see("the mark on a picked photo", [&](const Frame& frame) { return isPicked(frame, column); }));
+  }
+  const auto bannerIsThere = [](const Frame& frame) {
+    return frame.count(place::kBanner, kAccent) == place::kBanner.width * place::kBanner.height;
+  };
+  click(place::cell(3).x + 60, place::cell(3).y + 60);
+  ASSERT_TRUE(see("the banner that says the limit is reached", bannerIsThere));
+  ASSERT_TRUE(see("the banner leave again", [&](const Frame& frame) {
+    EXPECT_FALSE(isPicked(frame, 3)) << "a fourth photo was picked";
+    return frame.count(place::kBanner, kAccent) == 0;
+  }));
+  click(place::cell(1).x + 60, place::cell(1).y + 60);
+  ASSERT_TRUE(see("the second photo unpicked", [](const Frame& frame) { return !isPicked(frame, 1); }));
+
+  click(place::kDoneX, place::kBarY);
+  const auto outcome = end();
+  EXPECT_EQ(outcome.status, 0) << outcome.err;
+  EXPECT_EQ(outcome.texts("path"), expected);
+  for (const std::string& delivered : outcome.texts("delivered")) EXPECT_GT(test::readPicture(delivered).width, 0);
+}
+
+TEST_F(Window, AsksForAccessOnceAndThePageChangesIt) {
+  std::filesystem::create_directories(top_ / "home");
+  std::filesystem::copy(samples() + "/Turned", top_ / "home/Pictures");
+  const std::string record = top_ / "home/config/tlx-media-picker/access/tlx-media-picker";
+  const auto photos = [](const Frame& frame) {
+    return isPhoto(frame, place::cell(0)) && isPhoto(frame, place::cell(4));
+  };
+
+  open({});
+  ASSERT_TRUE(see("the question", [](const Frame& frame) {
+    return frame.count(place::kAllowChoice, kWhite) > 4000 && frame.count(place::kGround, kWhite) == 0;
+  }));
+  EXPECT_FALSE(std::filesystem::exists(record));
+  display_->key("Escape");
+  ASSERT_TRUE(see("the screen without access", [](const Frame& frame) {
+    return frame.count(place::kAllowButton, kAccent) == place::kAllowButton.width * place::kAllowButton.height;
+  }));
+  EXPECT_EQ(test::contentOf(record), "photos=denied\n");
+
+  click(place::kAllowButton.x + 10, place::kAllowButton.y + 10);
+  ASSERT_TRUE(see("the page, with the switch off", [](const Frame& frame) {
+    return frame.count(place::kAllowButton, kAccent) == 0 && frame.variety(place::kSwitch) > 1;
+  }));
+  display_->key("space");
+  ASSERT_TRUE(see("the switch on", [](const Frame& frame) { return frame.count(place::kSwitch, kAccent) > 500; }));
+  display_->key("Escape");
+  ASSERT_TRUE(see("the photos", photos));
+  EXPECT_EQ(test::contentOf(record), "photos=allowed\n");
+  display_->key("Escape");
+  EXPECT_EQ(end().status, 1);
+
+  open({});
+  ASSERT_TRUE(see("the photos without a question", photos));
+  click(50, place::kBarY);
+  EXPECT_EQ(end().status, 1);
+  EXPECT_EQ(run({"--headless", "--pick", "Pictures:0-7", "--format", "paths"}).status, 0) << "it is remembered";
+}
+
+TEST_F(Window, ScreenshotsAreOfWhatAPersonSees) {
+  const auto saved = run({"--screenshot", top_ / "picture.png", "--window", "600x500", samples()});
+  EXPECT_EQ(saved.status, 0) << saved.err;
+  EXPECT_EQ(saved.out, "");
+  const auto picture = test::readPicture(top_ / "picture.png");
+  EXPECT_EQ(picture.width, 600);
+  EXPECT_EQ(picture.height, 500);
+  const auto unsaved = run({"--screenshot", top_ / "missing/picture.png", samples()});
+  EXPECT_EQ(unsaved.status, 4);
+  EXPECT_THAT(unsaved.err, testing::HasSubstr("missing/picture.png: "));
+}
+
+}  // namespace
+}  // namespace tlx::program
