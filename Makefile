@@ -4,6 +4,8 @@ JOBS ?= $(shell nproc)
 PACKAGES := $(shell grep -v '^\#' packages.txt)
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 CTEST := ctest --output-on-failure --timeout 300
+# A graphics driver is loaded and unloaded at will, which leaves the sanitizers with leaks and races of nobody known.
+WITHOUT_DRIVER := QT_QUICK_BACKEND=software QT_XCB_GL_INTEGRATION=none
 
 .PHONY: run test build bench asan tsan tidy format install packages check clean
 
@@ -26,16 +28,19 @@ build: packages
 bench: build
 	@tools/run-benchmarks.sh build/release/bin
 
+# The windows' program unloads decoders' plugins as it ends, and with them the names by which their leaks could be told
+# from ours: leaks are looked for in the other tests.
 asan: packages
 	cmake --preset asan
 	cmake --build --preset asan -j$(JOBS)
-	cd build/asan && ASAN_OPTIONS=detect_stack_use_after_return=1 LSAN_OPTIONS=suppressions=$(CURDIR)/tests/support/lsan.supp \
-	  UBSAN_OPTIONS=print_stacktrace=1 $(CTEST) -j$(JOBS)
+	cd build/asan && export LSAN_OPTIONS=suppressions=$(CURDIR)/tests/support/lsan.supp UBSAN_OPTIONS=print_stacktrace=1 \
+	  $(WITHOUT_DRIVER) ASAN_OPTIONS=detect_stack_use_after_return=1 && \
+	  $(CTEST) -j$(JOBS) -E '^Window\.' && ASAN_OPTIONS=$$ASAN_OPTIONS:detect_leaks=0 $(CTEST) -R '^Window\.'
 
 tsan: packages
 	cmake --preset tsan
 	cmake --build --preset tsan -j$(JOBS)
-	cd build/tsan && TSAN_OPTIONS=ignore_noninstrumented_modules=1:suppressions=$(CURDIR)/tests/support/tsan.supp $(CTEST) -j$(JOBS)
+	cd build/tsan && TSAN_OPTIONS=ignore_noninstrumented_modules=1:suppressions=$(CURDIR)/tests/support/tsan.supp $(WITHOUT_DRIVER) $(CTEST) -j$(JOBS)
 
 tidy: packages
 	cmake --preset tidy
