@@ -43,7 +43,7 @@ class Catalogue {
 
   /// The newest state. Any thread; waits for nothing but another reader.
   std::shared_ptr<const Snapshot> snapshot() const;
-  const Source& source() const { return *source_; }
+  Source& source() const { return *source_; }
   /// Whether any root could be looked into when it was last tried. Any thread; asks no disk.
   bool anyRootReadable() const { return anyRootReadable_; }
 

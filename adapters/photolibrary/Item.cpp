@@ -19,6 +19,10 @@ bool looksTheSame(const PHAsset& a, const PHAsset& b) {
          a.creationDate == b.creationDate && x.bytes == y.bytes && x.modified == y.modified;
 }
 
+std::string itemPath(const Item& item, const Folder& folder) {
+  return (folder.path == "/" ? "" : folder.path) + "/" + item.name;
+}
+
 std::shared_ptr<ItemBlock> ItemBlock::withCapacity(std::size_t capacity) {
   auto block = std::make_shared<ItemBlock>();
   block->items_.reserve(std::max<std::size_t>(capacity, 1));

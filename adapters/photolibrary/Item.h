@@ -95,13 +95,19 @@ class ItemBlocks {
 
 /// A folder that holds items, or did.
 struct Folder {
-  std::string path;      ///< absolute, without a closing slash unless it is "/"
+  /// Absolute, without a closing slash unless it is "/". Of a folder on a server: its address, unescaped.
+  std::string path;
   std::size_t root = 0;  ///< which of the library's roots it lies under
   std::string relative;  ///< its path below that root; empty for the root itself
   bool trashed = false;  ///< its items lie in a trash
   FileKey key;
   std::string identifier;  ///< in the form of an item's
+
+  bool onServer() const { return !path.starts_with('/'); }
 };
+
+/// The item's path, or its address on its server, unescaped.
+std::string itemPath(const Item& item, const Folder& folder);
 
 using Assets = std::vector<std::shared_ptr<const PHAsset>>;
 using Folders = std::vector<std::shared_ptr<const Folder>>;

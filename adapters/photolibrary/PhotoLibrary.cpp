@@ -20,9 +20,12 @@ PhotoLibrary::Options withDefaults(PhotoLibrary::Options options) {
   return options;
 }
 
-std::string fileUri(const std::string& path) {
-  std::string uri = "file://";
-  for (const char c : path) {
+/// The address of a file on this machine, or the escaped form of one on a server.
+std::string uriOf(const std::string& path) {
+  const std::size_t host = path.starts_with('/') ? std::string::npos : path.find("://");
+  const std::size_t plainEnd = host == std::string::npos ? 0 : std::min(path.find('/', host + 3), path.size());
+  std::string uri = plainEnd == 0 ? "file://" : path.substr(0, plainEnd);
+  for (const char c : std::string_view(path).substr(plainEnd)) {
     const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
                        (c != '\0' && std::string_view("/-_.~!$&'()*+,=:@").find(c) != std::string_view::npos);
     if (plain) {
@@ -34,11 +37,6 @@ std::string fileUri(const std::string& path) {
     }
   }
   return uri;
-}
-
-std::string pathOf(const Snapshot& snapshot, const Item& item) {
-  const std::string& folder = snapshot.folders()[item.folder]->path;
-  return (folder == "/" ? "" : folder) + "/" + item.name;
 }
 
 NSError unknownItem() {
@@ -250,9 +248,17 @@ std::optional<PhotoLibrary::Details> PhotoLibrary::details(const Identifier& ide
   const std::uint32_t position = snapshot->find(identifier);
   if (position == Snapshot::kNowhere) return std::nullopt;
   const Item& item = snapshot->itemAt(position);
-  return Details{pathOf(*snapshot, item), item.name,         item.mediaType,
-                 item.facts.bytes,        item.creationDate, item.facts.width,
-                 item.facts.height,       item.duration,     (item.facts.marks & ItemMarkFavorite) != 0};
+  const Folder& folder = *snapshot->folders()[item.folder];
+  return Details{catalogue_->source().originalPath(item, folder),
+                 item.name,
+                 item.mediaType,
+                 item.facts.bytes,
+                 item.creationDate,
+                 item.facts.width,
+                 item.facts.height,
+                 item.duration,
+                 (item.facts.marks & ItemMarkFavorite) != 0,
+                 folder.onServer() ? uriOf(itemPath(item, folder)) : std::string()};
 }
 
 std::variant<ItemLocation, NSError> PhotoLibrary::locate(const Identifier& identifier) const {
@@ -260,9 +266,9 @@ std::variant<ItemLocation, NSError> PhotoLibrary::locate(const Identifier& ident
   const std::uint32_t position = snapshot->find(identifier);
   if (position == Snapshot::kNowhere) return unknownItem();
   const Item& item = snapshot->itemAt(position);
-  const std::string path = pathOf(*snapshot, item);
-  return ItemLocation{path,
-                      fileUri(path),
+  const Folder& folder = *snapshot->folders()[item.folder];
+  return ItemLocation{catalogue_->source().originalPath(item, folder),
+                      uriOf(itemPath(item, folder)),
                       item.facts.format,
                       item.facts.bytes,
                       item.facts.modified,
@@ -271,11 +277,23 @@ std::variant<ItemLocation, NSError> PhotoLibrary::locate(const Identifier& ident
                       item.facts.orientation};
 }
 
-std::variant<Original, NSError> PhotoLibrary::fetchOriginal(const Identifier& identifier, const FetchOptions&) {
+std::variant<Original, NSError> PhotoLibrary::fetchOriginal(const Identifier& identifier, const FetchOptions& options) {
   const auto snapshot = catalogue_->snapshot();
   const std::uint32_t position = snapshot->find(identifier);
   if (position == Snapshot::kNowhere) return unknownItem();
-  return Original{pathOf(*snapshot, snapshot->itemAt(position)), nullptr};
+  const Item& item = snapshot->itemAt(position);
+  return catalogue_->source().fetchOriginal(item, *snapshot->folders()[item.folder], options);
+}
+
+std::variant<Preview, NSError> PhotoLibrary::fetchPreview(const Identifier& identifier, int pixels,
+                                                          const std::function<bool()>& cancelled) {
+  const auto snapshot = catalogue_->snapshot();
+  const std::uint32_t position = snapshot->find(identifier);
+  if (position == Snapshot::kNowhere) return unknownItem();
+  const Item& item = snapshot->itemAt(position);
+  auto preview = catalogue_->source().fetchPreview(item, *snapshot->folders()[item.folder], pixels, cancelled);
+  if (!preview) return noPreview();
+  return *std::move(preview);
 }
 
 }  // namespace tlx::photolibrary

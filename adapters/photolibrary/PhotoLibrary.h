@@ -76,7 +76,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
 
   /// What a program shows or tells of an item.
   struct Details {
-    std::string path;
+    std::string path;  ///< on this machine; empty while the original lies on its server only
     std::string name;  ///< of the file; not necessarily UTF-8
     PHAssetMediaType mediaType = PHAssetMediaTypeUnknown;
     std::int64_t bytes = 0;
@@ -84,6 +84,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
     std::int32_t width = 0, height = 0;  ///< upright; 0 when the header did not say
     double duration = 0;                 ///< seconds
     bool favorite = false;
+    std::string address;  ///< of an item on a server; empty for the others
   };
   /// Any thread; asks no disk. Nothing for an item that the library does not hold.
   std::optional<Details> details(const Identifier& identifier) const;
@@ -102,6 +103,8 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   // ItemStore.
   std::variant<ItemLocation, NSError> locate(const Identifier& identifier) const override;
   std::variant<Original, NSError> fetchOriginal(const Identifier& identifier, const FetchOptions& options) override;
+  std::variant<Preview, NSError> fetchPreview(const Identifier& identifier, int pixels,
+                                              const std::function<bool()>& cancelled) override;
 
  private:
   struct Asking;

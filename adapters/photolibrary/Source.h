@@ -1,11 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <stop_token>
 #include <string>
+#include <variant>
 #include <vector>
 
+#include "tlx/platform/foundation/NSError.h"
+
 #include "adapters/photolibrary/Item.h"
+#include "adapters/photolibrary/ItemStore.h"
 
 namespace tlx::photolibrary {
 
@@ -54,21 +60,36 @@ struct WalkOutcome {
   std::vector<std::string> unreachable;
 };
 
-/// Where items come from: the files beneath a library. Beside the folder tree there can be others; they differ in how
-/// they list, what they know a file by, and how they bring an original here.
+/// Where items come from: a folder tree, a server, or several of them as one. They differ in how they list, what they
+/// know a file by, and how they bring an original here.
 class Source {
  public:
   virtual ~Source() = default;
 
-  /// Absolute paths of the roots, in the order given.
+  /// Absolute paths of the roots, in the order given; of a root on a server its address, without a closing slash and
+  /// without anything secret.
   virtual const std::vector<std::string>& roots() const = 0;
-  /// Whether the root can be looked into now; asks the disk. Any thread.
+  /// Whether the root can be looked into now; asks the disk, but no server. Any thread.
   virtual bool rootReadable(std::size_t root) const = 0;
 
   /// Looks at everything and tells what it meets, reading only files that `known` does not hold as they stand. Returns
   /// when all is told. One walk at a time, on a thread that may wait. Stopping ends it within the time that one file
   /// takes.
   virtual WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) = 0;
+
+  /// The original's path on this machine; empty while it lies elsewhere only. Any thread; waits for nothing.
+  virtual std::string originalPath(const Item& item, const Folder& folder) const { return itemPath(item, folder); }
+  /// As `ItemStore::fetchOriginal`. Any thread, several at once. `folder` is the one that the item names.
+  virtual std::variant<Original, NSError> fetchOriginal(const Item& item, const Folder& folder,
+                                                        const ItemStore::FetchOptions&) {
+    return Original{itemPath(item, folder), nullptr};
+  }
+  /// As `ItemStore::fetchPreview`, likewise; nothing where originals are always at hand.
+  virtual std::optional<Preview> fetchPreview(const Item& item, const Folder& folder, int pixels,
+                                              const std::function<bool()>& cancelled) {
+    (void)item, (void)folder, (void)pixels, (void)cancelled;
+    return std::nullopt;
+  }
 };
 
 }  // namespace tlx::photolibrary
