@@ -88,6 +88,7 @@ ImageManager::ImageManager(ItemStore& items, MainQueuePort& mainQueue, Settings 
       pixels_(settings.pixelFolder, settings.pixels),
       decoder_(pixels_),
       thumbnails_(settings.thumbnailBytes, settings.largestThumbnail),
+      screenScale_(std::max(1.0, settings.screenScale)),
       alive_(std::make_shared<std::atomic<bool>>(true)),
       fetchers_(settings.fetchers),
       workers_(workerCount(settings.workers), &ImageDecoder::leaveThread) {}
@@ -107,6 +108,17 @@ void ImageManager::stop() {
   workers_.stop();
 }
 
+void ImageManager::setScreenScale(double scale) {
+  screenScale_ = std::max(1.0, scale);
+}
+
+CGSize ImageManager::pixelTarget(CGSize target, const PHImageRequestOptions& options) const {
+  const bool inACell = wantsPreview(options) && options.resizeMode != PHImageRequestOptionsResizeModeExact &&
+                       target.width <= largestCell && target.height <= largestCell;
+  const double scale = inACell ? screenScale_.load() : 1;
+  return {target.width * scale, target.height * scale};
+}
+
 void ImageManager::waitUntilIdle() {
   // Work goes from the fetchers to the workers and back at most once.
   workers_.waitUntilIdle();
@@ -119,7 +131,7 @@ PHImageRequestID ImageManager::requestImage(const std::shared_ptr<const PHAsset>
                                             PHImageResultHandler handler) {
   auto request = std::make_shared<Request>();
   name(*request, asset);
-  request->key.target = targetSize;
+  request->key.target = pixelTarget(targetSize, options);
   request->key.mode = contentMode;
   request->options = options;
   {
@@ -373,6 +385,7 @@ void ImageManager::startCachingImages(CacheClient client, const std::vector<std:
       preheated.request = std::make_shared<Request>();
       preheated.request->number = number--;
       preheated.request->key = key;
+      preheated.request->key.target = pixelTarget(targetSize, options);
       preheated.request->options = options;
       fresh.push_back(preheated.request);
     }
@@ -394,7 +407,7 @@ void ImageManager::release(CacheClient client, const ThumbnailKey& key) {
   }
   request->cancelled = true;
   withdraw(*request, {RequestQueue::Preheat});
-  thumbnails_.age(key);
+  thumbnails_.age(request->key);
 }
 
 void ImageManager::stopCachingImages(CacheClient client, const std::vector<std::shared_ptr<const PHAsset>>& assets,

@@ -25,6 +25,11 @@ namespace tlx::photolibrary {
 /// The pictures and videos of a library's items, made by one worker per processor. Thumbnails that were made lately are
 /// kept in memory and answer within the call; a photo's embedded thumbnail is the degraded first answer otherwise.
 ///
+/// Target sizes count in points where the answer is to be looked at in a cell, and in pixels where someone relies on
+/// them: an opportunistic or fast request that does not ask for the exact size, and whose target is at most
+/// `largestCell` a side, is answered for target × screen scale, still with the scale 1 and never enlarged. All others,
+/// a host's deliveries among them, are made for the target as it stands.
+///
 /// Destroyed on the main thread; the workers end first, and nothing is called afterwards. Delivered pictures stay valid
 /// for as long as they are held.
 class ImageManager final : public ImageManagerPort {
@@ -34,9 +39,12 @@ class ImageManager final : public ImageManagerPort {
     unsigned fetchers = 2;                               ///< threads that wait for originals from elsewhere
     std::size_t thumbnailBytes = std::size_t{64} << 20;  ///< of finished thumbnails kept in memory
     std::size_t largestThumbnail = std::size_t{4} << 20;
+    double screenScale = 1;  ///< pixels of the screen in a point
     std::string pixelFolder = PixelStore::defaultFolder();
     PixelStore::Limits pixels = {};
   };
+
+  static constexpr double largestCell = 512;
 
   /// Both outlive the object.
   ImageManager(ItemStore& items, MainQueuePort& mainQueue);
@@ -45,6 +53,9 @@ class ImageManager final : public ImageManagerPort {
   /// Ends the workers; nothing is called afterwards, and what is asked for stays unanswered. Main thread, before the
   /// platform goes; calling it again does nothing.
   void stop();
+
+  /// For requests from now on, where the window comes to another screen. Main thread; below 1 counts as 1.
+  void setScreenScale(double scale);
 
   PHImageRequestID requestImage(const std::shared_ptr<const PHAsset>& asset, CGSize targetSize,
                                 PHImageContentMode contentMode, const PHImageRequestOptions& options,
@@ -73,6 +84,7 @@ class ImageManager final : public ImageManagerPort {
   using Stage = void (ImageManager::*)(const RequestRef&);
 
   static void name(Request& request, const std::shared_ptr<const PHAsset>& asset);
+  CGSize pixelTarget(CGSize target, const PHImageRequestOptions& options) const;
   void enqueue(RequestQueue& queue, RequestQueue::Lane lane, const RequestRef& request, Stage stage);
   void previewStage(const RequestRef& request);
   void pictureStage(const RequestRef& request);
@@ -96,6 +108,7 @@ class ImageManager final : public ImageManagerPort {
   PixelStore pixels_;
   ImageDecoder decoder_;
   ThumbnailCache thumbnails_;
+  std::atomic<double> screenScale_;
   /// False once the manager is gone: steps that still wait on the main queue then do nothing.
   std::shared_ptr<std::atomic<bool>> alive_;
 

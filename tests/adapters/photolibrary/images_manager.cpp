@@ -131,6 +131,45 @@ TEST_F(ManagingImages, AHeifsOwnThumbnailIsFinalWhereItIsLargeEnough) {
   EXPECT_EQ(fetches, 2) << "the larger picture and the one of high quality";
 }
 
+TEST_F(ManagingImages, CellsGetTheScreensPixelsAndDeliveriesTheirExactSize) {
+  start();
+  images_->setScreenScale(2);
+  const Asset asset = photo("a");
+  struct Row {
+    CGSize target;
+    PHImageRequestOptionsDeliveryMode delivery;
+    PHImageRequestOptionsResizeMode resize;
+    double height;
+    const char* reason;
+  };
+  constexpr auto fast = PHImageRequestOptionsResizeModeFast, exact = PHImageRequestOptionsResizeModeExact;
+  const Row rows[] = {{{130, 130}, opportunistic, fast, 260, "a cell"},
+                      {{130, 130}, opportunistic, exact, 130, "a cell that insists"},
+                      {{130, 130}, highQuality, exact, 130, "a delivery"},
+                      {{130, 130}, highQuality, fast, 130, "a delivery that does not insist"},
+                      {{170, 170}, opportunistic, fast, 300, "never enlarged"}};
+  for (const Row& row : rows) {
+    PHImageRequestOptions asked = options(row.delivery);
+    asked.resizeMode = row.resize;
+    CGSize size{};
+    images_->requestImage(asset, row.target, PHImageContentModeAspectFill, asked,
+                          [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) {
+                            size = image->size();
+                            EXPECT_EQ(image->scale(), 1) << row.reason;
+                          });
+    ASSERT_TRUE(loop_.runUntil([&] { return size.height > 0; })) << row.reason;
+    EXPECT_EQ(size.height, row.height) << row.reason;
+  }
+  const int client = 0;
+  images_->startCachingImages(&client, {asset}, {100, 100}, PHImageContentModeAspectFill, {});
+  settle();
+  images_->requestImage(asset, {100, 100}, PHImageContentModeAspectFill, options(opportunistic),
+                        [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) {
+                          answers_.push_back(std::to_string(static_cast<int>(image->size().height)));
+                        });
+  EXPECT_EQ(answers_, (std::vector<std::string>{"200"})) << "preheated at the screen's pixels too";
+}
+
 TEST_F(ManagingImages, AFilesChangeMakesItsThumbnailAnew) {
   start();
   const Asset asset = photo("a");
