@@ -35,10 +35,9 @@ class MemoryReachabilityWorld final : public ReachabilityWorld {
   void settle() override { platform_.runUntilIdle(); }
 
   ReachabilityPort& reachability() override { return platform_.reachability; }
-  bool setReachable(bool reachable) override {
+  void setReachable(bool reachable) override {
     platform_.reachability.setFlags(reachable ? SCNetworkReachabilityFlags{kSCNetworkReachabilityFlagsReachable}
                                               : SCNetworkReachabilityFlags{0});
-    return true;
   }
   std::shared_ptr<RunLoop> otherLoop() override { return thread_.loop(); }
   void performOnOtherLoop(const std::function<void()>& step) override { thread_.performAndWait(step); }

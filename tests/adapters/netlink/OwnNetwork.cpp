@@ -1,0 +1,81 @@
+#include "tests/adapters/netlink/OwnNetwork.h"
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+
+#include <fcntl.h>
+#include <linux/if_tun.h>
+#include <net/if.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace tlx::netlink::test {
+namespace {
+
+bool theProcessHasItsOwn = false;
+
+bool execute(const std::string& command, const std::string& lines) {
+  std::FILE* tool = popen(command.c_str(), "w");
+  if (!tool) return false;
+  std::fputs(lines.c_str(), tool);
+  return pclose(tool) == 0;
+}
+
+}  // namespace
+
+bool OwnNetwork::enter() {
+  const auto user = getuid();
+  const auto group = getgid();
+  if (unshare(CLONE_NEWNET) == 0) return theProcessHasItsOwn = true;
+  if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) return false;
+  // Without a name of its own the process could make no files.
+  std::ofstream("/proc/self/setgroups") << "deny";
+  std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+  std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+  return theProcessHasItsOwn = true;
+}
+
+bool OwnNetwork::entered() {
+  return theProcessHasItsOwn;
+}
+
+OwnNetwork::OwnNetwork() {
+  clear();
+}
+
+OwnNetwork::~OwnNetwork() {
+  clear();
+  if (tunnel_ >= 0) close(tunnel_);
+}
+
+bool OwnNetwork::run(const std::string& lines) {
+  return entered() && execute("ip -batch -", lines);
+}
+
+void OwnNetwork::clear() {
+  if (!entered()) return;
+  std::string lines = "link set lo down\nroute flush table main\nrule del pref 100\n-6 route flush table main\n";
+  auto* links = if_nameindex();
+  for (auto* link = links; link && link->if_index != 0; ++link) {
+    if (std::strcmp(link->if_name, "lo") != 0) lines += std::string("link del ") + link->if_name + "\n";
+  }
+  if_freenameindex(links);
+  execute("ip -force -batch - 2>/dev/null", lines);
+}
+
+bool OwnNetwork::openTunnel() {
+  tunnel_ = open("/dev/net/tun", O_RDWR | O_CLOEXEC);
+  ifreq wanted{};
+  wanted.ifr_flags = IFF_TUN | IFF_NO_PI;
+  std::strcpy(wanted.ifr_name, "tun0");
+  return tunnel_ >= 0 && ioctl(tunnel_, TUNSETIFF, &wanted) == 0;
+}
+
+std::string OwnNetwork::cable(const std::string& name, const std::string& address) {
+  return "link add " + name + " type veth peer name " + name + "x\nlink set " + name + "x up\nlink set " + name +
+         " up\naddr add " + address + " dev " + name + (address.find(':') == std::string::npos ? "\n" : " nodad\n");
+}
+
+}  // namespace tlx::netlink::test

@@ -1,0 +1,256 @@
+#include <condition_variable>
+#include <future>
+
+#include <arpa/inet.h>
+
+#include "adapters/memory/LoopThread.h"
+#include "adapters/memory/MemoryPlatform.h"
+#include "adapters/netlink/NetlinkReachability.h"
+#include "tests/adapters/netlink/OwnNetwork.h"
+#include "tests/contracts/ReachabilityContract.h"
+
+namespace tlx::contracts {
+namespace {
+
+using netlink::test::OwnNetwork;
+
+/// A machine with one cable and a default route over it.
+class NetlinkWorld final : public ReachabilityWorld {
+ public:
+  NetlinkWorld() {
+    network_.run(OwnNetwork::cable("wire", "10.1.0.1/24") + "link set lo up\nroute add default via 10.1.0.2\n");
+  }
+  ~NetlinkWorld() override {
+    performOnOtherLoop([this] { witness_.reset(); });
+  }
+
+  MainQueuePort& mainQueue() override { return platform_.loop; }
+  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
+  void settle() override {
+    ASSERT_TRUE(runUntil([this] { return witnessed_.load(); }));
+    platform_.runUntilIdle();
+  }
+
+  ReachabilityPort& reachability() override { return port_; }
+  void setReachable(bool reachable) override {
+    // Made anew, it is the last to be told: what the others are told of this change was on its way before.
+    performOnOtherLoop([this] {
+      sockaddr_in any{};
+      any.sin_family = AF_INET;
+      witness_ = port_.createWithAddress(reinterpret_cast<const sockaddr*>(&any));
+      witness_->setCallback([this](SCNetworkReachabilityFlags) {
+        witnessed_ = true;
+        platform_.loop.post([] {});
+      });
+      witnessed_ = false;
+      witness_->schedule(thread_.loop());
+    });
+    ASSERT_TRUE(network_.run(reachable ? "route add default via 10.1.0.2\n" : "route del default\n"));
+  }
+  std::shared_ptr<RunLoop> otherLoop() override { return thread_.loop(); }
+  void performOnOtherLoop(const std::function<void()>& step) override { thread_.performAndWait(step); }
+
+ private:
+  OwnNetwork network_;
+  memory::MemoryPlatform platform_;
+  memory::LoopThread thread_;
+  netlink::NetlinkReachability port_;
+  std::unique_ptr<ReachabilityTarget> witness_;
+  std::atomic<bool> witnessed_ = true;
+};
+
+class NetlinkReachability : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!OwnNetwork::entered()) GTEST_SKIP() << "no network namespaces are allowed here";
+    ASSERT_TRUE(network.run(OwnNetwork::cable("wire", "10.1.0.1/24") + "route add default via 10.1.0.2\n"));
+  }
+  static std::unique_ptr<ReachabilityTarget> defaultRoute(ReachabilityPort& port) {
+    sockaddr_in any{};
+    any.sin_family = AF_INET;
+    return port.createWithAddress(reinterpret_cast<const sockaddr*>(&any));
+  }
+  static std::vector<sockaddr_storage> addresses(const char* text) {
+    std::vector<sockaddr_storage> list(1);
+    auto& address = reinterpret_cast<sockaddr_in&>(list.front());
+    address.sin_family = AF_INET;
+    inet_pton(AF_INET, text, &address.sin_addr);
+    return list;
+  }
+
+  OwnNetwork network;
+  memory::LoopThread loop;
+};
+
+/// Values in the order they came in, for a thread that waits for them.
+template <class T>
+class Mailbox {
+ public:
+  void put(T value) {
+    std::lock_guard lock(mutex_);
+    values_.push_back(std::move(value));
+    changed_.notify_all();
+  }
+  /// The next value; nothing when none comes within 20 seconds.
+  std::optional<T> take() {
+    std::unique_lock lock(mutex_);
+    if (!changed_.wait_for(lock, std::chrono::seconds(20), [this] { return !values_.empty(); })) return std::nullopt;
+    T value = std::move(values_.front());
+    values_.erase(values_.begin());
+    return value;
+  }
+  bool empty() {
+    std::lock_guard lock(mutex_);
+    return values_.empty();
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::vector<T> values_;
+};
+
+using Flags = std::optional<SCNetworkReachabilityFlags>;
+
+TEST_F(NetlinkReachability, TellsOfEachWayInWhichARouteGoesAndOfNothingElse) {
+  netlink::NetlinkReachability port;
+  Mailbox<SCNetworkReachabilityFlags> heard;
+  auto target = defaultRoute(port);
+  target->setCallback([&](SCNetworkReachabilityFlags flags) { heard.put(flags); });
+  ASSERT_TRUE(target->schedule(loop.loop()));
+  const char* const rows[][2] = {
+      {"route del default\n", "route add default via 10.1.0.2\n"},
+      {"link set wirex down\n", "link set wirex up\n"},
+      {"link set wire down\n", "link set wire up\nroute add default via 10.1.0.2\n"},
+      {"addr del 10.1.0.1/24 dev wire\n", "addr add 10.1.0.1/24 dev wire\nroute add default via 10.1.0.2\n"},
+  };
+  for (const auto& row : rows) {
+    // What makes no difference is not told, or the flags would not alternate.
+    ASSERT_TRUE(network.run("route replace 10.8.0.0/24 via 10.1.0.2\n"));
+    ASSERT_TRUE(network.run(row[0]));
+    EXPECT_EQ(heard.take(), Flags(0)) << row[0];
+    ASSERT_TRUE(network.run(row[1]));
+    EXPECT_EQ(heard.take(), Flags(2)) << row[1];
+  }
+  loop.performAndWait([&] { target.reset(); });
+  EXPECT_TRUE(heard.empty());
+}
+
+/// A loop that takes its time.
+class SlowLoop final : public RunLoop {
+ public:
+  void perform(std::function<void()> step) override {
+    entered.put(true);
+    leave.take();
+    step();
+  }
+  Mailbox<bool> entered, leave;
+};
+
+TEST_F(NetlinkReachability, ReadsAfreshWhenTheKernelToldMoreThanItCouldKeep) {
+  netlink::NetlinkReachability port;
+  Mailbox<SCNetworkReachabilityFlags> heard;
+  const auto slow = std::make_shared<SlowLoop>();
+  auto target = defaultRoute(port);
+  target->setCallback([&](SCNetworkReachabilityFlags flags) { heard.put(flags); });
+  ASSERT_TRUE(target->schedule(slow));
+  ASSERT_TRUE(network.run("route del default\n"));
+  ASSERT_TRUE(slow->entered.take());
+  std::string storm;
+  for (int i = 0; i < 4000; ++i)
+    storm += "route add 11." + std::to_string(i / 250) + "." + std::to_string(i % 250) + ".0/24 dev wire\n";
+  ASSERT_TRUE(network.run(storm + "route add default via 10.1.0.2\n"));
+  slow->leave.put(true);
+  EXPECT_EQ(heard.take(), Flags(0));
+  ASSERT_TRUE(slow->entered.take());
+  slow->leave.put(true);
+  EXPECT_EQ(heard.take(), Flags(2));
+  target.reset();
+}
+
+TEST_F(NetlinkReachability, ResolvesNamesWithoutWaitingAndAgainAfterChanges) {
+  Mailbox<std::vector<sockaddr_storage>> answers;
+  Mailbox<std::string> asked;
+  const auto resolve = [&](const std::string& name) {
+    asked.put(name);
+    return answers.take().value_or(std::vector<sockaddr_storage>());
+  };
+  netlink::NetlinkReachability port("/sys", resolve);
+  Mailbox<SCNetworkReachabilityFlags> heard;
+  auto target = port.createWithName("photos.example");
+  target->setCallback([&](SCNetworkReachabilityFlags flags) { heard.put(flags); });
+  ASSERT_TRUE(target->schedule(loop.loop()));
+  ASSERT_EQ(asked.take(), "photos.example");
+  EXPECT_EQ(target->flags(), Flags(0)) << "nobody has answered yet";
+  answers.put({});
+  ASSERT_TRUE(asked.take()) << "a name without an answer is asked for again";
+  answers.put(addresses("10.1.0.9"));
+  EXPECT_EQ(heard.take(), Flags(0x20002));
+  ASSERT_TRUE(network.run("addr add 10.9.0.1/24 dev wire\n"));
+  ASSERT_TRUE(asked.take()) << "the network changed";
+  EXPECT_EQ(target->flags(), Flags(0x20002)) << "the former address counts until there is another";
+  answers.put(addresses("192.0.2.1"));
+  EXPECT_EQ(heard.take(), Flags(2));
+  ASSERT_TRUE(network.run("route del default\n"));
+  EXPECT_EQ(heard.take(), Flags(0));
+  ASSERT_TRUE(asked.take());
+  loop.performAndWait([&] { target.reset(); });  // while a resolver is at work, which nobody waits for
+  answers.put({});
+  EXPECT_TRUE(asked.empty());
+}
+
+TEST_F(NetlinkReachability, AsksTheSystemsResolver) {
+  ASSERT_TRUE(network.run("link set lo up\n"));
+  netlink::NetlinkReachability port;
+  Mailbox<SCNetworkReachabilityFlags> heard;
+  for (const char* name : {"127.0.0.1", "::1"}) {
+    auto target = port.createWithName(name);
+    target->setCallback([&](SCNetworkReachabilityFlags flags) { heard.put(flags); });
+    ASSERT_TRUE(target->schedule(loop.loop()));
+    EXPECT_TRUE(target->flags() == Flags(0x30002) || heard.take() == Flags(0x30002)) << name;
+    loop.performAndWait([&] { target.reset(); });
+  }
+}
+
+TEST_F(NetlinkReachability, TargetsComeAndGoWhileTheNetworkChanges) {
+  auto port = std::make_unique<netlink::NetlinkReachability>();
+  std::atomic<bool> over = false;
+  std::thread weather([&] {
+    while (!over) network.run("route del default\nroute add default via 10.1.0.2\n");
+  });
+  std::atomic<int> told = 0, wrong = 0;
+  for (int i = 0; i < 300; ++i) {
+    std::unique_ptr<ReachabilityTarget> target;
+    loop.performAndWait([&] {
+      target = i % 3 == 0 ? port->createWithName("10.1.0.9") : defaultRoute(*port);
+      target->setCallback([&, thread = std::this_thread::get_id()](SCNetworkReachabilityFlags) {
+        ++told;
+        if (thread != std::this_thread::get_id() || !target) ++wrong;
+      });
+      target->schedule(loop.loop());
+      if (i % 5 == 0) target->unschedule(loop.loop());
+    });
+    for (int reads = 0; reads < 5; ++reads) target->flags();
+    loop.performAndWait([&] { target.reset(); });
+  }
+  // The last target may outlive its port.
+  auto last = defaultRoute(*port);
+  last->setCallback([&](SCNetworkReachabilityFlags) { ++told; });
+  last->schedule(loop.loop());
+  port.reset();
+  const int before = told;
+  while (told == before) std::this_thread::yield();
+  over = true;
+  weather.join();
+  loop.performAndWait([&] { last.reset(); });
+  EXPECT_EQ(wrong, 0);
+}
+
+std::unique_ptr<ReachabilityWorld> makeNetlinkWorld() {
+  return OwnNetwork::entered() ? std::make_unique<NetlinkWorld>() : nullptr;
+}
+
+INSTANTIATE_TEST_SUITE_P(Netlink, ReachabilityContract, testing::Values(&makeNetlinkWorld));
+
+}  // namespace
+}  // namespace tlx::contracts

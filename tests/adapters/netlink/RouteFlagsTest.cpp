@@ -1,0 +1,123 @@
+#include <filesystem>
+#include <fstream>
+
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <net/if.h>
+#include <netinet/in.h>
+
+#include "adapters/netlink/NetlinkReachability.h"
+#include "tests/adapters/netlink/OwnNetwork.h"
+
+namespace tlx::netlink {
+namespace {
+
+using test::OwnNetwork;
+
+constexpr SCNetworkReachabilityFlags kReachable = 0x2, kLocal = 0x10000, kDirect = 0x20000, kCellular = 0x40000;
+
+/// Below it, both ends of the cable "modem" are cellular.
+class Sysfs {
+ public:
+  Sysfs() {
+    for (const char* modem : {"modem", "modemx"}) {
+      std::filesystem::create_directories(root + "/class/net/" + modem);
+      std::ofstream(root + "/class/net/" + modem + "/uevent") << "DEVTYPE=wwan\n";
+    }
+  }
+  ~Sysfs() { std::filesystem::remove_all(root); }
+  const std::string root = testing::TempDir() + "tlx-route-flags";
+};
+
+/// "fe80::1%wire" is taken apart as everywhere.
+std::unique_ptr<ReachabilityTarget> targetAt(NetlinkReachability& port, const std::string& text) {
+  sockaddr_in four{};
+  four.sin_family = AF_INET;
+  if (inet_pton(AF_INET, text.c_str(), &four.sin_addr) == 1) {
+    return port.createWithAddress(reinterpret_cast<const sockaddr*>(&four));
+  }
+  sockaddr_in6 six{};
+  six.sin6_family = AF_INET6;
+  const auto scope = text.find('%');
+  inet_pton(AF_INET6, text.substr(0, scope).c_str(), &six.sin6_addr);
+  if (scope != std::string::npos) six.sin6_scope_id = if_nametoindex(text.c_str() + scope + 1);
+  return port.createWithAddress(reinterpret_cast<const sockaddr*>(&six));
+}
+
+TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
+  if (!OwnNetwork::entered()) GTEST_SKIP() << "no network namespaces are allowed here";
+  const auto cable = OwnNetwork::cable;
+  const std::string wire = cable("wire", "10.1.0.1/24"), modem = cable("modem", "10.2.0.1/24");
+  const std::string wire6 = cable("wire", "2001:db9::1/64"), tunnel = "link set tun0 up\nroute add default dev tun0\n";
+  const std::string overWire = "route add default via 10.1.0.2 metric 100\n";
+  const std::string overModem = "route add default via 10.2.0.2 metric 50\n";
+  struct Row {
+    std::string network;
+    std::string target;
+    SCNetworkReachabilityFlags flags;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"", "0.0.0.0", 0, "nothing but a loopback link"},
+      {wire, "0.0.0.0", 0, "a link without a default route"},
+      {wire + overWire, "0.0.0.0", kReachable, "the plain case"},
+      {wire + overWire + "link set wirex down\n", "0.0.0.0", 0, "without a carrier the route stays, but leads nowhere"},
+      {wire + overWire + "link set wire down\n", "0.0.0.0", 0, "a link that was taken down"},
+      {wire + "route add unreachable default\n", "0.0.0.0", 0, "a route that says there is none"},
+      {modem + overModem, "0.0.0.0", kReachable | kCellular, "a modem alone"},
+      {wire + overWire + modem + overModem, "0.0.0.0", kReachable | kCellular, "the smaller metric is the modem's"},
+      {wire + overWire + modem + "route add default via 10.2.0.2 metric 600\n", "0.0.0.0", kReachable, "the cable's"},
+      {wire + overWire + modem + overModem + "link set modemx down\n", "0.0.0.0", kReachable,
+       "the best one does not carry"},
+      {wire + modem + "route add default nexthop via 10.1.0.2 nexthop via 10.2.0.2\nlink set modemx down\n", "0.0.0.0",
+       kReachable, "one of two ways of a route is left"},
+      {wire + "route add 0.0.0.0/1 via 10.1.0.2\nroute add 128.0.0.0/1 via 10.1.0.2\n", "0.0.0.0", kReachable,
+       "two halves make a whole"},
+      {wire + "route add default via 10.1.0.2 table 77\n", "0.0.0.0", 0, "a table that no rule leads to"},
+      {wire + "route add default via 10.1.0.2 table 77\nrule add pref 100 lookup 77\n", "0.0.0.0", kReachable,
+       "a rule leads to it"},
+      {wire6 + "route add default via 2001:db9::2\n", "0.0.0.0", kReachable, "IPv6 alone is internet as well"},
+      {wire6 + "route add default via 2001:db9::2\n", "::", kReachable, "IPv6's own"},
+      {wire + overWire, "::", 0, "IPv4 is not asked for"},
+      {tunnel, "0.0.0.0", kReachable, "a tunnel is all there is"},
+      {tunnel + wire, "0.0.0.0", kReachable, "a tunnel over a cable"},
+      {tunnel + wire + "link set wirex down\n", "0.0.0.0", 0, "a tunnel over a cable that is pulled out"},
+      {tunnel + modem, "0.0.0.0", kReachable | kCellular, "a tunnel over a modem"},
+
+      {wire + overWire, "192.0.2.7", kReachable, "beyond the router"},
+      {wire, "192.0.2.7", 0, "no way there"},
+      {wire, "10.1.0.9", kReachable | kDirect, "a neighbour"},
+      {wire, "::ffff:10.1.0.9", kReachable | kDirect, "the same in IPv6's clothes"},
+      {wire + "link set wirex down\n", "10.1.0.9", 0, "a neighbour behind a cable that is pulled out"},
+      {wire + "link set lo up\n", "10.1.0.1", kReachable | kDirect | kLocal, "this machine"},
+      {"link set lo up\n", "127.0.0.1", kReachable | kDirect | kLocal, "this machine to itself"},
+      {"link set lo up\n", "::1", kReachable | kDirect | kLocal, "and by IPv6"},
+      {modem + overModem, "192.0.2.7", kReachable | kCellular, "over the modem"},
+      {tunnel, "192.0.2.7", kReachable, "who knows what is behind a tunnel"},
+      {wire6, "2001:db9::9", kReachable | kDirect, "an IPv6 neighbour"},
+      {wire6, "2001:db8::7", 0, "no way there by IPv6"},
+      {wire6 + cable("wire2", "2001:dba::1/64") + "link set wire2x down\n", "fe80::9%wire2", 0,
+       "the link is part of the address"},
+
+      {wire, "169.254.0.0", kReachable | kDirect, "a cable is up"},
+      {"link set lo up\n" + wire + "link set wirex down\n", "169.254.0.0", 0, "no cable is"},
+      {modem + overModem, "169.254.0.0", 0, "a modem has no neighbours"},
+      {tunnel, "169.254.0.0", 0, "neither has a tunnel"},
+  };
+  const Sysfs sysfs;
+  NetlinkReachability port(sysfs.root);
+  const bool six = std::filesystem::exists("/proc/net/if_inet6");
+  for (const Row& row : rows) {
+    OwnNetwork network;
+    const bool wantsTunnel = row.network.find("tun0") != std::string::npos;
+    if ((wantsTunnel && !network.openTunnel()) || (!six && row.network.find(':') != std::string::npos)) {
+      std::printf("This kernel has no such link, left out: %s\n", row.reason);
+      continue;
+    }
+    ASSERT_TRUE(network.run(row.network)) << row.reason;
+    EXPECT_EQ(targetAt(port, row.target)->flags(), row.flags) << row.target << ": " << row.reason;
+  }
+}
+
+}  // namespace
+}  // namespace tlx::netlink
