@@ -184,6 +184,7 @@ class Session {
     ImageManager::Settings settings;
     settings.workers = workers;
     settings.pixelFolder = pixelFolder;
+    settings.shared.folder.clear();
     return settings;
   }
 

@@ -1,10 +1,10 @@
 #include "adapters/photolibrary/images/ImageManager.h"
 
 #include <algorithm>
-#include <exception>
 #include <thread>
 #include <utility>
 
+#include "adapters/photolibrary/images/ImageRequest.h"
 #include "adapters/photolibrary/images/LibraryError.h"
 
 namespace tlx::photolibrary {
@@ -21,64 +21,15 @@ PHImageInfo failure(NSError error, bool inCloud = false) {
   return info;
 }
 
-bool wantsPreview(const PHImageRequestOptions& options) {
-  return options.deliveryMode == PHImageRequestOptionsDeliveryModeOpportunistic ||
-         options.deliveryMode == PHImageRequestOptionsDeliveryModeFastFormat;
-}
-
-/// Damaged files reach deep into other people's code; what that throws is an answer like any other.
-template <class Make>
-Picture guarded(Make make) {
-  try {
-    return make();
-  } catch (const std::bad_alloc&) {
-    return libraryError(PhotoLibraryErrorNoSpace, "no memory for a picture");
-  } catch (const std::exception& error) {
-    return libraryError(PhotoLibraryErrorDamaged, error.what());
-  }
-}
-
 }  // namespace
-
-struct ImageManager::Request {
-  PHImageRequestID id = PHInvalidImageRequestID;
-  std::int64_t number = 0;  // its place in the queue
-  ThumbnailKey key;
-  PHImageRequestOptions options;  // of a video request as far as they are the same
-  /// Touched on the main thread only for image requests, so that what they keep dies there.
-  std::shared_ptr<const PHImageResultHandler> imageHandler;
-  std::shared_ptr<const PHVideoResultHandler> videoHandler;
-  std::atomic<bool> cancelled{false};
-  std::optional<Original> original;  // once it has come from elsewhere
-  std::optional<NSError> refused;    // why there will be none
-  bool inCloud = false;
-  bool previewed = false;  // the embedded picture has been looked for
-
-  ImageDecoder::Request decoding() const { return {key.target, key.mode, &cancelled}; }
-};
 
 void ImageManager::name(Request& request, const std::shared_ptr<const PHAsset>& asset) {
   if (asset) {
-    request.key.identifier = asset->localIdentifier;
+    request.asked.identifier = asset->localIdentifier;
   } else {
     request.refused = libraryError(PhotoLibraryErrorNotFound, "no item was named");
   }
 }
-
-struct ImageManager::Preheated {
-  RequestRef request;
-  std::set<CacheClient> clients;
-};
-
-struct ImageManager::Answer {
-  std::shared_ptr<const UIImage> image;
-  PHImageInfo info;
-};
-
-struct ImageManager::Embedded {
-  std::shared_ptr<const UIImage> image;
-  bool covers = false;  // as good as what decoding the photo would give at this size
-};
 
 ImageManager::ImageManager(ItemStore& items, MainQueuePort& mainQueue) : ImageManager(items, mainQueue, Settings()) {}
 
@@ -86,10 +37,10 @@ ImageManager::ImageManager(ItemStore& items, MainQueuePort& mainQueue, Settings 
     : items_(items),
       mainQueue_(mainQueue),
       pixels_(settings.pixelFolder, settings.pixels),
-      decoder_(pixels_),
-      thumbnails_(settings.thumbnailBytes, settings.largestThumbnail),
+      layers_(items, pixels_, settings.thumbnailBytes, settings.largestThumbnail, std::move(settings.shared)),
       screenScale_(std::max(1.0, settings.screenScale)),
       alive_(std::make_shared<std::atomic<bool>>(true)),
+      mostRecordBytes_(settings.recordBytes),
       fetchers_(settings.fetchers),
       workers_(workerCount(settings.workers), &ImageDecoder::leaveThread) {}
 
@@ -103,6 +54,9 @@ void ImageManager::stop() {
     const std::lock_guard lock(mutex_);
     for (const auto& [id, request] : requests_) request->cancelled = true;
     for (const auto& [key, preheated] : preheated_) preheated.request->cancelled = true;
+    for (const auto& table : making_) {
+      for (const auto& [key, making] : table) making->abandoned = true;
+    }
   }
   fetchers_.stop();
   workers_.stop();
@@ -131,8 +85,10 @@ PHImageRequestID ImageManager::requestImage(const std::shared_ptr<const PHAsset>
                                             PHImageResultHandler handler) {
   auto request = std::make_shared<Request>();
   name(*request, asset);
+  request->asked.target = targetSize;
+  request->asked.mode = contentMode;
+  request->key = request->asked;
   request->key.target = pixelTarget(targetSize, options);
-  request->key.mode = contentMode;
   request->options = options;
   {
     const std::lock_guard lock(mutex_);
@@ -141,12 +97,12 @@ PHImageRequestID ImageManager::requestImage(const std::shared_ptr<const PHAsset>
   }
   const PHImageRequestID id = request->id;
   if (options.synchronous) {
-    const Answer answer = makePicture(*request);
+    const Answer answer = makePicture(*request, nullptr);
     if (handler) handler(answer.image, answer.info);
     return id;
   }
   if (options.deliveryMode == PHImageRequestOptionsDeliveryModeOpportunistic) {
-    if (const auto image = cached(request->key)) {
+    if (const auto image = layers_.inMemory(request->key)) {
       if (handler) handler(image, PHImageInfo());
       return id;
     }
@@ -155,6 +111,7 @@ PHImageRequestID ImageManager::requestImage(const std::shared_ptr<const PHAsset>
   {
     const std::lock_guard lock(mutex_);
     requests_[id] = request;
+    asked_.emplace(request->asked, id);
   }
   if (wantsPreview(options)) {
     enqueue(workers_, RequestQueue::Preview, request, &ImageManager::previewStage);
@@ -168,6 +125,7 @@ PHImageRequestID ImageManager::requestAVAsset(const std::shared_ptr<const PHAsse
                                               const PHVideoRequestOptions& options, PHVideoResultHandler handler) {
   auto request = std::make_shared<Request>();
   name(*request, asset);
+  request->key = request->asked;
   request->options.networkAccessAllowed = options.networkAccessAllowed;
   request->options.progressHandler = options.progressHandler;
   request->videoHandler = std::make_shared<const PHVideoResultHandler>(std::move(handler));
@@ -182,18 +140,38 @@ PHImageRequestID ImageManager::requestAVAsset(const std::shared_ptr<const PHAsse
   return id;
 }
 
+ImageManager::RequestRef ImageManager::take(PHImageRequestID id) {
+  const auto found = requests_.find(id);
+  if (found == requests_.end()) return nullptr;
+  RequestRef request = std::move(found->second);
+  requests_.erase(found);
+  const auto [begin, end] = asked_.equal_range(request->asked);
+  const auto asked = std::find_if(begin, end, [id](const auto& each) { return each.second == id; });
+  if (asked != end) asked_.erase(asked);
+  return request;
+}
+
 void ImageManager::cancelImageRequest(PHImageRequestID id) {
   RequestRef request;
   {
     const std::lock_guard lock(mutex_);
-    const auto found = requests_.find(id);
-    if (found == requests_.end()) return;
-    request = std::move(found->second);
-    requests_.erase(found);
+    request = take(id);
+    if (!request) return;
+    request->cancelled = true;
+    abandonUnwanted(*request);
   }
-  request->cancelled = true;
-  withdraw(*request, {RequestQueue::Preview, RequestQueue::Picture});
+  withdraw(*request, {RequestQueue::Preview, RequestQueue::Picture, RequestQueue::Behind});
   request->imageHandler.reset();
+}
+
+void ImageManager::abandonUnwanted(const Request& request) {
+  auto& table = making_[wantsPreview(request.options)];
+  const auto found = table.find(request.key);
+  if (found == table.end()) return;
+  const auto& wanters = found->second->wanters;
+  if (std::all_of(wanters.begin(), wanters.end(), [](const RequestRef& each) { return each->cancelled.load(); })) {
+    found->second->abandoned = true;
+  }
 }
 
 void ImageManager::withdraw(const Request& request, std::initializer_list<RequestQueue::Lane> lanes) {
@@ -203,34 +181,20 @@ void ImageManager::withdraw(const Request& request, std::initializer_list<Reques
 }
 
 void ImageManager::enqueue(RequestQueue& queue, RequestQueue::Lane lane, const RequestRef& request, Stage stage) {
+  if (request->behind) lane = RequestQueue::Behind;
   queue.add(lane, request->number, [this, request, stage] { (this->*stage)(request); });
 }
 
-ImageManager::Embedded ImageManager::embedded(Request& request, bool onlyIfItCovers) {
-  request.previewed = true;
-  const auto located = items_.locate(request.key.identifier);
-  const ItemLocation* item = std::get_if<ItemLocation>(&located);
-  if (!item || item->path.empty()) return {};
-  // Only these containers' embedded pictures are made with the photo and kept with it, and decoding the photo itself
-  // takes a hundred times as long.
-  const bool isTrue = item->format == MediaFormat::Heic || item->format == MediaFormat::Avif;
-  if (onlyIfItCovers && !isTrue) return {};
-  const Picture picture = guarded([&] { return decoder_.decodeEmbedded(item->path, request.decoding()); });
-  const auto* bitmap = std::get_if<std::shared_ptr<const CGImage>>(&picture);
-  if (!bitmap) return {};
-  const PixelSize wanted = fittedSize({item->width, item->height}, request.key.target, request.key.mode);
-  const PixelSize made{static_cast<std::int32_t>((*bitmap)->width()), static_cast<std::int32_t>((*bitmap)->height())};
-  Embedded answer{std::make_shared<const UIImage>(*bitmap), isTrue && made == wanted};
-  if (answer.covers) thumbnails_.insert(request.key, {item->modified, item->bytes}, answer.image);
-  return answer;
-}
-
 void ImageManager::previewStage(const RequestRef& request) {
-  if (const auto image = cached(request->key)) return deliver(request, {image, {}}, true);
-  const Embedded quick = embedded(*request, false);
-  const bool enough = quick.covers || request->options.deliveryMode == PHImageRequestOptionsDeliveryModeFastFormat;
-  if (quick.image) {
-    Answer answer{quick.image, {}};
+  if (request->cancelled) return deliver(request, {}, true);
+  auto found = request->preview ? layers_.fromPreview(request->wanted(&request->cancelled), *request->preview)
+                                : layers_.atHand(request->wanted(&request->cancelled), false);
+  request->lookedAtHand = true;
+  if (!found && sentForPreview(request, RequestQueue::Preview, &ImageManager::previewStage)) return;
+  if (found) {
+    const bool enough = found.isFinal || request->options.deliveryMode == PHImageRequestOptionsDeliveryModeFastFormat;
+    Answer answer{std::move(found.image), {}};
+    answer.info.PHImageErrorKey = std::move(found.error);
     answer.info.PHImageResultIsDegradedKey = !enough;
     deliver(request, std::move(answer), enough);
     if (enough) return;
@@ -239,16 +203,52 @@ void ImageManager::previewStage(const RequestRef& request) {
 }
 
 void ImageManager::pictureStage(const RequestRef& request) {
-  if (!request->cancelled && sentToFetch(request, RequestQueue::Picture, &ImageManager::pictureStage)) return;
-  Answer answer;
-  if (!request->cancelled) answer = makePicture(*request);
-  deliver(request, std::move(answer), true);
+  if (request->cancelled) return deliver(request, {}, true);
+  if (sentToFetch(request, RequestQueue::Picture, &ImageManager::pictureStage)) return;
+  makeForAll(request);
 }
 
-void ImageManager::preheatStage(const RequestRef& request) {
-  if (request->cancelled || cached(request->key)) return;
-  if (sentToFetch(request, RequestQueue::Preheat, &ImageManager::preheatStage)) return;
-  makePicture(*request);
+void ImageManager::makeForAll(const RequestRef& request) {
+  const bool preheats = request->id == PHInvalidImageRequestID;
+  if (!request->original && isElsewhere(request->key.identifier)) {
+    // Why it cannot be had is this request's own affair.
+    if (!preheats) deliver(request, makePicture(*request, &request->cancelled), true);
+    return;
+  }
+  auto& table = making_[wantsPreview(request->options)];
+  auto making = std::make_shared<Making>();
+  making->wanters.push_back(request);
+  {
+    const std::lock_guard lock(mutex_);
+    const auto [found, first] = table.try_emplace(request->key, making);
+    if (!first) {
+      found->second->wanters.push_back(request);
+      return;
+    }
+  }
+  const Answer answer = makePicture(*request, &making->abandoned);
+  {
+    const std::lock_guard lock(mutex_);
+    table.erase(request->key);
+  }
+  const bool abandoned = answer.info.PHImageErrorKey &&
+                         answer.info.PHImageErrorKey->code == PhotoLibraryErrorCancelled && making->abandoned;
+  for (const RequestRef& each : making->wanters) {
+    if (abandoned && !each->cancelled) {
+      // It came when the decoding had been given up already.
+      const bool preheating = each->id == PHInvalidImageRequestID;
+      enqueue(workers_, preheating ? RequestQueue::Preheat : RequestQueue::Picture, each,
+              preheating ? &ImageManager::preheatStage : &ImageManager::pictureStage);
+    } else if (each->id != PHInvalidImageRequestID) {
+      deliver(each, each->cancelled ? Answer{} : answer, true);
+    }
+  }
+}
+
+bool ImageManager::isElsewhere(const Identifier& identifier) const {
+  const auto located = items_.locate(identifier);
+  const ItemLocation* item = std::get_if<ItemLocation>(&located);
+  return item && item->path.empty();
 }
 
 void ImageManager::videoStage(const RequestRef& request) {
@@ -277,12 +277,26 @@ void ImageManager::videoStage(const RequestRef& request) {
   std::shared_ptr<const PHVideoResultHandler> handler;
   {
     const std::lock_guard lock(mutex_);
-    const auto found = requests_.find(request->id);
-    if (found == requests_.end() || request->cancelled) return;
+    if (!take(request->id)) return;
     handler = std::move(request->videoHandler);
-    requests_.erase(found);
   }
   if (handler && *handler) (*handler)(video, nullptr, info);
+}
+
+bool ImageManager::sentForPreview(const RequestRef& request, RequestQueue::Lane lane, Stage then) {
+  if (request->askedForPreview || request->original || request->refused) return false;
+  const auto located = items_.locate(request->key.identifier);
+  const ItemLocation* item = std::get_if<ItemLocation>(&located);
+  if (!item || !item->path.empty()) return false;
+  request->askedForPreview = true;
+  const PixelSize wanted = fittedSize({item->width, item->height}, request->key.target, request->key.mode);
+  fetchers_.add(request->behind ? RequestQueue::Behind : lane, request->number, [this, request, lane, then, wanted] {
+    auto fetched = items_.fetchPreview(request->key.identifier, std::max(wanted.width, wanted.height),
+                                       [&request] { return request->cancelled.load(); });
+    if (Preview* preview = std::get_if<Preview>(&fetched)) request->preview = std::move(*preview);
+    enqueue(workers_, lane, request, then);
+  });
+  return true;
 }
 
 bool ImageManager::sentToFetch(const RequestRef& request, RequestQueue::Lane lane, Stage then) {
@@ -291,7 +305,12 @@ bool ImageManager::sentToFetch(const RequestRef& request, RequestQueue::Lane lan
   const ItemLocation* item = std::get_if<ItemLocation>(&located);
   if (!item || !item->path.empty()) return false;
   request->inCloud = true;
-  fetchers_.add(lane, request->number, [this, request, lane, then] {
+  if (!request->videoHandler && wantsPreview(request->options) &&
+      (isVideo(item->format) || item->bytes > largestForACell)) {
+    request->refused = libraryError(PhotoLibraryErrorTooLarge, "more to fetch than a cell is worth");
+    return false;
+  }
+  fetchers_.add(request->behind ? RequestQueue::Behind : lane, request->number, [this, request, lane, then] {
     auto fetched = fetch(*request);
     if (Original* original = std::get_if<Original>(&fetched)) {
       request->original = std::move(*original);
@@ -319,34 +338,48 @@ std::variant<Original, NSError> ImageManager::fetch(Request& request) {
   return items_.fetchOriginal(request.key.identifier, options);
 }
 
-std::shared_ptr<const UIImage> ImageManager::cached(const ThumbnailKey& key) {
-  const auto located = items_.locate(key.identifier);
-  const ItemLocation* item = std::get_if<ItemLocation>(&located);
-  return item ? thumbnails_.find(key, {item->modified, item->bytes}) : nullptr;
-}
-
-ImageManager::Answer ImageManager::makePicture(Request& request) {
+ImageManager::Answer ImageManager::makePicture(Request& request, const std::atomic<bool>* cancelled) {
+  const auto answerOf = [](PictureLayers::Found found) {
+    Answer answer{std::move(found.image), {}};
+    answer.info.PHImageErrorKey = std::move(found.error);
+    return answer;
+  };
   if (request.refused) return {nullptr, failure(*request.refused, request.inCloud)};
   auto located = items_.locate(request.key.identifier);
   if (NSError* error = std::get_if<NSError>(&located)) return {nullptr, failure(std::move(*error))};
-  const ItemLocation& item = std::get<ItemLocation>(located);
-  const FileVersion version{item.modified, item.bytes};
-  if (wantsPreview(request.options)) {
-    if (const auto image = thumbnails_.find(request.key, version)) return {image, {}};
-    if (!request.previewed) {
-      if (Embedded quick = embedded(request, true); quick.covers) return {std::move(quick.image), {}};
+  const auto wanted = request.wanted(cancelled);
+  if (wanted.thumbnail) {
+    // Someone else may have made it since this request looked.
+    if (auto image = layers_.inMemory(request.key)) return {std::move(image), {}};
+    if (!request.lookedAtHand) {
+      if (auto found = layers_.atHand(wanted, true)) return answerOf(std::move(found));
     }
   }
-  request.inCloud = item.path.empty() && !request.original;
+  request.inCloud = std::get<ItemLocation>(located).path.empty() && !request.original;
   auto fetched = fetch(request);
   if (NSError* error = std::get_if<NSError>(&fetched)) {
     return {nullptr, failure(std::move(*error), request.inCloud)};
   }
-  Picture picture = guarded([&] { return decoder_.decode(std::get<Original>(fetched).path, request.decoding()); });
-  if (NSError* error = std::get_if<NSError>(&picture)) return {nullptr, failure(std::move(*error))};
-  auto image = std::make_shared<const UIImage>(std::get<0>(std::move(picture)));
-  thumbnails_.insert(request.key, version, image);
-  return {std::move(image), {}};
+  std::optional<SharedThumbnails::Record> record;
+  auto found = layers_.decode(wanted, std::get<Original>(fetched).path, record);
+  if (record) recordLater(std::move(*record));
+  return answerOf(std::move(found));
+}
+
+void ImageManager::recordLater(SharedThumbnails::Record record) {
+  const std::int64_t bytes = record.bytes();
+  // What there is no room for is written when it is next made.
+  if (recordBytes_ + bytes > mostRecordBytes_) return;
+  recordBytes_ += bytes;
+  std::int64_t number = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    number = ++lastRecord_;
+  }
+  workers_.add(RequestQueue::Record, number, [this, bytes, record = std::move(record)] {
+    layers_.shared().write(record);
+    recordBytes_ -= bytes;
+  });
 }
 
 void ImageManager::deliver(RequestRef request, Answer answer, bool final) {
@@ -361,71 +394,10 @@ void ImageManager::deliver(RequestRef request, Answer answer, bool final) {
     if (request->cancelled) return;
     if (final) {
       const std::lock_guard lock(mutex_);
-      requests_.erase(request->id);
+      take(request->id);
     }
     if (handler && *handler) (*handler)(answer.image, answer.info);
   });
-}
-
-void ImageManager::startCachingImages(CacheClient client, const std::vector<std::shared_ptr<const PHAsset>>& assets,
-                                      CGSize targetSize, PHImageContentMode contentMode,
-                                      const PHImageRequestOptions& options) {
-  if (!(targetSize.width > 0) || !(targetSize.height > 0)) return;
-  std::vector<RequestRef> fresh;
-  {
-    const std::lock_guard lock(mutex_);
-    lastPreheat_ += static_cast<std::int64_t>(assets.size());
-    std::int64_t number = lastPreheat_;  // the first of the list is the most urgent
-    for (const auto& asset : assets) {
-      if (!asset) continue;
-      const ThumbnailKey key{asset->localIdentifier, targetSize, contentMode};
-      Preheated& preheated = preheated_[key];
-      preheated.clients.insert(client);
-      if (preheated.request) continue;
-      preheated.request = std::make_shared<Request>();
-      preheated.request->number = number--;
-      preheated.request->key = key;
-      preheated.request->key.target = pixelTarget(targetSize, options);
-      preheated.request->options = options;
-      fresh.push_back(preheated.request);
-    }
-  }
-  for (const RequestRef& request : fresh) {
-    enqueue(workers_, RequestQueue::Preheat, request, &ImageManager::preheatStage);
-  }
-}
-
-void ImageManager::release(CacheClient client, const ThumbnailKey& key) {
-  RequestRef request;
-  {
-    const std::lock_guard lock(mutex_);
-    const auto found = preheated_.find(key);
-    if (found == preheated_.end() || found->second.clients.erase(client) == 0) return;
-    if (!found->second.clients.empty()) return;
-    request = std::move(found->second.request);
-    preheated_.erase(found);
-  }
-  request->cancelled = true;
-  withdraw(*request, {RequestQueue::Preheat});
-  thumbnails_.age(request->key);
-}
-
-void ImageManager::stopCachingImages(CacheClient client, const std::vector<std::shared_ptr<const PHAsset>>& assets,
-                                     CGSize targetSize, PHImageContentMode contentMode) {
-  for (const auto& asset : assets) {
-    if (asset) release(client, {asset->localIdentifier, targetSize, contentMode});
-  }
-}
-
-void ImageManager::stopCachingImagesForAllAssets(CacheClient client) {
-  std::vector<ThumbnailKey> keys;
-  {
-    const std::lock_guard lock(mutex_);
-    for (const auto& [key, preheated] : preheated_) {
-      if (preheated.clients.count(client) > 0) keys.push_back(key);
-    }
-  }
-  for (const ThumbnailKey& key : keys) release(client, key);
 }
 
 }  // namespace tlx::photolibrary

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -15,15 +16,22 @@
 #include "tlx/platform/photos/ImageManagerPort.h"
 
 #include "adapters/photolibrary/ItemStore.h"
-#include "adapters/photolibrary/images/ImageDecoder.h"
+#include "adapters/photolibrary/images/PictureLayers.h"
 #include "adapters/photolibrary/images/PixelStore.h"
 #include "adapters/photolibrary/images/RequestQueue.h"
-#include "adapters/photolibrary/images/ThumbnailCache.h"
 
 namespace tlx::photolibrary {
 
 /// The pictures and videos of a library's items, made by one worker per processor. Thumbnails that were made lately are
-/// kept in memory and answer within the call; a photo's embedded thumbnail is the degraded first answer otherwise.
+/// kept in memory and answer within the call; the desktop's shared thumbnails answer next; a photo's embedded thumbnail
+/// is the degraded first answer otherwise. What had to be decoded is written to the shared thumbnails when nobody waits
+/// for anything else. For the same picture there is never more than one decoding at a time.
+///
+/// An item whose original is elsewhere is shown by its preview; its original is fetched for a cell only where there is
+/// none, and never a video's, or more than `largestForACell`.
+///
+/// What a client stops caching has left its neighbourhood: requests for the same item, size and mode that still wait go
+/// behind everything else, and are answered in the end.
 ///
 /// Target sizes count in points where the answer is to be looked at in a cell, and in pixels where someone relies on
 /// them: an opportunistic or fast request that does not ask for the exact size, and whose target is at most
@@ -39,12 +47,15 @@ class ImageManager final : public ImageManagerPort {
     unsigned fetchers = 2;                               ///< threads that wait for originals from elsewhere
     std::size_t thumbnailBytes = std::size_t{64} << 20;  ///< of finished thumbnails kept in memory
     std::size_t largestThumbnail = std::size_t{4} << 20;
-    double screenScale = 1;  ///< pixels of the screen in a point
+    double screenScale = 1;                             ///< pixels of the screen in a point
+    std::int64_t recordBytes = std::int64_t{32} << 20;  ///< of pictures that wait to be written to the shared ones
     std::string pixelFolder = PixelStore::defaultFolder();
     PixelStore::Limits pixels = {};
+    SharedThumbnails::Settings shared = {};
   };
 
   static constexpr double largestCell = 512;
+  static constexpr std::int64_t largestForACell = std::int64_t{64} << 20;  ///< bytes
 
   /// Both outlive the object.
   ImageManager(ItemStore& items, MainQueuePort& mainQueue);
@@ -73,50 +84,64 @@ class ImageManager final : public ImageManagerPort {
   /// Returns when no worker has anything left to do; steps that they posted may still wait on the main queue. New
   /// requests made meanwhile are waited for too.
   void waitUntilIdle();
-  const ThumbnailCache& thumbnails() const { return thumbnails_; }
+  const ThumbnailCache& thumbnails() const { return layers_.memory(); }
 
  private:
   struct Request;
   struct Preheated;
+  struct Making;
   struct Answer;
-  struct Embedded;
   using RequestRef = std::shared_ptr<Request>;
   using Stage = void (ImageManager::*)(const RequestRef&);
 
   static void name(Request& request, const std::shared_ptr<const PHAsset>& asset);
   CGSize pixelTarget(CGSize target, const PHImageRequestOptions& options) const;
+  /// Takes an image request out of the tables; nothing when it is not there. The mutex is held.
+  RequestRef take(PHImageRequestID id);
+
   void enqueue(RequestQueue& queue, RequestQueue::Lane lane, const RequestRef& request, Stage stage);
   void previewStage(const RequestRef& request);
   void pictureStage(const RequestRef& request);
   void videoStage(const RequestRef& request);
   void preheatStage(const RequestRef& request);
-  /// Whether the request has gone to wait for its original elsewhere, to come back to `then`.
+  /// Whether the request has gone to wait for what is elsewhere, its preview or its original, to come back to `then`.
+  bool sentForPreview(const RequestRef& request, RequestQueue::Lane lane, Stage then);
   bool sentToFetch(const RequestRef& request, RequestQueue::Lane lane, Stage then);
+  bool isElsewhere(const Identifier& identifier) const;
   void withdraw(const Request& request, std::initializer_list<RequestQueue::Lane> lanes);
-  void release(CacheClient client, const ThumbnailKey& key);
+  /// Lets what waits for that picture wait behind everything else.
+  void leaveBehind(const ThumbnailKey& asked);
+  void release(CacheClient client, const ThumbnailKey& asked);
 
+  /// Makes the picture, or waits for another worker that is making the same one; answers whoever waits then.
+  void makeForAll(const RequestRef& request);
+  /// Ends a decoding that nobody wants any more. The mutex is held.
+  void abandonUnwanted(const Request& request);
   /// The finished picture, from memory or made now; on any thread.
-  Answer makePicture(Request& request);
-  /// The picture inside the photo's file, kept in memory when it is good enough to be final.
-  Embedded embedded(Request& request, bool onlyIfItCovers);
-  std::shared_ptr<const UIImage> cached(const ThumbnailKey& key);
+  Answer makePicture(Request& request, const std::atomic<bool>* cancelled);
   std::variant<Original, NSError> fetch(Request& request);
+  void recordLater(SharedThumbnails::Record record);
   void deliver(RequestRef request, Answer answer, bool final);
 
   ItemStore& items_;          // unretained: outlives the manager by contract
   MainQueuePort& mainQueue_;  // unretained: outlives the manager by contract
   PixelStore pixels_;
-  ImageDecoder decoder_;
-  ThumbnailCache thumbnails_;
+  PictureLayers layers_;
   std::atomic<double> screenScale_;
   /// False once the manager is gone: steps that still wait on the main queue then do nothing.
   std::shared_ptr<std::atomic<bool>> alive_;
+  const std::int64_t mostRecordBytes_;
+  std::atomic<std::int64_t> recordBytes_{0};
 
   std::mutex mutex_;
-  std::int64_t lastNumber_ = 0, lastPreheat_ = 0;
+  std::int64_t lastNumber_ = 0, lastPreheat_ = 0, lastRecord_ = 0;
   PHImageRequestID lastId_ = PHInvalidImageRequestID;
   std::unordered_map<PHImageRequestID, RequestRef> requests_;
+  /// Image requests and preheating by what was asked for, in points.
+  std::unordered_multimap<ThumbnailKey, PHImageRequestID, ThumbnailKeyHash> asked_;
   std::unordered_map<ThumbnailKey, Preheated, ThumbnailKeyHash> preheated_;
+  /// What workers are making now, by the picture: thumbnails, and what is made of the original itself.
+  std::array<std::unordered_map<ThumbnailKey, std::shared_ptr<Making>, ThumbnailKeyHash>, 2> making_;
 
   RequestQueue fetchers_;
   RequestQueue workers_;

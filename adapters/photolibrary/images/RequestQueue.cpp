@@ -31,6 +31,11 @@ std::optional<RequestQueue::Work> RequestQueue::remove(Lane lane, std::int64_t n
   return work;
 }
 
+void RequestQueue::move(Lane from, Lane to, std::int64_t number) {
+  const std::lock_guard lock(mutex_);
+  if (auto work = lanes_[from].extract(number)) lanes_[to].insert(std::move(work));
+}
+
 bool RequestQueue::isIdle() {
   return busy_ == 0 && std::all_of(lanes_.begin(), lanes_.end(), [](const Waiting& lane) { return lane.empty(); });
 }
@@ -57,8 +62,9 @@ RequestQueue::Waiting* RequestQueue::next() {
   if (!previews.empty() && (pictures.empty() || previews.begin()->first > pictures.begin()->first - screenful)) {
     return &previews;
   }
-  if (!pictures.empty()) return &pictures;
-  return lanes_[Preheat].empty() ? nullptr : &lanes_[Preheat];
+  const auto first =
+      std::find_if(lanes_.begin() + Picture, lanes_.end(), [](const Waiting& lane) { return !lane.empty(); });
+  return first == lanes_.end() ? nullptr : &*first;
 }
 
 void RequestQueue::run() {

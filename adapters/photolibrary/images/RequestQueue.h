@@ -16,7 +16,9 @@ namespace tlx::photolibrary {
 /// Any thread.
 class RequestQueue {
  public:
-  enum Lane { Preview, Picture, Preheat };
+  /// In the order in which they are served. `Behind` is for what is no longer looked at, `Record` for what nobody waits
+  /// for.
+  enum Lane { Preview, Picture, Preheat, Behind, Record };
   using Work = std::function<void()>;
 
   /// Previews come before pictures as long as they were asked for at about the same time: a screen is filled with
@@ -32,6 +34,8 @@ class RequestQueue {
   void add(Lane lane, std::int64_t number, Work work);
   /// Takes out what still waits; nothing when it runs, has run or was never added.
   std::optional<Work> remove(Lane lane, std::int64_t number);
+  /// Lets what still waits wait in another lane.
+  void move(Lane from, Lane to, std::int64_t number);
   /// Returns when nothing waits and nothing runs.
   void waitUntilIdle();
   /// Ends the threads after what they are doing; what waits stays unrun and goes with the queue. Calling it again does
@@ -46,7 +50,7 @@ class RequestQueue {
 
   std::mutex mutex_;
   std::condition_variable changed_, idle_;
-  std::array<Waiting, 3> lanes_;
+  std::array<Waiting, Record + 1> lanes_;
   unsigned busy_ = 0;
   bool stopping_ = false;
   Work atThreadEnd_;

@@ -433,8 +433,17 @@ void writeFile(const std::string& path, const std::vector<std::uint8_t>& bytes) 
 }
 
 std::shared_ptr<const PHAsset> FileItems::add(const std::string& name, const std::string& path, FileFacts facts) {
+  return put(name, {path, facts});
+}
+
+std::shared_ptr<const PHAsset> FileItems::addRemote(const std::string& name, const std::string& path, FileFacts facts,
+                                                    std::optional<Preview> preview) {
+  return put(name, {path, facts, true, std::move(preview)});
+}
+
+std::shared_ptr<const PHAsset> FileItems::put(const std::string& name, Item item) {
   const std::lock_guard lock(mutex_);
-  items_[name] = {path, facts};
+  items_[name] = std::move(item);
   auto asset = std::make_shared<PHAsset>();
   asset->localIdentifier = name;
   asset->mediaType = PHAssetMediaTypeImage;
@@ -460,25 +469,48 @@ std::variant<ItemLocation, NSError> FileItems::locate(const Identifier& identifi
   const std::lock_guard lock(mutex_);
   const auto found = items_.find(identifier.string());
   if (found == items_.end()) return NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorNotFound, "unknown item"};
+  const Item& item = found->second;
   ItemLocation location;
-  location.path = found->second.path;
-  location.modified = found->second.modified;
-  location.format = found->second.facts.format;
-  location.width = found->second.facts.width;
-  location.height = found->second.facts.height;
+  location.path = item.remote ? "" : item.path;
+  gchar* uri = g_filename_to_uri(item.path.c_str(), nullptr, nullptr);
+  location.uri = item.remote ? "https://server" + item.path : uri;
+  g_free(uri);
+  location.modified = item.modified;
+  location.format = item.facts.format;
+  location.width = item.facts.width;
+  location.height = item.facts.height;
   return location;
 }
 
-std::variant<Original, NSError> FileItems::fetchOriginal(const Identifier& identifier, const FetchOptions&) {
+std::variant<Original, NSError> FileItems::fetchOriginal(const Identifier& identifier, const FetchOptions& options) {
   std::function<void(const std::string&)> gate;
+  Item item;
   {
     const std::lock_guard lock(mutex_);
     gate = gate_;
+    if (const auto found = items_.find(identifier.string()); found != items_.end()) item = found->second;
   }
-  if (gate) gate(identifier.string());
+  if (item.remote && !options.networkAccessAllowed) {
+    return NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorNetworkNotAllowed, "lies on a server"};
+  }
+  for (int piece = 1; item.remote && piece <= 4; ++piece) {
+    if ((options.cancelled && options.cancelled()) || (options.progress && !options.progress(piece / 4.0))) {
+      return NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorCancelled, "the transfer was stopped"};
+    }
+    if (piece == 2 && gate) gate(identifier.string());
+  }
+  if (!item.remote && gate) gate(identifier.string());
   const auto located = locate(identifier);
   if (const NSError* error = std::get_if<NSError>(&located)) return *error;
-  return Original{std::get<ItemLocation>(located).path, nullptr};
+  return Original{item.path, nullptr};
+}
+
+std::variant<Preview, NSError> FileItems::fetchPreview(const Identifier& identifier, int,
+                                                       const std::function<bool()>&) {
+  const std::lock_guard lock(mutex_);
+  const auto found = items_.find(identifier.string());
+  if (found == items_.end() || !found->second.preview) return noPreview();
+  return *found->second.preview;
 }
 
 }  // namespace tlx::photolibrary::test

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -79,10 +80,14 @@ struct FileFacts {
   int width = 0, height = 0;
 };
 
-/// Items by name, each a file's path.
+/// Items by name, each a file's path, with that file's address.
 class FileItems final : public ItemStore {
  public:
   std::shared_ptr<const PHAsset> add(const std::string& name, const std::string& path, FileFacts facts = {});
+  /// An item whose file stands for one on a server: it comes in four pieces, each reported, with leave to use the
+  /// network. `preview` is what the server answers instead of the original, if anything.
+  std::shared_ptr<const PHAsset> addRemote(const std::string& name, const std::string& path, FileFacts facts = {},
+                                           std::optional<Preview> preview = std::nullopt);
   /// Later calls report that much another file.
   void touch(const std::string& name);
   void forget(const std::string& name);
@@ -91,13 +96,19 @@ class FileItems final : public ItemStore {
 
   std::variant<ItemLocation, NSError> locate(const Identifier& identifier) const override;
   std::variant<Original, NSError> fetchOriginal(const Identifier& identifier, const FetchOptions& options) override;
+  std::variant<Preview, NSError> fetchPreview(const Identifier& identifier, int pixels,
+                                              const std::function<bool()>& cancelled) override;
 
  private:
   struct Item {
     std::string path;
     FileFacts facts;
+    bool remote = false;
+    std::optional<Preview> preview = std::nullopt;
     std::int64_t modified = 1;
   };
+  std::shared_ptr<const PHAsset> put(const std::string& name, Item item);
+
   mutable std::mutex mutex_;
   std::map<std::string, Item> items_;
   std::function<void(const std::string&)> gate_;

@@ -45,6 +45,16 @@ class FilesImageWorld final : public ImageManagerWorld {
     test::writeClip(path, {.video = false, .audio = true});
     return items_.add(path, path);
   }
+  Asset cloudPhoto() override {
+    const std::string path = nextFile(".jpg");
+    test::writePicture(path, {.width = 320, .height = 240});
+    return items_.addRemote(path, path);
+  }
+  Asset cloudVideo() override {
+    const std::string path = nextFile(".mp4");
+    test::writeClip(path);
+    return items_.addRemote(path, path, {MediaFormat::Mp4});
+  }
   Asset deletedPhoto() override {
     const std::string path = nextFile(".jpg");
     return items_.add(path, path);
@@ -55,6 +65,7 @@ class FilesImageWorld final : public ImageManagerWorld {
   ImageManager::Settings settings() const {
     ImageManager::Settings settings;
     settings.pixelFolder = folder_.file("pixels");
+    settings.shared.folder = folder_.file("thumbnails");
     return settings;
   }
 

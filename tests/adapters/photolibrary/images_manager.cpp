@@ -52,6 +52,7 @@ class ManagingImages : public testing::Test {
     ImageManager::Settings settings;
     settings.workers = workers;
     settings.pixelFolder = folder_.file("pixels");
+    settings.shared.folder = folder_.file("thumbnails");
     images_ = std::make_unique<ImageManager>(items_, loop_, settings);
   }
   Asset photo(const std::string& name, bool withThumbnail = false) {
@@ -213,6 +214,137 @@ TEST_F(ManagingImages, ServesTheNewestFirstAndWhatIsVisibleBeforeWhatIsPreheated
   settle();
   EXPECT_EQ(fetched, (std::vector<std::string>{"c", "b", "a", "warm 1", "warm 2"}))
       << "what was cancelled or stopped is never touched";
+}
+
+TEST_F(ManagingImages, WhatIsScrolledAwayWaitsBehindWhatIsLookedAtNext) {
+  start(1);
+  Gate gate;
+  std::mutex mutex;
+  std::vector<std::string> fetched;
+  items_.setGate([&](const std::string& name) {
+    if (name == "first") return gate.pass();
+    const std::lock_guard lock(mutex);
+    fetched.push_back(name);
+  });
+  ask(photo("first"), highQuality, "first");
+  gate.waitForHeld(1);
+  const int client = 0;
+  const std::vector<Asset> passed{photo("passed 1"), photo("passed 2")};
+  images_->startCachingImages(&client, passed, cell, PHImageContentModeAspectFill, {});
+  for (const Asset& asset : passed) ask(asset, opportunistic, "passed");
+  images_->stopCachingImages(&client, passed, cell, PHImageContentModeAspectFill);
+  images_->startCachingImages(&client, {photo("next")}, cell, PHImageContentModeAspectFill, {});
+  gate.open();
+  settle();
+  EXPECT_EQ(fetched, (std::vector<std::string>{"next", "passed 2", "passed 1"}));
+  EXPECT_EQ(answers_.size(), 3u) << "they are answered all the same";
+}
+
+TEST_F(ManagingImages, TheSamePictureIsMadeOnceForAllWhoAskMeanwhile) {
+  start(2);
+  Gate gate;
+  std::atomic<int> fetches{0};
+  items_.setGate([&](const std::string&) {
+    ++fetches;
+    gate.pass();
+  });
+  const Asset asset = photo("a");
+  std::vector<std::shared_ptr<const UIImage>> got;
+  const auto again = [&] {
+    return images_->requestImage(
+        asset, {}, PHImageContentModeAspectFit, options(highQuality),
+        [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) { got.push_back(image); });
+  };
+  const PHImageRequestID first = again();
+  gate.waitForHeld(1);
+  again();
+  again();
+  const int client = 0;
+  images_->startCachingImages(&client, {asset}, cell, PHImageContentModeAspectFill, {});
+  gate.waitForHeld(2);  // the other worker comes to it only when it is through with those two
+  images_->cancelImageRequest(first);
+  gate.open();
+  settle();
+  EXPECT_EQ(fetches, 2) << "the whole picture and the cell's";
+  ASSERT_EQ(got.size(), 2u) << "the one that set it going was cancelled, and did not take the others with it";
+  EXPECT_TRUE(got[0] && got[0] == got[1]);
+}
+
+TEST_F(ManagingImages, AnItemElsewhereIsShownByItsPreview) {
+  start(1);
+  std::atomic<int> originals{0};
+  items_.setGate([&](const std::string&) { ++originals; });
+  const std::string original = folder_.file("original.jpg"), small = folder_.file("small.jpg");
+  writeJpegWithThumbnail(original, 400, 300, 160, 120);
+  writePicture(small, {.width = 200, .height = 150});
+  const FileFacts facts{MediaFormat::Jpeg, 400, 300};
+  struct Row {
+    const char* name;
+    Asset asset;
+    bool network;
+    const char* answer;
+    int originals;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"file", items_.addRemote("file", original, facts, Preview{{small, nullptr}, false}), false, "final", 0,
+       "a picture of its own, needing no leave"},
+      {"head", items_.addRemote("head", original, facts, Preview{{original, nullptr}, true}), true, "final", 0,
+       "the picture in the original's first bytes"},
+      {"none", items_.addRemote("none", original, facts), true, "final", 1, "without one the original is fetched"},
+      {"forbidden", items_.addRemote("forbidden", original, facts), false, "error", 0, "if that is allowed"},
+      {"video", items_.addRemote("video", original, {MediaFormat::Mp4, 400, 300}), true, "error", 0,
+       "no video is fetched for its poster"},
+      {"bad", items_.addRemote("bad", original, facts, Preview{{folder_.file("none"), nullptr}, false}), true, "final",
+       1, "a preview that cannot be read is as good as none"},
+  };
+  for (const Row& row : rows) {
+    answers_.clear();
+    originals = 0;
+    PHImageRequestOptions asked = options(opportunistic);
+    asked.networkAccessAllowed = row.network;
+    images_->requestImage(
+        row.asset, cell, PHImageContentModeAspectFill, asked,
+        [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
+          answers_.push_back(info.PHImageResultIsDegradedKey ? "degraded" : image ? "final" : "error");
+        });
+    settle();
+    EXPECT_EQ(answers_, (std::vector<std::string>{row.answer})) << row.reason;
+    EXPECT_EQ(originals, row.originals) << row.reason;
+  }
+}
+
+TEST_F(ManagingImages, TransfersHoldUpNeitherPicturesNorEachOther) {
+  start(1);
+  Gate gate;
+  items_.setGate([&](const std::string& name) {
+    if (name.starts_with("slow")) gate.pass();
+  });
+  const std::string path = folder_.file("far.jpg");
+  writePicture(path, {.width = 400, .height = 300});
+  PHImageRequestOptions online = options(highQuality);
+  online.networkAccessAllowed = true;
+  const auto fetch = [&](const std::string& name) {
+    return images_->requestImage(
+        items_.addRemote(name, path, {MediaFormat::Jpeg, 400, 300}), cell, PHImageContentModeAspectFill, online,
+        [this, name](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
+          answers_.push_back(name + (image ? " final" : info.PHImageResultIsInCloudKey ? " in the cloud" : " error"));
+        });
+  };
+  const PHImageRequestID running = fetch("slow 1");
+  gate.waitForHeld(1);
+  fetch("quick");
+  ASSERT_TRUE(waitForAnswers(1)) << "another transfer comes through";
+  fetch("slow 2");
+  gate.waitForHeld(2);
+  ask(photo("near"), highQuality, "near");
+  ASSERT_TRUE(waitForAnswers(2)) << "and so does what needs none";
+  const PHImageRequestID waiting = fetch("slow 3");
+  images_->cancelImageRequest(waiting);
+  images_->cancelImageRequest(running);
+  gate.open();
+  settle();
+  EXPECT_EQ(answers_, (std::vector<std::string>{"quick final", "near final", "slow 2 final"}));
 }
 
 TEST_F(ManagingImages, ASynchronousRequestDoesNotWaitForTheQueue) {
