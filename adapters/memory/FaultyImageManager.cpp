@@ -66,9 +66,7 @@ PHImageRequestID FaultyImageManager::requestImage(const std::shared_ptr<const PH
   const auto spoilt = [this, plan, stalled, synchronous = options.synchronous, handler = std::move(handler)](
                           const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
     const auto answer = [plan, handler, image, info] {
-      if (info.PHImageResultIsDegradedKey) {
-        handler(image, info);
-      } else if (plan.has(Fault::Fail)) {
+      if (plan.has(Fault::Fail) && !info.PHImageResultIsDegradedKey) {
         handler(nullptr, {plan.error, false, info.PHImageResultIsInCloudKey});
       } else {
         handler(image, info);

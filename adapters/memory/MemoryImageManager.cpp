@@ -15,6 +15,7 @@ NSError libraryError(PhotoLibraryErrorCode code, const std::string& text) {
 
 std::vector<Identifier> identifiersOf(const std::vector<std::shared_ptr<const PHAsset>>& assets) {
   std::vector<Identifier> identifiers;
+  identifiers.reserve(assets.size());
   for (const auto& asset : assets) identifiers.push_back(asset->localIdentifier);
   return identifiers;
 }

@@ -103,7 +103,7 @@ class Assembly {
 
 /// A view that is its own owner: a cell, header, footer or panel.
 std::shared_ptr<UIView> makeOwnedView(const SceneView& description, const CGRect* frame) {
-  const auto view = make<UIView>(description.className);
+  auto view = make<UIView>(description.className);
   Assembly assembly(description.className, view);
   assembly.fill(view, description);
   if (frame) view->setFrame(*frame);
@@ -131,7 +131,7 @@ void furnish(UICollectionView& view, const Scene& scene, Assembly& assembly) {
 }
 
 std::shared_ptr<UIView> loadView(const Scene& scene, const std::shared_ptr<NSObject>& owner) {
-  const auto view = make<UIView>(scene.view.className);
+  auto view = make<UIView>(scene.view.className);
   Assembly assembly(scene.identifier, owner);
   if (auto grid = std::dynamic_pointer_cast<UICollectionView>(view)) furnish(*grid, scene, assembly);
   if (auto table = std::dynamic_pointer_cast<UITableView>(view)) {

@@ -17,6 +17,7 @@ class MediaPickerBroadcastProtocol {
  public:
   virtual ~MediaPickerBroadcastProtocol() = default;
 
+  // By value, so that one template serves every message. NOLINTBEGIN(performance-unnecessary-value-param)
   /// The album that is to be shown.
   virtual void mediaPicker_selectedAlbum(std::shared_ptr<AlbumModel>, std::shared_ptr<AlbumModel> album) {}
   /// The albums were rebuilt, the marks of the picked items are back.
@@ -27,6 +28,7 @@ class MediaPickerBroadcastProtocol {
   /// One item is to be drawn again. Declared for subscribers; nothing sends it.
   virtual void mediaPicker_refreshMediaCollectionForMediaModel(std::shared_ptr<MediaModel>,
                                                                std::shared_ptr<MediaModel> model) {}
+  // NOLINTEND(performance-unnecessary-value-param)
 };
 
 }  // namespace tlx

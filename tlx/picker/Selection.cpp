@@ -19,7 +19,7 @@ const std::shared_ptr<MediaList>& TLXMediaPickerController::arrPickedModel() {
 void TLXMediaPickerController::pickedModel(const std::shared_ptr<MediaModel>& tapped) {
   if (!tapped) return;
   const auto self = sharedAs(this);
-  const auto model = tapped;
+  const std::shared_ptr<MediaModel> model(tapped);  // NOLINT: the caller's may go while the host is asked
   const Identifier identifier = model->getMediaIdentifier();
   if (!model->isModelSelected()) {
     removeAssetByidentifier(identifier);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 
 namespace tlx {
 namespace {
@@ -132,7 +133,8 @@ ResampledPixels resample(const PixelSource& source, const CGAffineTransform& tra
     }
   }
 
-  double left = INFINITY, right = -INFINITY, top = INFINITY, bottom = -INFINITY;
+  constexpr double kBeyond = std::numeric_limits<double>::infinity();
+  double left = kBeyond, right = -kBeyond, top = kBeyond, bottom = -kBeyond;
   for (const CGPoint corner : {CGPoint{0, 0}, CGPoint{width, 0}, CGPoint{0, height}, CGPoint{width, height}}) {
     const CGPoint at = CGPointApplyAffineTransform(corner, transform);
     left = std::min(left, at.x), right = std::max(right, at.x);
