@@ -42,13 +42,13 @@ void Session::mediaPicker_didFinishPickingMediaWithInfo(TLXMediaPickerController
 }
 
 bool Session::deliver(const Media& media) {
-  const Identifier identifier = media.getMediaIdentifier();
+  const Identifier& identifier = media.getMediaIdentifier();
   const auto details = library_.details(identifier).value_or(photolibrary::PhotoLibrary::Details{});
   const bool video = media.getMediaType() == PHAssetMediaTypeVideo;
   std::optional<std::string> delivered;
   bool whole = true;
   if (output_) {
-    const auto image = media.getMediaImage();
+    const auto& image = media.getMediaImage();
     const auto written = image ? output_->writeImage(*image, details.name, details.created)
                                : output_->copyFile(details.path, details.name, details.created);
     if (const auto* file = std::get_if<OutputFolder::Written>(&written)) {
@@ -64,10 +64,10 @@ bool Session::deliver(const Media& media) {
     return whole;
   }
   double width = details.width, height = details.height;
-  if (const auto image = media.getMediaImage()) {
+  if (const auto& image = media.getMediaImage()) {
     width = image->size().width;
     height = image->size().height;
-  } else if (const auto asset = media.getMediaVideoAsset()) {
+  } else if (const auto& asset = media.getMediaVideoAsset()) {
     const auto tracks = asset->tracksWithMediaType(AVMediaTypeVideo);
     if (!tracks.empty()) {
       width = tracks.front().width;

@@ -135,7 +135,7 @@ int run(int argc, char** argv, const Arguments& arguments) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): what nobody foresaw ends the program
   const auto parsed = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
   if (const auto* wrong = std::get_if<std::string>(&parsed)) {
     std::fprintf(stderr, "%s: %s\n%s", kHost, wrong->c_str(), kUsage);

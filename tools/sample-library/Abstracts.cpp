@@ -76,7 +76,7 @@ Scene silk(const Gradient& colours) {
   };
 }
 
-Scene orbs(const Gradient& backdrop, std::vector<std::uint32_t> colours) {
+Scene orbs(const Gradient& backdrop, const std::vector<std::uint32_t>& colours) {
   return [backdrop, colours](Canvas& c, Random& r) {
     const float a = c.aspect(), ox = r.in(0, 200);
     c.shade(0, 1, [&](float x, float y, Colour) {
@@ -106,7 +106,7 @@ Scene orbs(const Gradient& backdrop, std::vector<std::uint32_t> colours) {
   };
 }
 
-Scene arches(std::vector<std::uint32_t> colours, std::uint32_t backdrop) {
+Scene arches(const std::vector<std::uint32_t>& colours, std::uint32_t backdrop) {
   return [colours, backdrop](Canvas& c, Random& r) {
     const float a = c.aspect(), ox = r.in(0, 200);
     c.shade(0, 1, [&](float x, float y, Colour) {
@@ -175,7 +175,7 @@ Scene caustics(std::uint32_t shallow, std::uint32_t deep) {
   };
 }
 
-Scene citrus(std::uint32_t table, std::vector<std::uint32_t> fruits) {
+Scene citrus(std::uint32_t table, const std::vector<std::uint32_t>& fruits) {
   return [=](Canvas& c, Random& r) {
     const float a = c.aspect(), ox = r.in(0, 200);
     c.shade(0, 1, [&](float x, float y, Colour) {

@@ -1,6 +1,7 @@
 #include "Canvas.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tlx::samples {
 namespace {
@@ -260,11 +261,12 @@ void Canvas::blur(float radius) {
   const float inPixels = radius * static_cast<float>(height_) * 0.6F;
   const int factor = std::max(1, static_cast<int>(inPixels / 5));
   if (factor == 1) {
-    softly(pixels_, width_, height_, static_cast<int>(inPixels + 0.5F));
+    softly(pixels_, width_, height_, static_cast<int>(std::lround(inPixels)));
     return;
   }
   Canvas small = reduced(*this, factor);
-  softly(small.pixels_, small.width_, small.height_, static_cast<int>(inPixels / static_cast<float>(factor) + 0.5F));
+  softly(small.pixels_, small.width_, small.height_,
+         static_cast<int>(std::lround(inPixels / static_cast<float>(factor))));
   const float sx = small.aspect() / aspect();
   shade(0, 1, [&](float x, float y, Colour) { return small.sample(x * sx, y); });
 }

@@ -67,7 +67,7 @@ class Album {
     now_.offsetMinutes = camera_.offset;
   }
 
-  Album& add(const Scene& scene, Shape shape = Shape::Wide43, Extra extra = {}) {
+  Album& add(const Scene& scene, Shape shape = Shape::Wide43, const Extra& extra = {}) {
     const int index = static_cast<int>(to_.photos.size());
     PlannedPhoto photo;
     std::tie(photo.width, photo.height) = sizeOf(shape, index);

@@ -121,7 +121,7 @@ Scene skyline(const Mood& mood, SkylineStyle style) {
   };
 }
 
-Scene bokeh(std::uint32_t backdrop, std::vector<std::uint32_t> lights, bool rain) {
+Scene bokeh(std::uint32_t backdrop, const std::vector<std::uint32_t>& lights, bool rain) {
   return [=](Canvas& c, Random& r) {
     const float a = c.aspect();
     const Colour base = hex(backdrop);

@@ -183,7 +183,7 @@ Treeline::Treeline(Random& r, float aspect, const std::function<float(float)>& b
       const float side = (static_cast<float>(i) / kPerUnit - x) / half, t = std::fabs(side);
       const float shelf = t * steps + (side > 0 ? lean : 0);
       const float jag = (shelf - std::floor(shelf)) * 0.085F * (0.35F + t);
-      const float top = foot - size * (std::pow(1 - t, 1.12F) + jag * (t > 0.02F ? 1 : 0) - 0.02F);
+      const float top = foot - size * (std::pow(1 - t, 1.12F) + jag * (t > 0.02F ? 1.0F : 0.0F) - 0.02F);
       auto& line = line_[static_cast<std::size_t>(i)];
       line = std::min(line, top);
     }

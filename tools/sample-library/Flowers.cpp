@@ -131,7 +131,7 @@ Scene flower(FlowerStyle f) {
   };
 }
 
-Scene meadow(const Mood& mood, std::vector<std::uint32_t> petals, float sway) {
+Scene meadow(const Mood& mood, const std::vector<std::uint32_t>& petals, float sway) {
   return [&mood, petals, sway](Canvas& c, Random& r) {
     const float a = c.aspect();
     sky(c, mood, 0.75F);

@@ -158,7 +158,7 @@ Outcome writeSampleLibrary(const fs::path& folder, bool small) {
     std::atomic<int> written{0};
     std::vector<std::function<void()>> jobs;
     const auto place = [&](const std::string& path) {
-      const fs::path target = site.partial() / path;
+      fs::path target = site.partial() / path;
       fs::create_directories(target.parent_path());
       return target;
     };

@@ -1,6 +1,7 @@
 #include "PhotoFile.h"
 
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <memory>
 
@@ -108,7 +109,7 @@ Raster develop(const Canvas& upright, PixelKind kind, int orientation) {
           (static_cast<float>(grain & 0xFFFFU) + static_cast<float>(grain >> 16U)) * (1.0F / 65536.0F) - 1.0F;
       for (int band = 0; band < out.bands; ++band, ++at) {
         if (out.deep)
-          out.wide[at] = static_cast<std::uint16_t>(clamp01(values[band]) * 65535.0F + 0.5F);
+          out.wide[at] = static_cast<std::uint16_t>(std::lround(clamp01(values[band]) * 65535.0F));
         else
           out.bytes[at] = static_cast<std::uint8_t>(
               std::clamp(values[band] * 255.0F + (band < 3 ? speck * 0.9F : 0) + 0.5F, 0.0F, 255.0F));
@@ -146,8 +147,8 @@ Bytes plainJpeg(VipsImage* image, int quality) {
 
 Canvas shrunk(const Canvas& from, int longSide) {
   const float scale = static_cast<float>(longSide) / static_cast<float>(std::max(from.width(), from.height()));
-  Canvas to(std::max(1, static_cast<int>(static_cast<float>(from.width()) * scale + 0.5F)),
-            std::max(1, static_cast<int>(static_cast<float>(from.height()) * scale + 0.5F)));
+  Canvas to(std::max(1, static_cast<int>(std::lround(static_cast<float>(from.width()) * scale))),
+            std::max(1, static_cast<int>(std::lround(static_cast<float>(from.height()) * scale))));
   for (int y = 0; y < to.height(); ++y)
     for (int x = 0; x < to.width(); ++x) {
       const int x0 = x * from.width() / to.width(), x1 = std::max(x0 + 1, (x + 1) * from.width() / to.width());

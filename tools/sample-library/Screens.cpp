@@ -268,8 +268,9 @@ void gallery(Canvas& c, Random& r) {
                           sea(moods::night(), {.sunY = 0.25F, .moon = true}),
                           orbs(Gradient({{0, 0xf6e7cb}, {1, 0xe07a5f}}), {0x81b29a, 0xf2cc8f})};
   for (int i = 0; i < 18; ++i) {
-    const float x = (cell + 0.004F) * static_cast<float>(i % 3),
-                y = 0.105F + (cell + 0.004F) * static_cast<float>(i / 3);
+    const int row = i / 3, column = i % 3;
+    const float x = (cell + 0.004F) * static_cast<float>(column),
+                y = 0.105F + (cell + 0.004F) * static_cast<float>(row);
     picture(c, r, scenes[(i * 7 + i / 9) % 10], x, y, cell, cell, 0);
   }
   c.fill(Path().rectangle(0, 0.925F, a, 0.075F), hex(0xfcfcfc), 0.97F);
@@ -319,10 +320,11 @@ void home(Canvas& c, Random& r) {
   const float step = a / 4;
   for (int i = 0; i < 16; ++i) {
     const bool dock = i >= 12;
+    const int row = i / 4;
     if (i == 12)
       c.fill(Path().rectangle(kMargin * 0.7F, 0.862F, a - kMargin * 1.4F, 0.105F, 0.034F), Colour{1, 1, 1}, 0.22F);
     const float x = step * (static_cast<float>(i % 4) + 0.5F),
-                y = dock ? 0.914F : 0.52F + 0.105F * static_cast<float>(i / 4), s = 0.032F;
+                y = dock ? 0.914F : 0.52F + 0.105F * static_cast<float>(row), s = 0.032F;
     const auto& tile = kTiles[r.below(8)];
     c.fill(Path().rectangle(x - s, y - s, s * 2, s * 2, s * 0.5F),
            [&](float, float py) { return Rgba{mix(hex(tile[0]), hex(tile[1]), clamp01((py - y) / s * 0.5F + 0.5F))}; });

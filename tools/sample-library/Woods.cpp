@@ -110,7 +110,7 @@ Scene forest(const Mood& mood, std::uint32_t leaves, std::uint32_t fog, bool bea
   };
 }
 
-Scene loneTree(const Mood& mood, std::vector<std::uint32_t> leaves, bool falling) {
+Scene loneTree(const Mood& mood, const std::vector<std::uint32_t>& leaves, bool falling) {
   return [&mood, leaves, falling](Canvas& c, Random& r) {
     const float a = c.aspect(), x = a * r.in(0.42F, 0.58F);
     sky(c, mood, 0.8F);
@@ -138,6 +138,7 @@ Scene loneTree(const Mood& mood, std::vector<std::uint32_t> leaves, bool falling
       left = std::min(left, t.x), right = std::max(right, t.x), top = std::min(top, t.y),
       bottom = std::max(bottom, t.y);
     std::vector<Colour> tones;
+    tones.reserve(leaves.size());
     for (const auto leaf : leaves) tones.push_back(hex(leaf));
     const int count = 15000;
     for (int i = 0; i < count; ++i) {
@@ -163,7 +164,7 @@ Scene loneTree(const Mood& mood, std::vector<std::uint32_t> leaves, bool falling
   };
 }
 
-Scene fieldRows(const Mood& mood, std::vector<std::uint32_t> rows, bool tree) {
+Scene fieldRows(const Mood& mood, const std::vector<std::uint32_t>& rows, bool tree) {
   return [&mood, rows, tree](Canvas& c, Random& r) {
     const float a = c.aspect(), h = 0.46F, vanish = a * r.in(0.35F, 0.65F), ox = r.in(0, 200);
     sky(c, mood, h);
@@ -177,6 +178,7 @@ Scene fieldRows(const Mood& mood, std::vector<std::uint32_t> rows, bool tree) {
                });
     }
     std::vector<Colour> tones;
+    tones.reserve(rows.size());
     for (const auto row : rows) tones.push_back(hex(row));
     const Colour soil = mix(mood.ink, mood.body, 0.55F);
     c.shade(h, 1, [&](float x, float y, Colour) {
