@@ -204,8 +204,9 @@ void TLXMediaPickerController::cancelDownload() {
   post([](TLXMediaPickerController& self) { self.cancelPass(); });
 }
 
+// Also when the pass has just ended: the person who cancelled wants nothing of it, and a question about it that came up
+// meanwhile is answered by that.
 void TLXMediaPickerController::cancelPass() {
-  if (!fetching_) return;
   *cancelling_ = true;
   removeSelection();
   for (const auto request : arrCloudReqId_) PHImageManager::defaultManager()->cancelImageRequest(request);
