@@ -136,6 +136,40 @@ void MemoryPhotoLibrary::setChangeHandler(ChangeHandler handler) {
   lock.unlock();  // the old handler goes with `next`, outside the lock
 }
 
+void MemoryPhotoLibrary::performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) {
+  std::optional<NSError> error = saveError_;
+  for (const auto& creation : creations) {
+    if (!creation.image && !creation.video) {
+      error = NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorUnsupported, "There is nothing to save."};
+    }
+  }
+  if (error) {
+    background_.perform([completion = std::move(completion), error] { completion(false, error); });
+    return;
+  }
+  changeQuietly([&](LibraryContents& contents) {
+    if (!contents.findAlbum("Camera")) contents.addUserAlbum("Camera");
+    std::vector<Identifier> albums{"Camera"};
+    for (const auto& album : contents.albums()) {
+      if (album.collection.assetCollectionType != PHAssetCollectionTypeSmartAlbum) continue;
+      albums.push_back(album.collection.localIdentifier);
+      break;
+    }
+    for (const auto& creation : creations) {
+      const Identifier identifier = "saved " + std::to_string(++saveCount_);
+      const double date = creation.creationDate.value_or(0);
+      contents.add(creation.image ? photo(identifier, date) : video(identifier, date, creation.video->duration),
+                   albums);
+      creation.placeholder->setLocalIdentifier(identifier);
+      if (creation.image) lastSaved_ = creation.image;
+    }
+  });
+  background_.perform([this, completion = std::move(completion), tells = tellsOfSaves_] {
+    completion(true, std::nullopt);
+    if (tells) deliverNextChange();
+  });
+}
+
 void MemoryPhotoLibrary::edit(const Edit& edit) {
   auto next = std::make_shared<LibraryContents>(*contents());
   edit(*next);

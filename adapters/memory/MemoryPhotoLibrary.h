@@ -39,6 +39,8 @@ class MemoryPhotoLibrary final : public PhotoLibraryPort {
   std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssetsWithLocalIdentifiers(
       const std::vector<Identifier>& identifiers) override;
   void setChangeHandler(ChangeHandler handler) override;
+  /// What is made comes into the first smart album and into "Camera".
+  void performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) override;
 
   // What follows is the test's side. Main thread, except `deliverNextChange`.
 
@@ -48,6 +50,15 @@ class MemoryPhotoLibrary final : public PhotoLibraryPort {
   /// The person answers the open prompt.
   void answerPrompt(PHAuthorizationStatus status);
   int promptCount() const { return promptCount_; }
+
+  /// Why nothing can be saved from now on; nothing when it can.
+  void setSaveError(std::optional<NSError> error) { saveError_ = std::move(error); }
+  /// Whether word of what was saved follows at once, after the completion, or waits for `deliverNextChange`. At once at
+  /// first.
+  void setTellsOfSaves(bool tells) { tellsOfSaves_ = tells; }
+
+  /// The image that was saved last.
+  std::shared_ptr<const UIImage> lastSaved() const { return lastSaved_; }
 
   /// Changes the contents without a word to anyone: for setting up.
   void edit(const Edit& edit);
@@ -75,6 +86,10 @@ class MemoryPhotoLibrary final : public PhotoLibraryPort {
   std::atomic<PHAuthorizationStatus> status_ = PHAuthorizationStatusAuthorized;
   std::optional<PHAuthorizationStatus> promptAnswer_ = PHAuthorizationStatusAuthorized;
   int promptCount_ = 0;
+  std::optional<NSError> saveError_;
+  bool tellsOfSaves_ = true;
+  int saveCount_ = 0;
+  std::shared_ptr<const UIImage> lastSaved_;
 
   mutable std::mutex mutex_;  // guards the prompt, contents_ and undelivered_
   bool promptIsOpen_ = false;

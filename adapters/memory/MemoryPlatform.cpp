@@ -4,7 +4,7 @@ namespace tlx::memory {
 
 MemoryPlatform::MemoryPlatform() {
   platform_.emplace(Platform::Ports{loop, loop, loop, runLoops, library, faults, reachability, resources,
-                                    textMeasurement, presentation, application, systemLog});
+                                    textMeasurement, presentation, application, systemLog, camera, camera});
   application.openWindow({375, 667});
   loop.setLayoutPass([this] {
     if (const auto window = application.window()) window->layoutIfNeeded();
@@ -18,6 +18,7 @@ MemoryPlatform::~MemoryPlatform() {
   faults.clear();
   images.clear();
   library.clear();
+  camera.clear();
   application.closeWindow();
   loop.clear();
   platform_.reset();

@@ -9,6 +9,7 @@
 #include "adapters/memory/FaultyImageManager.h"
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MainLoop.h"
+#include "adapters/memory/MemoryCamera.h"
 #include "adapters/memory/MemoryImageManager.h"
 #include "adapters/memory/MemoryLogs.h"
 #include "adapters/memory/MemoryPhotoLibrary.h"
@@ -48,6 +49,7 @@ class MemoryPlatform {
   MemoryTextMeasurement textMeasurement;
   MemoryPresentation presentation;
   MemoryApplication application;
+  MemoryCamera camera{background};
 
  private:
   std::optional<Platform> platform_;

@@ -9,7 +9,7 @@ void qml_register_types_TLX_MediaPicker();
 namespace tlx::qtquick {
 
 QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
-                       ReachabilityPort& reachability, SystemLogPort& log)
+                       ReachabilityPort& reachability, SystemLogPort& log, CameraPort* camera)
     : application_(window) {
   // A static library's types register themselves only when something refers to them.
   qml_register_types_TLX_MediaPicker();
@@ -18,7 +18,8 @@ QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibrar
   presentation_ = std::make_unique<QtPresentation>(engine_);
   platform_ = std::make_unique<Platform>(Platform::Ports{loops.mainQueue, loops.timers, loops.displayClock,
                                                          loops.runLoops, library, images, reachability, *scenes_, text_,
-                                                         *presentation_, application_, log});
+                                                         *presentation_, application_, log,
+                                                         camera ? *camera : noCamera_, noCaptureScreen_});
   window_ = std::make_unique<QtWindow>(window, engine_, *scenes_);
   application_.setWindow(window_->model());
   presentation_->setWindow(window_.get());

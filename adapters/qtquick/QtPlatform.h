@@ -11,6 +11,8 @@
 #include "adapters/qtquick/window/QtPresentation.h"
 #include "adapters/qtquick/window/QtWindow.h"
 #include "tlx/platform/Platform.h"
+#include "tlx/platform/avfoundation/CameraPort.h"
+#include "tlx/platform/uikit/CaptureScreenPort.h"
 
 namespace tlx {
 class PhotoLibraryPort;
@@ -29,7 +31,7 @@ struct LoopPorts {
   RunLoopPort& runLoops;
 };
 
-/// A platform whose screen is a Qt Quick window. Built on the main thread after the application object; the program
+/// A platform whose screen is a Qt Quick window; without a camera of the program's it has none. Built on the main thread after the application object; the program
 /// brings the library, the pictures and the network. Destroy the pickers first, then this, then what it was given.
 class QtPlatform {
  public:
@@ -45,7 +47,7 @@ class QtPlatform {
   };
 
   QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
-             ReachabilityPort& reachability, SystemLogPort& log);
+             ReachabilityPort& reachability, SystemLogPort& log, CameraPort* camera = nullptr);
   ~QtPlatform();
 
   QtWindow& window() { return *window_; }
@@ -58,6 +60,8 @@ class QtPlatform {
   QQmlEngine engine_;
   QtApplication application_;
   QtText text_;
+  NoCamera noCamera_;
+  NoCaptureScreen noCaptureScreen_;
   std::unique_ptr<QtScenes> scenes_;
   std::unique_ptr<QtPresentation> presentation_;
   std::unique_ptr<Platform> platform_;

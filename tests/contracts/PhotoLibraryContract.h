@@ -31,6 +31,8 @@ class PhotoLibraryWorld : public ContractWorld {
   virtual PhotoLibraryPort& library() = 0;
   virtual void put(const std::vector<Item>& items) = 0;
   virtual void take(const std::vector<std::string>& names) = 0;
+  /// A video, such as a camera leaves behind, that says nothing of when it was taken.
+  virtual AVRecording recording() = 0;
 
   /// From now on access stands like this. False when the library knows no such state.
   virtual bool setAccess(PHAuthorizationStatus status) = 0;
@@ -319,6 +321,58 @@ TEST_P(PhotoLibraryContract, AHandlerThatWasTakenOutIsNotRunningAndHearsNoMore) 
   ASSERT_TRUE(world_->runUntil([&] { return fetch("Trip")->count() == 3; }));
   world_->settle();
   EXPECT_FALSE(calledAfter);
+}
+
+TEST_P(PhotoLibraryContract, SavesWhatWasCapturedAndTellsOfIt) {
+  putAndWait({{"a", "Camera", PHAssetMediaTypeImage, 1000}}, "Camera", 1);
+  const Changes changes(*world_);
+  const auto roll = fetch("Camera");
+  struct Outcome {
+    std::atomic<int> calls = 0;
+    std::atomic<bool> success = false;
+    std::optional<NSError> error;
+  };
+  const auto save = [&](const std::vector<PHAssetCreation>& creations) {
+    auto outcome = std::make_shared<Outcome>();
+    library().performChanges(
+        creations, [outcome, &queue = world_->mainQueue()](bool success, const std::optional<NSError>& error) {
+          outcome->success = success;
+          outcome->error = error;
+          ++outcome->calls;
+          queue.post([] {});
+        });
+    EXPECT_TRUE(world_->runUntil([&] { return outcome->calls > 0; }));
+    return outcome;
+  };
+  const auto creation = [&](std::shared_ptr<const UIImage> image, std::optional<AVRecording> video, double date) {
+    return PHAssetCreation{std::move(image), std::move(video), date, std::make_shared<PHObjectPlaceholder>()};
+  };
+  const auto image = std::make_shared<const UIImage>(CGImage::create(4, 3, std::vector<std::uint8_t>(48, 200)));
+
+  const auto photo = creation(image, std::nullopt, 5000), video = creation(nullptr, world_->recording(), 6000);
+  const auto both = save({photo, video});
+  ASSERT_TRUE(both->success) << (both->error ? both->error->localizedDescription : "");
+  EXPECT_FALSE(both->error);
+  const auto made = library().fetchAssetsWithLocalIdentifiers(
+      {photo.placeholder->localIdentifier(), video.placeholder->localIdentifier()});
+  ASSERT_EQ(made->count(), 2u) << "they are there before anything else happens";
+  EXPECT_THAT(dates(made), testing::ElementsAre(5000, 6000));
+  EXPECT_EQ(made->objectAtIndex(0)->mediaType, PHAssetMediaTypeImage);
+  EXPECT_EQ(made->objectAtIndex(1)->mediaType, PHAssetMediaTypeVideo);
+  ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(roll) != nullptr; }));
+  EXPECT_THAT(dates(changes.detailsFor(roll)->fetchResultAfterChanges), testing::ElementsAre(6000, 5000, 1000));
+
+  // The same moment again: a name of its own, and all or nothing.
+  const auto again = creation(image, std::nullopt, 5000), empty = creation(nullptr, std::nullopt, 5000);
+  const auto failed = save({again, empty});
+  EXPECT_FALSE(failed->success);
+  EXPECT_TRUE(failed->error);
+  EXPECT_TRUE(again.placeholder->localIdentifier().empty());
+  world_->settle();
+  EXPECT_EQ(fetch("Camera")->count(), 3u);
+  EXPECT_TRUE(save({again})->success);
+  EXPECT_EQ(fetch("Camera")->count(), 4u);
+  EXPECT_EQ(both->calls, 1);
 }
 
 }  // namespace tlx::contracts

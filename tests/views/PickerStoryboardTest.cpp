@@ -46,9 +46,10 @@ class ResourcesTest : public ::testing::Test {
   memory::MemoryTextMeasurement text_;
   memory::MemoryPresentation presentation_;
   memory::MemoryApplication application_;
+  memory::MemoryCamera camera_{background_};
   TwoBundles resources_;
   Platform platform_{{loop_, loop_, loop_, runLoops_, library_, images_, reachability_, resources_, text_,
-                      presentation_, application_, log_}};
+                      presentation_, application_, log_, camera_, camera_}};
 };
 
 TEST_F(ResourcesTest, ImagesComeFromThePickersBundleWhateverTheHostHas) {

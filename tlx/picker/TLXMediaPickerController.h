@@ -19,6 +19,7 @@
 #include "tlx/platform/foundation/NSTimer.h"
 #include "tlx/platform/photos/PHImageRequest.h"
 #include "tlx/platform/uikit/UIAlertController.h"
+#include "tlx/platform/uikit/UIImagePickerController.h"
 #include "tlx/platform/uikit/UIPopoverPresentationController.h"
 #include "tlx/platform/uikit/UIViewController.h"
 #include "tlx/progress/TLXDownloadProgress.h"
@@ -82,7 +83,8 @@ class TLXMediaPickerController : public UIViewController,
                                  public AlbumPickerDelegate,
                                  public MediaCollectionViewDelegate,
                                  public TLXDownloadProgressDelegate,
-                                 public UIPopoverPresentationControllerDelegate {
+                                 public UIPopoverPresentationControllerDelegate,
+                                 public UIImagePickerControllerDelegate {
  public:
   static const Class& classObject();
 
@@ -208,8 +210,21 @@ class TLXMediaPickerController : public UIViewController,
   void createProgressView();
   void initDownloadProgress();
 
-  /// There is no camera yet: nothing happens.
-  void btnCameraPressed() override {}
+  // The camera. What was captured is saved into the library and is then picked, finished as it is.
+
+  /// Asks for access when nobody has decided, then shows the camera, or says why not.
+  void btnCameraPressed() override;
+  /// The way to the settings page.
+  void showAlert();
+  /// Asks the host and tests the limit first, as for a tap in the grid.
+  void showCamera();
+  /// What the capture screen offers; nothing for a `mediaType` without a meaning.
+  UIImagePickerController::MediaTypes setMediaType() const;
+  /// The views are asked for the camera roll and the screen is dismissed also when the capture could not be saved. After
+  /// a photo the status bar comes back, after a video it does not. What is neither leaves the screen as it is.
+  void imagePickerController_didFinishPickingMediaWithInfo(const std::shared_ptr<UIImagePickerController>& screen,
+                                                           const UIImagePickerControllerInfo& info) override;
+  void imagePickerControllerDidCancel(const std::shared_ptr<UIImagePickerController>& screen) override;
 
   // The parts that the picker is made of.
 
@@ -258,6 +273,12 @@ class TLXMediaPickerController : public UIViewController,
   void askAboutFailures();
   void clearSelection();
   void retry();
+
+  void saveImage(const std::shared_ptr<UIImagePickerController>& screen, const std::shared_ptr<const UIImage>& image);
+  void saveMovie(const std::shared_ptr<UIImagePickerController>& screen, const std::optional<AVRecording>& url);
+  void fetchCaptured(const std::shared_ptr<const PHAsset>& asset);
+  void pickCaptured(const std::shared_ptr<Media>& media);
+  void leaveCamera(const std::shared_ptr<UIImagePickerController>& screen, std::function<void()> completion);
 
   std::shared_ptr<UIViewController> albumList() const;
   void closeAlbumList(bool animated);

@@ -13,6 +13,8 @@
 namespace tlx {
 
 class ApplicationPort;
+class CameraPort;
+class CaptureScreenPort;
 class ImageManagerPort;
 class PhotoLibraryPort;
 class PresentationPort;
@@ -40,6 +42,8 @@ class Platform {
     PresentationPort& presentation;
     ApplicationPort& application;
     SystemLogPort& systemLog;
+    CameraPort& camera;
+    CaptureScreenPort& captureScreen;
   };
 
   /// Installs itself. A second one while the first lives is a programming error (`NSException`).

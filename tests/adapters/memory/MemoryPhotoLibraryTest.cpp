@@ -30,6 +30,7 @@ class MemoryLibraryWorld final : public PhotoLibraryWorld {
       }
     });
   }
+  AVRecording recording() override { return {"/captures/1.mp4", {}, 3, nullptr}; }
   bool setAccess(PHAuthorizationStatus status) override {
     platform_.library.setStatus(status);
     return true;

@@ -57,6 +57,10 @@ class FilesLibraryWorld final : public PhotoLibraryWorld {
     }
     look();
   }
+  AVRecording recording() override {
+    folder_.put("../capture", photolibrary::test::sampleVideo());
+    return {(folder_.pictures() / "../capture").string(), {}, 1, nullptr};
+  }
   bool setAccess(PHAuthorizationStatus status) override {
     if (status == PHAuthorizationStatusRestricted) return false;
     if (status == PHAuthorizationStatusNotDetermined) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,10 +13,10 @@ inline constexpr char AVMediaTypeAudio[] = "soun";
 
 /// One track of a playable asset.
 struct AVAssetTrack {
-  std::string mediaType;             ///< AVMediaTypeVideo, AVMediaTypeAudio or another four-character type
-  std::string codec;                 ///< the codec's short name, such as "h264"; empty when unknown
-  int width = 0, height = 0;         ///< pixels as they are to be shown, turned upright; 0 for other than video
-  double duration = 0;               ///< seconds; 0 when the container does not say
+  std::string mediaType;      ///< AVMediaTypeVideo, AVMediaTypeAudio or another four-character type
+  std::string codec;          ///< the codec's short name, such as "h264"; empty when unknown
+  int width = 0, height = 0;  ///< pixels as they are to be shown, turned upright; 0 for other than video
+  double duration = 0;        ///< seconds; 0 when the container does not say
 };
 
 /// A playable video. Immutable; may be read on any thread.
@@ -28,6 +29,14 @@ class AVAsset {
   virtual double duration() const = 0;
 };
 
+/// A finished recording in a local file, with what its maker knows of it. The file stays while anyone holds `owner`.
+struct AVRecording {
+  std::string path;  ///< bytes as the file system has them
+  std::vector<AVAssetTrack> tracks;
+  double duration = 0;  ///< seconds
+  std::shared_ptr<const void> owner;
+};
+
 /// How the audio tracks are to be mixed. No library of ours delivers one; the type stands in the handler's signature.
 class AVAudioMix;
 
@@ -38,6 +47,9 @@ class AVURLAsset : public AVAsset {
   AVURLAsset(std::string path, std::vector<AVAssetTrack> tracks, double duration,
              std::shared_ptr<const void> owner = nullptr)
       : path_(std::move(path)), tracks_(std::move(tracks)), duration_(duration), owner_(std::move(owner)) {}
+
+  /// Nothing for nothing.
+  static std::shared_ptr<const AVURLAsset> URLAssetWithURL_options(const std::optional<AVRecording>& url);
 
   /// Bytes as the file system has them; not necessarily UTF-8.
   const std::string& path() const { return path_; }

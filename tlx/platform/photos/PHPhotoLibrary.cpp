@@ -46,6 +46,11 @@ PHPhotoLibrary::~PHPhotoLibrary() {
   if (Platform* platform = Platform::installed()) platform->ports().photoLibrary.setChangeHandler(nullptr);
 }
 
+void PHPhotoLibrary::performChanges_completionHandler(const std::function<void()>& changes,
+                                                      PhotoLibraryPort::ChangesHandler completion) {
+  port().performChanges(PHAssetChangeRequest::collect(changes), std::move(completion));
+}
+
 void PHPhotoLibrary::registerChangeObserver(PHPhotoLibraryChangeObserver& observer) {
   std::lock_guard lock(mutex_);
   if (std::find(observers_.begin(), observers_.end(), &observer) == observers_.end()) observers_.push_back(&observer);

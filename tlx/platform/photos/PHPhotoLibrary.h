@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -36,6 +37,11 @@ class PHPhotoLibrary {
   ~PHPhotoLibrary();
   PHPhotoLibrary(const PHPhotoLibrary&) = delete;
   PHPhotoLibrary& operator=(const PHPhotoLibrary&) = delete;
+
+  /// Main thread. The block runs within the call and says by `PHAssetChangeRequest` what is to be done; that is done
+  /// afterwards, as a whole or not at all. The completion is called once, on any thread.
+  void performChanges_completionHandler(const std::function<void()>& changes,
+                                        PhotoLibraryPort::ChangesHandler completion);
 
   /// Main thread. The observer is not retained: it unregisters at the latest in its destructor. Registering twice hears once.
   void registerChangeObserver(PHPhotoLibraryChangeObserver& observer);

@@ -3,10 +3,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "tlx/platform/foundation/NSError.h"
 #include "tlx/platform/photos/PHAsset.h"
+#include "tlx/platform/photos/PHAssetChangeRequest.h"
 #include "tlx/platform/photos/PHAssetCollection.h"
 #include "tlx/platform/photos/PHChange.h"
 #include "tlx/platform/photos/PHFetchOptions.h"
@@ -32,6 +34,8 @@ class PhotoLibraryPort {
   using AuthorizationHandler = std::function<void(PHAuthorizationStatus)>;
   using ChangeHandler = std::function<void(std::shared_ptr<const PHChange>)>;
 
+  using ChangesHandler = std::function<void(bool success, const std::optional<NSError>& error)>;
+
   virtual ~PhotoLibraryPort() = default;
 
   /// Main thread.
@@ -56,6 +60,14 @@ class PhotoLibraryPort {
   /// library's, one change after the other; when it is called, fetches on the main thread may already see the change.
   /// After a call that replaced or ended it has returned, the old handler is not running and is not called again.
   virtual void setChangeHandler(ChangeHandler handler) = 0;
+
+  /// Main thread; returns at once. Makes the assets, all or none, without touching what is there, and answers once, on any
+  /// thread. On success fetches on the main thread find them by their placeholders' identifiers from then on; word of
+  /// the change follows. A request without an image or a video fails. This one answers within the call: a library
+  /// that takes nothing in.
+  virtual void performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) {
+    completion(false, NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorUnsupported, "The library takes nothing in."});
+  }
 };
 
 }  // namespace tlx
