@@ -64,6 +64,12 @@ void Catalogue::waitUntilScanned() const {
   changed_.wait(lock, [&] { return scansDone_ >= wanted || !started_; });
 }
 
+void Catalogue::waitUntilScanned(const std::stop_token& stop) const {
+  std::unique_lock lock(mutex_);
+  const std::uint64_t wanted = scansWanted_;
+  changed_.wait(lock, stop, [&] { return scansDone_ >= wanted || !started_; });
+}
+
 std::shared_ptr<const Snapshot> Catalogue::snapshot() const {
   std::lock_guard lock(mutex_);
   return snapshot_;

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <string>
 #include <thread>
 
@@ -40,6 +41,8 @@ class Catalogue {
   void waitUntilOpened() const;
   /// Waits until every scan asked for so far is done. Returns at once when `start` was not called.
   void waitUntilScanned() const;
+  /// The same, until the waiter is to stop.
+  void waitUntilScanned(const std::stop_token& stop) const;
 
   /// The newest state. Any thread; waits for nothing but another reader.
   std::shared_ptr<const Snapshot> snapshot() const;

@@ -96,7 +96,8 @@ PhotoLibrary::~PhotoLibrary() {
 
 void PhotoLibrary::stop() {
   withdrawQuestion();
-  // The two threads use each other: the one that calls out ends first, and the other's last words go nowhere.
+  saver_.stop();
+  // The other two threads use each other: the one that calls out ends first, and the other's last words go nowhere.
   thread_.stop();
 }
 
@@ -231,6 +232,7 @@ void PhotoLibrary::deliver(const std::shared_ptr<const Snapshot>& snapshot) {
   {
     std::lock_guard lock(mutex_);
     if (!handler_ || snapshot->generation() <= told_ || decision_ != PHAuthorizationStatusAuthorized) return;
+    if (SerialThread::Clock::now() < newsNotBefore_) return;  // it is told when the wait is over
     told_ = snapshot->generation();
     handler = handler_;
     handlerRunning_ = true;

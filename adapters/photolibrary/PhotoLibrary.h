@@ -99,6 +99,9 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssetsWithLocalIdentifiers(
       const std::vector<Identifier>& identifiers) override;
   void setChangeHandler(ChangeHandler handler) override;
+  /// What is made goes into the folder "Camera" below the first root that takes files. Word of it waits half a second,
+  /// so that whoever saved has asked for the picture by then.
+  void performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) override;
 
   // ItemStore.
   std::variant<ItemLocation, NSError> locate(const Identifier& identifier) const override;
@@ -116,6 +119,8 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::string notRemembered() const;
   void announce(const std::shared_ptr<const Snapshot>& snapshot);
   void deliver(const std::shared_ptr<const Snapshot>& snapshot);
+  std::optional<NSError> saveAll(const std::vector<PHAssetCreation>& creations);
+  void holdNews(bool hold);
 
   const Options options_;
   SystemLogPort& log_;
@@ -132,7 +137,10 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::uint64_t fetched_ = 0;  ///< the generation of the newest snapshot that a fetch was answered from
   std::uint64_t told_ = 0;     ///< the generation that the handler knows of
 
+  SerialThread::Clock::time_point newsNotBefore_;
+
   SerialThread thread_;
+  SerialThread saver_;  ///< writes files, waits for them to be known
   std::unique_ptr<Catalogue> catalogue_;  ///< last: its thread ends first
 };
 

@@ -87,6 +87,16 @@ Snapshot::Positions Snapshot::itemsIn(std::uint32_t folder) const {
   return {byFolder_.data() + folderStarts_[folder], byFolder_.data() + folderStarts_[folder + 1]};
 }
 
+std::uint32_t Snapshot::findFile(const std::string& folder, const std::string& name) const {
+  for (std::uint32_t f = 0; f < folders_.size(); ++f) {
+    if (folders_[f]->path != folder || folders_[f]->trashed) continue;
+    for (const std::uint32_t position : itemsIn(f)) {
+      if (name == itemAt(position).name) return position;
+    }
+  }
+  return kNowhere;
+}
+
 void Snapshot::prepareLookup() const {
   std::call_once(lookupMade_, [this] {
     const auto total = static_cast<std::uint32_t>(count());

@@ -53,6 +53,8 @@ class Snapshot {
   /// million items: whoever publishes a snapshot calls `prepareLookup` on its own thread right after.
   std::uint32_t find(const Identifier& identifier) const;
   void prepareLookup() const;
+  /// Where the live item with that file name in that folder stands, or `kNowhere`.
+  std::uint32_t findFile(const std::string& folder, const std::string& name) const;
 
   const CollectionResult& smartAlbums() const;
   const CollectionResult& folderAlbums() const { return folderAlbums_; }

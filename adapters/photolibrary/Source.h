@@ -72,6 +72,12 @@ class Source {
   /// Whether the root can be looked into now; asks the disk, but no server. Any thread.
   virtual bool rootReadable(std::size_t root) const = 0;
 
+  /// Whether a new file in the root's folder becomes an item. Any thread.
+  virtual bool takesFiles(std::size_t root) const {
+    (void)root;
+    return false;
+  }
+
   /// Looks at everything and tells what it meets, reading only files that `known` does not hold as they stand. Returns
   /// when all is told. One walk at a time, on a thread that may wait. Stopping ends it within the time that one file
   /// takes.

@@ -42,6 +42,11 @@ bool SourceSet::rootReadable(std::size_t root) const {
   return member.source->rootReadable(root - member.firstRoot);
 }
 
+bool SourceSet::takesFiles(std::size_t root) const {
+  const Member& member = memberOf(root);
+  return member.source->takesFiles(root - member.firstRoot);
+}
+
 WalkOutcome SourceSet::walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) {
   std::vector<WalkOutcome> outcomes(members_.size());
   {

@@ -16,6 +16,7 @@ class SourceSet final : public Source {
 
   const std::vector<std::string>& roots() const override { return roots_; }
   bool rootReadable(std::size_t root) const override;
+  bool takesFiles(std::size_t root) const override;
   /// Finished when all are; what one cannot reach is kept from it alone.
   WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) override;
   std::string originalPath(const Item& item, const Folder& folder) const override;

@@ -15,6 +15,7 @@ class FolderSource final : public Source {
 
   const std::vector<std::string>& roots() const override { return roots_; }
   bool rootReadable(std::size_t root) const override;
+  bool takesFiles(std::size_t) const override { return true; }
   WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) override;
 
  private:

@@ -1,0 +1,85 @@
+#include <chrono>
+#include <utility>
+
+#include <unistd.h>
+
+#include "adapters/photolibrary/PhotoLibrary.h"
+#include "adapters/photolibrary/files/CaptureFolder.h"
+#include "adapters/photolibrary/images/LibraryError.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+/// Whoever saved something wants to have it in hand, picture and all, when they hear that the library has changed.
+constexpr std::chrono::milliseconds kNewsWaits{500};
+
+double now() {
+  return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+std::variant<std::string, NSError> save(const CaptureFolder& folder, const PHAssetCreation& creation) {
+  const double created = creation.creationDate.value_or(now());
+  if (creation.image) return folder.savePhoto(*creation.image, created);
+  if (creation.video) return folder.saveVideo(creation.video->path, created);
+  return libraryError(PhotoLibraryErrorUnsupported, "There is nothing to save.");
+}
+
+}  // namespace
+
+void PhotoLibrary::performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) {
+  if (!hasAccess()) {
+    thread_.post([completion = std::move(completion)] {
+      completion(false, libraryError(PhotoLibraryErrorUnreadable, "There is no access to photos."));
+    });
+    return;
+  }
+  saver_.post([this, creations = std::move(creations), completion = std::move(completion)] {
+    holdNews(true);
+    auto error = saveAll(creations);
+    // A program that is ending gets no answer; what was saved stays.
+    thread_.post([completion, error = std::move(error)] { completion(!error, error); });
+    holdNews(false);
+  });
+}
+
+std::optional<NSError> PhotoLibrary::saveAll(const std::vector<PHAssetCreation>& creations) {
+  const Source& source = catalogue_->source();
+  std::size_t root = 0;
+  while (root < source.roots().size() && !(source.takesFiles(root) && source.rootReadable(root))) ++root;
+  if (root == source.roots().size()) return libraryError(PhotoLibraryErrorUnsupported, "No folder takes captures.");
+  const CaptureFolder folder(source.roots()[root]);
+
+  std::vector<std::string> paths;
+  for (const PHAssetCreation& creation : creations) {
+    auto saved = save(folder, creation);
+    if (const auto* error = std::get_if<NSError>(&saved)) {
+      for (const std::string& path : paths) ::unlink(path.c_str());
+      return *error;
+    }
+    paths.push_back(std::get<std::string>(std::move(saved)));
+  }
+  catalogue_->rescan();
+  catalogue_->waitUntilScanned(saver_.stopToken());
+  const auto snapshot = catalogue_->snapshot();
+  std::vector<Identifier> identifiers;
+  for (const std::string& path : paths) {
+    const std::uint32_t position = snapshot->findFile(folder.path(), path.substr(folder.path().size() + 1));
+    if (position == Snapshot::kNowhere) {
+      return libraryError(PhotoLibraryErrorNotFound, path + " was saved where the library does not look.");
+    }
+    identifiers.push_back(snapshot->assetAt(position)->localIdentifier);
+  }
+  for (std::size_t i = 0; i < creations.size(); ++i) creations[i].placeholder->setLocalIdentifier(identifiers[i]);
+  return std::nullopt;
+}
+
+void PhotoLibrary::holdNews(bool hold) {
+  const auto until = hold ? SerialThread::Clock::time_point::max() : SerialThread::Clock::now() + kNewsWaits;
+  {
+    std::lock_guard lock(mutex_);
+    newsNotBefore_ = until;
+  }
+  if (!hold) thread_.postAt(until, [this] { deliver(catalogue_->snapshot()); });
+}
+
+}  // namespace tlx::photolibrary
