@@ -36,9 +36,9 @@ Scene dunes(const Mood& mood, bool caravanMoon = false);
 /// A shore seen from straight above.
 Scene shore(std::uint32_t sand, std::uint32_t shallow, std::uint32_t deep);
 /// Rows of colour running to the horizon: lavender, tulips, vines.
-Scene fieldRows(const Mood& mood, std::vector<std::uint32_t> rows, bool tree);
+Scene fieldRows(const Mood& mood, const std::vector<std::uint32_t>& rows, bool tree);
 Scene forest(const Mood& mood, std::uint32_t leaves, std::uint32_t fog, bool beams);
-Scene loneTree(const Mood& mood, std::vector<std::uint32_t> leaves, bool falling);
+Scene loneTree(const Mood& mood, const std::vector<std::uint32_t>& leaves, bool falling);
 Scene aurora(const Mood& mood, std::uint32_t low, std::uint32_t high, float lake, float phase = 0);
 Scene milkyWay(const Mood& mood, bool trails);
 Scene snowfall(const Mood& mood);
@@ -51,7 +51,7 @@ struct SkylineStyle {
   float phase = 0;
 };
 Scene skyline(const Mood& mood, SkylineStyle style = {});
-Scene bokeh(std::uint32_t backdrop, std::vector<std::uint32_t> lights, bool rain);
+Scene bokeh(std::uint32_t backdrop, const std::vector<std::uint32_t>& lights, bool rain);
 Scene lightTrails(const Mood& mood);
 
 // Flowers and the table.
@@ -63,10 +63,10 @@ struct FlowerStyle {
   float sway = 0;
 };
 Scene flower(FlowerStyle style);
-Scene meadow(const Mood& mood, std::vector<std::uint32_t> petals, float sway = 0);
+Scene meadow(const Mood& mood, const std::vector<std::uint32_t>& petals, float sway = 0);
 Scene blossom(std::uint32_t petal, std::uint32_t low, std::uint32_t high);
 Scene waterLilies(std::uint32_t petal, std::uint32_t pond);
-Scene citrus(std::uint32_t table, std::vector<std::uint32_t> fruits);
+Scene citrus(std::uint32_t table, const std::vector<std::uint32_t>& fruits);
 Scene latte(std::uint32_t table, std::uint32_t cup);
 Scene succulent(std::uint32_t low, std::uint32_t high, std::uint32_t tip);
 
@@ -74,8 +74,8 @@ Scene succulent(std::uint32_t low, std::uint32_t high, std::uint32_t tip);
 Scene paperWaves(const Gradient& colours, int layers);
 Scene marble(const Gradient& colours, float scale);
 Scene silk(const Gradient& colours);
-Scene orbs(const Gradient& backdrop, std::vector<std::uint32_t> colours);
-Scene arches(std::vector<std::uint32_t> colours, std::uint32_t backdrop);
+Scene orbs(const Gradient& backdrop, const std::vector<std::uint32_t>& colours);
+Scene arches(const std::vector<std::uint32_t>& colours, std::uint32_t backdrop);
 Scene caustics(std::uint32_t shallow, std::uint32_t deep);
 Scene galaxy(std::uint32_t core, std::uint32_t arms, std::uint32_t dust);
 
