@@ -2,6 +2,7 @@
 
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <utility>
 
 #include "tlx/platform/uikit/UIControl.h"
 #include "tlx/platform/uikit/UILabel.h"
@@ -38,7 +39,9 @@ QFont toQFont(const UIFontRef& font) {
   return drawn;
 }
 
-std::shared_ptr<UIView> LabelItem::makeView() { return std::make_shared<UILabel>(); }
+std::shared_ptr<UIView> LabelItem::makeView() {
+  return std::make_shared<UILabel>();
+}
 
 void LabelItem::seed(UIView& view) {
   auto* label = dynamic_cast<UILabel*>(&view);
@@ -70,11 +73,28 @@ QColor LabelItem::shownColor() const {
                           static_cast<float>(c.alpha));
 }
 
+void LabelItem::attached() {
+  if (auto label = viewAs<UILabel>()) toldText_ = label->text();
+  Q_EMIT shownTextChanged();
+  Q_EMIT shownFontChanged();
+  Q_EMIT shownColorChanged();
+}
+
 void LabelItem::apply(UIView& view, UIViewChange change) {
-  if (change == UIViewChange::Text || change == UIViewChange::Font || change == UIViewChange::TextColor) {
-    Q_EMIT shownChanged();
-  } else {
-    ViewItem::apply(view, change);
+  switch (change) {
+    case UIViewChange::Text:
+      if (auto label = viewAs<UILabel>(); label && std::exchange(toldText_, label->text()) != label->text()) {
+        Q_EMIT shownTextChanged();
+      }
+      break;
+    case UIViewChange::Font:
+      Q_EMIT shownFontChanged();
+      break;
+    case UIViewChange::TextColor:
+      Q_EMIT shownColorChanged();
+      break;
+    default:
+      ViewItem::apply(view, change);
   }
 }
 

@@ -4,8 +4,9 @@
 #include <QFont>
 #include <QString>
 
-#include "adapters/qtquick/views/ViewItem.h"
 #include "tlx/platform/uikit/UIFont.h"
+
+#include "adapters/qtquick/views/ViewItem.h"
 
 namespace tlx::qtquick {
 
@@ -19,11 +20,11 @@ class LabelItem : public ViewItem {
   Q_PROPERTY(QString text MEMBER seedText_)
   Q_PROPERTY(qreal pointSize MEMBER seedSize_)
   Q_PROPERTY(QString fontName MEMBER seedFontName_)
-  Q_PROPERTY(QColor color MEMBER sceneColor_ NOTIFY shownChanged)
-  Q_PROPERTY(QString shownText READ shownText NOTIFY shownChanged)
-  Q_PROPERTY(QFont shownFont READ shownFont NOTIFY shownChanged)
-  Q_PROPERTY(bool partOfControl READ isPartOfControl NOTIFY shownChanged)
-  Q_PROPERTY(QColor shownColor READ shownColor NOTIFY shownChanged)
+  Q_PROPERTY(QColor color MEMBER sceneColor_ NOTIFY shownColorChanged)
+  Q_PROPERTY(QString shownText READ shownText NOTIFY shownTextChanged)
+  Q_PROPERTY(QFont shownFont READ shownFont NOTIFY shownFontChanged)
+  Q_PROPERTY(bool partOfControl READ isPartOfControl NOTIFY shownTextChanged)
+  Q_PROPERTY(QColor shownColor READ shownColor NOTIFY shownColorChanged)
   QML_NAMED_ELEMENT(LabelView)
 
  public:
@@ -35,16 +36,19 @@ class LabelItem : public ViewItem {
   bool isPartOfControl() const;
 
  Q_SIGNALS:
-  void shownChanged();
+  void shownTextChanged();
+  void shownFontChanged();
+  void shownColorChanged();
 
  protected:
   std::shared_ptr<UIView> makeView() override;
   void seed(UIView& view) override;
-  void attached() override { Q_EMIT shownChanged(); }
+  void attached() override;
   void apply(UIView& view, UIViewChange change) override;
 
  private:
   QString seedText_, seedFontName_;
+  std::string toldText_;  // a cell that is used again is often given the text that it had
   qreal seedSize_ = 0;
   QColor sceneColor_;
 };

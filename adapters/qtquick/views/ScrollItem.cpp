@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QQmlEngine>
+#include <QQuickWindow>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -110,14 +111,26 @@ void ScrollItem::geometryChange(const QRectF& now, const QRectF& before) {
   if (now.size() != before.size()) moveCells();
 }
 
+void ScrollItem::itemChange(ItemChange change, const ItemChangeData& data) {
+  ViewItem::itemChange(change, data);
+  if (change != ItemDevicePixelRatioHasChanged && !(change == ItemSceneChange && data.window)) return;
+  placeCanvas();
+  moveCells();
+}
+
 void ScrollItem::placeCanvas() {
   auto scrolled = viewAs<UIScrollView>();
   if (!scrolled) return;
   const double offset = scrolled->contentOffset().y;
   const bool far = std::abs(offset - origin_) > kOriginStep;
   if (far) origin_ = std::floor(offset / kOriginStep) * kOriginStep;
-  canvas_->setPosition({0, origin_ - offset});
+  canvas_->setPosition({0, onPixel(origin_ - offset)});
   if (far) placeCells();
+}
+
+double ScrollItem::onPixel(double place) const {
+  const double pixelsPerPoint = window() ? window()->effectiveDevicePixelRatio() : 1;
+  return std::round(place * pixelsPerPoint) / pixelsPerPoint;
 }
 
 double ScrollItem::placeFromLeft(const CGRect& frame) const {
@@ -135,7 +148,7 @@ void ScrollItem::placeCells() {
     if (!item) continue;
     if (item->parentItem() != canvas_) item->setParentItem(canvas_);
     const CGRect& frame = subview->frame();
-    item->setPosition({placeFromLeft(frame), frame.origin.y - origin_});
+    item->setPosition({onPixel(placeFromLeft(frame)), onPixel(frame.origin.y - origin_)});
     item->setSize({frame.size.width, frame.size.height});
     item->setVisible(!subview->isHidden());
     now[subview.get()] = item;
@@ -275,7 +288,7 @@ void ScrollItem::updateFocusFrame() {
   QRectF frame;
   if (focusShown_ && hasActiveFocus() && current_ >= 0) {
     const CGRect place = frameOfItem(current_);
-    frame = QRectF(placeFromLeft(place), place.origin.y - origin_, place.size.width, place.size.height);
+    frame = QRectF(onPixel(placeFromLeft(place)), onPixel(place.origin.y - origin_), place.size.width, place.size.height);
   }
   if (std::exchange(focusFrame_, frame) != frame) Q_EMIT focusFrameChanged();
 }

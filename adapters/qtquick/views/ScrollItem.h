@@ -75,6 +75,7 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   QQuickItem* subviewParent() override { return canvas_; }
   void updatePolish() override;
   void geometryChange(const QRectF& now, const QRectF& before) override;
+  void itemChange(ItemChange change, const ItemChangeData& data) override;
   void keyPressEvent(QKeyEvent* event) override;
   void focusInEvent(QFocusEvent* event) override;
   void focusOutEvent(QFocusEvent* event) override;
@@ -85,6 +86,8 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   void placeCanvas();
   void placeCells();
   void sortForReading(const std::vector<ViewItem*>& items);
+  /// The nearest place at which a pixel of the screen begins.
+  double onPixel(double place) const;
   double placeFromLeft(const CGRect& frame) const;
   std::int64_t firstVisibleItem() const;
   std::int64_t rowsToAPage() const;

@@ -11,17 +11,14 @@ View {
     Accessible.selectable: true
     Accessible.selected: cell.selected
     Accessible.onPressAction: cell.activate()
-    Rectangle { anchors.fill: parent; color: Theme.tile }
-    ImageView { outlet: "imgViewImagIcon" }
-    Rectangle {
+    ImageView { outlet: "imgViewImagIcon"; ground: Theme.tile }
+    Shade {
         anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
         height: 30
         visible: length.visible
         z: 1
-        gradient: Gradient {
-            GradientStop { position: 0; color: "#00000000" }
-            GradientStop { position: 1; color: "#a0000000" }
-        }
+        from: "#00000000"
+        to: "#a0000000"
     }
     ImageView { outlet: "imgViewOverLay"; startsHidden: true; z: 2 }
     Label {
