@@ -40,7 +40,7 @@ void ScanPass::found(FolderFindings&& findings) {
     auto& known = rejected_[findings.folder.path];
     std::move(findings.rejected.begin(), findings.rejected.end(), std::back_inserter(known));
   }
-  if (findings.fresh.empty() && findings.unchanged.empty()) return;
+  if (findings.fresh.empty() && findings.unchanged.empty() && !folderAt_.contains(findings.folder.path)) return;
   const std::uint32_t folder = folderPosition(std::move(findings.folder));
   for (FoundItem& item : findings.fresh) fresh_.push_back({folder, std::move(item)});
 }

@@ -1,6 +1,8 @@
 #include "apps/tlx-media-picker/Arguments.h"
 
+#include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <functional>
 #include <map>
 #include <optional>
@@ -10,7 +12,12 @@ namespace tlx::program {
 const char kUsage[] =
     R"(usage: tlx-media-picker [options] [FOLDER...]
 
-Pick photos and videos out of folders, or out of your own pictures and videos when none is named.
+Pick photos and videos out of folders and clouds, or out of your own pictures and videos when none is named.
+
+  --cloud URL                a WebDAV folder (https://..., or http:// on this machine), with all below it (repeatable)
+  --cloud-credentials FILE   lines of URL, USER and PASSWORD, for folders below that URL. Else the variables
+                             TLX_CLOUD_USER and TLX_CLOUD_PASSWORD, the desktop's keyring, and in a window the person
+                             are asked, in this order, when a cloud wants to know
 
   --kind all|images|videos   what may be picked (all)
   --max N                    how many items at most (-1: no limit; 0 refuses the first)
@@ -79,10 +86,34 @@ bool choose(const std::map<std::string, Value>& choices, const std::string& text
   return true;
 }
 
+/// A folder below another one that is named is looked through with that.
+void addCloud(std::vector<photolibrary::CloudAddress>& clouds, photolibrary::CloudAddress&& cloud) {
+  const auto covers = [](const photolibrary::CloudAddress& a, const photolibrary::CloudAddress& b) {
+    return a.text() == b.text() || b.text().starts_with(a.text() + "/");
+  };
+  if (std::any_of(clouds.begin(), clouds.end(), [&](const auto& each) { return covers(each, cloud); })) return;
+  std::erase_if(clouds, [&](const auto& each) { return covers(cloud, each); });
+  clouds.push_back(std::move(cloud));
+}
+
 }  // namespace
+
+void eraseSecrets(int count, char** words) {
+  for (int i = 0; i < count; ++i) {
+    char* const scheme = std::strstr(words[i], "://");
+    char* const at = scheme ? std::strrchr(scheme, '@') : nullptr;
+    char* const colon =
+        at ? static_cast<char*>(std::memchr(scheme + 3, ':', static_cast<std::size_t>(at - scheme - 3))) : nullptr;
+    if (!colon) continue;
+    const std::size_t rest = std::strlen(at), secret = static_cast<std::size_t>(at - colon);
+    std::memmove(colon, at, rest);
+    std::memset(colon + rest, 0, secret);
+  }
+}
 
 std::variant<Arguments, std::string> parseArguments(const std::vector<std::string>& words) {
   Arguments arguments;
+  std::string problem;  // in better words than that the value is not taken
   const std::map<std::string, bool*> flags = {{"--headless", &arguments.headless},
                                               {"--list", &arguments.list},
                                               {"--help", &arguments.help},
@@ -115,6 +146,17 @@ std::variant<Arguments, std::string> parseArguments(const std::vector<std::strin
              {{"continue", OnFailure::Continue}, {"retry", OnFailure::Retry}, {"cancel", OnFailure::Cancel}}, v,
              arguments.onFailure);
        }},
+      {"--cloud",
+       [&](const std::string& v) {
+         auto address = photolibrary::parseCloudAddress(v);
+         if (const auto* wrong = std::get_if<std::string>(&address)) {
+           problem = "--cloud: " + *wrong;
+         } else {
+           addCloud(arguments.clouds, std::get<0>(std::move(address)));
+         }
+         return problem.empty();
+       }},
+      {"--cloud-credentials", [&](const std::string& v) { return !(arguments.cloudCredentials = v).empty(); }},
       {"--pick",
        [&](const std::string& v) {
          auto pick = toPick(v);
@@ -146,7 +188,7 @@ std::variant<Arguments, std::string> parseArguments(const std::vector<std::strin
     if (equals == std::string::npos && i + 1 == words.size()) return name + " needs a value";
     const std::string value = equals == std::string::npos ? words[++i] : word.substr(equals + 1);
     answersAlerts = answersAlerts || name == "--on-failure";
-    if (!option->second(value)) return name + " does not take \"" + value + "\"";
+    if (!option->second(value)) return !problem.empty() ? problem : name + " does not take \"" + value + "\"";
   }
   if (arguments.help || arguments.version) return arguments;
   if (arguments.list && !arguments.picks.empty()) return "--list and --pick exclude each other";

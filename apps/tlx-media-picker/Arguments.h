@@ -6,6 +6,8 @@
 #include <variant>
 #include <vector>
 
+#include "adapters/photolibrary/webdav/CloudAddress.h"
+
 namespace tlx::program {
 
 /// What the command line asks for.
@@ -19,7 +21,9 @@ struct Arguments {
   };
 
   std::vector<std::string> folders;
-  std::int64_t kind = 0;  ///< 0 images and videos, 1 images, 2 videos
+  std::vector<photolibrary::CloudAddress> clouds;
+  std::string cloudCredentials;  ///< a file of them
+  std::int64_t kind = 0;         ///< 0 images and videos, 1 images, 2 videos
   std::int64_t max = -1;
   std::uint32_t width = 1600, height = 1600;  ///< within which images are delivered
   std::uint32_t windowWidth = 1024, windowHeight = 720;
@@ -31,8 +35,12 @@ struct Arguments {
   std::string screenshot;
 };
 
-/// The arguments, or one line that says what is wrong with them.
+/// The arguments, or one line that says what is wrong with them and repeats nothing secret.
 std::variant<Arguments, std::string> parseArguments(const std::vector<std::string>& words);
+
+/// Takes passwords out of the addresses among the words that the process was started with, which everybody on the
+/// machine can read. Whoever wants them has copied the words before.
+void eraseSecrets(int count, char** words);
 
 extern const char kUsage[];
 

@@ -23,8 +23,8 @@ void complain(const std::string& text) {
 }  // namespace
 
 HeadlessRun::HeadlessRun(const Arguments& arguments, TLXMediaPickerController& picker, UIWindow& window,
-                         Session& session, const photolibrary::PhotoLibrary& library, SettledWindow& settled)
-    : arguments_(arguments), picker_(picker), window_(window), session_(session), library_(library), settled_(settled) {
+                         Session& session, SettledWindow& settled)
+    : arguments_(arguments), picker_(picker), window_(window), session_(session), settled_(settled) {
   turn_.setInterval(kGlance);
   connect(&turn_, &QTimer::timeout, this, &HeadlessRun::proceed);
 }
@@ -124,11 +124,6 @@ void HeadlessRun::photograph() {
 }
 
 void HeadlessRun::answerAlert(UIAlertController& alert) {
-  for (const auto& media : picker_.arrUnsuccessfulMedia()) {
-    const auto details = library_.details(media->getMediaIdentifier());
-    complain((details ? details->path : media->getMediaIdentifier().string()) +
-             (media->fetchCompletionStatus() == 1 ? ": not a usable video" : ": could not be fetched"));
-  }
   std::vector<std::string> wanted;
   if (arguments_.onFailure == Arguments::OnFailure::Continue) {
     wanted = {"Continue", "Continue Anyway"};

@@ -19,7 +19,7 @@ class HeadlessRun final : public QObject {
   /// The picker's view is in a window, which nobody need see; `settled` is that window when a picture of it is wanted,
   /// with what was picked, before Done. All outlive the run.
   HeadlessRun(const Arguments& arguments, TLXMediaPickerController& picker, UIWindow& window, Session& session,
-              const photolibrary::PhotoLibrary& library, SettledWindow& settled);
+              SettledWindow& settled);
 
   /// Takes the first step; the session ends when all are done.
   void start();
@@ -37,7 +37,6 @@ class HeadlessRun final : public QObject {
   TLXMediaPickerController& picker_;
   UIWindow& window_;
   Session& session_;
-  const photolibrary::PhotoLibrary& library_;
   SettledWindow& settled_;
   QTimer turn_;
   Stage stage_ = Stage::Opening;

@@ -75,10 +75,11 @@ bool Session::deliver(const Media& media) {
     }
   }
   print("{\"identifier\":" + jsonString(identifier.string()) + ",\"type\":" + (video ? "\"video\"" : "\"image\"") +
-        ",\"path\":" + jsonString(details.path) + ",\"name\":" + jsonString(details.name) +
-        ",\"bytes\":" + std::to_string(details.bytes) + ",\"created\":" + jsonString(isoDate(details.created)) +
-        ",\"width\":" + std::to_string(details.width) + ",\"height\":" + std::to_string(details.height) +
-        ",\"duration\":" + jsonNumber(details.duration) +
+        ",\"path\":" + jsonString(details.path) +
+        (details.address.empty() ? "" : ",\"address\":" + jsonString(details.address)) +
+        ",\"name\":" + jsonString(details.name) + ",\"bytes\":" + std::to_string(details.bytes) +
+        ",\"created\":" + jsonString(isoDate(details.created)) + ",\"width\":" + std::to_string(details.width) +
+        ",\"height\":" + std::to_string(details.height) + ",\"duration\":" + jsonNumber(details.duration) +
         ",\"status\":" + std::to_string(media.fetchCompletionStatus()) +
         ",\"delivered\":" + (delivered ? jsonString(*delivered) : "null") + ",\"deliveredWidth\":" + jsonNumber(width) +
         ",\"deliveredHeight\":" + jsonNumber(height) + "}\n");

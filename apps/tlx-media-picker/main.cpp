@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -15,14 +16,20 @@
 
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
+#include "adapters/photolibrary/SourceSet.h"
+#include "adapters/photolibrary/XdgFolders.h"
+#include "adapters/photolibrary/files/FolderSource.h"
 #include "adapters/photolibrary/images/ImageManager.h"
+#include "adapters/photolibrary/webdav/WebDavSource.h"
 #include "adapters/qtquick/QtPlatform.h"
 #include "apps/tlx-media-picker/Arguments.h"
+#include "apps/tlx-media-picker/CloudCredentials.h"
 #include "apps/tlx-media-picker/HeadlessRun.h"
 #include "apps/tlx-media-picker/OutputFolder.h"
 #include "apps/tlx-media-picker/PickerWindow.h"
 #include "apps/tlx-media-picker/Session.h"
 #include "apps/tlx-media-picker/SettledWindow.h"
+#include "apps/tlx-media-picker/TellingImages.h"
 #include "apps/tlx-media-picker/WindowConsent.h"
 
 namespace {
@@ -45,11 +52,33 @@ class StandardErrorLog final : public SystemLogPort {
   }
 };
 
-void list(TLXMediaPickerController& picker, Session& session) {
+void list(TLXMediaPickerController& picker, Session& session, bool whole) {
   if (!picker.albumPickerTableViewController) return session.end(NoAccess);
   const std::string albums = albumsAsJson(*picker.photoManager);
   std::fwrite(albums.data(), 1, albums.size(), stdout);
-  session.end(std::fflush(stdout) == 0 ? Delivered : Failed);
+  session.end(std::fflush(stdout) == 0 && whole ? Delivered : Failed);
+}
+
+/// What was named, or the person's own pictures and videos.
+/// `clouds` is told which of it are clouds.
+std::unique_ptr<photolibrary::Source> sourceOf(const Arguments& arguments, CloudCredentials& credentials,
+                                               SystemLogPort& log,
+                                               std::vector<const photolibrary::WebDavSource*>& clouds) {
+  using namespace photolibrary;
+  const bool own = arguments.folders.empty() && arguments.clouds.empty();
+  std::vector<std::unique_ptr<Source>> sources;
+  if (own || !arguments.folders.empty()) {
+    sources.push_back(std::make_unique<FolderSource>(own ? defaultRoots() : arguments.folders));
+  }
+  WebDavSource::Settings settings;
+  settings.cacheFolder = xdgCacheHome() + "/tlx-media-picker";
+  settings.credentials = &credentials;
+  for (const CloudAddress& cloud : arguments.clouds) {
+    auto source = std::make_unique<WebDavSource>(cloud, settings, log);
+    clouds.push_back(source.get());
+    sources.push_back(std::move(source));
+  }
+  return std::make_unique<SourceSet>(std::move(sources));
 }
 
 int run(int argc, char** argv, const Arguments& arguments) {
@@ -74,12 +103,24 @@ int run(int argc, char** argv, const Arguments& arguments) {
   qtquick::QtPlatform::Loops loops;
   WindowConsent consent;
   photolibrary::PhotoLibrary::Options options;
-  options.roots = arguments.folders;
   options.host = kHost;
-  options.preauthorised = !arguments.folders.empty();
+  options.preauthorised = !arguments.folders.empty() || !arguments.clouds.empty();
   if (!arguments.headless) options.consent = &consent;
-  photolibrary::PhotoLibrary library(options, log);
+  CloudCredentials credentials(arguments.cloudCredentials);
+  if (!credentials.problem().empty()) {
+    std::fprintf(stderr, "%s: %s\n", kHost, credentials.problem().c_str());
+    return Usage;
+  }
+  std::vector<const photolibrary::WebDavSource*> clouds;
+  photolibrary::PhotoLibrary library(options, sourceOf(arguments, credentials, log, clouds), log);
   photolibrary::ImageManager images(library, loops.mainQueue);
+  TellingImages telling(images, [&library](const PHAsset& asset, bool video, const NSError& cause) {
+    const auto details = library.details(asset.localIdentifier);
+    const std::string place = !details                   ? asset.localIdentifier.string()
+                              : details->address.empty() ? details->path
+                                                         : details->address;
+    std::fprintf(stderr, "%s: %s\n", kHost, fetchFailure(place, video, cause).c_str());
+  });
   netlink::NetlinkReachability reachability;
 
   QQuickWindow window;
@@ -87,7 +128,7 @@ int run(int argc, char** argv, const Arguments& arguments) {
   window.setMinimumSize({320, 480});
   window.resize(static_cast<int>(arguments.windowWidth), static_cast<int>(arguments.windowHeight));
 
-  qtquick::QtPlatform platform(loops, window, library, images, reachability, log);
+  qtquick::QtPlatform platform(loops, window, library, telling, reachability, log);
   Session session(arguments, library, output.get());
   session.setEndHandler([&] { QTimer::singleShot(0, &application, &QCoreApplication::quit); });
 
@@ -104,12 +145,12 @@ int run(int argc, char** argv, const Arguments& arguments) {
   if (!arguments.headless || !arguments.screenshot.empty()) window.show();
   picker->open();
 
+  const bool whole = std::all_of(clouds.begin(), clouds.end(), [](const auto* cloud) { return cloud->listedWhole(); });
   std::unique_ptr<HeadlessRun> headless;
   if (arguments.list) {
-    list(picker->picker(), session);
+    list(picker->picker(), session, whole);
   } else if (arguments.headless) {
-    headless = std::make_unique<HeadlessRun>(arguments, picker->picker(), *platform.window().model(), session, library,
-                                             settled);
+    headless = std::make_unique<HeadlessRun>(arguments, picker->picker(), *platform.window().model(), session, settled);
     headless->start();
   } else {
     QObject::connect(&window, &QWindow::visibleChanged, &application, [&](bool visible) {
@@ -125,18 +166,23 @@ int run(int argc, char** argv, const Arguments& arguments) {
   if (!session.hasEnded()) application.exec();
   if (session.status() == NoAccess) std::fprintf(stderr, "%s: there is no access to photos\n", kHost);
 
+  // What was asked for may be where nobody could look.
+  const bool missed = arguments.headless && !whole && session.status() == Usage;
+
   headless.reset();
   picker.reset();
   // No thread may tell anything once the platform is gone.
   images.stop();
   library.stop();
-  return session.status();
+  return missed ? Failed : session.status();
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): what nobody foresaw ends the program
-  const auto parsed = parseArguments(std::vector<std::string>(argv + 1, argv + argc));
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  eraseSecrets(argc, argv);
+  const auto parsed = parseArguments(words);
   if (const auto* wrong = std::get_if<std::string>(&parsed)) {
     std::fprintf(stderr, "%s: %s\n%s", kHost, wrong->c_str(), kUsage);
     return Usage;

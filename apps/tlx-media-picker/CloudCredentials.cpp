@@ -1,0 +1,82 @@
+#include "apps/tlx-media-picker/CloudCredentials.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+#include <sys/stat.h>
+
+#include "apps/tlx-media-picker/Keyring.h"
+
+namespace tlx::program {
+namespace {
+
+std::string takeVariable(const char* name) {
+  const char* const value = std::getenv(name);
+  std::string kept = value ? value : "";
+  ::unsetenv(name);
+  return kept;
+}
+
+}  // namespace
+
+CloudCredentials::CloudCredentials(std::string file) {
+  environment_.user = takeVariable("TLX_CLOUD_USER");
+  environment_.password = takeVariable("TLX_CLOUD_PASSWORD");
+  if (file.empty()) return;
+  struct stat status {};
+  std::ifstream lines(file);
+  if (!lines || ::stat(file.c_str(), &status) != 0) {
+    problem_ = file + " cannot be read";
+    return;
+  }
+  if (S_ISREG(status.st_mode) && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
+    problem_ = file + " holds passwords and can be read by others (chmod 600 it)";
+    return;
+  }
+  int number = 0;
+  for (std::string line; std::getline(lines, line);) {
+    ++number;
+    std::istringstream words(line);
+    std::string url, user, password;
+    if (!(words >> url) || url.starts_with('#')) continue;
+    words >> user >> std::ws;
+    std::getline(words, password);
+    const auto address = photolibrary::parseCloudAddress(url);
+    if (password.empty() || std::holds_alternative<std::string>(address)) {
+      problem_ = file + ", line " + std::to_string(number) + ": not a URL, a USER and a PASSWORD";
+      return;
+    }
+    entries_.push_back({std::get<0>(address).text(), {user, password}});
+  }
+}
+
+std::optional<photolibrary::Credentials> CloudCredentials::credentialsFor(const std::string& address, std::stop_token) {
+  while (true) {
+    Place place;
+    {
+      const std::lock_guard lock(mutex_);
+      Place& next = next_[address];
+      place = next;
+      if (place == Place::End) return std::nullopt;
+      next = static_cast<Place>(static_cast<int>(place) + 1);
+    }
+    if (auto found = lookIn(place, address)) return found;
+  }
+}
+
+std::optional<photolibrary::Credentials> CloudCredentials::lookIn(Place place, const std::string& address) const {
+  if (place == Place::File) {
+    for (const Entry& entry : entries_) {
+      if (address == entry.address || address.starts_with(entry.address + "/")) return entry.credentials;
+    }
+  } else if (place == Place::Environment && !environment_.empty()) {
+    return environment_;
+  } else if (place == Place::Keyring) {
+    return keyringCredentials(address);
+  }
+  return std::nullopt;
+}
+
+}  // namespace tlx::program
