@@ -27,16 +27,19 @@ Catalogue::Catalogue(std::unique_ptr<Source> source, std::string cacheFolder, Sy
       log_(log),
       ledger_(std::move(ledger)),
       published_(std::move(published)),
-      snapshot_(std::make_shared<Snapshot>(Assets{}, Assets{}, Folders{}, ledger_, nullptr)),
-      anyRootReadable_(checkRoots()) {}
+      snapshot_(std::make_shared<Snapshot>(Assets{}, Assets{}, Folders{}, ledger_, nullptr)) {
+  checkRoots();
+}
 
-Catalogue::~Catalogue() = default;
+Catalogue::~Catalogue() {
+  thread_ = {};
+  source_->follow(nullptr);
+}
 
-bool Catalogue::checkRoots() {
-  for (std::size_t i = 0; i < source_->roots().size(); ++i) {
-    if (source_->rootReadable(i)) return true;
-  }
-  return false;
+void Catalogue::checkRoots() {
+  readable_.clear();
+  for (std::size_t i = 0; i < source_->roots().size(); ++i) readable_.push_back(source_->rootReadable(i));
+  anyRootReadable_ = std::find(readable_.begin(), readable_.end(), true) != readable_.end();
 }
 
 void Catalogue::start() {
@@ -45,9 +48,10 @@ void Catalogue::start() {
   thread_ = std::jthread([this](const std::stop_token& stop) { work(stop); });
 }
 
-void Catalogue::rescan() {
+void Catalogue::look(const WalkScope& scope) {
   {
     std::lock_guard lock(mutex_);
+    wanted_.add(scope);
     ++scansWanted_;
   }
   changed_.notify_all();
@@ -77,15 +81,22 @@ std::shared_ptr<const Snapshot> Catalogue::snapshot() const {
 
 void Catalogue::work(const std::stop_token& stop) {
   openIndex();
+  source_->follow([this](const WalkScope& scope) { look(scope); });
   while (true) {
     std::uint64_t wanted;
+    WalkScope scope;
     {
       std::unique_lock lock(mutex_);
       if (!changed_.wait(lock, stop, [this] { return scansDone_ < scansWanted_; })) return;
       wanted = scansWanted_;
+      scope = std::exchange(wanted_, {});
     }
-    scan(stop);
+    const WalkScope open = scan(scope, stop);
     if (stop.stop_requested()) return;
+    if (!open.empty()) {
+      look(open);
+      continue;
+    }
     {
       std::lock_guard lock(mutex_);
       scansDone_ = wanted;
@@ -94,15 +105,18 @@ void Catalogue::work(const std::stop_token& stop) {
   }
 }
 
+std::optional<Index::Content> Catalogue::load() {
+  if (!index_) return std::nullopt;
+  checkRoots();
+  auto content = index_->load([this](std::size_t root) { return readable_[root]; });
+  if (!content && !index_->startOver([this](const std::string& line) { log_.log(line); })) index_.reset();
+  return content;
+}
+
 void Catalogue::openIndex() {
   const auto log = [this](const std::string& line) { log_.log(line); };
   index_ = Index::open(cacheFolder_, source_->roots(), log);
-  std::optional<Index::Content> content;
-  if (index_) {
-    content = index_->load([this](std::size_t root) { return source_->rootReadable(root); });
-    if (!content && !index_->startOver(log)) index_.reset();
-  }
-  if (content) {
+  if (auto content = load()) {
     complete_ = content->complete;
     if (!content->live.empty() || !content->trashed.empty() || !content->folders.empty()) {
       publish(std::make_shared<Snapshot>(std::move(content->live), std::move(content->trashed),
@@ -122,18 +136,33 @@ void Catalogue::openIndex() {
   }
 }
 
-void Catalogue::scan(const std::stop_token& stop) {
+/// The index kept what lies under a root that was away: it need not be read from the files again.
+void Catalogue::bringBackRoots() {
+  bool back = false;
+  for (std::size_t root = 0; root < readable_.size(); ++root) back |= !readable_[root] && source_->rootReadable(root);
+  if (!back) return;
+  auto content = load();
+  if (!content) return;
+  auto next = std::make_shared<Snapshot>(std::move(content->live), std::move(content->trashed),
+                                         std::move(content->folders), ledger_, snapshot().get());
+  next->prepareLookup();
+  publish(next);
+}
+
+WalkScope Catalogue::scan(const WalkScope& scope, const std::stop_token& stop) {
+  bringBackRoots();
   const auto base = snapshot();
   base->prepareLookup();
   const KnownFiles known(base, rejected_);
-  ScanPass pass(base, rejected_);
+  ScanPass pass(base, rejected_, scope);
 
   std::mutex mutex;
   std::condition_variable ended;
   bool walked = false;
   WalkOutcome outcome;
   std::jthread walker([&] {
-    WalkOutcome result = source_->walk(known, pass, stop);
+    WalkOutcome result =
+        scope.isEverything() ? source_->walk(known, pass, stop) : source_->walkPart(known, pass, scope, stop);
     std::lock_guard lock(mutex);
     outcome = std::move(result);
     walked = true;
@@ -157,18 +186,63 @@ void Catalogue::scan(const std::stop_token& stop) {
     last = Clock::now();
   }
   walker.join();
-  anyRootReadable_ = checkRoots();
+  checkRoots();
   if (!outcome.finished) {
     // What was found is worth keeping: the next scan need not read it again.
     take(pass.takeOver());
-    return;
+    return {};
   }
-  ScanPass::State end = pass.conclude(outcome, [this](std::size_t root) { return source_->rootReadable(root); });
+  ScanPass::State end = pass.conclude(outcome, [this](std::size_t root) { return readable_[root]; });
   // A root that was not there may hold anything: when it comes, it is scanned like a library never seen.
-  end.changes.complete = !complete_ && outcome.unreachable.empty();
-  complete_ |= outcome.unreachable.empty();
+  end.changes.complete = !complete_ && scope.isEverything() && outcome.unreachable.empty();
+  complete_ |= end.changes.complete;
+  rememberRejected(end.changes);
+  secondWays_ = outcome.secondWays || (secondWays_ && !scope.isEverything());
+  WalkScope open = scope.isEverything() ? WalkScope() : leftOpen(end);
+  rememberOtherNames(pass, scope.isEverything());
+  tellOfSkipped(outcome);
   take(std::move(end));
-  rejected_ = pass.takeRejected();
+  return open;
+}
+
+void Catalogue::rememberRejected(const IndexChanges& changes) {
+  const auto forget = [this](const std::string& folder, const std::string& name) {
+    const auto files = rejected_.find(folder);
+    if (files == rejected_.end()) return;
+    std::erase_if(files->second, [&](const RejectedFile& file) { return file.name == name; });
+    if (files->second.empty()) rejected_.erase(files);
+  };
+  for (const auto& [folder, name] : changes.unrejected) forget(folder, name);
+  for (const auto& [folder, file] : changes.rejected) {
+    forget(folder, file.name);
+    rejected_[folder].push_back(file);
+  }
+}
+
+void Catalogue::rememberOtherNames(const ScanPass& pass, bool afresh) {
+  if (afresh) otherNames_.clear();
+  for (const auto& [identifier, path] : pass.otherNames()) {
+    auto& paths = otherNames_[identifier];
+    if (std::find(paths.begin(), paths.end(), path) == paths.end()) paths.push_back(path);
+  }
+}
+
+/// Where a look at a part may have missed what has a second name or a second way elsewhere.
+WalkScope Catalogue::leftOpen(const ScanPass::State& state) const {
+  WalkScope open = state.lookAgain;
+  if (secondWays_ && !state.changes.removedFolders.empty()) return WalkScope::everything();
+  for (const std::string& identifier : state.changes.removed) {
+    const auto other = otherNames_.find(Identifier(identifier));
+    if (other == otherNames_.end()) continue;
+    for (const std::string& path : other->second) open.add(path);
+  }
+  return open;
+}
+
+void Catalogue::tellOfSkipped(const WalkOutcome& outcome) {
+  for (const auto& [path, reason] : outcome.skipped) {
+    if (told_.insert(path).second) log_.log("photos in " + path + " are left out: " + reason);
+  }
 }
 
 void Catalogue::take(ScanPass::State&& state) {

@@ -6,9 +6,13 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <stop_token>
 #include <string>
 #include <thread>
+#include <unordered_map>
+#include <vector>
 
 #include "tlx/platform/foundation/SystemLog.h"
 
@@ -20,8 +24,9 @@
 namespace tlx::photolibrary {
 
 /// Keeps a snapshot of what a source holds: opened from the index at once where there is one, then checked against the
-/// source behind it, on a thread of its own. A library that was never seen grows while it is scanned; a known one makes
-/// one step to the truth. When the index fails, everything goes on in memory, and the log is told once.
+/// source behind it and kept up with what the source tells of, on a thread of its own. A library that was never seen
+/// grows while it is scanned; a known one makes one step to the truth, and one for each burst of what happens later.
+/// When the index fails, everything goes on in memory, and the log is told once.
 class Catalogue {
  public:
   /// Told of each new state on the catalogue's thread, after `snapshot` gives it; never once the destructor has
@@ -35,8 +40,10 @@ class Catalogue {
 
   /// Begins to open and scan; once.
   void start();
-  /// Looks at the source again. Any thread; returns at once.
-  void rescan();
+  /// Looks at the whole source again. Any thread; returns at once.
+  void rescan() { look(WalkScope::everything()); }
+  /// Looks at a part of it again, likewise.
+  void look(const WalkScope& scope);
   /// Waits until the index has been read. Returns at once when `start` was not called.
   void waitUntilOpened() const;
   /// Waits until every scan asked for so far is done. Returns at once when `start` was not called.
@@ -53,10 +60,17 @@ class Catalogue {
  private:
   void work(const std::stop_token& stop);
   void openIndex();
-  void scan(const std::stop_token& stop);
+  std::optional<Index::Content> load();
+  void bringBackRoots();
+  /// Answers what is to be looked at next, since this look cannot tell.
+  WalkScope scan(const WalkScope& scope, const std::stop_token& stop);
+  void rememberRejected(const IndexChanges& changes);
+  void rememberOtherNames(const ScanPass& pass, bool afresh);
+  WalkScope leftOpen(const ScanPass::State& state) const;
+  void tellOfSkipped(const WalkOutcome& outcome);
   void take(ScanPass::State&& state);
   void publish(const std::shared_ptr<const Snapshot>& next);
-  bool checkRoots();
+  void checkRoots();
 
   std::unique_ptr<Source> source_;
   const std::string cacheFolder_;
@@ -67,16 +81,21 @@ class Catalogue {
   std::unique_ptr<Index> index_;  ///< the thread's, like what follows
   RejectedFiles rejected_;
   bool complete_ = false;
+  std::vector<bool> readable_;                                           ///< by root, when it was last tried
+  std::unordered_map<Identifier, std::vector<std::string>> otherNames_;  ///< paths that lead to a known item too
+  bool secondWays_ = false;
+  std::set<std::string> told_;  ///< what the log knows of
 
   mutable std::mutex mutex_;  ///< guards what follows
   mutable std::condition_variable_any changed_;
   std::shared_ptr<const Snapshot> snapshot_;
   bool started_ = false;
   bool opened_ = false;
+  WalkScope wanted_ = WalkScope::everything();
   std::uint64_t scansWanted_ = 1;
   std::uint64_t scansDone_ = 0;
 
-  std::atomic<bool> anyRootReadable_;
+  std::atomic<bool> anyRootReadable_ = false;
   std::jthread thread_;
 };
 

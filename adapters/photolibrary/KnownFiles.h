@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -29,8 +30,8 @@ class KnownFiles {
     std::int64_t modified;
     std::uint32_t position;  ///< in the snapshot; `Snapshot::kNowhere` for a rejected file
   };
-  /// By name.
-  std::vector<File> inFolder(const std::string& path) const;
+  /// By name; of the names given only, when any are.
+  std::vector<File> inFolder(const std::string& path, const WalkScope::Names* names = nullptr) const;
 
   const Snapshot& snapshot() const { return *snapshot_; }
   /// The item with this identifier, or nothing.
@@ -39,13 +40,17 @@ class KnownFiles {
   const Item* itemWithoutBirth(const FileKey& key) const;
   /// The same for a folder.
   const Folder* folderWithoutBirth(const FileKey& key) const;
+  /// A folder with this key that holds items, or nothing.
+  const Folder* folderWith(const FileKey& key) const;
 
  private:
   std::shared_ptr<const Snapshot> snapshot_;
   const RejectedFiles& rejected_;
   std::unordered_map<std::string, std::uint32_t> folders_;
-  std::map<std::pair<std::uint64_t, std::uint64_t>, const Item*> birthless_;
-  std::map<std::pair<std::uint64_t, std::uint64_t>, const Folder*> birthlessFolders_;
+  using Birthless = std::pair<std::uint64_t, std::uint64_t>;
+  mutable std::once_flag birthlessListed_;  ///< rarely wanted, and a pass over all items to make
+  mutable std::map<Birthless, const Item*> birthless_;
+  std::map<Birthless, const Folder*> birthlessFolders_;
 };
 
 }  // namespace tlx::photolibrary

@@ -10,8 +10,8 @@
 namespace tlx::photolibrary {
 namespace {
 
-std::unique_ptr<Source> folderSource(const std::vector<std::string>& roots) {
-  return std::make_unique<FolderSource>(roots.empty() ? defaultRoots() : roots);
+std::unique_ptr<Source> folderSource(const std::vector<std::string>& roots, SystemLogPort& log) {
+  return std::make_unique<FolderSource>(roots.empty() ? defaultRoots() : roots, log);
 }
 
 PhotoLibrary::Options withDefaults(PhotoLibrary::Options options) {
@@ -66,7 +66,7 @@ struct PhotoLibrary::Asking : std::enable_shared_from_this<Asking> {
 };
 
 PhotoLibrary::PhotoLibrary(const Options& options, SystemLogPort& log)
-    : PhotoLibrary(options, folderSource(options.roots), log) {}
+    : PhotoLibrary(options, folderSource(options.roots, log), log) {}
 
 PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log)
     : options_(withDefaults(std::move(options))),

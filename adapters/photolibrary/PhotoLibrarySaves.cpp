@@ -58,7 +58,9 @@ std::optional<NSError> PhotoLibrary::saveAll(const std::vector<PHAssetCreation>&
     }
     paths.push_back(std::get<std::string>(std::move(saved)));
   }
-  catalogue_->rescan();
+  WalkScope saved;
+  for (const std::string& path : paths) saved.add(path);
+  catalogue_->look(saved);
   catalogue_->waitUntilScanned(saver_.stopToken());
   const auto snapshot = catalogue_->snapshot();
   std::vector<Identifier> identifiers;

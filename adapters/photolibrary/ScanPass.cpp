@@ -23,19 +23,32 @@ bool liesIn(const std::string& path, const std::string& folder) {
 
 }  // namespace
 
-ScanPass::ScanPass(std::shared_ptr<const Snapshot> base, const RejectedFiles& rejected)
+ScanPass::ScanPass(std::shared_ptr<const Snapshot> base, const RejectedFiles& rejected, const WalkScope& scope)
     : base_(std::move(base)),
       knownRejected_(rejected),
-      seen_(base_->count(), 0),
+      scope_(scope),
+      seen_(base_->count(), scope.isEverything() ? Missed : NotLookedFor),
       folders_(base_->folders()),
-      folderSeen_(folders_.size(), 0),
       gone_(base_->count(), 0) {
   for (std::uint32_t f = 0; f < folders_.size(); ++f) folderAt_.emplace(folders_[f]->path, f);
+  if (!scope.isEverything()) forgetWhatTheScopeHolds();
+}
+
+void ScanPass::forgetWhatTheScopeHolds() {
+  for (std::uint32_t f = 0; f < folders_.size(); ++f) {
+    const std::string& path = folders_[f]->path;
+    const bool all = scope_.holds(path);
+    const WalkScope::Names* const names = all ? nullptr : scope_.namesIn(path);
+    if (!all && !names) continue;
+    for (const std::uint32_t position : base_->itemsIn(f)) {
+      if (all || names->contains(std::string_view(base_->itemAt(position).name))) seen_[position] = Missed;
+    }
+  }
 }
 
 void ScanPass::found(FolderFindings&& findings) {
   std::lock_guard lock(mutex_);
-  for (const std::uint32_t position : findings.unchanged) seen_[position] = 1;
+  for (const std::uint32_t position : findings.unchanged) seen_[position] = Met;
   if (!findings.rejected.empty()) {
     auto& known = rejected_[findings.folder.path];
     std::move(findings.rejected.begin(), findings.rejected.end(), std::back_inserter(known));
@@ -49,9 +62,7 @@ std::uint32_t ScanPass::folderPosition(Folder&& folder) {
   const auto [entry, isNew] = folderAt_.emplace(folder.path, static_cast<std::uint32_t>(folders_.size()));
   if (isNew) {
     folders_.push_back(std::make_shared<Folder>(std::move(folder)));
-    folderSeen_.push_back(1);
   } else {
-    folderSeen_[entry->second] = 1;
     auto& known = folders_[entry->second];
     if (!sameFolder(*known, folder)) {
       known = std::make_shared<Folder>(std::move(folder));
@@ -93,35 +104,9 @@ ScanPass::State ScanPass::absorb() {
 
 ScanPass::State ScanPass::conclude(const WalkOutcome& outcome, const std::function<bool(std::size_t)>& rootReadable) {
   State state = absorb();
-  ItemBlocks blocks(undecided_.size());
-  for (const Fresh& find : undecided_) {
-    // Still where it was, so this is a second name for it.
-    if (!seen_[base_->find(find.item.identifier)]) accept(find, blocks, state);
-  }
+  settleUndecided(state);
   keepUnreachable(outcome.unreachable);
-  std::vector<bool> readable;
-  std::set<std::uint32_t> inhabited, shrunk;
-  for (std::uint32_t i = 0; i < seen_.size(); ++i) {
-    const Item& item = base_->itemAt(i);
-    const std::size_t root = folders_[item.folder]->root;
-    while (readable.size() <= root) readable.push_back(rootReadable(readable.size()));
-    gone_[i] = !seen_[i] || !readable[root];
-    if (seen_[i]) {
-      inhabited.insert(item.folder);
-    } else {
-      shrunk.insert(item.folder);
-      if (!accepted_.contains(item.localIdentifier)) state.changes.removed.push_back(item.localIdentifier.string());
-    }
-  }
-  for (const auto& asset : added_) inhabited.insert(itemOf(*asset).folder);
-  for (const auto& asset : state.changes.put) inhabited.insert(itemOf(*asset).folder);
-  for (const std::uint32_t folder : shrunk) {
-    if (inhabited.contains(folder)) {
-      state.changes.folders.push_back(folder);
-    } else {
-      state.changes.removedFolders.push_back(folders_[folder]->path);
-    }
-  }
+  takeLeave(rootReadable, state);
   state.changes.folders.insert(state.changes.folders.end(), changedFolders_.begin(), changedFolders_.end());
   state.differs |= !changedFolders_.empty() || std::find(gone_.begin(), gone_.end(), 1) != gone_.end();
   compareRejected(outcome.unreachable, state);
@@ -130,18 +115,75 @@ ScanPass::State ScanPass::conclude(const WalkOutcome& outcome, const std::functi
   return state;
 }
 
+void ScanPass::settleUndecided(State& state) {
+  ItemBlocks blocks(undecided_.size());
+  for (const Fresh& find : undecided_) {
+    const std::uint32_t known = base_->find(find.item.identifier);
+    std::string path = pathIn(state.folders[find.folder]->path, find.item.name);
+    switch (seen_[known]) {
+      case Missed:
+        accept(find, blocks, state);
+        break;
+      case Met:
+        otherNames_.push_back({find.item.identifier, std::move(path)});
+        break;
+      case NotLookedFor:
+        state.lookAgain.add(path);
+        state.lookAgain.add(pathIn(folders_[base_->itemAt(known).folder]->path, base_->itemAt(known).name));
+        break;
+    }
+  }
+}
+
+void ScanPass::takeLeave(const std::function<bool(std::size_t)>& rootReadable, State& state) {
+  std::vector<bool> closed(folders_.size());
+  std::vector<bool> readable;
+  for (std::uint32_t f = 0; f < folders_.size(); ++f) {
+    while (readable.size() <= folders_[f]->root) readable.push_back(rootReadable(readable.size()));
+    closed[f] = !readable[folders_[f]->root];
+  }
+  std::set<std::uint32_t> shrunk;
+  for (std::uint32_t f = 0; f < base_->folders().size(); ++f) {
+    for (const std::uint32_t i : base_->itemsIn(f)) {
+      gone_[i] = seen_[i] == Missed || closed[f];
+      if (seen_[i] != Missed) continue;
+      shrunk.insert(f);
+      const Identifier& identifier = base_->itemAt(i).localIdentifier;
+      if (!accepted_.contains(identifier)) state.changes.removed.push_back(identifier.string());
+    }
+  }
+  if (shrunk.empty()) return;
+  std::set<std::uint32_t> joined;
+  for (const Assets* assets : {&added_, &state.changes.put}) {
+    for (const auto& asset : *assets) joined.insert(itemOf(*asset).folder);
+  }
+  for (const std::uint32_t folder : shrunk) {
+    const auto items = base_->itemsIn(folder);
+    const bool inhabited = joined.contains(folder) ||
+                           std::any_of(items.begin(), items.end(), [&](std::uint32_t i) { return seen_[i] != Missed; });
+    if (inhabited) {
+      state.changes.folders.push_back(folder);
+    } else {
+      state.changes.removedFolders.push_back(folders_[folder]->path);
+    }
+  }
+}
+
 void ScanPass::accept(const Fresh& fresh, ItemBlocks& blocks, State& state) {
   const FoundItem& found = fresh.item;
-  const auto pathIn = [&](std::uint32_t folder, const std::string& name) {
-    return state.folders[folder]->path + "/" + name;
+  const auto path = [&](std::uint32_t folder, std::string_view name) {
+    return pathIn(state.folders[folder]->path, name);
   };
   if (const auto earlier = accepted_.find(Identifier(found.identifier)); earlier != accepted_.end()) {
     // One file by two names: the plain one counts, then the first by path, whichever the workers met first.
     const auto other = earlier->second;
     const Item& item = itemOf(*other.asset);
-    if (std::pair(found.linked, pathIn(fresh.folder, found.name)) >=
-        std::pair(other.linked, pathIn(item.folder, item.name)))
+    if (std::pair(found.linked, path(fresh.folder, found.name)) >=
+        std::pair(other.linked, path(item.folder, item.name))) {
+      otherNames_.push_back({found.identifier, path(fresh.folder, found.name)});
       return;
+    }
+    otherNames_.push_back({found.identifier, path(item.folder, item.name)});
     std::erase(added_, other.asset);
     std::erase(state.changes.put, other.asset);
   }
@@ -165,7 +207,7 @@ void ScanPass::keepUnreachable(const std::vector<std::string>& unreachable) {
   }
   for (std::uint32_t i = 0; i < seen_.size(); ++i) {
     // What turned up elsewhere under the same identifier has moved out.
-    if (kept[base_->itemAt(i).folder] && !accepted_.contains(base_->itemAt(i).localIdentifier)) seen_[i] = 1;
+    if (kept[base_->itemAt(i).folder] && !accepted_.contains(base_->itemAt(i).localIdentifier)) seen_[i] = Met;
   }
 }
 
@@ -175,16 +217,16 @@ void ScanPass::compareRejected(const std::vector<std::string>& unreachable, Stat
                        [&](const std::string& path) { return liesIn(folder, path); });
   };
   for (const auto& [folder, files] : knownRejected_) {
-    if (keptIn(folder)) {
-      rejected_[folder] = files;
-      continue;
-    }
+    const bool all = scope_.holds(folder);
+    const WalkScope::Names* const names = all ? nullptr : scope_.namesIn(folder);
+    if ((!all && !names) || keptIn(folder)) continue;
     std::set<std::string_view> still;
     if (const auto now = rejected_.find(folder); now != rejected_.end()) {
       for (const RejectedFile& file : now->second) still.insert(file.name);
     }
     for (const RejectedFile& file : files) {
-      if (!still.contains(file.name)) state.changes.unrejected.emplace_back(folder, file.name);
+      if ((all || names->contains(file.name)) && !still.contains(file.name))
+        state.changes.unrejected.emplace_back(folder, file.name);
     }
   }
   for (const auto& [folder, files] : rejected_) {

@@ -21,8 +21,9 @@ namespace tlx::photolibrary {
 /// that nothing ever vanishes for a moment on its way from one folder to another.
 class ScanPass final : public WalkListener {
  public:
-  /// `rejected` is what was known; it must stay as it is until the pass is over.
-  ScanPass(std::shared_ptr<const Snapshot> base, const RejectedFiles& rejected);
+  /// `rejected` is what was known. It and `scope`, which the walk keeps to, must stay as they are until the pass is
+  /// over.
+  ScanPass(std::shared_ptr<const Snapshot> base, const RejectedFiles& rejected, const WalkScope& scope);
 
   void found(FolderFindings&& findings) override;
   /// How many finds no state has taken over yet. Any thread.
@@ -34,16 +35,24 @@ class ScanPass final : public WalkListener {
     Folders folders;
     IndexChanges changes;
     bool differs = false;  ///< from the state before, as far as anyone but the index is concerned
+    /// What a walk that looked at a part only leaves open: it met files that the rest is said to hold.
+    WalkScope lookAgain = {};
   };
   /// The base with everything that is new for sure. One thread at a time, like `conclude`.
   State takeOver();
   /// The whole truth, after a walk that finished. `rootReadable` tells which roots' items may be shown; the others'
   /// stay in the index, unseen. Holds no items when nothing differs.
   State conclude(const WalkOutcome& outcome, const std::function<bool(std::size_t)>& rootReadable);
-  /// After `conclude`: what is known to be no photo or video.
-  RejectedFiles takeRejected() { return std::move(rejected_); }
+
+  /// After `conclude`: by which other paths items were met than the one that they are known by.
+  struct OtherName {
+    Identifier identifier;
+    std::string path;
+  };
+  const std::vector<OtherName>& otherNames() const { return otherNames_; }
 
  private:
+  enum Sight : std::uint8_t { Missed, Met, NotLookedFor };
   struct Fresh {
     std::uint32_t folder;
     FoundItem item;
@@ -54,6 +63,9 @@ class ScanPass final : public WalkListener {
   };
 
   State absorb();
+  void forgetWhatTheScopeHolds();
+  void settleUndecided(State& state);
+  void takeLeave(const std::function<bool(std::size_t)>& rootReadable, State& state);
   std::uint32_t folderPosition(Folder&& folder);
   void accept(const Fresh& fresh, ItemBlocks& blocks, State& state);
   void keepUnreachable(const std::vector<std::string>& unreachable);
@@ -62,13 +74,13 @@ class ScanPass final : public WalkListener {
 
   const std::shared_ptr<const Snapshot> base_;
   const RejectedFiles& knownRejected_;
+  const WalkScope& scope_;
 
   mutable std::mutex mutex_;        ///< guards what follows, up to the empty line
-  std::vector<std::uint8_t> seen_;  ///< by position in the base
+  std::vector<std::uint8_t> seen_;  ///< by position in the base: a `Sight`
   std::vector<Fresh> fresh_;
   RejectedFiles rejected_;
   Folders folders_;
-  std::vector<std::uint8_t> folderSeen_;
   std::vector<std::uint32_t> changedFolders_;
   std::unordered_map<std::string, std::uint32_t> folderAt_;
 
@@ -76,6 +88,7 @@ class ScanPass final : public WalkListener {
   std::unordered_map<Identifier, Accepted> accepted_;
   std::vector<std::uint8_t> gone_;  ///< by position in the base
   Assets added_;                    ///< in the library's order
+  std::vector<OtherName> otherNames_;
 };
 
 }  // namespace tlx::photolibrary

@@ -5,6 +5,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -12,6 +13,7 @@
 
 #include "adapters/photolibrary/Item.h"
 #include "adapters/photolibrary/ItemStore.h"
+#include "adapters/photolibrary/WalkScope.h"
 
 namespace tlx::photolibrary {
 
@@ -58,6 +60,10 @@ struct WalkOutcome {
   /// Folders (absolute paths) that could not be looked into for a reason that may pass, as a server that does not
   /// answer. What is known in them and below stays.
   std::vector<std::string> unreachable;
+  /// What was passed over and would be missed, with the reason: a word for the log.
+  std::vector<std::pair<std::string, std::string>> skipped = {};
+  /// Whether a folder was met a second time, by a link for instance, and entered by its first way only.
+  bool secondWays = false;
 };
 
 /// Where items come from: a folder tree, a server, or several of them as one. They differ in how they list, what they
@@ -95,6 +101,18 @@ class Source {
                                               const std::function<bool()>& cancelled) {
     (void)item, (void)folder, (void)pixels, (void)cancelled;
     return std::nullopt;
+  }
+
+  /// Told what has been touched, on a thread of the source's own, a burst at a time. Returns soon.
+  using Touched = std::function<void(const WalkScope&)>;
+  /// From now on tells of what happens to the source, as far as it can, by itself. `nullptr` ends that: when it has
+  /// returned nobody is told any more. Not while a walk runs. A source that hears of nothing does nothing.
+  virtual void follow(Touched touched) { (void)touched; }
+  /// As `walk`, of what the scope holds only. The scope may name paths of other sources, which are not for this one.
+  virtual WalkOutcome walkPart(const KnownFiles& known, WalkListener& listener, const WalkScope& scope,
+                               std::stop_token stop) {
+    (void)known, (void)listener, (void)scope, (void)stop;
+    return {true, {}};
   }
 };
 

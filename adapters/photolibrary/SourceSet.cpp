@@ -48,20 +48,39 @@ bool SourceSet::takesFiles(std::size_t root) const {
 }
 
 WalkOutcome SourceSet::walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) {
+  return together(listener,
+                  [&](Source& source, WalkListener& renumbered) { return source.walk(known, renumbered, stop); });
+}
+
+void SourceSet::follow(Touched touched) {
+  for (const Member& member : members_) member.source->follow(touched);
+}
+
+WalkOutcome SourceSet::walkPart(const KnownFiles& known, WalkListener& listener, const WalkScope& scope,
+                                std::stop_token stop) {
+  return together(listener, [&](Source& source, WalkListener& renumbered) {
+    return source.walkPart(known, renumbered, scope, stop);
+  });
+}
+
+WalkOutcome SourceSet::together(WalkListener& listener,
+                                const std::function<WalkOutcome(Source&, WalkListener&)>& walk) {
   std::vector<WalkOutcome> outcomes(members_.size());
   {
     std::vector<std::jthread> walkers;
     for (std::size_t i = 0; i < members_.size(); ++i) {
       walkers.emplace_back([&, i] {
         Renumbered renumbered(listener, members_[i].firstRoot);
-        outcomes[i] = members_[i].source->walk(known, renumbered, stop);
+        outcomes[i] = walk(*members_[i].source, renumbered);
       });
     }
   }
   WalkOutcome all{true, {}};
   for (WalkOutcome& outcome : outcomes) {
     all.finished = all.finished && outcome.finished;
+    all.secondWays = all.secondWays || outcome.secondWays;
     std::move(outcome.unreachable.begin(), outcome.unreachable.end(), std::back_inserter(all.unreachable));
+    std::move(outcome.skipped.begin(), outcome.skipped.end(), std::back_inserter(all.skipped));
   }
   return all;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +20,9 @@ class SourceSet final : public Source {
   bool takesFiles(std::size_t root) const override;
   /// Finished when all are; what one cannot reach is kept from it alone.
   WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) override;
+  void follow(Touched touched) override;
+  WalkOutcome walkPart(const KnownFiles& known, WalkListener& listener, const WalkScope& scope,
+                       std::stop_token stop) override;
   std::string originalPath(const Item& item, const Folder& folder) const override;
   std::variant<Original, NSError> fetchOriginal(const Item& item, const Folder& folder,
                                                 const ItemStore::FetchOptions& options) override;
@@ -31,6 +35,7 @@ class SourceSet final : public Source {
     std::size_t firstRoot;
   };
   const Member& memberOf(std::size_t root) const;
+  WalkOutcome together(WalkListener& listener, const std::function<WalkOutcome(Source&, WalkListener&)>& walk);
 
   std::vector<Member> members_;
   std::vector<std::string> roots_;

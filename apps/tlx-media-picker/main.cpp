@@ -68,7 +68,7 @@ std::unique_ptr<photolibrary::Source> sourceOf(const Arguments& arguments, Cloud
   const bool own = arguments.folders.empty() && arguments.clouds.empty();
   std::vector<std::unique_ptr<Source>> sources;
   if (own || !arguments.folders.empty()) {
-    sources.push_back(std::make_unique<FolderSource>(own ? defaultRoots() : arguments.folders));
+    sources.push_back(std::make_unique<FolderSource>(own ? defaultRoots() : arguments.folders, log));
   }
   WebDavSource::Settings settings;
   settings.cacheFolder = xdgCacheHome() + "/tlx-media-picker";

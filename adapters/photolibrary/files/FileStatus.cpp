@@ -1,6 +1,7 @@
 #include "adapters/photolibrary/files/FileStatus.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 #include <fcntl.h>
@@ -70,6 +71,16 @@ FileDescriptor openRegularFile(int folder, const std::string& name, const FileSt
     return FileDescriptor();
   }
   return file;
+}
+
+Writers writersOf(int file) {
+  // A lease for reading is given only where nobody writes. Whoever opens the file for writing in the moment until it is
+  // handed back makes the kernel send a signal: this one is ignored by default, the one it would send else is deadly.
+  // Handing back resets the choice, so it is made for each lease.
+  if (::fcntl(file, F_SETSIG, SIGURG) != 0) return Writers::Unknown;
+  if (::fcntl(file, F_SETLEASE, F_RDLCK) != 0) return errno == EAGAIN ? Writers::Some : Writers::Unknown;
+  ::fcntl(file, F_SETLEASE, F_UNLCK);
+  return Writers::None;
 }
 
 }  // namespace tlx::photolibrary

@@ -60,4 +60,9 @@ class FileStatusReader {
 /// time alone where the owner may ask for that. Nothing, when it is not, or no longer, the file of that status.
 FileDescriptor openRegularFile(int folder, const std::string& name, const FileStatus& expected, bool followLink);
 
+/// Whether anybody on this machine has the open regular file open for writing. Unknown for files of somebody else's and
+/// on file systems that cannot tell.
+enum class Writers { None, Some, Unknown };
+Writers writersOf(int file);
+
 }  // namespace tlx::photolibrary

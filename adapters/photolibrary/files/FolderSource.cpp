@@ -1,8 +1,10 @@
 #include "adapters/photolibrary/files/FolderSource.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +13,8 @@
 
 namespace tlx::photolibrary {
 
-FolderSource::FolderSource(const std::vector<std::string>& roots) {
+FolderSource::FolderSource(const std::vector<std::string>& roots, SystemLogPort& log, const FolderWatch::Timing& timing)
+    : log_(log), timing_(timing) {
   for (const std::string& root : roots) {
     std::error_code failed;
     std::filesystem::path absolute = std::filesystem::absolute(root, failed);
@@ -27,8 +30,23 @@ bool FolderSource::rootReadable(std::size_t root) const {
   return ::stat(path, &status) == 0 && S_ISDIR(status.st_mode) && ::access(path, R_OK | X_OK) == 0;
 }
 
+void FolderSource::follow(Touched touched) {
+  watch_.reset();
+  if (!touched) return;
+  watch_ = std::make_unique<FolderWatch>(
+      roots_, timing_, [this](const std::string& line) { log_.log(line); }, std::move(touched));
+}
+
 WalkOutcome FolderSource::walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) {
-  return FolderWalk(roots_, known, listener, std::move(stop)).run();
+  return walkPart(known, listener, WalkScope::everything(), std::move(stop));
+}
+
+WalkOutcome FolderSource::walkPart(const KnownFiles& known, WalkListener& listener, const WalkScope& scope,
+                                   std::stop_token stop) {
+  const auto start = std::chrono::steady_clock::now();
+  WalkOutcome outcome = FolderWalk(roots_, known, listener, scope, watch_.get(), std::move(stop)).run();
+  if (watch_) watch_->tookFor(std::chrono::steady_clock::now() - start);
+  return outcome;
 }
 
 }  // namespace tlx::photolibrary

@@ -1,25 +1,37 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "tlx/platform/foundation/SystemLog.h"
+
 #include "adapters/photolibrary/Source.h"
+#include "adapters/photolibrary/files/FolderWatch.h"
 
 namespace tlx::photolibrary {
 
-/// Folder trees on this machine, with what was thrown away from them.
+/// Folder trees on this machine, with what was thrown away from them. What happens to them is followed; what lies
+/// behind a link to a single file is looked at again with the link only.
 class FolderSource final : public Source {
  public:
-  /// Relative roots are taken from the current folder; symbolic links in them are kept as they are named.
-  explicit FolderSource(const std::vector<std::string>& roots);
+  /// Relative roots are taken from the current folder; symbolic links in them are kept as they are named. `log`
+  /// outlives the source.
+  FolderSource(const std::vector<std::string>& roots, SystemLogPort& log, const FolderWatch::Timing& timing = {});
 
   const std::vector<std::string>& roots() const override { return roots_; }
   bool rootReadable(std::size_t root) const override;
   bool takesFiles(std::size_t) const override { return true; }
   WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) override;
+  void follow(Touched touched) override;
+  WalkOutcome walkPart(const KnownFiles& known, WalkListener& listener, const WalkScope& scope,
+                       std::stop_token stop) override;
 
  private:
+  SystemLogPort& log_;
+  const FolderWatch::Timing timing_;
   std::vector<std::string> roots_;
+  std::unique_ptr<FolderWatch> watch_;
 };
 
 }  // namespace tlx::photolibrary

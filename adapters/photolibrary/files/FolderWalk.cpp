@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
+#include <climits>
 #include <cstdlib>
 #include <map>
+#include <system_error>
 #include <thread>
 
 #include <dirent.h>
@@ -19,6 +22,10 @@ namespace {
 /// Few enough that the workers share even one big folder and results come early, many enough that handing over costs
 /// nothing.
 constexpr std::size_t kFilesAtOnce = 64;
+/// A file that somebody keeps open for writing counts as whole when nothing was written for so long, one that nobody
+/// can tell of sooner.
+constexpr std::chrono::seconds kWriterRests{10};
+constexpr std::chrono::seconds kUnknownWriterRests{2};
 
 bool mayPass(int error) {
   switch (error) {
@@ -70,34 +77,87 @@ FolderWalk::Place FolderWalk::Place::below(const std::string& name) const {
 }
 
 FolderWalk::FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, WalkListener& listener,
-                       std::stop_token stop)
+                       const WalkScope& scope, FolderWatch* watch, std::stop_token stop)
     : roots_(roots),
       known_(known),
       listener_(listener),
+      scope_(scope),
+      watch_(watch),
       stop_(std::move(stop)),
       crew_(std::max(1u, std::thread::hardware_concurrency())) {}
 
 WalkOutcome FolderWalk::run() {
-  addTrash();
-  addRoots();
+  addParts();
   crew_.run();
   while (!links_.empty() && !stop_.stop_requested()) {
     followLinks();
     crew_.run();
   }
-  return {!stop_.stop_requested(), std::move(unreachable_)};
+  outcome_.finished = !stop_.stop_requested();
+  return std::move(outcome_);
 }
 
-void FolderWalk::addRoots() {
+/// The roots that no other root's walk meets, the first last: the crew takes the newest job first.
+std::vector<std::size_t> FolderWalk::ownRoots() const {
   std::vector<std::string> real;
   for (const std::string& root : roots_) real.push_back(realPath(root));
+  std::vector<std::size_t> own;
   for (std::size_t i = roots_.size(); i-- > 0;) {
     bool covered = false;
     for (std::size_t j = 0; j < roots_.size(); ++j) {
       covered |= j != i && isWalkedFrom(real[j], real[i]) && (real[j] != real[i] || j < i);
     }
-    if (!covered) crew_.add([this, place = Place{roots_[i], i, "", false, true}] { enter(place); });
+    if (!covered) own.push_back(i);
   }
+  return own;
+}
+
+void FolderWalk::addParts() {
+  const auto trash = trashFolders(roots_);
+  if (std::any_of(trash.begin(), trash.end(),
+                  [&](const TrashFolder& one) { return scope_.holds(one.path + "/files"); }))
+    addTrash();
+  const std::vector<std::size_t> roots = ownRoots();
+  for (const std::size_t root : roots) {
+    if (scope_.holds(roots_[root])) {
+      crew_.add([this, place = Place{roots_[root], root, "", false, true}] { enter(place); });
+    }
+  }
+  for (const auto& [folder, names] : scope_.folders()) {
+    if (scope_.holds(folder)) continue;
+    if (const auto place = placeOf(folder, roots)) {
+      crew_.add([this, place = *place, &names = names] { enterPart(place, names); });
+    }
+  }
+}
+
+/// The folder as a walk from its root would come to it; nothing when none would.
+std::optional<FolderWalk::Place> FolderWalk::placeOf(const std::string& folder,
+                                                     const std::vector<std::size_t>& roots) const {
+  std::optional<Place> place;
+  for (const std::size_t root : roots) {
+    const std::string& path = roots_[root];
+    if (place && place->path.size() >= path.size()) continue;
+    if (folder == path || folder.starts_with(path == "/" ? path : path + "/"))
+      place = Place{path, root, "", false, true};
+  }
+  if (!place) return std::nullopt;
+  while (place->path != folder) {
+    const std::size_t start = place->path == "/" ? 1 : place->path.size() + 1;
+    const std::string name = folder.substr(start, folder.find('/', start) - start);
+    *place = place->below(name);
+    const bool excluded = statuses_.read(AT_FDCWD, pathIn(place->path, ".nomedia"), false).has_value();
+    if (name.empty() || name.starts_with('.') || excluded) return std::nullopt;
+  }
+  place->followLink = true;
+  return place;
+}
+
+void FolderWalk::enterPart(const Place& place, const WalkScope::Names& names) {
+  const auto folder = open(place, &names);
+  if (!folder) return;
+  if (watch_) watch_->watchFolder(folder->descriptor.get(), folder->device, place.path);
+  addFiles(folder, {names.begin(), names.end()});
 }
 
 void FolderWalk::addTrash() {
@@ -105,6 +165,11 @@ void FolderWalk::addTrash() {
     std::size_t root;
     std::vector<std::string> names;
   };
+  if (watch_) {
+    for (const TrashFolder& trash : trashFolders(roots_)) {
+      for (const char* const part : {"/files", "/info"}) watch_->watchTrash(trash.path + part, trash.path + "/files");
+    }
+  }
   std::map<std::string, Bin> bins;
   for (const TrashedFile& trashed : listTrash(roots_)) {
     const auto status = statuses_.read(AT_FDCWD, trashed.folder + "/" + trashed.name, false);
@@ -129,10 +194,12 @@ void FolderWalk::addTrash() {
 void FolderWalk::rememberUnreachable(const Place& place, int error) {
   std::lock_guard lock(mutex_);
   // A root that is not there is a disk that is not plugged in more often than a library thrown away.
-  if (mayPass(error) || place.isRoot()) unreachable_.push_back(place.path);
+  if (mayPass(error) || place.isRoot()) outcome_.unreachable.push_back(place.path);
+  const bool isGone = error == ENOENT || error == ENOTDIR || error == ELOOP;
+  if (!isGone) outcome_.skipped.emplace_back(place.path, std::generic_category().message(error));
 }
 
-std::shared_ptr<FolderWalk::OpenFolder> FolderWalk::open(const Place& place) {
+std::shared_ptr<FolderWalk::OpenFolder> FolderWalk::open(const Place& place, const WalkScope::Names* names) {
   if (stop_.stop_requested()) return nullptr;
   auto folder = std::make_shared<OpenFolder>();
   const int flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK | (place.followLink ? 0 : O_NOFOLLOW);
@@ -142,20 +209,25 @@ std::shared_ptr<FolderWalk::OpenFolder> FolderWalk::open(const Place& place) {
     rememberUnreachable(place, errno);
     return nullptr;
   }
-  if (!place.trashed) {
-    std::lock_guard lock(mutex_);
-    if (!visited_.emplace(status->device, status->key.number).second) return nullptr;
-  }
   folder->place = place;
-  folder->known = known_.inFolder(place.path);
+  folder->device = status->device;
+  folder->known = known_.inFolder(place.path, names);
   folder->folder = {place.path, place.root, place.relative, place.trashed, status->key, {}};
   folder->folder.identifier = identifyFolder(status->key);
   return folder;
 }
 
+bool FolderWalk::entersAnew(const OpenFolder& folder) {
+  std::lock_guard lock(mutex_);
+  const bool anew = visited_.emplace(folder.device, folder.folder.key.number).second;
+  if (!anew) outcome_.secondWays = true;
+  return anew;
+}
+
 void FolderWalk::enter(const Place& place) {
   const auto folder = open(place);
-  if (!folder) return;
+  if (!folder || (!place.trashed && !entersAnew(*folder))) return;
+  if (watch_ && !place.trashed) watch_->watchFolder(folder->descriptor.get(), folder->device, place.path);
   Listing listing = list(folder->descriptor.get());
   if (listing.broken) {
     rememberUnreachable(place, EIO);
@@ -228,14 +300,24 @@ void FolderWalk::lookAt(const OpenFolder& folder, const std::vector<std::string>
 }
 
 void FolderWalk::look(const OpenFolder& folder, const std::string& name, bool followLink, FolderFindings& findings) {
+  if (folder.place.path.size() + 1 + name.size() >= PATH_MAX) {
+    std::lock_guard lock(mutex_);
+    outcome_.skipped.emplace_back(folder.place.path, std::generic_category().message(ENAMETOOLONG));
+    return;
+  }
   const auto status = statuses_.read(folder.descriptor.get(), name, followLink);
   const auto by = [](const KnownFiles::File& file, const std::string& other) { return file.name < other; };
   const auto known = std::lower_bound(folder.known.begin(), folder.known.end(), name, by);
   const bool isKnown = known != folder.known.end() && known->name == name;
   if (!status) {
     // Gone since it was listed, or the disk stumbled: only the first takes it out.
-    if (isKnown && mayPass(errno) && known->position != Snapshot::kNowhere)
+    if (!mayPass(errno)) return;
+    if (isKnown && known->position != Snapshot::kNowhere) {
       findings.unchanged.push_back(known->position);
+    } else {
+      std::lock_guard lock(mutex_);
+      outcome_.unreachable.push_back(pathIn(folder.place.path, name));
+    }
     return;
   }
   if (status->kind == FileStatus::Kind::Folder && !followLink) {
@@ -299,6 +381,10 @@ void FolderWalk::examine(const OpenFolder& folder, const std::string& name, cons
   } else {
     const FileDescriptor file = openRegularFile(folder.descriptor.get(), name, status, linked);
     if (!file) return;
+    if (mustWait(folder, name, status, file.get())) {
+      if (known) findings.unchanged.push_back(known_.snapshot().find(known->localIdentifier));
+      return;
+    }
     const auto probed = probeMedia(file.get(), folder.place.path + "/" + name);
     if (const NSError* error = std::get_if<NSError>(&probed)) {
       const bool settled = error->code == PhotoLibraryErrorUnsupported || error->code == PhotoLibraryErrorDamaged;
@@ -324,6 +410,29 @@ void FolderWalk::examine(const OpenFolder& folder, const std::string& name, cons
   found.facts.bytes = status.bytes;
   found.facts.modified = status.modified;
   findings.fresh.push_back(std::move(found));
+}
+
+/// Whether the file is still being written, as far as anybody can tell. It is looked at again when its writer closes
+/// it, of which the watch hears, or when nothing was written for a while.
+bool FolderWalk::mustWait(const OpenFolder& folder, const std::string& name, const FileStatus& status, int file) const {
+  if (!watch_) return false;
+  const auto age = std::chrono::system_clock::now().time_since_epoch() - std::chrono::nanoseconds(status.modified);
+  if (age < std::chrono::nanoseconds(0) || age >= kWriterRests) return false;
+  const Writers writers = writersOf(file);
+  // Where nobody can tell, what was there when the library opened is shown as it is.
+  const bool inDoubt = writers == Writers::Unknown && !scope_.isEverything() && age < kUnknownWriterRests;
+  if (writers != Writers::Some && !inDoubt) return false;
+  const auto rest = writers == Writers::Some ? kWriterRests : kUnknownWriterRests;
+  watch_->lookLater(pathIn(folder.place.path, name),
+                    std::chrono::duration_cast<FolderWatch::Duration>(rest - age) + std::chrono::milliseconds(10));
+  return true;
+}
+
+/// In a look at a part: whether the folder is known by another way, which is not part of the look.
+bool FolderWalk::isMetElsewhere(const FileStatus& folder, const std::string& path) const {
+  if (scope_.isEverything()) return false;
+  const Folder* const known = known_.folderWith(folder.key);
+  return known && known->path != path && !scope_.holds(known->path);
 }
 
 bool FolderWalk::leadsAboveARoot(const std::string& path) const {
@@ -359,6 +468,10 @@ void FolderWalk::followLinks() {
         if (status->kind == FileStatus::Kind::Regular) {
           look(folder, link->name, true, findings);
         } else if (status->kind == FileStatus::Kind::Folder && !leadsAboveARoot(realPath(target.path))) {
+          if (isMetElsewhere(*status, target.path)) {
+            outcome_.secondWays = true;
+            continue;
+          }
           // One after the other: of two links to one folder the first by name is the one that is entered.
           Place through = target;
           through.followLink = true;

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <stop_token>
 #include <string>
@@ -13,6 +14,7 @@
 #include "adapters/photolibrary/KnownFiles.h"
 #include "adapters/photolibrary/Source.h"
 #include "adapters/photolibrary/files/FileStatus.h"
+#include "adapters/photolibrary/files/FolderWatch.h"
 #include "adapters/photolibrary/files/WorkCrew.h"
 
 namespace tlx::photolibrary {
@@ -22,11 +24,15 @@ namespace tlx::photolibrary {
 /// Left out: hidden files and folders, a folder with a file `.nomedia` and all below it (a root itself excepted: naming
 /// it is asking for it), empty files, and whatever is not a regular file. Real folders are walked first and symbolic
 /// links followed afterwards, in order of their paths, so that a folder or file is met plainly where it can be,
-/// whatever the workers' luck; a folder is entered once, and a link to a root or above one is not followed.
+/// whatever the workers' luck; a folder is entered once, and a link to a root or above one is not followed. A file that
+/// is being written stays what it was, or unseen, until it is whole. What cannot be reached by a path, being too deep,
+/// is passed over with a word.
 class FolderWalk {
  public:
+  /// `watch` is told of every folder that is entered, and what to look at again later; nothing for a look by itself.
+  /// All references outlive the walk.
   FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, WalkListener& listener,
-             std::stop_token stop);
+             const WalkScope& scope, FolderWatch* watch, std::stop_token stop);
   WalkOutcome run();
 
  private:
@@ -43,6 +49,7 @@ class FolderWalk {
   struct OpenFolder {
     Place place;
     FileDescriptor descriptor;
+    std::uint64_t device = 0;
     Folder folder;
     std::vector<KnownFiles::File> known;
   };
@@ -56,10 +63,14 @@ class FolderWalk {
     std::string name;
   };
 
-  void addRoots();
+  void addParts();
+  std::vector<std::size_t> ownRoots() const;
+  std::optional<Place> placeOf(const std::string& folder, const std::vector<std::size_t>& roots) const;
   void addTrash();
   void enter(const Place& place);
-  std::shared_ptr<OpenFolder> open(const Place& place);
+  void enterPart(const Place& place, const WalkScope::Names& names);
+  bool entersAnew(const OpenFolder& folder);
+  std::shared_ptr<OpenFolder> open(const Place& place, const WalkScope::Names* names = nullptr);
   static Listing list(int folder);
   void addFiles(const std::shared_ptr<OpenFolder>& folder, std::vector<std::string> names);
   void lookAt(const OpenFolder& folder, const std::vector<std::string>& names);
@@ -69,21 +80,25 @@ class FolderWalk {
   std::string identifyFolder(const FileKey& key);
   std::string identify(const OpenFolder& folder, const std::string& name, const FileStatus& status) const;
   void followLinks();
+  bool mustWait(const OpenFolder& folder, const std::string& name, const FileStatus& status, int file) const;
   bool leadsAboveARoot(const std::string& path) const;
+  bool isMetElsewhere(const FileStatus& folder, const std::string& path) const;
   void rememberUnreachable(const Place& place, int error);
 
   const std::vector<std::string>& roots_;
   const KnownFiles& known_;
   WalkListener& listener_;
+  const WalkScope& scope_;
+  FolderWatch* const watch_;
   std::stop_token stop_;
   WorkCrew crew_;
-  FileStatusReader statuses_;
+  mutable FileStatusReader statuses_;
 
   std::mutex mutex_;                                           ///< guards what follows
   std::set<std::pair<std::uint64_t, std::uint64_t>> visited_;  ///< folders by device and inode
   std::map<std::pair<std::uint64_t, std::uint64_t>, std::string> mintedFolders_;
   std::vector<Link> links_;
-  std::vector<std::string> unreachable_;
+  WalkOutcome outcome_;
 };
 
 }  // namespace tlx::photolibrary

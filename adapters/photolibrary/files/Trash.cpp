@@ -58,10 +58,12 @@ std::string topOfFileSystem(const std::string& path) {
   return top.string();
 }
 
-struct TrashFolder {
-  std::string path;
-  std::string top;  ///< what relative original paths start from
-};
+bool liesUnder(const std::string& path, const std::string& root) {
+  const std::string prefix = root == "/" ? root : root + "/";
+  return path.starts_with(prefix) && path.find("/.", prefix.size() - 1) == std::string::npos;
+}
+
+}  // namespace
 
 std::vector<TrashFolder> trashFolders(const std::vector<std::string>& roots) {
   std::vector<TrashFolder> found = {{xdgDataHome() + "/Trash", xdgDataHome()}};
@@ -82,13 +84,6 @@ std::vector<TrashFolder> trashFolders(const std::vector<std::string>& roots) {
   }
   return found;
 }
-
-bool liesUnder(const std::string& path, const std::string& root) {
-  const std::string prefix = root == "/" ? root : root + "/";
-  return path.starts_with(prefix) && path.find("/.", prefix.size() - 1) == std::string::npos;
-}
-
-}  // namespace
 
 std::vector<TrashedFile> listTrash(const std::vector<std::string>& roots) {
   std::vector<std::string> real;

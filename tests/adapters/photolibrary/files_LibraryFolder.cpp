@@ -159,7 +159,8 @@ std::vector<std::string> namesIn(PhotoLibrary& library, const std::string& album
     for (const auto& collection : *albums) {
       if (collection->localizedTitle != album) continue;
       const auto assets = library.fetchAssets(*collection, {});
-      for (const auto& asset : *assets) names.push_back(library.details(asset->localIdentifier).value().name);
+      for (const auto& asset : *assets)
+        names.push_back(library.details(asset->localIdentifier).value_or(PhotoLibrary::Details{}).name);
     }
   }
   return names;
@@ -172,12 +173,29 @@ std::vector<std::string> titles(PhotoLibrary& library) {
   return all;
 }
 
+std::map<std::string, std::vector<std::string>> everythingIn(PhotoLibrary& library) {
+  std::map<std::string, std::vector<std::string>> all;
+  for (const auto type : {PHAssetCollectionTypeSmartAlbum, PHAssetCollectionTypeAlbum}) {
+    const auto albums = library.fetchAssetCollections(type, PHAssetCollectionSubtypeAny);
+    for (const auto& collection : *albums) {
+      auto& items = all[collection->localizedTitle + " " + collection->localIdentifier.string()];
+      const auto assets = library.fetchAssets(*collection, {});
+      for (const auto& asset : *assets) {
+        const auto details = library.details(asset->localIdentifier);
+        items.push_back((details ? details->path : "?") + " " + asset->localIdentifier.string());
+      }
+    }
+  }
+  return all;
+}
+
 std::string identifierOf(PhotoLibrary& library, const std::string& name) {
   for (const auto& collection :
        *library.fetchAssetCollections(PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAny)) {
     const auto assets = library.fetchAssets(*collection, {});
     for (const auto& asset : *assets) {
-      if (library.details(asset->localIdentifier).value().name == name) return asset->localIdentifier.string();
+      if (library.details(asset->localIdentifier).value_or(PhotoLibrary::Details{}).name == name)
+        return asset->localIdentifier.string();
     }
   }
   return {};

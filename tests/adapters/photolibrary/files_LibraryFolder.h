@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -62,6 +63,8 @@ class LibraryFolder {
 std::vector<std::string> namesIn(PhotoLibrary& library, const std::string& album);
 /// "Title" of every album that the person made, in the library's order.
 std::vector<std::string> titles(PhotoLibrary& library);
+/// Every album with its items, each as its path and identifier: equal for two libraries that show the same.
+std::map<std::string, std::vector<std::string>> everythingIn(PhotoLibrary& library);
 /// The identifier of the item with that file name; empty when there is none.
 std::string identifierOf(PhotoLibrary& library, const std::string& name);
 

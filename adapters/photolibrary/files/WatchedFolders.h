@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <sys/inotify.h>
+
+#include "adapters/photolibrary/WalkScope.h"
+#include "adapters/photolibrary/files/FileStatus.h"
+
+namespace tlx::photolibrary {
+
+/// The folders that the kernel tells of, by the paths that they were met on: one folder may have several, by a link or
+/// a second mount. Used by one thread at a time.
+class WatchedFolders {
+ public:
+  /// Never more folders than `most`, however many the kernel would take.
+  explicit WatchedFolders(std::size_t most);
+
+  /// For `poll`; negative when the kernel gives none.
+  int descriptor() const { return inotify_.get(); }
+
+  /// What is done in the folder touches the path of what it is done to; with `touches`, it touches that. False when the
+  /// kernel, or `most`, allows no more. The watch begins before this returns.
+  bool add(int folder, const std::string& path, const std::string& touches = {});
+  /// Reads what has happened, a good piece at a time. False when the kernel lost some of it: anything may have been
+  /// touched. `isRoot` tells for which paths it matters that they themselves went.
+  bool read(WalkScope& touched, const std::function<bool(const std::string&)>& isRoot);
+
+ private:
+  struct Watched {
+    std::vector<std::string> paths;
+    std::string touches;
+  };
+  void hear(const inotify_event& event, WalkScope& touched, const std::function<bool(const std::string&)>& isRoot);
+  void forgetPath(const std::string& path);
+  void forgetAllIn(const std::string& path);
+
+  std::size_t most_;
+  FileDescriptor inotify_;
+  std::unordered_map<int, Watched> watched_;
+  std::map<std::string, int> byPath_;
+};
+
+}  // namespace tlx::photolibrary
