@@ -1,0 +1,44 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include <gio/gio.h>
+
+#include "adapters/camera/GlibLoop.h"
+
+namespace tlx::camera {
+
+/// The desktop's service org.freedesktop.portal.Camera, by which a program that is locked in reaches the cameras: it
+/// asks the person itself, remembers what they said, and hands out a connection. On the loop's thread.
+class CameraPortal {
+ public:
+  /// Whether this program is locked in, so that the service and not the devices' own rights decide. Any thread.
+  static bool isNeeded();
+
+  /// `file` is a connection to the cameras, the taker's to close; -1 when access is refused or the service does not
+  /// answer.
+  using Answer = std::function<void(int file)>;
+
+  /// `address` of the bus; empty for the person's own.
+  explicit CameraPortal(std::string address = {}) : address_(std::move(address)) {}
+  ~CameraPortal();
+  CameraPortal(const CameraPortal&) = delete;
+  CameraPortal& operator=(const CameraPortal&) = delete;
+
+  /// One at a time.
+  void ask(Answer answer);
+
+ private:
+  bool connect();
+  void responded(guint32 response);
+  int openRemote();
+  void end(int file);
+
+  const std::string address_;
+  GDBusConnection* bus_ = nullptr;
+  guint subscription_ = 0;
+  Answer answer_;
+};
+
+}  // namespace tlx::camera
