@@ -165,7 +165,7 @@ HttpThread::~HttpThread() {
 
 std::optional<NSError> HttpThread::exchange(const HttpRequest& request, const Credentials& credentials,
                                             HttpReceiver& receiver) {
-  const QUrl url = QUrl::fromEncoded(QByteArray::fromStdString(request.url));
+  const QUrl url = QUrl::fromEncoded(QByteArray::fromStdString(request.url + request.query));
   const std::string server = url.authority(QUrl::FullyEncoded).toStdString();
   if (!receiver.wanted()) return cloudError(CloudErrorCancelled, "The transfer was cancelled.");
   QNetworkRequest asked(url);

@@ -17,7 +17,8 @@ namespace tlx::photolibrary {
 
 struct HttpRequest {
   std::string verb = "GET";
-  std::string url;  ///< escaped
+  std::string url;    ///< escaped
+  std::string query;  ///< to follow it, with its question mark
   std::vector<std::pair<std::string, std::string>> headers;
   std::string body;
 };

@@ -48,7 +48,8 @@ OriginalCache::OriginalCache(std::string folder, std::int64_t bound) : folder_(s
 std::string OriginalCache::find(const std::string& name, std::int64_t bytes) const {
   std::string path = pathOf(name);
   struct stat status {};
-  const bool whole = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == bytes;
+  const bool whole =
+      ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && (bytes == kAnySize || status.st_size == bytes);
   return whole ? path : std::string();
 }
 

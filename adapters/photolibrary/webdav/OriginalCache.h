@@ -23,6 +23,7 @@ class OriginalCache {
  public:
   OriginalCache(std::string folder, std::int64_t bound);
 
+  static constexpr std::int64_t kAnySize = -1;
   /// The path of a whole copy of that many bytes; empty when there is none.
   std::string find(const std::string& name, std::int64_t bytes) const;
   /// The same, held until its owner is let go, and used now.

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "adapters/photolibrary/webdav/CollectionWalk.h"
-#include "adapters/photolibrary/webdav/OriginalDownload.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -30,14 +29,17 @@ WebDavSource::WebDavSource(const CloudAddress& address, const Settings& settings
     : roots_{address.text()},
       log_(log),
       server_(address, settings.credentials, settings.patience),
-      originals_(settings.cacheFolder + "/originals", settings.originalBytes) {}
+      originals_(settings.cacheFolder + "/originals", settings.originalBytes),
+      previewFiles_(settings.cacheFolder + "/previews", settings.previewBytes),
+      previews_(server_, previewFiles_) {}
 
 std::uint64_t WebDavSource::fileSystem() const {
   return versionOf(server_.address().credentials.user + "@" + roots_[0], 0);
 }
 
-std::string WebDavSource::remotePath(const Item& item, const Folder& folder) const {
-  return itemPath(item, folder).substr(server_.address().server.size());
+RemoteFile WebDavSource::remoteFile(const Item& item, const Folder& folder) const {
+  return {itemPath(item, folder).substr(server_.address().server.size()), copyName(item), item.facts.bytes,
+          static_cast<std::uint64_t>(item.facts.key.born)};
 }
 
 WalkOutcome WebDavSource::walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) {
@@ -67,9 +69,12 @@ std::string WebDavSource::originalPath(const Item& item, const Folder&) const {
 
 std::variant<Original, NSError> WebDavSource::fetchOriginal(const Item& item, const Folder& folder,
                                                             const ItemStore::FetchOptions& options) {
-  const RemoteFile file{remotePath(item, folder), copyName(item), item.facts.bytes,
-                        static_cast<std::uint64_t>(item.facts.key.born)};
-  return downloadOriginal(server_, originals_, file, options);
+  return downloadOriginal(server_, originals_, remoteFile(item, folder), options);
+}
+
+std::optional<Preview> WebDavSource::fetchPreview(const Item& item, const Folder& folder, int pixels,
+                                                  const std::function<bool()>& cancelled) {
+  return previews_.fetch(remoteFile(item, folder), item.facts.format, pixels, cancelled);
 }
 
 }  // namespace tlx::photolibrary

@@ -14,6 +14,8 @@
 #include "adapters/photolibrary/webdav/CloudAddress.h"
 #include "adapters/photolibrary/webdav/CredentialSource.h"
 #include "adapters/photolibrary/webdav/OriginalCache.h"
+#include "adapters/photolibrary/webdav/OriginalDownload.h"
+#include "adapters/photolibrary/webdav/Previews.h"
 #include "adapters/photolibrary/webdav/Server.h"
 
 namespace tlx::photolibrary {
@@ -45,15 +47,18 @@ class WebDavSource final : public Source {
   std::string originalPath(const Item& item, const Folder& folder) const override;
   std::variant<Original, NSError> fetchOriginal(const Item& item, const Folder& folder,
                                                 const ItemStore::FetchOptions& options) override;
+  std::optional<Preview> fetchPreview(const Item& item, const Folder& folder, int pixels,
+                                      const std::function<bool()>& cancelled) override;
 
  private:
   std::uint64_t fileSystem() const;
-  std::string remotePath(const Item& item, const Folder& folder) const;
+  RemoteFile remoteFile(const Item& item, const Folder& folder) const;
 
   const std::vector<std::string> roots_;
   SystemLogPort& log_;  // unretained: outlives the source by contract
   Server server_;
-  const OriginalCache originals_;
+  const OriginalCache originals_, previewFiles_;
+  Previews previews_;
   std::atomic<bool> readable_{true}, listedWhole_{false};
   std::string told_;  ///< the walk's: the last reason the log knows
 };
