@@ -57,9 +57,9 @@ pid_t spawn(const std::vector<std::string>& words, const std::vector<std::string
   return process;
 }
 
-void end(pid_t& process) {
+void end(pid_t& process, int signal) {
   if (process <= 0) return;
-  ::kill(process, SIGKILL);
+  ::kill(process, signal);
   ::waitpid(process, nullptr, 0);
   process = -1;
 }
@@ -85,7 +85,8 @@ void Nginx::writeConfiguration() const {
   users << options_.user << ":{PLAIN}" << options_.password << '\n';
   std::ofstream out(scratch_ / "nginx.conf");
   const std::string own = scratch_.string();
-  out << "load_module " << kDavModule << ";\ndaemon off; master_process off; pid " << own << "/pid; error_log " << own
+  out << "load_module " << kDavModule << ";\n"
+      << (::geteuid() == 0 ? "user root;" : "") << "daemon off; pid " << own << "/pid; error_log " << own
       << "/errors;\nevents { worker_connections 256; }\nhttp {\n  log_format short '$request_method $uri $status "
       << "$body_bytes_sent $http_range'; access_log " << own << "/requests short;\n";
   for (const char* const each : {"client_body", "proxy", "fastcgi", "uwsgi", "scgi"}) {
@@ -111,7 +112,7 @@ void Nginx::start() {
 }
 
 void Nginx::kill() {
-  end(process_);
+  end(process_, SIGTERM);  // drops what it is doing, and takes its worker with it
 }
 
 void Nginx::setRate(std::int64_t bytesPerSecond) {
@@ -154,7 +155,7 @@ Rclone::Rclone(const std::filesystem::path& root, const std::filesystem::path& s
 }
 
 Rclone::~Rclone() {
-  end(process_);
+  end(process_, SIGKILL);
 }
 
 void ScriptedServer::Connection::send(const std::string& bytes) const {

@@ -46,7 +46,7 @@ void Cloud::reopen() {
   auto options = folder_.options();
   options.preauthorised = true;
   std::vector<std::unique_ptr<Source>> sources;
-  if (!folders_.empty()) sources.push_back(std::make_unique<FolderSource>(folders_));
+  if (!folders_.empty()) sources.push_back(std::make_unique<FolderSource>(folders_, log_));
   sources.push_back(std::make_unique<WebDavSource>(std::get<CloudAddress>(parseCloudAddress(url_)), settings_, log_));
   library_ = std::make_unique<PhotoLibrary>(options, std::make_unique<SourceSet>(std::move(sources)), log_);
   library_->waitUntilScanned();

@@ -236,7 +236,7 @@ TEST(CloudFaults, AreToldApart) {
        [&](auto& c, auto&) {
          c.send(answer("206 Partial Content", tag + "Content-Range: bytes 10-999/1000\r\n", photo));
        }},
-      {"no HTTP", CloudErrorServer, [&](auto& c, auto&) { c.send("220 mail.example ESMTP\r\n\r\n"); }},
+      {"no HTTP", CloudErrorConnectionLost, [&](auto& c, auto&) { c.send("220 mail.example ESMTP\r\n\r\n"); }},
       {"a door slammed", CloudErrorConnectionLost, [&](auto&, auto&) {}},
       {"silence", CloudErrorTimedOut, [&](auto& c, auto&) { c.stall(); }},
       {"silence half way", CloudErrorTimedOut,
