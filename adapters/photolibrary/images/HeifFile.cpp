@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
+#include "adapters/photolibrary/images/HeifReferences.h"
 #include "adapters/photolibrary/images/PhotoHeader.h"
 
 namespace tlx::photolibrary {
@@ -14,6 +16,10 @@ constexpr int maxSide = 65535;
 }  // namespace
 
 HeifFile::HeifFile(FileBytes& file) : file_(file), context_(heif_context_alloc()) {
+  if (auto wrong = wrongReferences(file)) {
+    error_ = std::move(*wrong);
+    return;
+  }
   reader_.reader_api_version = 1;
   reader_.get_position = &HeifFile::position;
   reader_.read = &HeifFile::read;

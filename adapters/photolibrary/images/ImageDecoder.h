@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "tlx/platform/coregraphics/CGGeometry.h"
@@ -25,9 +26,15 @@ class ImageDecoder {
   };
 
   /// More pixels than this are refused: decoders that hand over rows need memory for a few of them only, the others for
-  /// the whole picture.
+  /// the whole picture. A row must fit as well.
   static constexpr std::int64_t maxStreamedPixels = std::int64_t{1} << 30;
   static constexpr std::int64_t maxHeldPixels = 400'000'000;
+  static constexpr std::int32_t maxSide = 1 << 18;
+  /// Of held pictures: larger ones are decoded one at a time, must have come from a file of some size, and only where
+  /// the machine has the memory.
+  static constexpr std::int64_t largePixels = 64'000'000;
+  static constexpr std::int64_t maxPixelsOfAByte = 4096;
+  static constexpr std::int64_t maxPieceBytes = std::int64_t{2} << 30;
 
   /// `store` outlives the decoder.
   explicit ImageDecoder(PixelStore& store);
@@ -44,6 +51,8 @@ class ImageDecoder {
 
  private:
   Picture decodePhoto(FileBytes& file, MediaFormat format, const Request& request);
+  /// Why the photo is not even tried.
+  static std::optional<NSError> refusal(const PhotoHeader& header, std::int64_t fileBytes);
 
   PixelStore& store_;
   ColorTransforms transforms_;

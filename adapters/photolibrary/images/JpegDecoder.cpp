@@ -47,7 +47,7 @@ Crop middleOfShape(PixelSize size, PixelSize shape) {
 }  // namespace
 
 Picture decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result, DecodeContext context) {
-  JpegReader reader(file);
+  JpegReader reader(file, context.strict, context.cancelled);
   if (!reader.readHeader()) return damaged(reader);
   // Print colours, and profiles for other than RGB, are converted by the library that knows them all.
   if (!reader.isRgbOrGrey() || (!profile.empty() && reader.isGrey())) {
@@ -56,7 +56,9 @@ Picture decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, Pi
   if (context.strict && !reader.canHoldItsSize(file.size())) return damaged(reader);
 
   const PixelSize stored = header.swapsSides() ? result.turned() : result;
-  if (!reader.start(stored)) return damaged(reader);
+  if (!reader.start(stored)) {
+    return context.isCancelled() ? libraryError(PhotoLibraryErrorCancelled, "cancelled") : damaged(reader);
+  }
   const PixelSize scaled = reader.scaledSize();
   auto builder = PictureBuilder::start(context.store,
                                        {scaled, stored, header.turn, true, context.transforms.fromProfile(profile)});

@@ -8,12 +8,18 @@ namespace tlx::photolibrary {
 namespace {
 
 constexpr std::size_t bufferSize = 128 * 1024;
-constexpr int maxScans = 500;  // real files have about ten; each costs a pass over the whole picture
+// Real files have about ten scans; each costs a pass over the whole picture, so that large ones get fewer.
+constexpr int maxScans = 500, maxScansOfLarge = 64;
+constexpr std::int64_t largePixels = 16'000'000;
 constexpr JOCTET endOfImage[2] = {0xff, JPEG_EOI};
 
 }  // namespace
 
-JpegReader::JpegReader(FileBytes& file) : JpegReader(&file, file.window()) {}
+JpegReader::JpegReader(FileBytes& file, bool strict, const std::atomic<bool>* cancelled)
+    : JpegReader(&file, file.window()) {
+  strict_ = strict;
+  cancelled_ = cancelled;
+}
 
 JpegReader::JpegReader(Bytes bytes) : JpegReader(nullptr, bytes) {}
 
@@ -34,7 +40,7 @@ JpegReader::JpegReader(FileBytes* file, Bytes first) : file_(file), offset_(firs
   source_.base.next_input_byte = first.data();
   source_.base.bytes_in_buffer = first.size();
   jpeg_.src = &source_.base;
-  progress_.progress_monitor = &JpegReader::countScan;
+  progress_.progress_monitor = &JpegReader::watch;
   jpeg_.progress = &progress_;
 }
 
@@ -60,18 +66,25 @@ void JpegReader::notice(j_common_ptr jpeg, int level) {
       break;
     case JWRN_EXTRANEOUS_DATA:
       // Padding between header segments is common and harmless; between scans it is lost data.
-      if (reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number > 0) errors->reader->damaged_ = true;
+      if (reinterpret_cast<j_decompress_ptr>(jpeg)->input_scan_number > 0) errors->reader->damage(jpeg);
       break;
     default:
-      errors->reader->damaged_ = true;
+      errors->reader->damage(jpeg);
   }
 }
 
-void JpegReader::countScan(j_common_ptr jpeg) {
-  auto* decompress = reinterpret_cast<j_decompress_ptr>(jpeg);
-  if (decompress->input_scan_number <= maxScans) return;
+void JpegReader::damage(j_common_ptr jpeg) {
+  damaged_ = true;
+  if (strict_) fail(jpeg);
+}
+
+void JpegReader::watch(j_common_ptr jpeg) {
   auto* errors = reinterpret_cast<Errors*>(jpeg->err);
-  errors->reader->error_ = "more scans than any picture needs";
+  const JpegReader& reader = *errors->reader;
+  const int most = reader.size().pixels() > largePixels ? maxScansOfLarge : maxScans;
+  const bool cancelled = reader.cancelled_ && reader.cancelled_->load(std::memory_order_relaxed);
+  if (!cancelled && reader.jpeg_.input_scan_number <= most) return;
+  errors->reader->error_ = cancelled ? "cancelled" : "more scans than any picture needs";
   std::longjmp(errors->jump, 1);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <csetjmp>
 #include <cstddef>
 #include <cstdint>
@@ -18,7 +19,8 @@ namespace tlx::photolibrary {
 /// method answers false on failure, and the object is then of no more use. One thread.
 class JpegReader {
  public:
-  explicit JpegReader(FileBytes& file);
+  /// `strict` readers fail at the first sign of damage; others go on as far as they can. `cancelled` may be nothing.
+  explicit JpegReader(FileBytes& file, bool strict = false, const std::atomic<bool>* cancelled = nullptr);
   /// `bytes` outlive the object.
   explicit JpegReader(Bytes bytes);
   ~JpegReader();
@@ -57,7 +59,8 @@ class JpegReader {
   JpegReader(FileBytes* file, Bytes first);
   static void fail(j_common_ptr jpeg);
   static void notice(j_common_ptr jpeg, int level);
-  static void countScan(j_common_ptr jpeg);
+  void damage(j_common_ptr jpeg);
+  static void watch(j_common_ptr jpeg);
   static boolean fill(j_decompress_ptr jpeg);
   static void skip(j_decompress_ptr jpeg, long count);
   bool refill();
@@ -70,7 +73,8 @@ class JpegReader {
   std::uint64_t offset_;
   std::vector<std::uint8_t> buffer_;
   std::string error_;
-  bool damaged_ = false, ended_ = false;
+  bool damaged_ = false, ended_ = false, strict_ = false;
+  const std::atomic<bool>* cancelled_ = nullptr;
 };
 
 }  // namespace tlx::photolibrary

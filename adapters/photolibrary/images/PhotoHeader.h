@@ -21,6 +21,8 @@ struct PhotoHeader {
   std::int32_t turn = 1;
   /// Whether a decoder can hand the rows over one after the other, without keeping the whole picture.
   bool streams = true;
+  /// Of a TIFF, the bytes of its largest piece, which a decoder keeps whole; 0 for the others.
+  std::int64_t pieceBytes = 0;
   PhotoFacts facts;
 
   bool swapsSides() const { return turn >= 5; }

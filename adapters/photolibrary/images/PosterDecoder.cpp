@@ -17,7 +17,8 @@ extern "C" {
 namespace tlx::photolibrary {
 namespace {
 
-constexpr int maxPackets = 2000;                 // to read in search of one frame
+constexpr int maxPackets = 2000;                                // to read in search of one frame
+constexpr std::int64_t maxFramePixels = std::int64_t{1} << 27;  // 16K; decoders keep several frames
 constexpr double places[] = {0, 0.1, 0.3, 0.5};  // of the duration, where a frame that is not black is looked for
 
 struct Release {
@@ -39,7 +40,7 @@ Codec openCodec(const AVStream& stream) {
   Codec codec(avcodec_alloc_context3(found));
   if (!codec || avcodec_parameters_to_context(codec.get(), stream.codecpar) < 0) return nullptr;
   codec->thread_count = 1;
-  codec->max_pixels = ImageDecoder::maxHeldPixels;
+  codec->max_pixels = maxFramePixels;
   codec->skip_frame = AVDISCARD_NONKEY;
   if (avcodec_open2(codec.get(), found, nullptr) < 0) return nullptr;
   return codec;

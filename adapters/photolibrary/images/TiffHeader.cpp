@@ -15,6 +15,11 @@ std::string_view textField(TIFF* tiff, std::uint32_t tag) {
   return TIFFGetField(tiff, tag, &text) == 1 && text ? std::string_view(text) : std::string_view();
 }
 
+std::int64_t saturated(std::uint64_t bytes, std::uint64_t count) {
+  constexpr std::uint64_t most = std::uint64_t{1} << 48;
+  return static_cast<std::int64_t>(bytes > most / std::max<std::uint64_t>(count, 1) ? most : bytes * count);
+}
+
 }  // namespace
 
 void readTiffHeader(FileBytes& file, PhotoHeader& header) {
@@ -30,6 +35,15 @@ void readTiffHeader(FileBytes& file, PhotoHeader& header) {
   TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
   header.width = static_cast<std::int32_t>(std::min<std::uint32_t>(width, INT32_MAX));
   header.height = static_cast<std::int32_t>(std::min<std::uint32_t>(height, INT32_MAX));
+
+  std::uint32_t tileWidth = 0;
+  if (TIFFIsTiled(tiff) && TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &tileWidth) == 1 && tileWidth > 0) {
+    // A row of tiles is decoded before its first pixel is handed on.
+    const std::uint64_t across = (std::uint64_t{width} + tileWidth - 1) / tileWidth;
+    header.pieceBytes = saturated(TIFFTileSize64(tiff), across);
+  } else {
+    header.pieceBytes = saturated(TIFFStripSize64(tiff), 1);
+  }
 
   PhotoFacts& facts = header.facts;
   std::uint16_t turn = 1;

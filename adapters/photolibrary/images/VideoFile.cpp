@@ -88,6 +88,8 @@ VideoFile::VideoFile(FileBytes& file, MediaFormat format) : file_(file), allowan
   context_->pb = io_;
   context_->flags |= AVFMT_FLAG_CUSTOM_IO;
   context_->max_streams = 64;
+  // A file that names others gets none of them.
+  context_->io_open = [](AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) { return AVERROR(EPERM); };
   if (avformat_open_input(&context_, nullptr, demuxer, nullptr) < 0) {
     context_ = nullptr;
     return;

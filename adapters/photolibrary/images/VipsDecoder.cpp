@@ -40,6 +40,32 @@ std::string takeMessage() {
   return text.empty() ? "cannot be decoded" : text;
 }
 
+/// Opens the file with the loader of its own format and no other: the library knows some that read other files, run
+/// other programs or were never meant for what strangers send.
+VipsImage* load(VipsSource* source, MediaFormat format, VipsFailOn failOn) {
+  const auto with = [&](auto loader) -> VipsImage* {
+    VipsImage* image = nullptr;
+    const int failed = loader(source, &image, "access", VIPS_ACCESS_SEQUENTIAL, "fail_on", failOn, nullptr);
+    return failed == 0 ? image : nullptr;
+  };
+  switch (format) {
+    case MediaFormat::Jpeg:
+      return with(vips_jpegload_source);
+    case MediaFormat::Png:
+      return with(vips_pngload_source);
+    case MediaFormat::WebP:
+      return with(vips_webpload_source);
+    case MediaFormat::Gif:
+      return with(vips_gifload_source);
+    case MediaFormat::Tiff:
+      return with(vips_tiffload_source);
+    case MediaFormat::JpegXl:
+      return with(vips_jxlload_source);
+    default:
+      return nullptr;
+  }
+}
+
 /// A file's bytes as a source that reads by position and never maps the file: a file cut short while it is read must
 /// show as an error.
 class FileSource {
@@ -86,9 +112,10 @@ void expand(const VipsPel* from, int bands, std::vector<std::uint8_t>& rgba) {
 /// Evaluates the image from the top on the calling thread, some rows at a time. False when it cannot be, or no more
 /// is wanted.
 bool takeRows(VipsImage* image, PictureBuilder& builder, const DecodeContext& context) {
-  static constexpr int rowsAtOnce = 64;
+  static constexpr int pixelsAtOnce = 1 << 22;
   const std::unique_ptr<VipsRegion, Release> region(vips_region_new(image));
   const int width = vips_image_get_width(image), height = vips_image_get_height(image);
+  const int rowsAtOnce = std::clamp(pixelsAtOnce / width, 1, 64);
   std::vector<std::uint8_t> row(static_cast<std::size_t>(width) * 4);
   for (int top = 0; top < height; top += rowsAtOnce) {
     const VipsRect area{0, top, width, std::min(rowsAtOnce, height - top)};
@@ -144,8 +171,7 @@ Picture decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize res
   if (!startVips()) return libraryError(PhotoLibraryErrorUnsupported, "libvips does not start");
   const PixelSize stored = header.swapsSides() ? result.turned() : result;
   const FileSource source(file);
-  ImageRef image(vips_image_new_from_source(source.get(), "", "access", VIPS_ACCESS_SEQUENTIAL, "fail_on",
-                                            context.strict ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE, nullptr));
+  ImageRef image(load(source.get(), header.format, context.strict ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE));
   if (!image) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
   const PixelSize size{vips_image_get_width(image.get()), vips_image_get_height(image.get())};
   if (size != PixelSize{header.width, header.height}) {
