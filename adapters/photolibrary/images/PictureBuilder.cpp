@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "adapters/photolibrary/images/LibraryError.h"
+
 namespace tlx::photolibrary {
 namespace {
 
@@ -26,6 +28,10 @@ void unpremultiply(std::uint8_t* rgba, std::size_t pixels) {
 }  // namespace
 
 std::variant<std::unique_ptr<PictureBuilder>, NSError> PictureBuilder::start(PixelStore& store, const Plan& plan) {
+  const PixelSize size = plan.result;
+  if (size.width < 1 || size.height < 1 || size.width > plan.rows.width || size.height > plan.rows.height) {
+    return libraryError(PhotoLibraryErrorDamaged, "its sizes contradict one another");
+  }
   auto room = store.reserve(static_cast<std::size_t>(plan.result.pixels()) * CGImage::bytesPerPixel);
   if (const NSError* error = std::get_if<NSError>(&room)) return *error;
   return std::unique_ptr<PictureBuilder>(new PictureBuilder(plan, std::get<0>(std::move(room))));

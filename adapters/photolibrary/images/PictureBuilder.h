@@ -43,6 +43,8 @@ class PictureBuilder {
     std::shared_ptr<const ColorTransform> transform;  ///< nothing for sRGB
   };
 
+  /// An error where there is no room, or the plan is for no picture: a side without length, or a longer one than
+  /// decoded.
   static std::variant<std::unique_ptr<PictureBuilder>, NSError> start(PixelStore& store, const Plan& plan);
 
   /// The next row, colour not premultiplied. The row is written to.
