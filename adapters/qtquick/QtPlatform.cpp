@@ -10,9 +10,10 @@ namespace tlx::qtquick {
 
 QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
                        ReachabilityPort& reachability, SystemLogPort& log, CameraPort* camera)
-    : application_(window) {
+    : application_(window, appearance_) {
   // A static library's types register themselves only when something refers to them.
   qml_register_types_TLX_MediaPicker();
+  appearance_.giveTo(engine_);
   engine_.addImportPath(QStringLiteral("qrc:/tlx/mediapicker"));
   scenes_ = std::make_unique<QtScenes>(engine_);
   presentation_ = std::make_unique<QtPresentation>(engine_);

@@ -6,6 +6,7 @@
 
 #include "adapters/qtquick/loop/QtLoop.h"
 #include "adapters/qtquick/scenes/QtScenes.h"
+#include "adapters/qtquick/window/Appearance.h"
 #include "adapters/qtquick/window/KeyRouter.h"
 #include "adapters/qtquick/window/QtApplication.h"
 #include "adapters/qtquick/window/QtPresentation.h"
@@ -51,12 +52,14 @@ class QtPlatform {
   ~QtPlatform();
 
   QtWindow& window() { return *window_; }
+  Appearance& appearance() { return appearance_; }
   QtApplication& application() { return application_; }
   QtPresentation& presentation() { return *presentation_; }
   QtScenes& scenes() { return *scenes_; }
   QQmlEngine& engine() { return engine_; }
 
  private:
+  Appearance appearance_;
   QQmlEngine engine_;
   QtApplication application_;
   QtText text_;

@@ -62,14 +62,19 @@ bool PickerWindow::openSettings() {
                 named(chosen)};
   settings_ = std::make_unique<qtquick::QtSettingsPage>(
       parts_.platform.window(), parts_.platform.engine(), content,
-      [this](std::size_t, bool on) { setPhotosAllowed(on); }, [this] { settings_.reset(); });
+      [this](std::size_t, bool on) { setPhotosAllowed(on); },
+      [this, before = parts_.library.authorizationStatus()] { closeSettings(before); });
   return true;
 }
 
 void PickerWindow::setPhotosAllowed(bool allowed) {
   question_.reset();
   parts_.library.setPhotosAllowed(allowed);
-  if (!parts_.arguments.folders.empty()) return;  // what was named is readable or not, whatever is allowed
+}
+
+void PickerWindow::closeSettings(PHAuthorizationStatus before) {
+  settings_.reset();
+  if (parts_.library.authorizationStatus() == before) return;
   parts_.library.waitUntilOpened();
   open();
 }

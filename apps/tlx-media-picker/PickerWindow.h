@@ -40,6 +40,9 @@ class PickerWindow final : public QObject {
   void ask(const std::string& host, photolibrary::PhotoConsent::Answer answer);
   bool openSettings();
   void setPhotosAllowed(bool allowed);
+  /// A picker learns its access when it is made, so another takes its place when the person left the page with another
+  /// decision than `before`. Who comes back to the same keeps picker and picks.
+  void closeSettings(PHAuthorizationStatus before);
 
   const Parts parts_;
   const std::string host_;

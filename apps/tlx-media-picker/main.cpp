@@ -13,6 +13,7 @@
 
 #include "tlx/picker/TLXMediaPickerController.h"
 #include "tlx/platform/foundation/SystemLog.h"
+#include "tlx/views/MediaCollectionViewController.h"
 
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
@@ -38,6 +39,8 @@ using namespace tlx;
 using namespace tlx::program;
 
 constexpr char kHost[] = "tlx-media-picker";
+/// What the grid asks of a thumbnail, in points.
+constexpr double kThumbnailSide = 130;
 
 class StandardErrorLog final : public SystemLogPort {
  public:
@@ -127,6 +130,13 @@ int run(int argc, char** argv, const Arguments& arguments) {
   window.setTitle(QStringLiteral("Photos"));
   window.setMinimumSize({320, 480});
   window.resize(static_cast<int>(arguments.windowWidth), static_cast<int>(arguments.windowHeight));
+
+  // The grid asks for the same small pictures whatever its cells' size. Each frame tells anew, so that they stay sharp
+  // when the window comes to another screen.
+  QObject::connect(&window, &QQuickWindow::afterAnimating, &window, [&] {
+    const double enlarged = std::max(1.0, sizeCollectionViewCell.width / kThumbnailSide);
+    images.setScreenScale(window.effectiveDevicePixelRatio() * enlarged);
+  });
 
   qtquick::QtPlatform platform(loops, window, library, telling, reachability, log);
   Session session(arguments, library, output.get());

@@ -29,7 +29,7 @@ class Window : public test::ProgramTest {
   void SetUp() override {
     display_ = std::make_unique<test::Display>(top_ / "screen");
     if (!display_->error().empty()) GTEST_SKIP() << display_->error();
-    environment = {"DISPLAY=" + display_->name(), "QT_QPA_PLATFORM=xcb"};
+    environment = {"DISPLAY=" + display_->name(), "QT_QPA_PLATFORM=xcb", "TLX_APPEARANCE=light"};
   }
   void TearDown() override {
     if (process_ < 0) return;
@@ -70,12 +70,15 @@ class Window : public test::ProgramTest {
 /// Where things are in a window of 1024 x 720 at the screen's corner, as a person sees them.
 namespace place {
 constexpr int kTitleX = 512, kDoneX = 984, kBarY = 30;
-/// The cell of the first row, counted from the left.
+/// Well within the cell of the first row, counted from the left; and the edge of it, which has a frame when picked.
 Frame::Area cell(int column) {
-  return {column * 1024 / 5 + column * 8 + 8, 130, 150, 100};
+  return {26 + column * 399 / 2 + 12, 130, 150, 100};
+}
+Frame::Area edge(int column) {
+  return {26 + column * 399 / 2, 130, 6, 100};
 }
 /// Between the rows of photos: the ground, unless something lies over it.
-constexpr Frame::Area kGap = {0, 242, 1024, 16};
+constexpr Frame::Area kGap = {0, 266, 1024, 16};
 constexpr Frame::Area kBanner = {40, 6, 200, 12};
 /// The list's second row: where its cover is, and where nothing is.
 constexpr Frame::Area kSecondCover = {220, 150, 50, 45}, kSecondRow = {500, 150, 240, 40};
@@ -90,7 +93,7 @@ bool isPhoto(const Frame& frame, const Frame::Area& area) {
   return frame.variety(area) > 12;
 }
 bool isPicked(const Frame& frame, int column) {
-  return frame.count(place::cell(column), kAccent) > 300;
+  return frame.count(place::edge(column), kAccent) > 300;
 }
 
 TEST_F(Window, PicksByMouseFromAnotherAlbumUpToTheLimit) {

@@ -186,6 +186,26 @@ void MediaCollectionViewController::scrollViewDidScroll(UIScrollView& scrollView
   updateCachedAssets();
 }
 
+Identifier MediaCollectionViewController::modelIdentifierForElementAtIndexPath_inView(const NSIndexPath& indexPath,
+                                                                                      const UIView& view) const {
+  const auto model =
+      albumModel ? albumModel->getMediaModelAtIndex(static_cast<std::uint64_t>(indexPath.item)) : nullptr;
+  return model ? model->getMediaIdentifier() : Identifier();
+}
+
+std::optional<NSIndexPath> MediaCollectionViewController::indexPathForElementWithModelIdentifier_inView(
+    const Identifier& identifier, const UIView& view) const {
+  if (!albumModel) return std::nullopt;
+  std::int64_t item = 0;
+  const bool none = albumModel->visitMediaModels([&](const MediaModel& model) {
+    if (model.getMediaIdentifier() == identifier) return false;
+    ++item;
+    return true;
+  });
+  if (none) return std::nullopt;
+  return NSIndexPath{0, item};
+}
+
 const std::shared_ptr<PHCachingImageManager>& MediaCollectionViewController::imageManager() {
   if (!imageManager_) imageManager_ = std::make_shared<PHCachingImageManager>();
   return imageManager_;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "tlx/platform/photos/PHImageManager.h"
 #include "tlx/platform/uikit/UIButton.h"
 #include "tlx/platform/uikit/UICollectionView.h"
+#include "tlx/platform/uikit/UIDataSourceModelAssociation.h"
 #include "tlx/views/MediaCollectionViewDelegate.h"
 
 namespace tlx {
@@ -27,7 +29,9 @@ extern CGSize AssetGridThumbnailSize;
 
 /// The items of one album as a grid of square thumbnails, with a camera button above and the count below. The marks
 /// live in the records and in the photo manager, never in the cells. Main thread only.
-class MediaCollectionViewController : public UICollectionViewController, public MediaPickerBroadcastProtocol {
+class MediaCollectionViewController : public UICollectionViewController,
+                                      public UIDataSourceModelAssociation,
+                                      public MediaPickerBroadcastProtocol {
  public:
   static const Class& classObject();
 
@@ -61,6 +65,11 @@ class MediaCollectionViewController : public UICollectionViewController, public 
   /// A tap on an item whose record is gone already does nothing.
   void collectionView_didSelectItemAtIndexPath(UICollectionView& collectionView, const NSIndexPath& indexPath) override;
   void scrollViewDidScroll(UIScrollView& scrollView) override;
+  /// By the assets' local identifiers.
+  Identifier modelIdentifierForElementAtIndexPath_inView(const NSIndexPath& indexPath,
+                                                         const UIView& view) const override;
+  std::optional<NSIndexPath> indexPathForElementWithModelIdentifier_inView(const Identifier& identifier,
+                                                                           const UIView& view) const override;
 
   // Preheating: thumbnails in a band around what is visible are asked for before they are needed.
 

@@ -52,16 +52,16 @@ void arrow(QPainter& painter) {
 
 void overlay(QPainter& painter) {
   painter.fillRect(QRectF(0, 0, 130, 130), QColor(10, 70, 74, 92));
-  painter.setPen(QPen(kAccent, 6));
-  painter.drawRect(QRectF(3, 3, 124, 124));
-  const QPointF centre(104, 104);
+  painter.setPen(QPen(kAccent, 5));
+  painter.drawRect(QRectF(2.5, 2.5, 125, 125));
+  const QPointF centre(106, 106);
   painter.setPen(Qt::NoPen);
   painter.setBrush(Qt::white);
-  painter.drawEllipse(centre, 18, 18);
-  painter.setBrush(kAccent);
-  painter.drawEllipse(centre, 15.4, 15.4);
-  painter.setPen(roundPen(Qt::white, 3.6));
-  painter.drawPolyline(QPolygonF({centre + QPointF(-6.6, 0.4), centre + QPointF(-2, 5.2), centre + QPointF(7, -4.8)}));
+  painter.drawEllipse(centre, 16, 16);
+  painter.setBrush(kAccentInk);
+  painter.drawEllipse(centre, 13.6, 13.6);
+  painter.setPen(roundPen(Qt::white, 3.4));
+  painter.drawPolyline(QPolygonF({centre + QPointF(-6, 0.4), centre + QPointF(-1.8, 4.8), centre + QPointF(6.4, -4.4)}));
 }
 
 void empty(QPainter& painter) {

@@ -6,10 +6,18 @@ FocusScope {
     property string title
     property string message
     property var actions: []
+    /// Which of them has the keyboard at first; none for −1, until Tab or an arrow goes to the first.
+    property int firstFocus: actions.length - 1
     signal chosen(int index)
 
     Accessible.role: Accessible.AlertMessage
     Accessible.name: title === "" ? message : title + "\n" + message
+
+    Keys.onPressed: event => {
+        const inward = [Qt.Key_Tab, Qt.Key_Backtab, Qt.Key_Left, Qt.Key_Right, Qt.Key_Up, Qt.Key_Down]
+        event.accepted = firstFocus < 0 && inward.includes(event.key)
+        if (event.accepted) choices.itemAt(event.key === Qt.Key_Backtab ? choices.count - 1 : 0).forceActiveFocus(Qt.TabFocusReason)
+    }
 
     Rectangle {
         anchors.fill: parent
@@ -58,6 +66,7 @@ FocusScope {
             anchors { bottom: parent.bottom; left: parent.left; right: parent.right }
             columns: box.stacked ? 1 : alert.actions.length
             Repeater {
+                id: choices
                 model: alert.actions
                 Rectangle {
                     id: choice
@@ -66,7 +75,7 @@ FocusScope {
                     width: box.stacked ? box.width : box.width / Math.max(1, alert.actions.length)
                     height: 46
                     color: "transparent"
-                    focus: index === alert.actions.length - 1
+                    focus: index === alert.firstFocus
                     activeFocusOnTab: true
                     Accessible.role: Accessible.Button
                     Accessible.name: modelData.title

@@ -6,6 +6,7 @@ ButtonView {
     property color ground: "transparent"
     property real radius: 8
     property string spokenName: shownTitle
+    property color mark: ground === Theme.accent ? Theme.inkOnAccent : Theme.focus
     color: Theme.accentInk
     mirrorsSubviews: Theme.mirrored
 
@@ -28,10 +29,12 @@ ButtonView {
         }
     }
     Rectangle {
-        anchors { fill: parent; margins: -2 }
-        radius: (button.cornerRadius > 0 ? button.cornerRadius : button.radius) + 2
+        // Within what clips its content there is room for a mark only inside.
+        readonly property int outside: button.clip ? -3 : 2
+        anchors { fill: parent; margins: -outside }
+        radius: (button.cornerRadius > 0 ? button.cornerRadius : button.radius) + outside
         color: "transparent"
-        border { width: 2; color: Theme.focus }
+        border { width: 2; color: button.mark }
         visible: button.activeFocus
     }
 }

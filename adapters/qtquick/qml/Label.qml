@@ -5,6 +5,10 @@ LabelView {
     id: label
     property int alignment: Theme.mirrored ? Text.AlignRight : Text.AlignLeft
     property int lines: 1
+    /// Drawn smaller rather than cut.
+    property bool fits: false
+    /// Its code names one colour, made for a light ground.
+    property bool followsGround: false
     color: Theme.text
 
     Accessible.role: Accessible.StaticText
@@ -15,11 +19,13 @@ LabelView {
         anchors.fill: parent
         text: label.shownText
         font: label.shownFont
-        color: label.shownColor
+        color: label.followsGround ? Theme.onGround(label.shownColor) : label.shownColor
         textFormat: Text.PlainText
         horizontalAlignment: label.alignment
         verticalAlignment: Text.AlignVCenter
         elide: Text.ElideRight
+        fontSizeMode: label.fits ? Text.HorizontalFit : Text.FixedSize
+        minimumPixelSize: 11
         wrapMode: label.lines > 1 ? Text.Wrap : Text.NoWrap
         maximumLineCount: label.lines
     }

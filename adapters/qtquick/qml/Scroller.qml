@@ -1,4 +1,5 @@
 import QtQuick
+import TLX.MediaPicker
 
 // Moves a grid's or a list's offset by finger, wheel and flick; what is seen stands beside it.
 Flickable {
@@ -56,7 +57,7 @@ Flickable {
         readonly property real part: scroller.height / scroller.contentHeight
         visible: part < 1
         opacity: scroller.moving ? 0.7 : 0
-        Behavior on opacity { NumberAnimation { duration: 200 } }
+        Behavior on opacity { enabled: !Appearance.reducesMotion; NumberAnimation { duration: 200 } }
         width: 4
         radius: 2
         height: Math.max(36, span * part)

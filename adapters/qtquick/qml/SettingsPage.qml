@@ -15,12 +15,13 @@ FocusScope {
 
     Rectangle {
         anchors.fill: parent
-        color: Theme.ground
+        color: Theme.page
         MouseArea { anchors.fill: parent; acceptedButtons: Qt.AllButtons; onWheel: wheel => wheel.accepted = true }
     }
+    Rectangle { width: parent.width; height: Theme.barHeight; color: Theme.bar }
     Text {
         anchors.horizontalCenter: parent.horizontalCenter
-        height: 61
+        height: Theme.barHeight
         verticalAlignment: Text.AlignVCenter
         text: "Settings"
         font { pixelSize: 17; weight: Font.DemiBold }
@@ -52,12 +53,12 @@ FocusScope {
         }
         MouseArea { id: press; anchors.fill: parent; onClicked: page.closed() }
     }
-    Rectangle { y: 60; width: parent.width; height: 1; color: Theme.line }
+    Rectangle { y: Theme.barHeight - 1; width: parent.width; height: 1; color: Theme.line }
 
     Column {
         id: column
         anchors.horizontalCenter: parent.horizontalCenter
-        y: 61 + 28
+        y: Theme.barHeight + 28
         width: Math.min(560, page.width - 32)
         spacing: 10
         Text {

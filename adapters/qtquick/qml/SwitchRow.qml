@@ -67,7 +67,7 @@ FocusScope {
         height: 28
         radius: 14
         color: row.checked ? Theme.accent : Theme.tile
-        border { width: row.checked ? 0 : 1; color: Theme.line }
+        border { width: row.checked ? 0 : 1; color: Theme.secondaryText }
         Rectangle {
             readonly property bool onRight: row.checked !== Theme.mirrored
             x: onRight ? track.width - width - 3 : 3
@@ -77,7 +77,7 @@ FocusScope {
             radius: 11
             color: "#ffffff"
             border { width: 1; color: "#22000000" }
-            Behavior on x { NumberAnimation { duration: 120; easing.type: Easing.OutCubic } }
+            Behavior on x { enabled: !Appearance.reducesMotion; NumberAnimation { duration: 120; easing.type: Easing.OutCubic } }
         }
     }
     MouseArea {

@@ -12,6 +12,7 @@
 #include "adapters/qtquick/views/ViewItem.h"
 #include "tlx/platform/foundation/NSException.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
+#include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/platform/uikit/UIControl.h"
 #include "tlx/platform/uikit/UIViewController.h"
 
@@ -94,6 +95,8 @@ void QtScenes::setSize(const CGSize& size) {
   size_ = size;
   Q_EMIT sizeChanged();
 }
+
+bool QtScenes::isPad() const { return UIDevice::currentDevice().userInterfaceIdiom() == UIUserInterfaceIdiomPad; }
 
 QQmlComponent& QtScenes::component(const std::string& name) {
   auto& kept = components_[name];

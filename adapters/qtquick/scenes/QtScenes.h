@@ -19,6 +19,7 @@ class QtScenes final : public QObject, public ResourcePort {
   Q_OBJECT
   Q_PROPERTY(qreal width READ width NOTIFY sizeChanged)
   Q_PROPERTY(qreal height READ height NOTIFY sizeChanged)
+  Q_PROPERTY(bool pad READ isPad CONSTANT)
 
  public:
   explicit QtScenes(QQmlEngine& engine);
@@ -31,6 +32,7 @@ class QtScenes final : public QObject, public ResourcePort {
   void setSize(const CGSize& size);
   qreal width() const { return size_.width; }
   qreal height() const { return size_.height; }
+  bool isPad() const;
 
   // ResourcePort
   std::shared_ptr<UIViewController> instantiateViewController(const NSBundle& bundle, const std::string& storyboard,

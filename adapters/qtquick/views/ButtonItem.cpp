@@ -26,6 +26,7 @@ void ButtonItem::seed(UIView& view) {
   if (!seedImage_.isEmpty()) {
     button->setImage_forState(imageNamed_inBundle(seedImage_.toStdString(), {kTLXMediaPickerBundle}), UIControlStateNormal);
   }
+  if (seedImageLeft_ != 0) button->setImageEdgeInsets({0, seedImageLeft_, 0, 0});
   if (seedSize_ > 0) {
     button->titleLabel()->setFont(UIFont::fontWithName_size(seedFontName_.toStdString(), seedSize_));
   }

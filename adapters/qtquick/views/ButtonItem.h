@@ -10,6 +10,7 @@ class ButtonItem : public ViewItem {
   Q_OBJECT
   Q_PROPERTY(QString title MEMBER seedTitle_)
   Q_PROPERTY(QString image MEMBER seedImage_)
+  Q_PROPERTY(qreal imageLeft MEMBER seedImageLeft_)
   Q_PROPERTY(qreal pointSize MEMBER seedSize_)
   Q_PROPERTY(QString fontName MEMBER seedFontName_)
   Q_PROPERTY(QColor color MEMBER titleColor_ NOTIFY colorChanged)
@@ -24,7 +25,7 @@ class ButtonItem : public ViewItem {
   QString shownTitle() const;
   /// Whether the key presses the button from anywhere in its window; `shortcuts` names such keys, as in "Ctrl+Return".
   bool hasShortcut(QKeyCombination key) const;
-  /// What the keyboard and assistive technology call. Nothing happens while something modal covers the button.
+  /// What the keyboard and assistive technology call. Nothing happens while something covers the button.
   Q_INVOKABLE bool press();
 
  Q_SIGNALS:
@@ -49,7 +50,7 @@ class ButtonItem : public ViewItem {
 
   QString seedTitle_, seedImage_, seedFontName_;
   QStringList shortcuts_;
-  qreal seedSize_ = 0;
+  qreal seedSize_ = 0, seedImageLeft_ = 0;
   QColor titleColor_;
   bool down_ = false;
 };

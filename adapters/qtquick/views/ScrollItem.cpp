@@ -10,6 +10,7 @@
 
 #include "adapters/qtquick/scenes/QtScenes.h"
 #include "tlx/platform/uikit/UICollectionView.h"
+#include "tlx/platform/uikit/UIDataSourceModelAssociation.h"
 #include "tlx/platform/uikit/UITableView.h"
 
 namespace tlx::qtquick {
@@ -102,7 +103,9 @@ void ScrollItem::updatePolish() {
   if (std::exchange(shownExtent_, scrolled->contentSize().height) != scrolled->contentSize().height) {
     Q_EMIT extentChanged();
   }
-  if (cellsMoved_) placeCells();
+  if (!cellsMoved_) return;
+  followCurrent();
+  placeCells();
 }
 
 void ScrollItem::geometryChange(const QRectF& now, const QRectF& before) {
@@ -185,7 +188,7 @@ bool ScrollItem::tapAt(qreal x, qreal y) {
   const std::int64_t index = itemAt({left + scrolled->contentOffset().x, y + scrolled->contentOffset().y});
   if (index < 0) return false;
   focusShown_ = false;
-  current_ = index;
+  setCurrent(index);
   forceActiveFocus(Qt::MouseFocusReason);
   updateFocusFrame();
   return tapItem(index);
@@ -202,6 +205,7 @@ bool ScrollItem::pressKey(const QKeyEvent& event) {
   auto scrolled = viewAs<UIScrollView>();
   if (!scrolled || (event.modifiers() & ~Qt::KeypadModifier) != Qt::NoModifier) return false;
   scrolled->layoutIfNeeded();
+  followCurrent();
   const std::int64_t count = itemCount(), row = itemsPerRow();
   if (count == 0) return false;
   const bool begins = current_ < 0;
@@ -236,7 +240,7 @@ bool ScrollItem::pressKey(const QKeyEvent& event) {
 }
 
 void ScrollItem::moveTo(std::int64_t index) {
-  current_ = index;
+  setCurrent(index);
   focusShown_ = true;
   reveal(index);
   updateFocusFrame();
@@ -282,9 +286,20 @@ std::int64_t ScrollItem::rowsToAPage() const {
   return pitch > 0 ? std::max<std::int64_t>(1, static_cast<std::int64_t>(room / pitch)) : 1;
 }
 
+void ScrollItem::setCurrent(std::int64_t index) {
+  current_ = index;
+  currentIdentifier_ = identifierOf(index);
+}
+
+// What is gone leaves its place to what has moved up to there.
+void ScrollItem::followCurrent() {
+  if (current_ < 0) return;
+  if (current_ < itemCount() && identifierOf(current_) == currentIdentifier_) return;
+  const std::int64_t moved = currentIdentifier_.empty() ? -1 : indexOf(currentIdentifier_);
+  setCurrent(moved >= 0 ? moved : std::min(current_, itemCount() - 1));
+}
+
 void ScrollItem::updateFocusFrame() {
-  const std::int64_t count = itemCount();
-  if (current_ >= count) current_ = count - 1;
   QRectF frame;
   if (focusShown_ && hasActiveFocus() && current_ >= 0) {
     const CGRect place = frameOfItem(current_);
@@ -301,7 +316,7 @@ void ScrollItem::focusInEvent(QFocusEvent* event) {
   ViewItem::focusInEvent(event);
   if (event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason) {
     focusShown_ = true;
-    if (current_ < 0 && itemCount() > 0) current_ = firstVisibleItem();
+    if (current_ < 0 && itemCount() > 0) setCurrent(firstVisibleItem());
   }
   updateFocusFrame();
 }
@@ -344,6 +359,19 @@ bool CollectionViewItem::tapItem(std::int64_t index) {
   return grid && grid->tappedAt({0, index});
 }
 
+Identifier CollectionViewItem::identifierOf(std::int64_t index) const {
+  auto grid = viewAs<UICollectionView>();
+  auto models = grid ? std::dynamic_pointer_cast<UIDataSourceModelAssociation>(grid->dataSource()) : nullptr;
+  return models ? models->modelIdentifierForElementAtIndexPath_inView({0, index}, *grid) : Identifier();
+}
+
+std::int64_t CollectionViewItem::indexOf(const Identifier& identifier) const {
+  auto grid = viewAs<UICollectionView>();
+  auto models = grid ? std::dynamic_pointer_cast<UIDataSourceModelAssociation>(grid->dataSource()) : nullptr;
+  const auto found = models ? models->indexPathForElementWithModelIdentifier_inView(identifier, *grid) : std::nullopt;
+  return found && found->item < grid->numberOfItems() ? found->item : -1;
+}
+
 std::shared_ptr<UIView> CollectionViewItem::makeView() { return std::make_shared<UICollectionView>(); }
 
 void CollectionViewItem::seed(UIView& view) {
@@ -353,6 +381,7 @@ void CollectionViewItem::seed(UIView& view) {
   if (!grid->collectionViewLayout()) grid->setCollectionViewLayout(std::make_shared<UICollectionViewFlowLayout>());
   grid->collectionViewLayout()->setHeaderReferenceSize({width(), headerHeight_});
   grid->collectionViewLayout()->setFooterReferenceSize({width(), footerHeight_});
+  grid->collectionViewLayout()->setSectionInset({margin_, margin_, margin_, margin_});
   for (const QString& name : prototypes_) {
     const std::string file = name.toStdString();
     grid->registerPrototype(file, [scenes, file](const CGRect& frame) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "adapters/qtquick/views/ViewItem.h"
+#include "tlx/platform/foundation/Identifier.h"
 #include "tlx/platform/uikit/UIScrollView.h"
 
 namespace tlx::qtquick {
@@ -16,8 +17,9 @@ namespace tlx::qtquick {
 /// in it, a canvas on which the cells stand. The canvas's origin moves with the offset, so that the numbers that the
 /// scene graph sees stay small among a million rows, where single precision would put cells off by pixels.
 ///
-/// The keyboard moves over the cells, also over those that are not visible: one index is the current one, and
-/// `focusFrame` is where its cell is on the canvas, empty while there is nothing to be marked.
+/// The keyboard moves over the cells, also over those that are not visible: one is the current one, and stays it when
+/// what is shown changes around it, as far as the data source can tell. `focusFrame` is where its cell is on the
+/// canvas, empty while there is nothing to be marked.
 class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   Q_OBJECT
   Q_PROPERTY(QQuickItem* scroller READ scroller WRITE setScroller NOTIFY scrollerChanged)
@@ -67,6 +69,10 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   /// Ascending.
   virtual Cells shownCells() const = 0;
   virtual bool tapItem(std::int64_t index) = 0;
+  /// What an item shows, wherever it goes; absent when nobody tells.
+  virtual Identifier identifierOf(std::int64_t index) const { return {}; }
+  /// −1 when it is nowhere.
+  virtual std::int64_t indexOf(const Identifier& identifier) const { return -1; }
 
   void attached() override;
   void apply(UIView& view, UIViewChange change) override;
@@ -92,6 +98,8 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   std::int64_t firstVisibleItem() const;
   std::int64_t rowsToAPage() const;
   void moveTo(std::int64_t index);
+  void setCurrent(std::int64_t index);
+  void followCurrent();
   void reveal(std::int64_t index);
   void updateFocusFrame();
 
@@ -101,6 +109,7 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   bool cellsMoved_ = true, polishing_ = false, placing_ = false, focusShown_ = false;
   bool readAloud_ = QAccessible::isActive();
   std::int64_t current_ = -1;
+  Identifier currentIdentifier_;
   QRectF focusFrame_;
   std::map<UIView*, QPointer<ViewItem>> cellItems_;
 };
@@ -112,6 +121,7 @@ class CollectionViewItem : public ScrollItem {
   Q_PROPERTY(QString layoutOutlet MEMBER layoutOutlet_)
   Q_PROPERTY(qreal headerHeight MEMBER headerHeight_)
   Q_PROPERTY(qreal footerHeight MEMBER footerHeight_)
+  Q_PROPERTY(qreal margin MEMBER margin_)
   QML_NAMED_ELEMENT(CollectionViewBase)
 
  public:
@@ -124,6 +134,8 @@ class CollectionViewItem : public ScrollItem {
   std::int64_t itemAt(const CGPoint& point) const override;
   Cells shownCells() const override;
   bool tapItem(std::int64_t index) override;
+  Identifier identifierOf(std::int64_t index) const override;
+  std::int64_t indexOf(const Identifier& identifier) const override;
   std::shared_ptr<UIView> makeView() override;
   void seed(UIView& view) override;
   void addOutlets(UIView& view, Built& built) override;
@@ -131,7 +143,7 @@ class CollectionViewItem : public ScrollItem {
  private:
   QStringList prototypes_;
   QString layoutOutlet_;
-  qreal headerHeight_ = 0, footerHeight_ = 0;
+  qreal headerHeight_ = 0, footerHeight_ = 0, margin_ = 0;
 };
 
 /// A list.

@@ -27,7 +27,6 @@ class ViewItem : public QQuickItem, public ViewRenderer {
   Q_PROPERTY(QColor background READ background NOTIFY modelChanged)
   Q_PROPERTY(qreal cornerRadius READ cornerRadius NOTIFY modelChanged)
   Q_PROPERTY(bool interactive READ isInteractive NOTIFY modelChanged)
-  Q_PROPERTY(bool modal MEMBER modal_)
   Q_PROPERTY(bool mirrorsSubviews READ mirrorsSubviews WRITE setMirrorsSubviews NOTIFY mirrorsSubviewsChanged)
   Q_PROPERTY(QString spokenLabel READ spokenLabel NOTIFY accessibilityChanged)
   Q_PROPERTY(bool selected READ isSelected NOTIFY accessibilityChanged)
@@ -56,8 +55,6 @@ class ViewItem : public QQuickItem, public ViewRenderer {
   QColor background() const;
   qreal cornerRadius() const;
   bool isInteractive() const;
-  /// Nothing beneath it on the screen hears keys while it is seen.
-  bool isModal() const { return modal_; }
   /// Places subviews that code places from the right, as a script that reads from there expects it.
   bool mirrorsSubviews() const { return mirrorsSubviews_; }
   void setMirrorsSubviews(bool mirrors);
@@ -119,7 +116,7 @@ class ViewItem : public QQuickItem, public ViewRenderer {
 
   QString outlet_, customClass_, action_;
   int tag_ = 0;
-  bool startsHidden_ = false, applying_ = false, modal_ = false, mirrorsSubviews_ = false;
+  bool startsHidden_ = false, applying_ = false, mirrorsSubviews_ = false;
   qreal startsAlpha_ = 1;
   std::weak_ptr<UIView> view_;
   UIView* renderedView_ = nullptr;  // unretained: viewDestroyed clears it

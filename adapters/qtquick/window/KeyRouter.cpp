@@ -16,7 +16,7 @@ enum class Visit { GoOn, Stop };
 
 constexpr double kLeastVisibleOpacity = 0.01;
 
-/// From the topmost item down, as a finger would meet them; ends beneath what is modal.
+/// From the topmost item down, as a finger would meet them.
 Visit visitFromTop(QQuickItem& item, const std::function<Visit(QQuickItem&)>& visit) {
   if (!item.isVisible() || !item.isEnabled() || item.opacity() < kLeastVisibleOpacity) return Visit::GoOn;
   QList<QQuickItem*> children = item.childItems();
@@ -24,9 +24,7 @@ Visit visitFromTop(QQuickItem& item, const std::function<Visit(QQuickItem&)>& vi
   for (auto child = children.rbegin(); child != children.rend(); ++child) {
     if (visitFromTop(**child, visit) == Visit::Stop) return Visit::Stop;
   }
-  if (visit(item) == Visit::Stop) return Visit::Stop;
-  const auto* view = qobject_cast<ViewItem*>(&item);
-  return view && view->isModal() ? Visit::Stop : Visit::GoOn;
+  return visit(item);
 }
 
 }  // namespace
@@ -36,17 +34,7 @@ bool KeyRouter::press(const QKeyEvent& event) const {
   if (key == QKeyCombination(Qt::Key_Escape) && presentation_.cancelTopmost()) return true;
   QQuickItem* screen = presentation_.topmost();
   bool taken = false;
-  const bool tab = key.key() == Qt::Key_Tab || key.key() == Qt::Key_Backtab;
-  QQuickItem* first = nullptr;
   const auto offer = [&](QQuickItem& item) {
-    // Out of what is modal there is no way by Tab.
-    if (auto* view = qobject_cast<ViewItem*>(&item); tab) {
-      if (qobject_cast<ButtonItem*>(&item)) first = &item;
-      if (!view || !view->isModal()) return Visit::GoOn;
-      if (first) first->forceActiveFocus(Qt::TabFocusReason);
-      taken = true;
-      return Visit::Stop;
-    }
     if (auto* button = qobject_cast<ButtonItem*>(&item); button && button->hasShortcut(key)) {
       taken = !event.isAutoRepeat() && button->press();
     } else if (auto* scroll = qobject_cast<ScrollItem*>(&item); scroll && scroll->pressKey(event)) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "adapters/qtquick/views/LabelItem.h"
+#include "adapters/qtquick/window/Appearance.h"
 #include "tlx/platform/uikit/UIWindow.h"
 
 namespace tlx::qtquick {
@@ -17,9 +18,12 @@ constexpr int kPadSide = 600;
 
 }  // namespace
 
-QtApplication::QtApplication(QQuickWindow& window)
+QtApplication::QtApplication(QQuickWindow& window, const Appearance& appearance)
     : quickWindow_(window),
+      appearance_(appearance),
       idiom_(std::min(window.width(), window.height()) >= kPadSide ? UIUserInterfaceIdiomPad : UIUserInterfaceIdiomPhone) {}
+
+bool QtApplication::reduceMotion() const { return appearance_.reducesMotion(); }
 
 double QtApplication::screenScale() const { return std::max(1.0, quickWindow_.effectiveDevicePixelRatio()); }
 

@@ -10,30 +10,31 @@ class QQuickWindow;
 
 namespace tlx::qtquick {
 
+class Appearance;
+
 /// The host program and its machine, as Qt knows them.
 class QtApplication final : public ApplicationPort {
  public:
   /// The idiom is settled now: pad when the window's shorter side is at least 600 points.
-  explicit QtApplication(QQuickWindow& window);
+  QtApplication(QQuickWindow& window, const Appearance& appearance);
 
   void setWindow(std::shared_ptr<UIWindow> window) { window_ = std::move(window); }
   /// Called for the settings page.
   void setSettingsHandler(std::function<bool()> handler) { settings_ = std::move(handler); }
-  void setReduceMotion(bool reduce) { reduceMotion_ = reduce; }
 
   std::shared_ptr<UIWindow> window() const override { return window_; }
   std::optional<UIUserInterfaceIdiom> userInterfaceIdiom() const override { return idiom_; }
   double screenScale() const override;
   bool openURL(const std::string& url) override;
   void setStatusBarHidden(bool) override {}
-  bool reduceMotion() const override { return reduceMotion_; }
+  bool reduceMotion() const override;
 
  private:
-  QQuickWindow& quickWindow_;
+  QQuickWindow& quickWindow_;    // unretained: the program owns the window, the platform the appearance;
+  const Appearance& appearance_;  // both outlive this
   UIUserInterfaceIdiom idiom_;
   std::shared_ptr<UIWindow> window_;
   std::function<bool()> settings_;
-  bool reduceMotion_ = false;
 };
 
 /// Measures with the fonts that labels are drawn in.

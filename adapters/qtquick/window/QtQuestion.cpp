@@ -16,7 +16,8 @@ QVariantMap propertiesOf(const QtQuestion::Text& text) {
   }
   return {{QStringLiteral("title"), QString::fromStdString(text.title)},
           {QStringLiteral("message"), QString::fromStdString(text.message)},
-          {QStringLiteral("actions"), actions}};
+          {QStringLiteral("actions"), actions},
+          {QStringLiteral("firstFocus"), -1}};
 }
 
 }  // namespace

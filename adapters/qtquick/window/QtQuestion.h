@@ -9,8 +9,9 @@
 
 namespace tlx::qtquick {
 
-/// A question of the host program's over the window, drawn like an alert. It is asked while the object lives; letting
-/// go of it takes the question back.
+/// A question of the host program's over the window, drawn like an alert, except that no choice has the keyboard at
+/// first: what is typed when it appears answers nothing. It is asked while the object lives; letting go of it takes the
+/// question back.
 class QtQuestion final : public QObject {
   Q_OBJECT
 

@@ -166,7 +166,7 @@ TEST(RightToLeft, TheScreenIsMirrored) {
 
 TEST(ReducedMotion, EverythingIsWhereItGoesAtOnce) {
   PickerWindow session;
-  session.platform->application().setReduceMotion(true);
+  session.platform->appearance().applySetting("org.gnome.desktop.interface", "enable-animations", false);
   session.host.limit = 0;
   session.open();
   session.clickItem(0);

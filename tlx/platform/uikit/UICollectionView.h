@@ -75,6 +75,7 @@ class UICollectionView : public UIScrollView {
   UICollectionView();
   ~UICollectionView() override;
 
+  std::shared_ptr<UICollectionViewDataSource> dataSource() const { return dataSource_.lock(); }
   void setDataSource(std::weak_ptr<UICollectionViewDataSource> dataSource);
   void setDelegate(std::weak_ptr<UICollectionViewDelegate> delegate);
   const std::shared_ptr<UICollectionViewFlowLayout>& collectionViewLayout() const { return layout_; }

@@ -62,6 +62,11 @@ void UICollectionViewFlowLayout::setFooterReferenceSize(const CGSize& size) {
   invalidate();
 }
 
+void UICollectionViewFlowLayout::setSectionInset(const UIEdgeInsets& inset) {
+  inset_ = {length(inset.top), length(inset.left), length(inset.bottom), length(inset.right)};
+  invalidate();
+}
+
 void UICollectionViewFlowLayout::invalidate() {
   if (invalidated_) invalidated_();
 }
@@ -72,7 +77,7 @@ void UICollectionViewFlowLayout::prepareLayout(std::int64_t itemCount, double wi
 }
 
 std::int64_t UICollectionViewFlowLayout::itemsPerRow() const {
-  const double fitting = (width_ + interitemSpacing_) / (itemSize_.width + interitemSpacing_);
+  const double fitting = (rowWidth() + interitemSpacing_) / (itemSize_.width + interitemSpacing_);
   return std::max<std::int64_t>(1, wholeWithin(fitting + kFit, kMostItemsPerRow));
 }
 
@@ -81,22 +86,26 @@ std::int64_t UICollectionViewFlowLayout::rowCount() const {
   return itemCount_ / perRow + (itemCount_ % perRow != 0);
 }
 
+double UICollectionViewFlowLayout::rowWidth() const {
+  return std::max(0.0, width_ - inset_.left - inset_.right);
+}
+
 double UICollectionViewFlowLayout::rowTop(std::int64_t row) const {
-  return headerSize_.height + static_cast<double>(row) * (itemSize_.height + lineSpacing_);
+  return headerSize_.height + inset_.top + static_cast<double>(row) * (itemSize_.height + lineSpacing_);
 }
 
 double UICollectionViewFlowLayout::itemsBottom() const {
   const std::int64_t rows = rowCount();
-  return rows == 0 ? headerSize_.height : rowTop(rows - 1) + itemSize_.height;
+  return (rows == 0 ? headerSize_.height + inset_.top : rowTop(rows - 1) + itemSize_.height) + inset_.bottom;
 }
 
 CGRect UICollectionViewFlowLayout::frameForItemAtIndex(std::int64_t index) const {
   const std::int64_t perRow = itemsPerRow();
-  const double left = width_ - static_cast<double>(perRow) * itemSize_.width;
+  const double left = rowWidth() - static_cast<double>(perRow) * itemSize_.width;
   const auto column = static_cast<double>(index % perRow);
   const double x =
       perRow == 1 ? std::max(0.0, left / 2.0) : column * (itemSize_.width + left / static_cast<double>(perRow - 1));
-  return {{x, rowTop(index / perRow)}, itemSize_};
+  return {{inset_.left + x, rowTop(index / perRow)}, itemSize_};
 }
 
 CGRect UICollectionViewFlowLayout::headerFrame() const {
@@ -117,10 +126,10 @@ std::pair<std::int64_t, std::int64_t> UICollectionViewFlowLayout::itemsOfRowsInR
   if (!(height > 0) || !(itemSize_.width > 0) || !(top < bottom)) return {0, 0};
   const std::int64_t rows = rowCount();
   // The division may be a row off where an edge lies on the rectangle's; the frames themselves decide.
-  std::int64_t first = wholeWithin((top - headerSize_.height) / step, rows);
+  std::int64_t first = wholeWithin((top - rowTop(0)) / step, rows);
   while (first > 0 && rowTop(first - 1) + height > top) --first;
   while (first < rows && rowTop(first) + height <= top) ++first;
-  std::int64_t last = std::max(first, wholeWithin((bottom - headerSize_.height) / step, rows));
+  std::int64_t last = std::max(first, wholeWithin((bottom - rowTop(0)) / step, rows));
   while (last > first && rowTop(last - 1) >= bottom) --last;
   while (last < rows && rowTop(last) < bottom) ++last;
   const std::int64_t perRow = itemsPerRow();

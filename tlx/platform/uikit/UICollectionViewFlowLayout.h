@@ -43,6 +43,9 @@ class UICollectionViewFlowLayout : public NSObject {
   void setHeaderReferenceSize(const CGSize& size);
   CGSize footerReferenceSize() const { return footerSize_; }
   void setFooterReferenceSize(const CGSize& size);
+  /// Around the rows, between header and footer. Negative or not finite counts as 0.
+  const UIEdgeInsets& sectionInset() const { return inset_; }
+  void setSectionInset(const UIEdgeInsets& inset);
 
   /// Elements that the rectangle meets: the header, the items in ascending order, the footer.
   std::vector<UICollectionViewLayoutAttributes> layoutAttributesForElementsInRect(const CGRect& rect) const;
@@ -65,10 +68,12 @@ class UICollectionViewFlowLayout : public NSObject {
  private:
   void invalidate();
   std::int64_t rowCount() const;
+  double rowWidth() const;
   double rowTop(std::int64_t row) const;
   double itemsBottom() const;
 
   CGSize itemSize_{50, 50}, headerSize_, footerSize_;
+  UIEdgeInsets inset_;
   double interitemSpacing_ = 10, lineSpacing_ = 10, width_ = 0;
   std::int64_t itemCount_ = 0;
   std::function<void()> invalidated_;

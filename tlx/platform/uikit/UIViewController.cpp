@@ -136,7 +136,7 @@ void UIViewController::presentViewController_animated_completion(const std::shar
 }
 
 void UIViewController::dismissViewControllerAnimated_completion(bool animated, std::function<void()> completion) {
-  if (presented_) {
+  if (presented_ && !presented_->beingDismissed_) {
     dismissPresented(animated, std::move(completion));
   } else if (auto presenting = presenting_.lock()) {
     presenting->dismissPresented(animated, std::move(completion));

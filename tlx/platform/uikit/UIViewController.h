@@ -48,9 +48,9 @@ class UIViewController : public NSObject {
   /// stays presented it is refused, and logged. Nothing happens for nothing.
   void presentViewController_animated_completion(const std::shared_ptr<UIViewController>& controller, bool animated,
                                                  std::function<void()> completion);
-  /// Ends what this controller presents, or else this controller's own presentation; the links are cleared and
-  /// `completion` runs when the animation has ended. Does nothing, and drops the completion, when neither is there or it is on
-  /// its way out already.
+  /// Ends what this controller presents, or else this controller's own presentation; what is on its way out already
+  /// counts as gone. The links are cleared and `completion` runs when the animation has ended. Does nothing, and drops
+  /// the completion, when there is neither.
   void dismissViewControllerAnimated_completion(bool animated, std::function<void()> completion);
 
   /// Nothing when this controller is not presented.

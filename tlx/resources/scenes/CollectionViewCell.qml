@@ -14,11 +14,11 @@ View {
     ImageView { outlet: "imgViewImagIcon"; ground: Theme.tile }
     Shade {
         anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
-        height: 30
+        height: 46
         visible: length.visible
         z: 1
         from: "#00000000"
-        to: "#a0000000"
+        to: "#d8000000"
     }
     ImageView { outlet: "imgViewOverLay"; startsHidden: true; z: 2 }
     Label {

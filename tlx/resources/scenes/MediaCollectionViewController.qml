@@ -5,8 +5,9 @@ CollectionViewBase {
     id: grid
     layoutOutlet: "flowLayout"
     prototypes: ["CollectionViewCell", "HeaderView", "FooterView"]
-    headerHeight: 0 // its only button is the camera's, which is not there yet
+    headerHeight: Theme.headerHeight
     footerHeight: 72
+    margin: scenes.pad ? Math.round(width / 40) : 0
     width: 375
     height: 667
     scroller: scroll

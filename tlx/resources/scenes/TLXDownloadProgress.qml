@@ -4,11 +4,13 @@ import TLX.MediaPicker
 View {
     customClass: "TLXDownloadProgress"
     id: panel
-    modal: true
-    onVisibleChanged: if (visible) panel.forceActiveFocus()
     width: 375
     height: 667
 
+    Accessible.role: Accessible.Dialog
+    Accessible.name: header1.shownText + " " + header2.shownText
+
+    ModalScope {}
     Rectangle { anchors.fill: parent; color: "#8a0c1214" }
     MouseArea { anchors.fill: parent; acceptedButtons: Qt.AllButtons; hoverEnabled: true; onWheel: wheel => wheel.accepted = true }
     Rectangle { x: card.x; y: card.y; width: card.width; height: card.height; radius: 20; color: "#f0262d31" }
@@ -20,6 +22,7 @@ View {
         y: Math.round((panel.height - height) / 2)
     }
     Label {
+        id: header1
         outlet: "lblHeader1"
         x: card.x
         y: card.y + 24
@@ -32,6 +35,7 @@ View {
         alignment: Text.AlignHCenter
     }
     Label {
+        id: header2
         outlet: "lblHeader2"
         x: card.x
         y: card.y + 47
@@ -74,13 +78,14 @@ View {
         outlet: "btnCancel"
         action: "btnDownloadCancelPressed:"
         x: card.x + 50
-        y: card.y + 242
+        y: card.y + 239
         width: card.width - 100
-        height: 38
+        height: 44
         title: "Cancel"
         shortcuts: ["Escape"]
         pointSize: 15
         fontName: "-Semibold"
         color: "#5fd4d9"
+        mark: color
     }
 }

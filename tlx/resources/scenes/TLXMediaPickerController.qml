@@ -18,23 +18,24 @@ View {
             id: bar
             z: 1
             width: root.width
-            height: 61
+            height: Theme.barHeight
             Rectangle { anchors.fill: parent; color: Theme.bar }
             Rectangle { width: parent.width; height: 1; y: parent.height - 1; color: Theme.line }
             MouseArea { anchors.fill: parent; onWheel: wheel => wheel.accepted = true }
 
-            readonly property real side: Math.min(116, root.width * 0.28)
+            readonly property bool narrow: root.width < 360
+            readonly property real side: narrow ? 98 : 116
             Button {
                 id: cancelButton
                 action: "btnPressed:"
                 tag: 106
-                x: Theme.mirrored ? root.width - width - 8 : 8
+                x: Theme.mirrored ? root.width - width - 6 : 6
                 y: 9
-                width: 82
+                width: 76
                 height: 44
                 title: "Cancel"
                 shortcuts: ["Escape"]
-                pointSize: 16
+                pointSize: bar.narrow ? 15 : 16
             }
             Button {
                 outlet: "btnAlbumPicker"
@@ -46,8 +47,9 @@ View {
                 width: root.width - 2 * bar.side
                 height: 44
                 color: Theme.text
-                pointSize: 17
+                pointSize: bar.narrow ? 15 : 17
                 fontName: "-Semibold"
+                imageLeft: 4
                 spokenName: shownTitle + ", albums"
             }
             Button {
@@ -61,9 +63,10 @@ View {
                 startsAlpha: 0
                 x: Theme.mirrored ? doneButton.x + doneButton.width : doneButton.x - width
                 y: 9
-                width: 44
+                width: bar.narrow ? 36 : 46
                 height: 44
-                pointSize: 15
+                pointSize: bar.narrow ? 13 : 15
+                fits: true
                 color: Theme.secondaryText
                 alignment: Theme.mirrored ? Text.AlignLeft : Text.AlignRight
             }
@@ -72,15 +75,15 @@ View {
                 outlet: "btnDone"
                 action: "btnPressed:"
                 tag: 105
-                x: Theme.mirrored ? 8 : root.width - width - 8
+                x: Theme.mirrored ? 6 : root.width - width - 6
                 y: 9
-                width: 64
+                width: bar.narrow ? 56 : 64
                 height: 44
                 title: "Done"
                 startsAlpha: 0
                 enabled: false
                 shortcuts: ["Ctrl+Return", "Ctrl+Enter"]
-                pointSize: 16
+                pointSize: bar.narrow ? 15 : 16
                 fontName: "-Bold"
             }
         }
@@ -94,8 +97,10 @@ View {
             startsHidden: true
             width: root.width
             height: root.height
+            // Over the grid's own count of nothing, which would say the same once more.
+            Rectangle { y: Theme.barHeight + Theme.headerHeight; width: parent.width; height: parent.height - y; color: Theme.ground }
             Image {
-                anchors { horizontalCenter: parent.horizontalCenter; bottom: emptyTitle.top; bottomMargin: 22 }
+                anchors { horizontalCenter: parent.horizontalCenter; bottom: emptyTitle.top; bottomMargin: 16 }
                 source: "qrc:/tlx/mediapicker/images/empty.png"
                 sourceSize { width: 96; height: 96 }
                 opacity: 0.9
@@ -103,6 +108,7 @@ View {
             Label {
                 id: emptyTitle
                 outlet: "lblNoPhotos1"
+                fits: true
                 x: 24
                 y: Math.round(root.height / 2) - 6
                 width: root.width - 48
@@ -113,6 +119,7 @@ View {
             }
             Label {
                 outlet: "lblNoPhotos2"
+                fits: true
                 x: 24
                 y: emptyTitle.y + 30
                 width: root.width - 48
@@ -128,7 +135,7 @@ View {
             width: root.width
             height: root.height
             Image {
-                anchors { horizontalCenter: parent.horizontalCenter; bottom: accessTitle.top; bottomMargin: 22 }
+                anchors { horizontalCenter: parent.horizontalCenter; bottom: accessTitle.top; bottomMargin: 16 }
                 source: "qrc:/tlx/mediapicker/images/locked.png"
                 sourceSize { width: 96; height: 96 }
                 opacity: 0.9
@@ -136,16 +143,18 @@ View {
             Label {
                 id: accessTitle
                 outlet: "lblAllowAccess1"
-                x: 24
+                x: 16
                 y: Math.round(root.height / 2) - 24
-                width: root.width - 48
+                width: root.width - 32
                 height: 26
+                fits: true
                 pointSize: 18
                 fontName: "-Semibold"
                 alignment: Text.AlignHCenter
             }
             Label {
                 outlet: "lblAllowAccess2"
+                fits: true
                 x: 24
                 y: accessTitle.y + 32
                 width: root.width - 48
@@ -156,6 +165,7 @@ View {
             }
             Label {
                 outlet: "lblAllowAccess3"
+                fits: true
                 x: 24
                 y: accessTitle.y + 53
                 width: root.width - 48
@@ -172,7 +182,7 @@ View {
                 width: 180
                 height: 44
                 ground: Theme.accent
-                color: "#06282a"
+                color: Theme.inkOnAccent
                 title: "Allow access"
                 pointSize: 16
                 fontName: "-Semibold"
@@ -186,24 +196,25 @@ View {
             height: root.height
             Rectangle { anchors.fill: parent; color: Theme.scrim; opacity: 0.6 }
         }
-        // Of no size: there is no camera yet, and a button that does nothing is worse than none.
+        // Of no size: nothing listens to it, the camera's button is the one in the grid's header.
         Button { outlet: "btnCamera"; width: 0; height: 0; clip: true; activeFocusOnTab: false; Accessible.ignored: true }
     }
     View {
         outlet: "viewPhotoLimitationWarning"
         startsHidden: true
         width: root.width
-        height: 61
+        height: Theme.barHeight
         Rectangle { anchors.fill: parent; color: Theme.accent }
         Label {
             outlet: "lblLimitationWarning"
             x: 16
             y: 0
             width: root.width - 32
-            height: 61
+            height: Theme.barHeight
+            fits: true
             pointSize: 16
             fontName: "-Semibold"
-            color: "#06282a"
+            color: Theme.inkOnAccent
             alignment: Text.AlignHCenter
         }
     }
