@@ -59,7 +59,7 @@ class QtPlatform {
   QQmlEngine& engine() { return engine_; }
 
  private:
-  Appearance appearance_;
+  Appearance appearance_{nullptr};
   QQmlEngine engine_;
   QtApplication application_;
   QtText text_;

@@ -24,6 +24,7 @@ TEST(UICollectionViewFlowLayout, FillsRowsFromEdgeToEdge) {
     std::int64_t perRow;
     double second, lastEnd;
     const char* why;
+    UIEdgeInsets inset = {};
   };
   for (const Row& row : {
            Row{375, 92, 2, 4, 92 + 7.0 / 3.0, 375, "a phone: what is left over widens three gaps"},
@@ -34,8 +35,11 @@ TEST(UICollectionViewFlowLayout, FillsRowsFromEdgeToEdge) {
            Row{0.3, 0.1, 0, 3, 0.1, 0.3, "fits exactly but for rounding"},
            Row{150, 100, 10, 1, 25, 125, "alone: in the middle"},
            Row{80, 100, 10, 1, 0, 100, "wider than the grid: at the edge"},
+           Row{1024, 174, 2, 5, 26 + 174 + 102 / 4.0, 998, "between margins", {26, 26, 26, 26}},
+           Row{100, 32, 1, 2, 57, 89, "margins that leave no room for a third", {0, 3, 0, 11}},
        }) {
     UICollectionViewFlowLayout layout;
+    layout.setSectionInset(row.inset);
     laidOut(layout, {row.item, 10}, row.spacing, 5, 1000, row.width);
     ASSERT_EQ(layout.itemsPerRow(), row.perRow) << row.why;
     const std::int64_t last = row.perRow - 1;
@@ -62,6 +66,7 @@ TEST(UICollectionViewFlowLayout, FindsWhatARectangleMeets) {
   UICollectionViewFlowLayout layout;
   layout.setHeaderReferenceSize({0, 30});
   layout.setFooterReferenceSize({0, 20});
+  layout.setSectionInset({7, 5, 9, 3});
   struct Case {
     CGSize item;
     double spacing, line;

@@ -2,9 +2,9 @@
 
 #include <QDBusArgument>
 #include <QDBusConnection>
-#include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QDBusVariant>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
@@ -66,8 +66,9 @@ void Appearance::askDesktop() {
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return;
   bus.connect(kPortal, kPortalPath, kPortalSettings, QStringLiteral("SettingChanged"), this,
-              SLOT(settingChanged(QString, QString, QDBusVariant)));
-  QDBusMessage question = QDBusMessage::createMethodCall(kPortal, kPortalPath, kPortalSettings, QStringLiteral("ReadAll"));
+              SLOT(settingChanged(QDBusMessage)));
+  QDBusMessage question =
+      QDBusMessage::createMethodCall(kPortal, kPortalPath, kPortalSettings, QStringLiteral("ReadAll"));
   question << QStringList{kAppearanceSpace, kGnomeSpace, kKdeSpace};
   auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
   connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
@@ -83,8 +84,10 @@ void Appearance::askDesktop() {
   });
 }
 
-void Appearance::settingChanged(const QString& nameSpace, const QString& key, const QDBusVariant& value) {
-  applySetting(nameSpace, key, value.variant());
+void Appearance::settingChanged(const QDBusMessage& signal) {
+  const QVariantList said = signal.arguments();
+  if (said.size() != 3) return;
+  applySetting(said[0].toString(), said[1].toString(), qvariant_cast<QDBusVariant>(said[2]).variant());
 }
 
 void Appearance::applySetting(const QString& nameSpace, const QString& key, const QVariant& value) {

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <QDBusVariant>
+#include <QDBusMessage>
 #include <QObject>
 #include <QQmlEngine>
-#include <QVariantMap>
+#include <QVariant>
 #include <optional>
-
 
 namespace tlx::qtquick {
 
@@ -22,7 +21,8 @@ class Appearance final : public QObject {
   QML_SINGLETON
 
  public:
-  explicit Appearance(QObject* parent = nullptr);
+  /// With a parent named, so that an engine cannot make one of its own.
+  explicit Appearance(QObject* parent);
   /// For scenes: the engine's own, which was given to it by `giveTo`.
   static Appearance* create(QQmlEngine* engine, QJSEngine*);
   /// Once, before the engine loads anything. The engine does not own it.
@@ -40,7 +40,7 @@ class Appearance final : public QObject {
   void changed();
 
  private Q_SLOTS:
-  void settingChanged(const QString& nameSpace, const QString& key, const QDBusVariant& value);
+  void settingChanged(const QDBusMessage& signal);
 
  private:
   void askDesktop();

@@ -1,5 +1,6 @@
 #include <QAccessible>
 #include <QGuiApplication>
+#include <QPalette>
 #include <QQuickItem>
 #include <cstdlib>
 #include <ctime>
@@ -117,6 +118,21 @@ TEST(AccessibleQuestion, IsReadWithItsButtonsAloneAndAnswered) {
   EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("b"));
 }
 
+TEST(AccessiblePanel, IsReadAloneWhileItIsThere) {
+  PickerWindow session;
+  session.script("a", PickerSession::downloading({0.5, 1}, 8));
+  session.open();
+  session.clickItem(0);
+  session.wait(1);
+  Reader reader(session);
+  session.click(session.button(TLXMediaPickerController::TagDone));
+  session.wait(3);
+  EXPECT_THAT(reader.names(),
+              ElementsAre("DOWNLOADING from iCloud", "DOWNLOADING", "from iCloud", "50 %", "1/1", "Cancel"));
+  reader.press("Cancel");
+  EXPECT_THAT(reader.names(), Contains("Camera Roll, albums")) << "what was covered is within reach again";
+}
+
 TEST(AccessibleOrder, FollowsTheItemsAlsoWhenCellsAreUsedAgain) {
   setenv("TZ", "UTC", 1);
   tzset();
@@ -164,16 +180,43 @@ TEST(RightToLeft, TheScreenIsMirrored) {
   EXPECT_GT(session.centre(row->lblFolderName.lock()).x(), session.centre(row->lblFolderImageNo.lock()).x());
 }
 
-TEST(ReducedMotion, EverythingIsWhereItGoesAtOnce) {
+/// What the desktop says, and what comes of it.
+TEST(Desktop, IsFollowedInLooksAndMotionWhileThePickerIsOpen) {
   PickerWindow session;
-  session.platform->appearance().applySetting("org.gnome.desktop.interface", "enable-animations", false);
   session.host.limit = 0;
   session.open();
-  session.clickItem(0);
+  const auto ground = [&] { return session.colourAt({180, 600}).lightness(); };
   const auto banner = session.picker->viewPhotoLimitationWarning.lock();
-  EXPECT_EQ(session.centre(banner).y(), banner->frame().size.height / 2);
-  session.click(session.picker->btnAlbumPicker.lock());
-  EXPECT_EQ(qtquick::itemForView(session.table(), nullptr)->opacity(), 1);
+  const struct {
+    const char *space, *key;
+    QVariant value;
+    bool dark, still;
+    const char* why;
+  } rows[] = {
+      {"org.freedesktop.appearance", "color-scheme", 1u, true, false, "prefers dark"},
+      {"org.freedesktop.appearance", "contrast", 1u, true, false, "what nobody here knows changes nothing"},
+      {"org.freedesktop.appearance", "color-scheme", 2u, false, false, "prefers light"},
+      {"org.gnome.desktop.interface", "enable-animations", false, false, true, ""},
+      {"org.gnome.desktop.interface", "enable-animations", true, false, false, ""},
+      {"org.kde.kdeglobals.KDE", "AnimationDurationFactor", "0", false, true, ""},
+      {"org.freedesktop.appearance", "reduced-motion", 0u, false, false, "the last word counts"},
+      {"org.freedesktop.appearance", "color-scheme", 0u, false, false, "no preference"},
+  };
+  for (const auto& row : rows) {
+    session.platform->appearance().applySetting(row.space, row.key, row.value);
+    session.clickItem(0);
+    EXPECT_EQ(ground() < 80, row.dark) << row.space << ' ' << row.key << ' ' << row.why;
+    EXPECT_EQ(session.centre(banner).y() == banner->frame().size.height / 2, row.still) << row.key << ' ' << row.why;
+    session.wait(4);
+  }
+  QPalette dark;
+  dark.setColor(QPalette::Window, Qt::black);
+  QGuiApplication::setPalette(dark);
+  session.wait(0.1);
+  EXPECT_LT(ground(), 80) << "the program's palette";
+  QGuiApplication::setPalette(QPalette());
+  session.wait(0.1);
+  EXPECT_GT(ground(), 200);
 }
 
 }  // namespace

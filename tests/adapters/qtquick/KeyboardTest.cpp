@@ -1,4 +1,7 @@
+#include <QKeySequence>
+
 #include "adapters/qtquick/views/ScrollItem.h"
+#include "adapters/qtquick/window/QtQuestion.h"
 #include "tests/adapters/qtquick/PickerWindow.h"
 
 namespace tlx::test {
@@ -74,9 +77,13 @@ TEST(Keyboard, MovesAMarkOverTheGridAndPicks) {
   session.window.resize(700, 500);
   session.wait(0.3);
   EXPECT_EQ(markedItem(session, session.grid()), 2) << "the mark follows its cell";
+  session.change([](memory::LibraryContents& contents) { contents.add(memory::photo("new", 0), {"Camera Roll"}); });
+  EXPECT_EQ(markedItem(session, session.grid()), 3) << "and its photo";
+  session.press(Qt::Key_Space);
+  EXPECT_THAT(session.picked(), ElementsAre("p1", "p2"));
   session.change([](memory::LibraryContents& contents) {
     Names gone;
-    for (int i = 1; i < 398; ++i) gone.push_back("p" + std::to_string(i));
+    for (int i = 0; i < 398; ++i) gone.push_back("p" + std::to_string(i));
     contents.remove({gone.begin(), gone.end()});
   });
   EXPECT_EQ(markedItem(session, session.grid()), 0) << "what is left";
@@ -194,6 +201,8 @@ TEST(Keyboard, ADownloadIsCancelledByEscapeAndCoversWhatIsBeneath) {
   session.log.take();
   session.press(Qt::Key_Right);
   session.press(Qt::Key_Space);
+  for (const auto key : {Qt::Key_Backtab, Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Tab}) session.press(key);
+  EXPECT_TRUE(qtquick::itemForView(session.panel()->btnCancel.lock(), nullptr)->hasActiveFocus());
   EXPECT_THAT(session.picked(), ElementsAre("a"));
   session.press(Qt::Key_Escape);
   session.wait(1);
@@ -202,6 +211,37 @@ TEST(Keyboard, ADownloadIsCancelledByEscapeAndCoversWhatIsBeneath) {
   EXPECT_THAT(session.log.take(), IsEmpty()) << "the picker itself stays";
   session.press(Qt::Key_Escape);
   EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed"));
+}
+
+TEST(Keyboard, AQuestionOfTheHostsIsNotAnsweredByWhatWasBeingTyped) {
+  PickerWindow session;
+  session.open();
+  int answer = -1;
+  const auto ask = [&] {
+    return std::make_unique<qtquick::QtQuestion>(session.platform->window(), session.platform->engine(),
+                                                 qtquick::QtQuestion::Text{"May it?", "", {{"No", true}, {"Yes"}}},
+                                                 [&](std::size_t choice) { answer = static_cast<int>(choice); });
+  };
+  const struct {
+    Names keys;
+    int answer;
+    const char* why;
+  } rows[] = {{{"Return", "Space", "A", "Ctrl+Return"}, -1, "nothing has the keyboard yet"},
+              {{"Tab", "Return"}, 0, "the first"},
+              {{"Right", "Right", "Space"}, 1, "the second"},
+              {{"Shift+Backtab", "Return"}, 1, "the last"},
+              {{"Escape"}, 0, "what cancels"}};
+  for (const auto& row : rows) {
+    answer = -1;
+    const auto question = ask();
+    session.wait(0.5);
+    for (const auto& key : row.keys) {
+      const auto stroke = QKeySequence(QString::fromStdString(key))[0];
+      session.press(stroke.key(), stroke.keyboardModifiers());
+    }
+    EXPECT_EQ(answer, row.answer) << row.why;
+  }
+  EXPECT_THAT(session.picked(), IsEmpty());
 }
 
 }  // namespace
