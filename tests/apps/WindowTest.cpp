@@ -72,13 +72,13 @@ namespace place {
 constexpr int kTitleX = 512, kDoneX = 984, kBarY = 30;
 /// Well within the cell of the first row, counted from the left; and the edge of it, which has a frame when picked.
 Frame::Area cell(int column) {
-  return {26 + column * 399 / 2 + 12, 130, 150, 100};
+  return {26 + column * 399 / 2 + 12, 192, 150, 100};
 }
 Frame::Area edge(int column) {
-  return {26 + column * 399 / 2, 130, 6, 100};
+  return {26 + column * 399 / 2, 192, 6, 100};
 }
 /// Between the rows of photos: the ground, unless something lies over it.
-constexpr Frame::Area kGap = {0, 266, 1024, 16};
+constexpr Frame::Area kGap = {0, 328, 1024, 16};
 constexpr Frame::Area kBanner = {40, 6, 200, 12};
 /// The list's second row: where its cover is, and where nothing is.
 constexpr Frame::Area kSecondCover = {220, 150, 50, 45}, kSecondRow = {500, 150, 240, 40};

@@ -138,6 +138,8 @@ TEST_P(SceneContract, TheGridsCellsHeaderAndFooter) {
   const auto view = grid->collectionView();
   ASSERT_TRUE(view);
   EXPECT_EQ(grid->flowLayout.lock(), view->collectionViewLayout());
+  EXPECT_GT(grid->flowLayout.lock()->headerReferenceSize().height, 0)
+      << "the camera button is reached through the header";
   EXPECT_GT(grid->flowLayout.lock()->footerReferenceSize().height, 0);
 
   const auto cell = std::dynamic_pointer_cast<CollectionViewCell>(

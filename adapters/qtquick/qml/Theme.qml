@@ -25,7 +25,7 @@ QtObject {
     readonly property color inkOnAccent: "#06282a"
 
     readonly property int barHeight: 61
-    readonly property int headerHeight: 0 // of the grid; its only button is the camera's, which is not there yet
+    readonly property int headerHeight: 62 // of the grid
 
     /// The same hue, as readable on a dark ground as `ink` is on a light one.
     function onGround(ink: color): color {

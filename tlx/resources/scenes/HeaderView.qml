@@ -6,10 +6,10 @@ View {
     id: header
     Button {
         tag: 101
-        x: 8
-        y: 8
-        width: header.width - 16
-        height: header.height - 16
+        x: scenes.pad ? Math.round(scenes.width / 40) : 8
+        y: scenes.pad ? 18 : 8
+        width: header.width - 2 * x
+        height: 46
         radius: 12
         ground: Theme.tile
         image: "camera"
