@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "tests/adapters/qtquick/PickerWindow.h"
+#include "tests/adapters/qtquick/ScreenReader.h"
 
 namespace tlx::test {
 namespace {
@@ -13,45 +14,6 @@ namespace {
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-/// What a screen reader finds in the window, in its order.
-std::vector<QAccessibleInterface*> elements(QAccessibleInterface* above) {
-  std::vector<QAccessibleInterface*> found;
-  for (int child = 0; above && child < above->childCount(); ++child) {
-    QAccessibleInterface* element = above->child(child);
-    if (!element || element->state().invisible || element->state().disabled) continue;
-    found.push_back(element);
-    const auto below = elements(element);
-    found.insert(found.end(), below.begin(), below.end());
-  }
-  return found;
-}
-
-class Reader {
- public:
-  explicit Reader(PickerWindow& session) : session_(session) {}
-
-  Names names(std::optional<QAccessible::Role> role = std::nullopt) const {
-    Names names;
-    for (auto* element : elements(QAccessible::queryAccessibleInterface(&session_.window))) {
-      if (!role || element->role() == *role) names.push_back(element->text(QAccessible::Name).toStdString());
-    }
-    return names;
-  }
-  void press(const std::string& name) {
-    for (auto* element : elements(QAccessible::queryAccessibleInterface(&session_.window))) {
-      if (element->text(QAccessible::Name).toStdString() != name) continue;
-      ASSERT_TRUE(element->actionInterface()) << name;
-      element->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-      session_.wait(1);
-      return;
-    }
-    ADD_FAILURE() << "nothing is called " << name;
-  }
-
- private:
-  PickerWindow& session_;
-};
 
 /// 12 March 2024, 14:05 UTC, an hour later for each further day.
 constexpr double kMarch = 1710252300;
@@ -68,7 +30,7 @@ class Accessibility : public testing::Test {
     session.open();
   }
   PickerWindow session{{}};
-  Reader reader{session};
+  ScreenReader reader{session};
 };
 
 TEST_F(Accessibility, EverythingHasANameAndIsReadInOrder) {
@@ -99,40 +61,6 @@ TEST_F(Accessibility, WhatIsPressedDoesWhatAFingerWould) {
   EXPECT_EQ(session.host.deliveries.size(), 1u);
 }
 
-TEST(AccessibleQuestion, IsReadWithItsButtonsAloneAndAnswered) {
-  PickerWindow session({"va", "b"});
-  session.script("va", PickerSession::failing());
-  session.open();
-  session.clickItem(0);
-  session.clickItem(1);
-  session.wait(1);
-  session.click(session.button(TLXMediaPickerController::TagDone));
-  session.wait(1);
-  Reader reader(session);
-  EXPECT_THAT(reader.names(),
-              ElementsAre("Unsupported File!\nThere is an unsupported file. You can continue without the unsupported "
-                          "file.",
-                          "Continue", "Cancel"));
-  reader.press("Continue");
-  ASSERT_EQ(session.host.deliveries.size(), 1u);
-  EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("b"));
-}
-
-TEST(AccessiblePanel, IsReadAloneWhileItIsThere) {
-  PickerWindow session;
-  session.script("a", PickerSession::downloading({0.5, 1}, 8));
-  session.open();
-  session.clickItem(0);
-  session.wait(1);
-  Reader reader(session);
-  session.click(session.button(TLXMediaPickerController::TagDone));
-  session.wait(3);
-  EXPECT_THAT(reader.names(),
-              ElementsAre("DOWNLOADING from iCloud", "DOWNLOADING", "from iCloud", "50 %", "1/1", "Cancel"));
-  reader.press("Cancel");
-  EXPECT_THAT(reader.names(), Contains("Camera Roll, albums")) << "what was covered is within reach again";
-}
-
 TEST(AccessibleOrder, FollowsTheItemsAlsoWhenCellsAreUsedAgain) {
   setenv("TZ", "UTC", 1);
   tzset();
@@ -143,7 +71,7 @@ TEST(AccessibleOrder, FollowsTheItemsAlsoWhenCellsAreUsedAgain) {
     contents.addSmartAlbum("Days", items);
   });
   session.open();
-  Reader reader(session);
+  ScreenReader reader(session);
   for (const double offset : {300.0, 2000.0, 1800.0, 9000.0}) {
     session.grid().setContentOffset({0, offset});
     session.wait(0.2);

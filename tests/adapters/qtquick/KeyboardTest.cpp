@@ -172,23 +172,6 @@ TEST(Keyboard, BeneathAnythingPresentedKeysDoNothing) {
   EXPECT_THAT(session.picked(), IsEmpty()) << "Escape is the question's Cancel";
 }
 
-TEST(Keyboard, AQuestionIsAnsweredByItsFocusedButton) {
-  PickerWindow session({"va", "b"});
-  session.script("va", PickerSession::failing());
-  session.open();
-  session.clickItem(0);
-  session.clickItem(1);
-  session.wait(1);
-  session.press(Qt::Key_Return, Qt::ControlModifier);
-  session.wait(1);
-  ASSERT_THAT(session.choices(), ElementsAre("Continue", "Cancel"));
-  session.press(Qt::Key_Right);  // from the last button round to the first
-  session.press(Qt::Key_Return);
-  session.wait(1);
-  ASSERT_EQ(session.host.deliveries.size(), 1u);
-  EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("b"));
-}
-
 TEST(Keyboard, ADownloadIsCancelledByEscapeAndCoversWhatIsBeneath) {
   PickerWindow session;
   session.script("a", PickerSession::downloading({0.5, 1}, 8));

@@ -218,6 +218,29 @@ Names PickerWindow::choices() {
   return names;
 }
 
+std::vector<QRectF> PickerWindow::alertPlaces() {
+  std::vector<QRectF> places;
+  for (const QQuickItem* button : alertButtons()) {
+    places.push_back(button->mapRectToScene({0, 0, button->width(), button->height()}));
+  }
+  return places;
+}
+
+QRectF PickerWindow::alertWords() {
+  QRectF words;
+  const auto buttons = alertButtons();
+  walk(platform->window().rootItem(), [&](QQuickItem& item) {
+    const bool isText =
+        item.isVisible() && !item.property("textFormat").isNull() && !item.property("text").toString().isEmpty();
+    if (!isText || buttons.empty() || item.parentItem() == nullptr) return;
+    for (const QQuickItem* above = &item; above; above = above->parentItem()) {
+      if (above == buttons.front()->parentItem()) return;
+      if (above->property("actions").isValid()) words |= item.mapRectToScene({0, 0, item.width(), item.height()});
+    }
+  });
+  return words;
+}
+
 void PickerWindow::choose(const std::string& wanted) {
   const Names names = choices();
   const auto found = std::find(names.begin(), names.end(), wanted);

@@ -72,6 +72,9 @@ class PickerWindow {
   static QColor colourOf(const std::string& item);
   /// The names on the alert's buttons, in order; none without an alert.
   Names choices();
+  /// Where an alert's buttons are, in order, and the smallest rectangle around its words.
+  std::vector<QRectF> alertPlaces();
+  QRectF alertWords();
   std::string title() const { return picker->btnAlbumPicker.lock()->titleForState(UIControlStateNormal); }
   std::string count() const { return picker->lblPhotoCount.lock()->text(); }
 

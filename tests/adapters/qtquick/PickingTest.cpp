@@ -119,36 +119,6 @@ TEST(Picking, DownloadsShowAPanelThatCoversEverything) {
   EXPECT_THAT(session.host.deliveries, IsEmpty());
 }
 
-TEST(Picking, AFailureIsAskedAbout) {
-  const struct {
-    const char* answer;
-    Names delivered;
-    const char* why;
-  } rows[] = {{"Continue", {"b"}, "what came is delivered"}, {"Cancel", {}, "everything is unpicked"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.why);
-    PickerWindow session({"va", "b", "c"});
-    auto broken = PickerSession::failing();
-    session.script("va", broken);
-    session.open();
-    session.clickItem(0);
-    session.clickItem(1);
-    session.wait(1);
-    session.click(session.button(kDone));
-    session.wait(1);
-    EXPECT_THAT(session.choices(), ElementsAre("Continue", "Cancel"));
-    session.clickItem(2);
-    session.wait(1);
-    EXPECT_EQ(session.choices().size(), 2u) << "only a button closes the question";
-    session.choose(row.answer);
-    session.wait(1);
-    EXPECT_THAT(session.choices(), IsEmpty());
-    ASSERT_EQ(session.host.deliveries.size(), row.delivered.empty() ? 0u : 1u);
-    EXPECT_EQ(session.host.deliveries.empty() ? Names() : namesOf(session.host.deliveries[0]), row.delivered);
-    EXPECT_THAT(session.picked(), IsEmpty());
-  }
-}
-
 TEST(Albums, TheTitleOpensTheListAndAPressOutsideClosesItAlone) {
   PickerWindow session(PickerWindow::numbered(60));
   addFriends(session);
