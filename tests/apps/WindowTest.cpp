@@ -1,82 +1,32 @@
 // The program in a window on an X server, used with a mouse.
 
 #include <QJsonDocument>
-#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
 
 #include <gmock/gmock.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
-#include "tests/apps/Display.h"
 #include "tests/apps/Picture.h"
-#include "tests/apps/ProgramRun.h"
+#include "tests/apps/ScreenTest.h"
 
 namespace tlx::program {
 namespace {
 
 using test::Frame;
+using test::isPhoto;
+using test::isPicked;
+using test::kAccent;
 using testing::ElementsAre;
 
-constexpr Frame::Colour kAccent = {62, 193, 199}, kWhite = {255, 255, 255};
+constexpr Frame::Colour kWhite = {255, 255, 255};
 
-class Window : public test::ProgramTest {
- protected:
-  void SetUp() override {
-    display_ = std::make_unique<test::Display>(top_ / "screen");
-    if (!display_->error().empty()) GTEST_SKIP() << display_->error();
-    environment = {"DISPLAY=" + display_->name(), "QT_QPA_PLATFORM=xcb", "TLX_APPEARANCE=light"};
-  }
-  void TearDown() override {
-    if (process_ < 0) return;
-    kill(process_, SIGKILL);
-    waitFor(process_);
-  }
-  void open(const std::vector<std::string>& words) { process_ = start(words, top_ / "out"); }
-
-  /// Waits until the screen shows what is looked for. False, and a failed test, when the program ends before or never
-  /// gets there.
-  bool see(const char* what, const std::function<bool(const Frame&)>& isThere) {
-    const int ended = static_cast<int>(syscall(SYS_pidfd_open, process_, 0));
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    bool seen = false;
-    for (bool running = true; !seen && running && std::chrono::steady_clock::now() < deadline;) {
-      seen = isThere(display_->frame());
-      constexpr int kBetweenLooks = 15;  // milliseconds
-      pollfd end = {ended, POLLIN, 0};
-      running = poll(&end, 1, kBetweenLooks) == 0;
-    }
-    close(ended);
-    EXPECT_TRUE(seen) << what << "\n" << test::contentOf(top_ / "err");
-    return seen;
-  }
-  void click(int x, int y) { display_->click(x, y); }
-  test::Outcome end() {
-    test::Outcome outcome;
-    outcome.status = waitFor(std::exchange(process_, -1));
-    outcome.out = test::contentOf(top_ / "out");
-    outcome.err = test::contentOf(top_ / "err");
-    return outcome;
-  }
-
-  std::unique_ptr<test::Display> display_;
-  pid_t process_ = -1;
-};
+class Window : public test::ScreenTest {};
 
 /// Where things are in a window of 1024 x 720 at the screen's corner, as a person sees them.
 namespace place {
-constexpr int kTitleX = 512, kDoneX = 984, kBarY = 30;
-/// Well within the cell of the first row, counted from the left; and the edge of it, which has a frame when picked.
-Frame::Area cell(int column) {
-  return {26 + column * 399 / 2 + 12, 192, 150, 100};
-}
-Frame::Area edge(int column) {
-  return {26 + column * 399 / 2, 192, 6, 100};
-}
+using namespace test::place;
+constexpr int kTitleX = 512;
 /// Between the rows of photos: the ground, unless something lies over it.
 constexpr Frame::Area kGap = {0, 328, 1024, 16};
 constexpr Frame::Area kBanner = {40, 6, 200, 12};
@@ -87,14 +37,6 @@ constexpr Frame::Area kAllowChoice = {514, 425, 146, 40}, kAllowButton = {430, 4
 constexpr Frame::Area kGround = {10, 690, 20, 20};
 constexpr Frame::Area kSwitch = {724, 120, 48, 50};
 }  // namespace place
-
-/// The photo's own pixels vary; a tile that still waits is of one colour.
-bool isPhoto(const Frame& frame, const Frame::Area& area) {
-  return frame.variety(area) > 12;
-}
-bool isPicked(const Frame& frame, int column) {
-  return frame.count(place::edge(column), kAccent) > 300;
-}
 
 TEST_F(Window, PicksByMouseFromAnotherAlbumUpToTheLimit) {
   std::vector<std::string> expected;

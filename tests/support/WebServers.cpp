@@ -97,8 +97,8 @@ void Nginx::writeConfiguration() const {
   if (!options_.user.empty()) out << "  auth_basic here; auth_basic_user_file " << own << "/users;\n";
   const bool tls = !options_.certificate.empty();
   if (tls) out << "  ssl_certificate " << options_.certificate << "; ssl_certificate_key " << options_.key << ";\n";
-  out << "  server { listen 127.0.0.1:" << port_ << (tls ? " ssl" : "") << "; root " << root_.string()
-      << "; location / { dav_ext_methods PROPFIND OPTIONS; } }\n}\n";
+  out << "  server { listen 127.0.0.1:" << port_ << (tls ? " ssl" : "") << "; root " << root_.string() << "; "
+      << options_.rules << " location / { dav_ext_methods PROPFIND OPTIONS; } }\n}\n";
 }
 
 void Nginx::start() {

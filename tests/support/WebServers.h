@@ -20,6 +20,7 @@ class Nginx {
     std::string user, password;       ///< wanted of everybody, when set
     std::string certificate, key;     ///< paths; speaks TLS when set
     std::int64_t bytesPerSecond = 0;  ///< of each answer; 0 for all there is
+    std::string rules;                ///< of nginx's own, for its server: "limit_rate_after 200k;"
   };
   static bool installed();
 

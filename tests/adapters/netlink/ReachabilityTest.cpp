@@ -6,13 +6,13 @@
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MemoryPlatform.h"
 #include "adapters/netlink/NetlinkReachability.h"
-#include "tests/adapters/netlink/OwnNetwork.h"
+#include "tests/support/OwnNetwork.h"
 #include "tests/contracts/ReachabilityContract.h"
 
 namespace tlx::contracts {
 namespace {
 
-using netlink::test::OwnNetwork;
+using test::OwnNetwork;
 
 /// A machine with one cable and a default route over it.
 class NetlinkWorld final : public ReachabilityWorld {

@@ -7,7 +7,7 @@
 #include <netinet/in.h>
 
 #include "adapters/netlink/NetlinkReachability.h"
-#include "tests/adapters/netlink/OwnNetwork.h"
+#include "tests/support/OwnNetwork.h"
 
 namespace tlx::netlink {
 namespace {

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "tests/adapters/netlink/OwnNetwork.h"
+#include "tests/support/OwnNetwork.h"
 
 int main(int argc, char** argv) {
   testing::InitGoogleTest(&argc, argv);
-  tlx::netlink::test::OwnNetwork::enter();
+  tlx::test::OwnNetwork::enter();
   return RUN_ALL_TESTS();
 }

@@ -1,4 +1,4 @@
-#include "tests/adapters/netlink/OwnNetwork.h"
+#include "tests/support/OwnNetwork.h"
 
 #include <cstdio>
 #include <cstring>
@@ -11,7 +11,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-namespace tlx::netlink::test {
+namespace tlx::test {
 namespace {
 
 bool theProcessHasItsOwn = false;
@@ -78,4 +78,4 @@ std::string OwnNetwork::cable(const std::string& name, const std::string& addres
          " up\naddr add " + address + " dev " + name + (address.find(':') == std::string::npos ? "\n" : " nodad\n");
 }
 
-}  // namespace tlx::netlink::test
+}  // namespace tlx::test

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace tlx::netlink::test {
+namespace tlx::test {
 
 /// A network that belongs to the test's process alone. One at a time; at first it has nothing but a loopback link that
 /// is down.
@@ -30,4 +30,4 @@ class OwnNetwork {
   int tunnel_ = -1;
 };
 
-}  // namespace tlx::netlink::test
+}  // namespace tlx::test
