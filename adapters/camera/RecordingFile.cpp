@@ -25,7 +25,11 @@ std::shared_ptr<RecordingFile> RecordingFile::make(const std::string& folder, co
     return nullptr;
   }
   std::string path = folder + "/" + kPrefix + "XXXXXX" + ending;
-  const int file = ::mkostemps(path.data(), static_cast<int>(ending.size()), O_CLOEXEC);
+  const int made = ::mkostemps(path.data(), static_cast<int>(ending.size()), O_CLOEXEC);
+  if (made < 0) return nullptr;
+  // Held for reading only: whoever is to take the finished file over must see that nobody writes it.
+  const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  ::close(made);
   if (file < 0) return nullptr;
   ::flock(file, LOCK_EX | LOCK_NB);
   return std::shared_ptr<RecordingFile>(new RecordingFile(std::move(path), file));

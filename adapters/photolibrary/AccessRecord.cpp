@@ -32,22 +32,29 @@ std::string fileNameFor(const std::string& host) {
 AccessRecord::AccessRecord(std::string folder, const std::string& host)
     : folder_(std::move(folder)), path_(folder_ + "/" + fileNameFor(host)) {}
 
-std::optional<bool> AccessRecord::photosAllowed() const {
+std::optional<bool> AccessRecord::allowed(const std::string& what) const {
   std::ifstream file(path_);
   for (std::string line; std::getline(file, line);) {
-    if (line == "photos=allowed") return true;
-    if (line == "photos=denied") return false;
+    if (line == what + "=allowed") return true;
+    if (line == what + "=denied") return false;
   }
   return std::nullopt;
 }
 
-bool AccessRecord::setPhotosAllowed(bool allowed) const {
+bool AccessRecord::setAllowed(const std::string& what, bool allowed) const {
+  std::string others;
+  {
+    std::ifstream file(path_);
+    for (std::string line; std::getline(file, line);) {
+      if (!line.starts_with(what + "=")) others += line + '\n';
+    }
+  }
   std::error_code failed;
   std::filesystem::create_directories(folder_, failed);
   const std::string draft = path_ + "~" + std::to_string(::getpid());
   {
     std::ofstream file(draft, std::ios::trunc);
-    file << "photos=" << (allowed ? "allowed" : "denied") << '\n';
+    file << others << what << '=' << (allowed ? "allowed" : "denied") << '\n';
     file.close();
     if (!file) return false;
   }

@@ -74,6 +74,12 @@ void Catalogue::waitUntilScanned(const std::stop_token& stop) const {
   changed_.wait(lock, stop, [&] { return scansDone_ >= wanted || !started_; });
 }
 
+bool Catalogue::waitForNewer(const std::shared_ptr<const Snapshot>& known, const std::stop_token& stop,
+                             std::chrono::steady_clock::time_point until) const {
+  std::unique_lock lock(mutex_);
+  return changed_.wait_until(lock, stop, until, [&] { return snapshot_ != known; });
+}
+
 std::shared_ptr<const Snapshot> Catalogue::snapshot() const {
   std::lock_guard lock(mutex_);
   return snapshot_;
@@ -270,6 +276,7 @@ void Catalogue::publish(const std::shared_ptr<const Snapshot>& next) {
     std::lock_guard lock(mutex_);
     snapshot_ = next;
   }
+  changed_.notify_all();
   published_(next);
 }
 

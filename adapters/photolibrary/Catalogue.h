@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -50,6 +51,10 @@ class Catalogue {
   void waitUntilScanned() const;
   /// The same, until the waiter is to stop.
   void waitUntilScanned(const std::stop_token& stop) const;
+
+  /// Waits for a newer state than this one, until the time or until the waiter is to stop; false when none came.
+  bool waitForNewer(const std::shared_ptr<const Snapshot>& known, const std::stop_token& stop,
+                    std::chrono::steady_clock::time_point until) const;
 
   /// The newest state. Any thread; waits for nothing but another reader.
   std::shared_ptr<const Snapshot> snapshot() const;

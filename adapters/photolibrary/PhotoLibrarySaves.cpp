@@ -13,6 +13,9 @@ namespace {
 /// Whoever saved something wants to have it in hand, picture and all, when they hear that the library has changed.
 constexpr std::chrono::milliseconds kNewsWaits{500};
 
+/// Where nobody can tell whether a file is still being written, the library waits for a while before it shows it.
+constexpr std::chrono::seconds kShownBy{5};
+
 double now() {
   return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
@@ -62,12 +65,17 @@ std::optional<NSError> PhotoLibrary::saveAll(const std::vector<PHAssetCreation>&
   for (const std::string& path : paths) saved.add(path);
   catalogue_->look(saved);
   catalogue_->waitUntilScanned(saver_.stopToken());
-  const auto snapshot = catalogue_->snapshot();
+  const auto until = SerialThread::Clock::now() + kShownBy;
+  auto snapshot = catalogue_->snapshot();
   std::vector<Identifier> identifiers;
   for (const std::string& path : paths) {
-    const std::uint32_t position = snapshot->findFile(folder.path(), path.substr(folder.path().size() + 1));
-    if (position == Snapshot::kNowhere) {
-      return libraryError(PhotoLibraryErrorNotFound, path + " was saved where the library does not look.");
+    std::uint32_t position;
+    while ((position = snapshot->findFile(folder.path(), path.substr(folder.path().size() + 1))) ==
+           Snapshot::kNowhere) {
+      if (!catalogue_->waitForNewer(snapshot, saver_.stopToken(), until)) {
+        return libraryError(PhotoLibraryErrorNotFound, path + " was saved where the library does not look.");
+      }
+      snapshot = catalogue_->snapshot();
     }
     identifiers.push_back(snapshot->assetAt(position)->localIdentifier);
   }

@@ -20,7 +20,7 @@ QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibrar
   platform_ = std::make_unique<Platform>(Platform::Ports{loops.mainQueue, loops.timers, loops.displayClock,
                                                          loops.runLoops, library, images, reachability, *scenes_, text_,
                                                          *presentation_, application_, log,
-                                                         camera ? *camera : noCamera_, noCaptureScreen_});
+                                                         camera ? *camera : noCamera_, captureScreen_});
   window_ = std::make_unique<QtWindow>(window, engine_, *scenes_);
   application_.setWindow(window_->model());
   presentation_->setWindow(window_.get());

@@ -4,6 +4,7 @@
 #include <QString>
 #include <memory>
 
+#include "adapters/qtquick/capture/QtCaptureScreen.h"
 #include "adapters/qtquick/loop/QtLoop.h"
 #include "adapters/qtquick/scenes/QtScenes.h"
 #include "adapters/qtquick/window/Appearance.h"
@@ -13,7 +14,6 @@
 #include "adapters/qtquick/window/QtWindow.h"
 #include "tlx/platform/Platform.h"
 #include "tlx/platform/avfoundation/CameraPort.h"
-#include "tlx/platform/uikit/CaptureScreenPort.h"
 
 namespace tlx {
 class PhotoLibraryPort;
@@ -64,7 +64,7 @@ class QtPlatform {
   QtApplication application_;
   QtText text_;
   NoCamera noCamera_;
-  NoCaptureScreen noCaptureScreen_;
+  QtCaptureScreen captureScreen_{engine_};
   std::unique_ptr<QtScenes> scenes_;
   std::unique_ptr<QtPresentation> presentation_;
   std::unique_ptr<Platform> platform_;

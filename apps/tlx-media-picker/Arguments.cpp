@@ -25,6 +25,7 @@ Pick photos and videos out of folders and clouds, or out of your own pictures an
   --output DIR               write what was picked there: images upright, names and capture dates kept, never overwriting
   --format json|paths|paths0 what is printed for each delivered item, in picked order (json: one object a line)
   --window WxH               the window's size (1024x720)
+  --camera auto|test|none    what the camera button opens; test: pictures that are made up (auto)
   --screenshot FILE          save a picture of the settled window and end; with --pick, before what was picked is delivered
 
 Without a window:
@@ -138,6 +139,12 @@ std::variant<Arguments, std::string> parseArguments(const std::vector<std::strin
          using Format = Arguments::Format;
          return choose<Format>({{"json", Format::Json}, {"paths", Format::Paths}, {"paths0", Format::Paths0}}, v,
                                arguments.format);
+       }},
+      {"--camera",
+       [&](const std::string& v) {
+         using Camera = Arguments::Camera;
+         return choose<Camera>({{"auto", Camera::Auto}, {"test", Camera::Test}, {"none", Camera::None}}, v,
+                               arguments.camera);
        }},
       {"--on-failure",
        [&](const std::string& v) {

@@ -13,6 +13,7 @@ namespace tlx::program {
 /// What the command line asks for.
 struct Arguments {
   enum class Format { Json, Paths, Paths0 };
+  enum class Camera { Auto, Test, None };
   enum class OnFailure { Continue, Retry, Cancel };
   /// Positions of one album, newest first, as ranges with both ends.
   struct Pick {
@@ -33,6 +34,7 @@ struct Arguments {
   std::vector<Pick> picks;
   OnFailure onFailure = OnFailure::Cancel;
   std::string screenshot;
+  Camera camera = Camera::Auto;
 };
 
 /// The arguments, or one line that says what is wrong with them and repeats nothing secret.

@@ -20,11 +20,13 @@ std::string named(const std::vector<std::string>& folders) {
 PickerWindow::PickerWindow(const Parts& parts, std::string host) : parts_(parts), host_(std::move(host)) {
   parts_.consent.setAsker(
       [this](const std::string& asking, photolibrary::PhotoConsent::Answer answer) { ask(asking, std::move(answer)); });
+  parts_.camera.setAsker([this](camera::CameraConsent::Answer answer) { askForCamera(std::move(answer)); });
   parts_.platform.application().setSettingsHandler([this] { return openSettings(); });
 }
 
 PickerWindow::~PickerWindow() {
   parts_.platform.application().setSettingsHandler(nullptr);
+  parts_.camera.setAsker(nullptr);
   parts_.consent.setAsker(nullptr);
   settings_.reset();
   question_.reset();
@@ -37,10 +39,20 @@ void PickerWindow::open() {
 }
 
 void PickerWindow::ask(const std::string& host, photolibrary::PhotoConsent::Answer answer) {
-  const qtquick::QtQuestion::Text text{
-      "\xe2\x80\x9c" + host + "\xe2\x80\x9d would like to access your photos",
-      "You choose which photos and videos it gets. It looks for them in" + named(photolibrary::defaultRoots()),
-      {{"Don\xe2\x80\x99t allow", true}, {"Allow"}}};
+  put({"\xe2\x80\x9c" + host + "\xe2\x80\x9d would like to access your photos",
+       "You choose which photos and videos it gets. It looks for them in" + named(photolibrary::defaultRoots()),
+       {{"Don\xe2\x80\x99t allow", true}, {"Allow"}}},
+      std::move(answer));
+}
+
+void PickerWindow::askForCamera(camera::CameraConsent::Answer answer) {
+  put({"\xe2\x80\x9c" + host_ + "\xe2\x80\x9d would like to access the camera",
+       "It takes photos, and videos with sound, when you press the shutter. They are kept among your pictures.",
+       {{"Don\xe2\x80\x99t allow", true}, {"Allow"}}},
+      std::move(answer));
+}
+
+void PickerWindow::put(const qtquick::QtQuestion::Text& text, std::function<void(bool allowed)> answer) {
   question_ = std::make_unique<qtquick::QtQuestion>(parts_.platform.window(), parts_.platform.engine(), text,
                                                     [this, answer = std::move(answer)](std::size_t choice) {
                                                       answer(choice == 1);
@@ -51,9 +63,13 @@ void PickerWindow::ask(const std::string& host, photolibrary::PhotoConsent::Answ
 bool PickerWindow::openSettings() {
   const std::vector<std::string>& chosen = parts_.arguments.folders;
   const bool remembered = parts_.library.photosAllowed().value_or(false);
+  std::vector<qtquick::QtSettingsPage::Switch> switches = {
+      {"Photos", "Show and hand over photos and videos", remembered}};
+  if (parts_.arguments.camera != Arguments::Camera::None) {
+    switches.push_back({"Camera", "Take photos, and videos with sound", parts_.camera.cameraAllowed().value_or(false)});
+  }
   const qtquick::QtSettingsPage::Content content{
-      host_,
-      {{"Photos", "Show and hand over photos and videos", remembered}},
+      host_, switches,
       chosen.empty()
           ? "What you allow is remembered for this program. Photos and videos are looked for in" +
                 named(photolibrary::defaultRoots())
@@ -62,7 +78,13 @@ bool PickerWindow::openSettings() {
                 named(chosen)};
   settings_ = std::make_unique<qtquick::QtSettingsPage>(
       parts_.platform.window(), parts_.platform.engine(), content,
-      [this](std::size_t, bool on) { setPhotosAllowed(on); },
+      [this](std::size_t index, bool on) {
+        if (index == 0) {
+          setPhotosAllowed(on);
+        } else {
+          parts_.camera.setCameraAllowed(on);
+        }
+      },
       [this, before = parts_.library.authorizationStatus()] { closeSettings(before); });
   return true;
 }

@@ -8,13 +8,14 @@
 #include "adapters/qtquick/QtPlatform.h"
 #include "adapters/qtquick/window/QtQuestion.h"
 #include "adapters/qtquick/window/QtSettingsPage.h"
+#include "apps/tlx-media-picker/CameraAccess.h"
 #include "apps/tlx-media-picker/Session.h"
 #include "apps/tlx-media-picker/WindowConsent.h"
 
 namespace tlx::program {
 
 /// The picker in the platform's window, and what the program shows over it: the question whether it may have the
-/// photos, and the page on which the person changes their mind.
+/// photos and the camera, and the page on which the person changes their mind.
 class PickerWindow final : public QObject {
   Q_OBJECT
 
@@ -24,6 +25,7 @@ class PickerWindow final : public QObject {
     Session& session;
     photolibrary::PhotoLibrary& library;
     WindowConsent& consent;
+    CameraAccess& camera;
     qtquick::QtPlatform& platform;
   };
   /// `host` is the program's name as the person knows it. All parts outlive the object.
@@ -38,6 +40,8 @@ class PickerWindow final : public QObject {
 
  private:
   void ask(const std::string& host, photolibrary::PhotoConsent::Answer answer);
+  void askForCamera(camera::CameraConsent::Answer answer);
+  void put(const qtquick::QtQuestion::Text& text, std::function<void(bool allowed)> answer);
   bool openSettings();
   void setPhotosAllowed(bool allowed);
   /// A picker learns its access when it is made, so another takes its place when the person left the page with another

@@ -15,6 +15,7 @@
 #include "tlx/platform/foundation/SystemLog.h"
 #include "tlx/views/MediaCollectionViewController.h"
 
+#include "adapters/camera/GstCamera.h"
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/SourceSet.h"
@@ -24,6 +25,7 @@
 #include "adapters/photolibrary/webdav/WebDavSource.h"
 #include "adapters/qtquick/QtPlatform.h"
 #include "apps/tlx-media-picker/Arguments.h"
+#include "apps/tlx-media-picker/CameraAccess.h"
 #include "apps/tlx-media-picker/CloudCredentials.h"
 #include "apps/tlx-media-picker/HeadlessRun.h"
 #include "apps/tlx-media-picker/OutputFolder.h"
@@ -126,6 +128,14 @@ int run(int argc, char** argv, const Arguments& arguments) {
   });
   netlink::NetlinkReachability reachability;
 
+  const std::string kept = photolibrary::xdgConfigHome() + "/tlx-media-picker";
+  CameraAccess cameraAccess(kept + "/access", kHost);
+  camera::GstCamera::Options cameraOptions;
+  cameraOptions.test = arguments.camera == Arguments::Camera::Test;
+  cameraOptions.consent = &cameraAccess;
+  cameraOptions.folder = photolibrary::xdgCacheHome() + "/tlx-media-picker/recordings";
+  camera::GstCamera camera(cameraOptions, loops.mainQueue);
+
   QQuickWindow window;
   window.setTitle(QStringLiteral("Photos"));
   window.setMinimumSize({320, 480});
@@ -138,12 +148,13 @@ int run(int argc, char** argv, const Arguments& arguments) {
     images.setScreenScale(window.effectiveDevicePixelRatio() * enlarged);
   });
 
-  qtquick::QtPlatform platform(loops, window, library, telling, reachability, log);
+  qtquick::QtPlatform platform(loops, window, library, telling, reachability, log,
+                               arguments.camera == Arguments::Camera::None ? nullptr : &camera);
   Session session(arguments, library, output.get());
   session.setEndHandler([&] { QTimer::singleShot(0, &application, &QCoreApplication::quit); });
 
-  auto picker =
-      std::make_unique<PickerWindow>(PickerWindow::Parts{arguments, session, library, consent, platform}, kHost);
+  auto picker = std::make_unique<PickerWindow>(
+      PickerWindow::Parts{arguments, session, library, consent, cameraAccess, platform}, kHost);
   SettledWindow settled(window, library, images);
 
   // A script wants all there is; a person would rather see what is known at once, and the rest as it is found.

@@ -18,11 +18,4 @@ class CaptureScreenPort {
   virtual void close(const UIImagePickerController& screen) = 0;
 };
 
-/// Draws nothing: for programs whose camera is `NoCamera`.
-class NoCaptureScreen final : public CaptureScreenPort {
- public:
-  void open(const std::shared_ptr<UIImagePickerController>&) override {}
-  void close(const UIImagePickerController&) override {}
-};
-
 }  // namespace tlx
