@@ -74,8 +74,11 @@ bool OwnNetwork::openTunnel() {
 }
 
 std::string OwnNetwork::cable(const std::string& name, const std::string& address) {
-  return "link add " + name + " type veth peer name " + name + "x\nlink set " + name + "x up\nlink set " + name +
-         " up\naddr add " + address + " dev " + name + (address.find(':') == std::string::npos ? "\n" : " nodad\n");
+  std::string lines = "link add " + name + " type veth peer name " + name + "x\n";
+  // Addresses that the kernel makes up come in seconds later, as changes that no test asked for.
+  for (const std::string& end : {name + "x", name}) lines += "link set " + end + " addrgenmode none up\n";
+  const bool six = address.find(':') != std::string::npos;
+  return lines + "addr add " + address + " dev " + name + (six ? " nodad\n" : "\n");
 }
 
 }  // namespace tlx::test

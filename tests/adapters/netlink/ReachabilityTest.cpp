@@ -6,8 +6,8 @@
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MemoryPlatform.h"
 #include "adapters/netlink/NetlinkReachability.h"
-#include "tests/support/OwnNetwork.h"
 #include "tests/contracts/ReachabilityContract.h"
+#include "tests/support/OwnNetwork.h"
 
 namespace tlx::contracts {
 namespace {
@@ -169,34 +169,35 @@ TEST_F(NetlinkReachability, ReadsAfreshWhenTheKernelToldMoreThanItCouldKeep) {
 }
 
 TEST_F(NetlinkReachability, ResolvesNamesWithoutWaitingAndAgainAfterChanges) {
-  Mailbox<std::vector<sockaddr_storage>> answers;
-  Mailbox<std::string> asked;
-  const auto resolve = [&](const std::string& name) {
-    asked.put(name);
-    return answers.take().value_or(std::vector<sockaddr_storage>());
+  // Shared with the resolver's thread, which may outlive all that is here.
+  const auto answers = std::make_shared<Mailbox<std::vector<sockaddr_storage>>>();
+  const auto asked = std::make_shared<Mailbox<std::string>>();
+  const auto resolve = [answers, asked](const std::string& name) {
+    asked->put(name);
+    return answers->take().value_or(std::vector<sockaddr_storage>());
   };
   netlink::NetlinkReachability port("/sys", resolve);
   Mailbox<SCNetworkReachabilityFlags> heard;
   auto target = port.createWithName("photos.example");
   target->setCallback([&](SCNetworkReachabilityFlags flags) { heard.put(flags); });
   ASSERT_TRUE(target->schedule(loop.loop()));
-  ASSERT_EQ(asked.take(), "photos.example");
+  ASSERT_EQ(asked->take(), "photos.example");
   EXPECT_EQ(target->flags(), Flags(0)) << "nobody has answered yet";
-  answers.put({});
-  ASSERT_TRUE(asked.take()) << "a name without an answer is asked for again";
-  answers.put(addresses("10.1.0.9"));
+  answers->put({});
+  ASSERT_TRUE(asked->take()) << "a name without an answer is asked for again";
+  answers->put(addresses("10.1.0.9"));
   EXPECT_EQ(heard.take(), Flags(0x20002));
   ASSERT_TRUE(network.run("addr add 10.9.0.1/24 dev wire\n"));
-  ASSERT_TRUE(asked.take()) << "the network changed";
+  ASSERT_TRUE(asked->take()) << "the network changed";
   EXPECT_EQ(target->flags(), Flags(0x20002)) << "the former address counts until there is another";
-  answers.put(addresses("192.0.2.1"));
+  answers->put(addresses("192.0.2.1"));
   EXPECT_EQ(heard.take(), Flags(2));
   ASSERT_TRUE(network.run("route del default\n"));
   EXPECT_EQ(heard.take(), Flags(0));
-  ASSERT_TRUE(asked.take());
+  ASSERT_TRUE(asked->take());
   loop.performAndWait([&] { target.reset(); });  // while a resolver is at work, which nobody waits for
-  answers.put({});
-  EXPECT_TRUE(asked.empty());
+  answers->put({});
+  EXPECT_TRUE(asked->empty());
 }
 
 TEST_F(NetlinkReachability, AsksTheSystemsResolver) {

@@ -96,8 +96,9 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
       {tunnel, "192.0.2.7", kReachable, "who knows what is behind a tunnel"},
       {wire6, "2001:db9::9", kReachable | kDirect, "an IPv6 neighbour"},
       {wire6, "2001:db8::7", 0, "no way there by IPv6"},
-      {wire6 + cable("wire2", "2001:dba::1/64") + "link set wire2x down\n", "fe80::9%wire2", 0,
+      {wire6 + cable("wire2", "fe80::1/64") + "link set wire2x down\n", "fe80::9%wire2", 0,
        "the link is part of the address"},
+      {cable("wire2", "fe80::1/64"), "fe80::9%wire2", kReachable | kDirect, "and this one carries"},
 
       {wire, "169.254.0.0", kReachable | kDirect, "a cable is up"},
       {"link set lo up\n" + wire + "link set wirex down\n", "169.254.0.0", 0, "no cable is"},
