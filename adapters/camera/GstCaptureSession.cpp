@@ -43,8 +43,9 @@ struct GstCaptureSession::Shared {
   CaptureSessionListener* listener;  // main thread
   GstCaptureSession* session;        // main thread
 
-  std::mutex mutex;  ///< guards what follows
-  Gst<GstSample> newest;
+  std::mutex mutex;       ///< guards what follows
+  Gst<GstSample> newest;  // for the screen
+  Gst<GstSample> whole;   // the same, or the one after it, with all of the sensor's pixels
   bool announced = false;
   std::shared_ptr<Recorder> recorder;
   bool photoWanted = false;
@@ -70,7 +71,7 @@ class GstCaptureSession::Engine {
   }
   ~Engine() {
     ++opening_;
-    pictures_.reset();
+    closePictures();
     sounds_.reset();
     {
       std::lock_guard lock(shared_->mutex);
@@ -90,6 +91,8 @@ class GstCaptureSession::Engine {
   void flowPreview(GstSample& sample);
   void flowWhole(GstSample& sample, GstElement& pipeline);
   void flowSound(GstSample& sample, GstElement& pipeline);
+  void tellPhoto(GstSample& sample, GstElement& pipeline);
+  void closePictures();
   void broke(NSError error);
   void fail(NSError error);
   void recordingEnded(std::optional<AVRecording> recording, std::optional<NSError> error);
@@ -103,12 +106,13 @@ class GstCaptureSession::Engine {
   std::shared_ptr<Recorder> recorder_;
   std::string device_;
   std::uint64_t opening_ = 0;
+  std::atomic<CaptureKind> kind_ = CaptureKind::Photo;
   std::atomic<bool> flowed_ = false, soundFlows_ = false;
   std::optional<NSError> failure_;  ///< to be told when the recording has ended
 };
 
 GstCaptureSession::GstCaptureSession(const Options& options, MainQueuePort& mainQueue, CaptureSessionListener& listener)
-    : shared_(new Shared{mainQueue, &listener, this, {}, {}, false, {}, false, false}) {
+    : shared_(new Shared{mainQueue, &listener, this, {}, {}, {}, false, {}, false, false}) {
   loop_.post([this, options] { engine_ = std::make_unique<Engine>(loop_, options, shared_); });
 }
 
@@ -173,7 +177,7 @@ void GstCaptureSession::Engine::devicesChanged() {
 
 void GstCaptureSession::Engine::open(CaptureKind kind, const std::string& identifier) {
   if (recorder_) return;
-  pictures_.reset();  // the device must be free before it is opened anew
+  closePictures();  // the device must be free before it is opened anew
   sounds_.reset();
   {
     std::lock_guard lock(shared_->mutex);
@@ -181,6 +185,7 @@ void GstCaptureSession::Engine::open(CaptureKind kind, const std::string& identi
     shared_->photoWanted = false;
   }
   failure_.reset();
+  kind_ = kind;
   flowed_ = soundFlows_ = false;
   const auto opening = ++opening_;
   const auto cameras = devices_->cameras();
@@ -224,6 +229,17 @@ void GstCaptureSession::Engine::open(CaptureKind kind, const std::string& identi
   });
 }
 
+void GstCaptureSession::Engine::closePictures() {
+  // The device's own memory: it may not be free while we hold some of it.
+  const auto letGo = [this] {
+    std::lock_guard lock(shared_->mutex);
+    shared_->whole.reset();
+  };
+  letGo();
+  pictures_.reset();
+  letGo();
+}
+
 void GstCaptureSession::Engine::flowPreview(GstSample& sample) {
   flowed_ = true;
   bool announce = false;
@@ -244,10 +260,13 @@ void GstCaptureSession::Engine::flowWhole(GstSample& sample, GstElement& pipelin
     std::lock_guard lock(shared_->mutex);
     recorder = shared_->recorder;
     wanted = std::exchange(shared_->photoWanted, false);
+    if (kind_ == CaptureKind::Photo) shared_->whole.reset(gst_sample_ref(&sample));
   }
   if (recorder) recorder->addPicture(sample, takenAt(sample, pipeline));
-  if (!wanted) return;
-  // On the device's own thread: the next picture may wait until this one is done.
+  if (wanted) tellPhoto(sample, pipeline);
+}
+
+void GstCaptureSession::Engine::tellPhoto(GstSample& sample, GstElement& pipeline) {
   const auto photo = uprightablePicture(sample, pipeline);
   Shared::tell(shared_, [photo](GstCaptureSession&, CaptureSessionListener& listener) {
     if (photo) {
@@ -270,8 +289,14 @@ void GstCaptureSession::Engine::flowSound(GstSample& sample, GstElement& pipelin
 
 void GstCaptureSession::Engine::takePhoto() {
   if (!pictures_) return fail(cameraError(CameraErrorNoDevice, "no camera is open"));
-  std::lock_guard lock(shared_->mutex);
-  shared_->photoWanted = true;
+  // What the person saw when they pressed, rather than what comes after it.
+  Gst<GstSample> seen;
+  {
+    std::lock_guard lock(shared_->mutex);
+    seen = std::move(shared_->whole);
+    shared_->photoWanted = !seen;
+  }
+  if (seen) tellPhoto(*seen, pictures_->pipeline());
 }
 
 void GstCaptureSession::Engine::startRecording(unsigned patience) {
@@ -330,7 +355,7 @@ void GstCaptureSession::Engine::recordingEnded(std::optional<AVRecording> record
 /// The camera is gone. What is being recorded is brought to its end first.
 void GstCaptureSession::Engine::broke(NSError error) {
   if (flowed_ && error.code == CameraErrorFailed) error.code = CameraErrorDisconnected;
-  pictures_.reset();
+  closePictures();
   if (shared_->recording) {
     failure_ = error;
     stopRecording(std::move(error));

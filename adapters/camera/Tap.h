@@ -31,6 +31,8 @@ class Tap {
   Tap(const Tap&) = delete;
   Tap& operator=(const Tap&) = delete;
 
+  GstElement& pipeline() const { return *pipeline_; }
+
  private:
   bool build(GstElement* source, const std::string& description);
   void breakOff(NSError error);

@@ -104,7 +104,7 @@ int run() {
         plain(source + "jpegenc quality=92 ! filesink sync=false location=" + (folder / "plain.jpg").string()));
   }
   std::filesystem::remove_all(folder);
-  const bool first = report("opening the camera to its first picture", picture, plainPicture, 2);
+  const bool first = report("opening the camera to its first picture", picture, plainPicture, 3);
   const bool saved = report("shutter to a file with its date, 3 MP", file, plainFile, 3);
   return first && saved ? 0 : 1;
 }

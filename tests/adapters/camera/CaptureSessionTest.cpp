@@ -101,6 +101,15 @@ TEST_F(CaptureSessionTest, PhotosHaveTheSensorsPixelsAndPreviewsAScreens) {
   EXPECT_FALSE(listener.failure);
 }
 
+TEST_F(CaptureSessionTest, AMachineWithoutACameraSaysSo) {
+  if (std::filesystem::exists("/dev/video0")) GTEST_SKIP() << "this one has a camera";
+  options.test = false;
+  open(CaptureKind::Photo);
+  ASSERT_TRUE(wait([&] { return listener.failure.has_value(); }));
+  EXPECT_EQ(listener.failure->code, CameraErrorNoDevice);
+  EXPECT_TRUE(session->devices().empty());
+}
+
 TEST_F(CaptureSessionTest, ASensorThatLiesOnItsSideSaysSo) {
   options.testPictures = "videotestsrc is-live=true ! taginject tags=image-orientation=rotate-90";
   open(CaptureKind::Photo);

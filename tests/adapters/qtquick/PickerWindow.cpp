@@ -78,7 +78,8 @@ PickerWindow::PickerWindow(const Names& items, QSize size) {
   window.show();
   window.requestActivate();
   EXPECT_TRUE(QTest::qWaitForWindowActive(&window));
-  platform.emplace(qtquick::LoopPorts{loop, loop, loop, runLoops}, window, library, images, reachability, systemLog);
+  platform.emplace(qtquick::LoopPorts{loop, loop, loop, runLoops}, window, library, images, reachability, systemLog,
+                   &camera);
 }
 
 PickerWindow::~PickerWindow() {

@@ -17,6 +17,7 @@
 #include "adapters/memory/MainLoop.h"
 #include "adapters/qtquick/QtPlatform.h"
 #include "adapters/qtquick/views/ViewItem.h"
+#include "tests/adapters/qtquick/ScriptedCamera.h"
 #include "tests/support/PickerSession.h"
 
 namespace tlx::test {
@@ -39,6 +40,7 @@ class PickerWindow {
   memory::MemoryPhotoLibrary library{background};
   memory::MemoryImageManager images{library, loop, background};
   memory::MemoryReachability reachability;
+  ScriptedCamera camera;
   QQuickWindow window;
   std::optional<qtquick::QtPlatform> platform;
   PickerHost host{log};

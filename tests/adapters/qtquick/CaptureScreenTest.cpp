@@ -1,0 +1,140 @@
+#include <utility>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "adapters/memory/Pictures.h"
+#include "tests/adapters/qtquick/PickerWindow.h"
+#include "tests/adapters/qtquick/ScreenReader.h"
+
+namespace tlx::test {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+class CaptureScreen : public testing::Test {
+ protected:
+  void open(std::int64_t kind = 0) {
+    session.open();
+    session.picker->mediaType = kind;
+    session.picker->btnCameraPressed();
+    session.wait(1);
+  }
+  Names heard() {
+    session.wait(0.1);
+    return std::exchange(camera.heard, {});
+  }
+  void fail(CameraErrorCode code) {
+    camera.listener->failed({kCameraErrorDomain, code, "a cause"});
+    session.wait(0.1);
+  }
+  bool isOpen() { return camera.listener != nullptr; }
+
+  PickerWindow session;
+  ScriptedCamera& camera = session.camera;
+  ScreenReader reader{session};
+};
+
+TEST_F(CaptureScreen, KeysAndReadersReachEverything) {
+  open();
+  EXPECT_THAT(heard(), ElementsAre("open photo "));
+  session.press(Qt::Key_Space);
+  EXPECT_THAT(heard(), IsEmpty()) << "there is nothing to take yet";
+  camera.show();
+  session.wait(0.1);
+  EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Take photo", "Switch camera"));
+  EXPECT_THAT(reader.names(QAccessible::RadioButton), ElementsAre("Video", "Photo"));
+  reader.press("Switch camera");
+  EXPECT_THAT(heard(), ElementsAre("open photo front"));
+  reader.press("Video");
+  EXPECT_THAT(heard(), ElementsAre("open movie front"));
+  camera.show();
+  session.press(Qt::Key_Space);
+  EXPECT_THAT(heard(), ElementsAre("start"));
+  camera.recorded = 67.5;
+  camera.listener->previewChanged();
+  session.wait(0.1);
+  EXPECT_THAT(reader.names(), Contains("Recording, 1:07"));
+  EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Stop recording"));
+  session.press(Qt::Key_Space);
+  EXPECT_THAT(heard(), ElementsAre("stop"));
+  camera.listener->recordingEnded(AVRecording{"/nowhere.mp4", {}, 67.5, nullptr}, std::nullopt);
+  session.wait(0.1);
+  EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Retake", "Use video"));
+  reader.press("Retake");
+  EXPECT_THAT(heard(), IsEmpty()) << "the camera has been open all the time";
+  session.press(Qt::Key_Escape);
+  session.wait(1);
+  EXPECT_FALSE(isOpen());
+  EXPECT_THAT(session.picked(), IsEmpty());
+  EXPECT_THAT(reader.names(), Contains("Photos")) << "what was beneath can be reached again";
+}
+
+TEST_F(CaptureScreen, OffersWhatMayBePicked) {
+  open(2);
+  EXPECT_THAT(heard(), ElementsAre("open movie "));
+  EXPECT_THAT(reader.names(QAccessible::RadioButton), IsEmpty());
+  EXPECT_THAT(session.close(), IsEmpty()) << "a host may go in the middle of it";
+  EXPECT_FALSE(isOpen());
+}
+
+TEST_F(CaptureScreen, SaysWhatIsWrongAndTriesAgain) {
+  open();
+  const std::pair<CameraErrorCode, const char*> rows[] = {
+      {CameraErrorBusy, "The camera is in use\nClose the program that is using it, then try again."},
+      {CameraErrorNotAllowed, "The camera cannot be opened\nThis program has no right to use it on this computer."},
+      {CameraErrorDisconnected, "The camera was disconnected\nPlug it in again, then try again."},
+      {CameraErrorFailed, "The camera does not work\nTry again, or use another one."},
+      {CameraErrorNoDevice, "No camera found\nPlug one in, and it shows here."},
+  };
+  for (const auto& [code, words] : rows) {
+    fail(code);
+    EXPECT_THAT(reader.names(), Contains(words));
+    EXPECT_THAT(reader.names(QAccessible::Button), Not(Contains("Take photo")));
+    heard();
+    reader.press("Try again");
+    EXPECT_THAT(heard(), ElementsAre("open photo back"));
+    EXPECT_THAT(reader.names(), Not(Contains(words)));
+  }
+  fail(CameraErrorNoDevice);
+  heard();
+  camera.listener->devicesChanged();
+  EXPECT_THAT(heard(), ElementsAre("open photo ")) << "one was plugged in";
+}
+
+TEST_F(CaptureScreen, WhatWasTakenBeforeItFailedIsKept) {
+  open();
+  camera.show();
+  session.press(Qt::Key_Space);
+  camera.listener->photoTaken(memory::solidPicture(40, 30, 0x204060, UIImageOrientationRight));
+  fail(CameraErrorDisconnected);
+  EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Retake", "Use photo"));
+  reader.press("Use photo");
+  session.wait(1);
+  EXPECT_THAT(session.picked(), ElementsAre("saved 1"));
+  EXPECT_FALSE(isOpen());
+
+  session.picker->btnCameraPressed();
+  session.wait(1);
+  reader.press("Video");
+  camera.show();
+  session.press(Qt::Key_Space);
+  camera.listener->recordingEnded(AVRecording{"/nowhere.mp4", {}, 3, nullptr},
+                                  NSError{kCameraErrorDomain, CameraErrorNoSpace, ""});
+  session.wait(0.1);
+  EXPECT_THAT(reader.names(), Contains("The disk is full. What was recorded until then is kept."));
+  heard();
+  reader.press("Retake");
+  session.press(Qt::Key_Space);
+  EXPECT_THAT(heard(), ElementsAre("start"));
+  camera.listener->recordingEnded(std::nullopt, NSError{kCameraErrorDomain, CameraErrorNoEncoder, ""});
+  session.wait(0.1);
+  EXPECT_THAT(reader.names(),
+              Contains("Videos cannot be recorded\nThis computer has no video encoder that GStreamer can use."));
+}
+
+}  // namespace
+}  // namespace tlx::test
