@@ -74,9 +74,12 @@ CGSize ImageManager::pixelTarget(CGSize target, const PHImageRequestOptions& opt
 }
 
 void ImageManager::waitUntilIdle() {
-  // Work goes from the fetchers to the workers and back at most once.
-  workers_.waitUntilIdle();
-  fetchers_.waitUntilIdle();
+  // What is elsewhere goes from the workers to the fetchers and back at most twice: for a preview, and for the
+  // original.
+  for (int round = 0; round < 2; ++round) {
+    workers_.waitUntilIdle();
+    fetchers_.waitUntilIdle();
+  }
   workers_.waitUntilIdle();
 }
 

@@ -269,6 +269,7 @@ std::int64_t SharedThumbnails::Record::bytes() const {
 
 void SharedThumbnails::write(const Record& record) {
   const Subject& subject = record.subject;
+  if (makingRoom_) return;
   {
     const std::lock_guard lock(mutex_);
     if (nowSteady() < nextTry_) return;
@@ -316,6 +317,13 @@ bool SharedThumbnails::replace(const std::string& folder, const Subject& subject
 }
 
 bool SharedThumbnails::makeRoom() {
+  makingRoom_ = true;
+  const bool made = lookForRoom();
+  makingRoom_ = false;
+  return made;
+}
+
+bool SharedThumbnails::lookForRoom() {
   const std::int64_t now = secondsOf(nowOnTheWall());
   const std::int64_t tooOld = now - std::int64_t{settings_.maxAgeDays} * 86400;
   std::vector<Kept> all;

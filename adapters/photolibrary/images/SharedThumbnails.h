@@ -92,8 +92,11 @@ class SharedThumbnails {
   bool replace(const std::string& folder, const Subject& subject, const std::vector<std::uint8_t>& png);
   /// False when there is no room.
   bool makeRoom();
+  bool lookForRoom();
 
   const Settings settings_;
+  /// Looking through a large cache takes a while, in which no other worker is to wait.
+  std::atomic<bool> makingRoom_{false};
   std::mutex mutex_;  // guards what follows; one writer at a time
   std::int64_t roomLeft_ = 0;
   std::int64_t nextTry_ = 0;  // after a failure; nanoseconds of the steady clock

@@ -52,7 +52,7 @@ class ManagingImages : public testing::Test {
     ImageManager::Settings settings;
     settings.workers = workers;
     settings.pixelFolder = folder_.file("pixels");
-    settings.shared.folder = folder_.file("thumbnails");
+    settings.shared.folder.clear();
     images_ = std::make_unique<ImageManager>(items_, loop_, settings);
   }
   Asset photo(const std::string& name, bool withThumbnail = false) {

@@ -250,6 +250,10 @@ TEST_F(SharingThumbnails, WorksOnWithoutThem) {
   settings_.shared.worth = 1e9;
   show("a.png");
   EXPECT_FALSE(fs::exists(thumbnailOf(path))) << "what is as quickly decoded is not written";
+  settings_.shared.worth = 0;
+  settings_.recordBytes = 100;
+  show("a.png");
+  EXPECT_FALSE(fs::exists(thumbnailOf(path))) << "nor what would wait in more memory than there is for it";
 }
 
 TEST_F(SharingThumbnails, KeepsWithinItsRoomAndDeletesNobodyElses) {
