@@ -25,28 +25,13 @@ using namespace tlx;
 using namespace tlx::bench;
 using namespace tlx::photolibrary;
 
-/// Any number of items, all of one file.
-class OneFile final : public ItemStore {
- public:
-  explicit OneFile(std::string path) : path_(std::move(path)) {}
-  std::variant<ItemLocation, NSError> locate(const Identifier&) const override {
-    ItemLocation location;
-    location.path = path_;
-    return location;
-  }
-  std::variant<Original, NSError> fetchOriginal(const Identifier&, const FetchOptions&) override {
-    return Original{path_, nullptr};
-  }
-
- private:
-  std::string path_;
-};
-
 /// A manager over one file, asked for many items of it.
 class Session {
  public:
-  Session(const std::string& path, const std::string& pixelFolder, unsigned workers)
-      : items_(path), images_(items_, loop_, settings(pixelFolder, workers)) {}
+  /// `shared` is the folder of the shared thumbnails, which stay unwritten.
+  Session(const std::string& path, PixelSize size, const std::string& pixelFolder, unsigned workers,
+          const std::string& shared = "")
+      : items_(path, size), images_(items_, loop_, settings(pixelFolder, workers, shared)) {}
 
   /// Seconds until `count` new items have their first picture (or their final one).
   double secondsFor(int count, CGSize size, PHImageRequestOptionsDeliveryMode mode, bool firstOnly,
@@ -75,11 +60,12 @@ class Session {
   }
 
  private:
-  static ImageManager::Settings settings(const std::string& pixelFolder, unsigned workers) {
+  static ImageManager::Settings settings(const std::string& pixelFolder, unsigned workers, const std::string& shared) {
     ImageManager::Settings settings;
     settings.workers = workers;
     settings.pixelFolder = pixelFolder;
-    settings.shared.folder.clear();
+    settings.shared.folder = shared;
+    settings.recordBytes = 0;
     return settings;
   }
 
@@ -118,7 +104,9 @@ int main() {
       [&] { return bench::secondsOf([&] { bench::keep(std::get<0>(decoder.decode(twelve, cell)).get()); }); },
       [&] { return bench::secondsOf([&] { scaledDecode(readFile(twelve, 64 << 20), 1); }); });
 
-  Session one(twelve, pixels, 1), both(twelve, pixels, 2);
+  const PixelSize size{4000, 3000};
+  Session one(twelve, size, pixels, 1), both(twelve, size, pixels, 2);
+  Session unseen(twelve, size, pixels, 2, (folder / "thumbnails").string());
   const auto finals = [](Session& session) {
     return session.secondsFor(12, {130, 130}, PHImageRequestOptionsDeliveryModeHighQualityFormat, false);
   };
@@ -139,7 +127,7 @@ int main() {
   kept &= bench::sideBySide(
       "first pictures of 24 cells / by hand", 2, 9,
       [&] {
-        return both.secondsFor(24, {130, 130}, PHImageRequestOptionsDeliveryModeOpportunistic, true);
+        return unseen.secondsFor(24, {130, 130}, PHImageRequestOptionsDeliveryModeOpportunistic, true);
       },
       [&] { return wallSecondsOf(byHand); });
 
@@ -164,7 +152,7 @@ int main() {
       });
 
   std::vector<std::shared_ptr<const UIImage>> delivered;
-  Session picks(two, pixels, 0);
+  Session picks(two, {1600, 1200}, pixels, 0);
   const double seconds =
       picks.secondsFor(1000, {1600, 1600}, PHImageRequestOptionsDeliveryModeHighQualityFormat, false, &delivered);
   const double resident = residentGigabytes();

@@ -19,6 +19,8 @@
 
 #include "tlx/platform/photos/PHAsset.h"
 
+#include "adapters/photolibrary/ItemStore.h"
+#include "adapters/photolibrary/images/FittedSize.h"
 #include "bench/SideBySide.h"
 
 namespace tlx::bench {
@@ -134,5 +136,27 @@ inline std::shared_ptr<const PHAsset> asset(int number) {
   made->localIdentifier = std::to_string(number);
   return made;
 }
+
+/// Any number of items, all of one file, each with an address of its own.
+class OneFile final : public photolibrary::ItemStore {
+ public:
+  OneFile(std::string path, photolibrary::PixelSize size) : path_(std::move(path)), size_(size) {}
+  std::variant<photolibrary::ItemLocation, NSError> locate(const Identifier& identifier) const override {
+    photolibrary::ItemLocation location;
+    location.path = path_;
+    location.uri = "file://" + path_ + "#" + identifier.string();
+    location.format = photolibrary::MediaFormat::Jpeg;
+    location.width = size_.width;
+    location.height = size_.height;
+    return location;
+  }
+  std::variant<photolibrary::Original, NSError> fetchOriginal(const Identifier&, const FetchOptions&) override {
+    return photolibrary::Original{path_, nullptr};
+  }
+
+ private:
+  std::string path_;
+  photolibrary::PixelSize size_;
+};
 
 }  // namespace tlx::bench

@@ -17,27 +17,6 @@ using namespace tlx::photolibrary;
 constexpr CGSize cell{130, 130};
 constexpr int cells = 24;
 
-/// Any number of items, all of one file, each with an address of its own.
-class OneFile final : public ItemStore {
- public:
-  explicit OneFile(std::string path) : path_(std::move(path)) {}
-  std::variant<ItemLocation, NSError> locate(const Identifier& identifier) const override {
-    ItemLocation location;
-    location.path = path_;
-    location.uri = "file://" + path_ + "#" + identifier.string();
-    location.format = MediaFormat::Jpeg;
-    location.width = 4000;
-    location.height = 3000;
-    return location;
-  }
-  std::variant<Original, NSError> fetchOriginal(const Identifier&, const FetchOptions&) override {
-    return Original{path_, nullptr};
-  }
-
- private:
-  std::string path_;
-};
-
 void readPng(const std::string& path) {
   png_image png{};
   png.version = PNG_IMAGE_VERSION;
@@ -60,7 +39,7 @@ int main() {
   writeFile(photo, makeJpeg(4000, 3000, 94, exifWithThumbnail(makeJpeg(160, 120, 80, {}))));
   std::filesystem::last_write_time(photo, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
 
-  OneFile items(photo);
+  OneFile items(photo, {4000, 3000});
   PixelStore pixels((folder / "pixels").string());
   SharedThumbnails::Settings shared;
   shared.folder = (folder / "thumbnails").string();

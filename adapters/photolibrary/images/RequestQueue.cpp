@@ -5,7 +5,8 @@
 
 namespace tlx::photolibrary {
 
-RequestQueue::RequestQueue(unsigned threads, Work atThreadEnd) : atThreadEnd_(std::move(atThreadEnd)) {
+RequestQueue::RequestQueue(unsigned threads, Work atThreadEnd, std::chrono::milliseconds quiet)
+    : count_(threads), quiet_(quiet), atThreadEnd_(std::move(atThreadEnd)) {
   for (unsigned i = 0; i < threads; ++i) threads_.emplace_back([this] { run(); });
 }
 
@@ -17,6 +18,7 @@ void RequestQueue::add(Lane lane, std::int64_t number, Work work) {
   {
     const std::lock_guard lock(mutex_);
     lanes_[lane].insert_or_assign(number, std::move(work));
+    if (lane == Preview) previewsUntil_ = std::chrono::steady_clock::now() + quiet_;
   }
   changed_.notify_one();
 }
@@ -56,12 +58,17 @@ void RequestQueue::stop() {
   }
 }
 
+bool RequestQueue::keepsThreadForPreviews() const {
+  return longWork_ + 1 >= count_ && std::chrono::steady_clock::now() < previewsUntil_;
+}
+
 RequestQueue::Waiting* RequestQueue::next() {
   Waiting& previews = lanes_[Preview];
   Waiting& pictures = lanes_[Picture];
   if (!previews.empty() && (pictures.empty() || previews.begin()->first > pictures.begin()->first - screenful)) {
     return &previews;
   }
+  if (keepsThreadForPreviews()) return nullptr;
   const auto first =
       std::find_if(lanes_.begin() + Picture, lanes_.end(), [](const Waiting& lane) { return !lane.empty(); });
   return first == lanes_.end() ? nullptr : &*first;
@@ -72,17 +79,24 @@ void RequestQueue::run() {
   while (!stopping_) {
     Waiting* lane = next();
     if (!lane) {
-      changed_.wait(lock);
+      if (keepsThreadForPreviews()) {
+        changed_.wait_until(lock, previewsUntil_);
+      } else {
+        changed_.wait(lock);
+      }
       continue;
     }
+    const bool isLong = lane != &lanes_[Preview];
     Work work = std::move(lane->begin()->second);
     lane->erase(lane->begin());
     ++busy_;
+    longWork_ += isLong;
     lock.unlock();
     work();
     work = nullptr;
     lock.lock();
     --busy_;
+    longWork_ -= isLong;
     if (isIdle()) idle_.notify_all();
   }
   lock.unlock();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -24,9 +25,12 @@ class RequestQueue {
   /// Previews come before pictures as long as they were asked for at about the same time: a screen is filled with
   /// previews first, but what is visible now never waits for the previews of all that has been scrolled past.
   static constexpr std::int64_t screenful = 96;
+  /// A screen asks for its previews one after another, and a picture takes as long as hundreds of them: for so long
+  /// after the last one was asked for, one thread is kept for the next.
+  static constexpr std::chrono::milliseconds lull{5};
 
   /// `atThreadEnd` runs on each thread as its last step.
-  explicit RequestQueue(unsigned threads, Work atThreadEnd = {});
+  explicit RequestQueue(unsigned threads, Work atThreadEnd = {}, std::chrono::milliseconds quiet = lull);
   ~RequestQueue();
   RequestQueue(const RequestQueue&) = delete;
   RequestQueue& operator=(const RequestQueue&) = delete;
@@ -46,12 +50,17 @@ class RequestQueue {
   using Waiting = std::map<std::int64_t, Work, std::greater<>>;
   void run();
   Waiting* next();
+  /// Whether what is no preview has to wait until `previewsUntil_`.
+  bool keepsThreadForPreviews() const;
   bool isIdle();
 
   std::mutex mutex_;
   std::condition_variable changed_, idle_;
   std::array<Waiting, Record + 1> lanes_;
-  unsigned busy_ = 0;
+  const unsigned count_;
+  const std::chrono::milliseconds quiet_;
+  std::chrono::steady_clock::time_point previewsUntil_{};
+  unsigned busy_ = 0, longWork_ = 0;
   bool stopping_ = false;
   Work atThreadEnd_;
   std::vector<std::thread> threads_;

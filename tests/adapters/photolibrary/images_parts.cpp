@@ -201,5 +201,29 @@ TEST(RequestQueue, ServesTheNewestOfTheMostUrgentLaneFirst) {
       << "the preview of something scrolled past long ago waits for the pictures of now";
 }
 
+TEST(RequestQueue, KeepsAThreadForPreviewsWhileAScreenIsAskingForThem) {
+  RequestQueue queue(2, {}, std::chrono::hours(1));
+  std::mutex gate;
+  std::atomic<int> pictures{0}, previews{0};
+  const auto preview = [&](std::int64_t number) { queue.add(RequestQueue::Preview, number, [&] { ++previews; }); };
+  const auto picture = [&](std::int64_t number) {
+    queue.add(RequestQueue::Picture, number, [&] {
+      ++pictures;
+      const std::lock_guard wait(gate);
+    });
+  };
+  gate.lock();
+  preview(1);
+  picture(2);
+  picture(3);
+  while (pictures == 0) std::this_thread::yield();
+  preview(4);
+  while (previews < 2) std::this_thread::yield();
+  EXPECT_EQ(pictures, 1) << "the other thread is kept";
+  gate.unlock();
+  queue.waitUntilIdle();
+  EXPECT_EQ(pictures, 2);
+}
+
 }  // namespace
 }  // namespace tlx::photolibrary
