@@ -22,6 +22,18 @@ struct Release {
   void operator()(GUnixFDList* list) const { g_object_unref(list); }
 };
 
+/// A connection of its own to the bus; nothing when there is none.
+GDBusConnection* connect(const std::string& address) {
+  gchar* const own = address.empty() ? g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, nullptr) : nullptr;
+  if (address.empty() && !own) return nullptr;
+  const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                       G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+  GDBusConnection* const bus =
+      g_dbus_connection_new_for_address_sync(own ? own : address.c_str(), flags, nullptr, nullptr, nullptr);
+  g_free(own);
+  return bus;
+}
+
 }  // namespace
 
 bool CameraPortal::isNeeded() {
@@ -29,29 +41,14 @@ bool CameraPortal::isNeeded() {
 }
 
 CameraPortal::~CameraPortal() {
-  end(-1);
+  end(false);
   if (bus_) g_object_unref(bus_);
-}
-
-bool CameraPortal::connect() {
-  if (bus_) return true;
-  GError* error = nullptr;
-  gchar* const found =
-      address_.empty() ? g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, nullptr, &error) : nullptr;
-  if (!address_.empty() || found) {
-    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    bus_ = g_dbus_connection_new_for_address_sync(found ? found : address_.c_str(), flags, nullptr, nullptr,
-                                                  found ? &error : nullptr);
-  }
-  g_free(found);
-  g_clear_error(&error);
-  return bus_ != nullptr;
 }
 
 void CameraPortal::ask(Answer answer) {
   answer_ = std::move(answer);
-  if (!connect()) return end(-1);
+  if (!bus_) bus_ = connect(address_);
+  if (!bus_) return end(false);
   // The request's name is known before it is made, so that an answer cannot come before anyone listens.
   std::string sender = g_dbus_connection_get_unique_name(bus_);
   sender.erase(0, 1);
@@ -61,7 +58,7 @@ void CameraPortal::ask(Answer answer) {
                                        GVariant* values, gpointer self) {
     guint32 response = 2;
     g_variant_get(values, "(u@a{sv})", &response, nullptr);
-    static_cast<CameraPortal*>(self)->responded(response);
+    static_cast<CameraPortal*>(self)->end(response == 0);
   };
   subscription_ = g_dbus_connection_signal_subscribe(bus_, kService, kRequest, "Response", request.c_str(), nullptr,
                                                      G_DBUS_SIGNAL_FLAGS_NONE, heard, this, nullptr);
@@ -71,20 +68,19 @@ void CameraPortal::ask(Answer answer) {
   const std::unique_ptr<GVariant, Release> made(g_dbus_connection_call_sync(
       bus_, kService, kObject, kInterface, "AccessCamera", g_variant_new("(a{sv})", &options), G_VARIANT_TYPE("(o)"),
       G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
-  if (!made) end(-1);
+  if (!made) end(false);
 }
 
-void CameraPortal::responded(guint32 response) {
-  end(response == 0 ? openRemote() : -1);
-}
-
-int CameraPortal::openRemote() {
+int CameraPortal::openRemote(const std::string& address) {
+  GDBusConnection* const bus = connect(address);
+  if (!bus) return -1;
   GVariantBuilder options;
   g_variant_builder_init(&options, G_VARIANT_TYPE_VARDICT);
   GUnixFDList* list = nullptr;
   const std::unique_ptr<GVariant, Release> opened(g_dbus_connection_call_with_unix_fd_list_sync(
-      bus_, kService, kObject, kInterface, "OpenPipeWireRemote", g_variant_new("(a{sv})", &options),
+      bus, kService, kObject, kInterface, "OpenPipeWireRemote", g_variant_new("(a{sv})", &options),
       G_VARIANT_TYPE("(h)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr, &list, nullptr, nullptr));
+  g_object_unref(bus);
   const std::unique_ptr<GUnixFDList, Release> files(list);
   if (!opened || !files) return -1;
   gint32 at = 0;
@@ -92,13 +88,9 @@ int CameraPortal::openRemote() {
   return g_unix_fd_list_get(files.get(), at, nullptr);
 }
 
-void CameraPortal::end(int file) {
+void CameraPortal::end(bool allowed) {
   if (subscription_ != 0) g_dbus_connection_signal_unsubscribe(bus_, std::exchange(subscription_, 0u));
-  if (const auto answer = std::exchange(answer_, nullptr)) {
-    answer(file);
-  } else if (file >= 0) {
-    ::close(file);
-  }
+  if (const auto answer = std::exchange(answer_, nullptr)) answer(allowed);
 }
 
 }  // namespace tlx::camera

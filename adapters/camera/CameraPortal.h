@@ -16,9 +16,12 @@ class CameraPortal {
   /// Whether this program is locked in, so that the service and not the devices' own rights decide. Any thread.
   static bool isNeeded();
 
-  /// `file` is a connection to the cameras, the taker's to close; -1 when access is refused or the service does not
-  /// answer.
-  using Answer = std::function<void(int file)>;
+  /// False also when the service does not answer.
+  using Answer = std::function<void(bool allowed)>;
+
+  /// A connection to the cameras, the taker's to close; -1 when there is none. A new one for each look through them:
+  /// it ends with its first user. Any thread; waits for the service.
+  static int openRemote(const std::string& address);
 
   /// `address` of the bus; empty for the person's own.
   explicit CameraPortal(std::string address = {}) : address_(std::move(address)) {}
@@ -30,10 +33,7 @@ class CameraPortal {
   void ask(Answer answer);
 
  private:
-  bool connect();
-  void responded(guint32 response);
-  int openRemote();
-  void end(int file);
+  void end(bool allowed);
 
   const std::string address_;
   GDBusConnection* bus_ = nullptr;

@@ -7,6 +7,8 @@
 #include <set>
 #include <utility>
 
+#include <unistd.h>
+
 namespace tlx::camera {
 namespace {
 
@@ -70,6 +72,28 @@ std::string pathOf(GstDevice& device) {
   return nameOf(device);
 }
 
+/// libcamera names a USB camera by where it is plugged in and what it is, as in "…-046d:0825". The kernel's own driver
+/// lists those as well, and knows them better.
+bool isPlugged(const std::string& name) {
+  if (name.size() < 10) return false;
+  const std::string end = name.substr(name.size() - 10);
+  return end[0] == '-' && end[5] == ':' && end.find_first_not_of("-:0123456789abcdef") == std::string::npos;
+}
+
+/// Takes over the connection, which goes with the source.
+GstElement* makeRemoteSource(int file) {
+  if (file < 0) return nullptr;
+  GstElement* const source = gst_element_factory_make("pipewiresrc", nullptr);
+  if (!source) {
+    ::close(file);
+    return nullptr;
+  }
+  g_object_set(source, "fd", file, nullptr);
+  g_object_set_data_full(G_OBJECT(source), "connection", GINT_TO_POINTER(file),
+                         [](gpointer data) { ::close(GPOINTER_TO_INT(data)); });
+  return source;
+}
+
 template <class Visit>
 void forEachDevice(GstDeviceMonitor& monitor, const char* deviceClass, Visit visit) {
   GList* const devices = gst_device_monitor_get_devices(&monitor);
@@ -83,7 +107,7 @@ void forEachDevice(GstDeviceMonitor& monitor, const char* deviceClass, Visit vis
 }  // namespace
 
 DeviceList::DeviceList(GlibLoop& loop, const Options& options, std::function<void()> changed) : options_(options) {
-  if (options_.test || options_.portalFile >= 0) return;
+  if (options_.test || options_.openRemote) return;
   monitor_.reset(gst_device_monitor_new());
   gst_device_monitor_add_filter(monitor_.get(), "Video/Source", nullptr);
   gst_device_monitor_add_filter(monitor_.get(), "Audio/Source", nullptr);
@@ -113,11 +137,9 @@ std::vector<Camera> DeviceList::testCameras() const {
 std::vector<Camera> DeviceList::cameras() const {
   if (options_.test) return testCameras();
   std::vector<Camera> cameras;
-  if (options_.portalFile >= 0) {
-    cameras.push_back({{"portal", "Camera", CaptureDevice::Facing::Unknown}, nullptr, [file = options_.portalFile] {
-                         GstElement* const source = gst_element_factory_make("pipewiresrc", nullptr);
-                         if (source) g_object_set(source, "fd", file, nullptr);
-                         return source;
+  if (options_.openRemote) {
+    cameras.push_back({{"portal", "Camera", CaptureDevice::Facing::Unknown}, nullptr, [open = options_.openRemote] {
+                         return makeRemoteSource(open());
                        }});
     return cameras;
   }
@@ -129,6 +151,7 @@ std::vector<Camera> DeviceList::cameras() const {
       std::string lower = type;
       std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
       if (lower.find(preferred) == std::string::npos) return;
+      if (lower.find("libcamera") != std::string::npos && isPlugged(nameOf(device))) return;
       if (property(device, "device.class") == "monitor" || !listed.insert(pathOf(device)).second) return;
       const std::string name = nameOf(device);
       const std::shared_ptr<GstDevice> kept(GST_DEVICE(gst_object_ref(&device)), GstRelease());

@@ -26,7 +26,8 @@ class DeviceList {
     /// For tests: in place of the test cameras' pictures, as for gst-launch.
     std::string testPictures;
     bool testSound = true;
-    int portalFile = -1;  ///< a connection to the desktop's cameras, where the program is locked in; not owned
+    /// A new connection to the desktop's cameras, the taker's to close, or -1. Set where the program is locked in.
+    std::function<int()> openRemote;
   };
   /// `changed` is told when something is plugged in or out, not before the constructor has returned.
   DeviceList(GlibLoop& loop, const Options& options, std::function<void()> changed);

@@ -26,7 +26,6 @@ GstCamera::GstCamera(Options options, MainQueuePort& mainQueue) : options_(std::
 GstCamera::~GstCamera() {
   if (asking_) asking_->camera = nullptr;
   portalLoop_.reset();
-  if (portalFile_ >= 0) ::close(portalFile_);
 }
 
 bool GstCamera::isLockedIn() const {
@@ -47,9 +46,9 @@ bool GstCamera::devicesRefuse() const {
 
 AVAuthorizationStatus GstCamera::authorizationStatus() const {
   if (isLockedIn()) {
-    return portalFile_ >= 0 ? AVAuthorizationStatusAuthorized
-           : portalRefused_ ? AVAuthorizationStatusDenied
-                            : AVAuthorizationStatusNotDetermined;
+    return portalAllows_ == true    ? AVAuthorizationStatusAuthorized
+           : portalAllows_ == false ? AVAuthorizationStatusDenied
+                                    : AVAuthorizationStatusNotDetermined;
   }
   if (devicesRefuse()) return AVAuthorizationStatusRestricted;
   if (!options_.consent) return AVAuthorizationStatusDenied;
@@ -74,15 +73,11 @@ void GstCamera::requestAccess(AccessHandler handler) {
     asking_->portal = std::make_shared<CameraPortal>(options_.portalBus);
     // The link alone goes along: whoever gets the answer is still there, or nobody is.
     portalLoop_->post([asking = asking_, portal = asking_->portal, &queue = mainQueue_] {
-      portal->ask([asking, &queue](int file) {
-        queue.post([asking, file] {
-          if (!asking->camera) {
-            if (file >= 0) ::close(file);
-            return;
-          }
-          asking->camera->portalFile_ = file;
-          asking->camera->portalRefused_ = file < 0;
-          asking->camera->answered(file >= 0);
+      portal->ask([asking, &queue](bool allowed) {
+        queue.post([asking, allowed] {
+          if (!asking->camera) return;
+          asking->camera->portalAllows_ = allowed;
+          asking->camera->answered(allowed);
         });
       });
     });
@@ -109,7 +104,10 @@ void GstCamera::answered(bool allowed) {
 
 std::unique_ptr<CaptureSession> GstCamera::makeSession(CaptureSessionListener& listener) {
   GstCaptureSession::Options options;
-  options.devices = {options_.test, options_.testPictures, options_.testSound, portalFile_};
+  options.devices = {options_.test, options_.testPictures, options_.testSound, nullptr};
+  if (isLockedIn()) {
+    options.devices.openRemote = [bus = options_.portalBus] { return CameraPortal::openRemote(bus); };
+  }
   options.folder = options_.folder;
   options.spareBytes = options_.spareBytes;
   options.without = options_.withoutEncoders;

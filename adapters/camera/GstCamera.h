@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,8 +55,7 @@ class GstCamera final : public CameraPort {
   MainQueuePort& mainQueue_;
   std::shared_ptr<Asking> asking_;
   std::unique_ptr<GlibLoop> portalLoop_;  ///< while the desktop is asked
-  int portalFile_ = -1;
-  bool portalRefused_ = false;
+  std::optional<bool> portalAllows_;      ///< what it said in this run
 };
 
 }  // namespace tlx::camera

@@ -46,7 +46,7 @@ TEST(Arguments, WithoutWordsAreAWindowOnOnesOwnPictures) {
 TEST(Arguments, OptionsMayStandAnywhereWithEqualsOrBlank) {
   const Arguments all =
       accepted({"one", "--kind=videos", "--max", "-7", "two", "--size", "640x480", "--output=a=b", "--format", "paths0",
-                "--headless", "--pick", "Trip:1", "--on-failure=retry", "--", "--max"});
+                "--headless", "--pick", "Trip:1", "--on-failure=retry", "--camera", "test", "--", "--max"});
   EXPECT_THAT(all.folders, ElementsAre("one", "two", "--max"));
   EXPECT_EQ(all.kind, 2);
   EXPECT_EQ(all.max, -7);
@@ -56,6 +56,7 @@ TEST(Arguments, OptionsMayStandAnywhereWithEqualsOrBlank) {
   EXPECT_EQ(all.format, Arguments::Format::Paths0);
   EXPECT_TRUE(all.headless);
   EXPECT_EQ(all.onFailure, Arguments::OnFailure::Retry);
+  EXPECT_EQ(all.camera, Arguments::Camera::Test);
 }
 
 TEST(Arguments, PicksAreAnAlbumAndPositions) {
