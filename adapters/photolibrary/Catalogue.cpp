@@ -155,10 +155,11 @@ void Catalogue::bringBackRoots() {
   publish(next);
 }
 
-WalkScope Catalogue::scan(const WalkScope& scope, const std::stop_token& stop) {
+WalkScope Catalogue::scan(const WalkScope& asked, const std::stop_token& stop) {
   bringBackRoots();
   const auto base = snapshot();
   base->prepareLookup();
+  const WalkScope scope = withKnownNames(asked, *base);
   const KnownFiles known(base, rejected_);
   ScanPass pass(base, rejected_, scope);
 
@@ -204,7 +205,7 @@ WalkScope Catalogue::scan(const WalkScope& scope, const std::stop_token& stop) {
   complete_ |= end.changes.complete;
   rememberRejected(end.changes);
   secondWays_ = outcome.secondWays || (secondWays_ && !scope.isEverything());
-  WalkScope open = scope.isEverything() ? WalkScope() : leftOpen(end);
+  const WalkScope open = scope.isEverything() ? end.lookAgain : leftOpen(end);
   rememberOtherNames(pass, scope.isEverything());
   tellOfSkipped(outcome);
   take(std::move(end));
@@ -227,20 +228,39 @@ void Catalogue::rememberRejected(const IndexChanges& changes) {
 
 void Catalogue::rememberOtherNames(const ScanPass& pass, bool afresh) {
   if (afresh) otherNames_.clear();
-  for (const auto& [identifier, path] : pass.otherNames()) {
-    auto& paths = otherNames_[identifier];
-    if (std::find(paths.begin(), paths.end(), path) == paths.end()) paths.push_back(path);
+  for (const auto& [identifier, path] : pass.otherNames()) otherNames_.insert_or_assign(path, identifier);
+}
+
+/// A file that was written by one of its names may be known by another one.
+WalkScope Catalogue::withKnownNames(const WalkScope& asked, const Snapshot& base) const {
+  WalkScope scope = asked;
+  if (asked.isEverything()) return scope;
+  for (const auto& [path, identifier] : otherNames_) {
+    const std::uint32_t known = asked.holds(path) ? base.find(identifier) : Snapshot::kNowhere;
+    if (known == Snapshot::kNowhere) continue;
+    const Item& item = base.itemAt(known);
+    scope.add(pathIn(base.folders()[item.folder]->path, item.name));
   }
+  return scope;
 }
 
 /// Where a look at a part may have missed what has a second name or a second way elsewhere.
 WalkScope Catalogue::leftOpen(const ScanPass::State& state) const {
-  WalkScope open = state.lookAgain;
   if (secondWays_ && !state.changes.removedFolders.empty()) return WalkScope::everything();
-  for (const std::string& identifier : state.changes.removed) {
-    const auto other = otherNames_.find(Identifier(identifier));
-    if (other == otherNames_.end()) continue;
-    for (const std::string& path : other->second) open.add(path);
+  WalkScope open = state.lookAgain;
+  if (otherNames_.empty()) return open;
+  std::unordered_map<Identifier, std::string> touched;
+  for (const std::string& identifier : state.changes.removed) touched.emplace(identifier, std::string());
+  for (const auto& asset : state.changes.put) {
+    const Item& item = itemOf(*asset);
+    touched.emplace(item.localIdentifier, pathIn(state.folders[item.folder]->path, item.name));
+  }
+  for (const auto& [path, identifier] : otherNames_) {
+    const auto found = touched.find(identifier);
+    if (found == touched.end()) continue;
+    // Which of its names counts is a matter of all of them.
+    open.add(path);
+    if (!found->second.empty()) open.add(found->second);
   }
   return open;
 }

@@ -68,7 +68,8 @@ class Catalogue {
   std::optional<Index::Content> load();
   void bringBackRoots();
   /// Answers what is to be looked at next, since this look cannot tell.
-  WalkScope scan(const WalkScope& scope, const std::stop_token& stop);
+  WalkScope scan(const WalkScope& asked, const std::stop_token& stop);
+  WalkScope withKnownNames(const WalkScope& asked, const Snapshot& base) const;
   void rememberRejected(const IndexChanges& changes);
   void rememberOtherNames(const ScanPass& pass, bool afresh);
   WalkScope leftOpen(const ScanPass::State& state) const;
@@ -87,7 +88,7 @@ class Catalogue {
   RejectedFiles rejected_;
   bool complete_ = false;
   std::vector<bool> readable_;                                           ///< by root, when it was last tried
-  std::unordered_map<Identifier, std::vector<std::string>> otherNames_;  ///< paths that lead to a known item too
+  std::unordered_map<std::string, Identifier> otherNames_;  ///< paths that lead to a known item too
   bool secondWays_ = false;
   std::set<std::string> told_;  ///< what the log knows of
 

@@ -12,4 +12,11 @@ std::shared_ptr<const PHFetchResultChangeDetails> LibraryChange::changeDetailsFo
   return std::make_shared<PHFetchResultChangeDetails>(PHFetchResultChangeDetails{result, now});
 }
 
+std::shared_ptr<const PHFetchResultChangeDetails> AccessLost::changeDetailsForFetchResult(
+    const AssetResult& result) const {
+  if (!result || result->count() == 0 || !ledger_->find(result)) return nullptr;
+  return std::make_shared<PHFetchResultChangeDetails>(
+      PHFetchResultChangeDetails{result, std::make_shared<const PHFetchResult<PHAsset>>()});
+}
+
 }  // namespace tlx::photolibrary

@@ -24,4 +24,16 @@ class LibraryChange final : public PHChange {
   std::shared_ptr<const FetchLedger> ledger_;
 };
 
+/// Access was taken back: what was fetched is to be seen no more.
+class AccessLost final : public PHChange {
+ public:
+  explicit AccessLost(std::shared_ptr<const FetchLedger> ledger) : ledger_(std::move(ledger)) {}
+
+  std::shared_ptr<const PHFetchResultChangeDetails> changeDetailsForFetchResult(
+      const AssetResult& result) const override;
+
+ private:
+  std::shared_ptr<const FetchLedger> ledger_;
+};
+
 }  // namespace tlx::photolibrary

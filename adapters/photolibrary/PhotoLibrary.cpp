@@ -1,6 +1,9 @@
 #include "adapters/photolibrary/PhotoLibrary.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "adapters/photolibrary/LibraryChange.h"
@@ -77,17 +80,43 @@ PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, Syst
       catalogue_(std::make_unique<Catalogue>(std::move(source), options_.cacheFolder, log, ledger_,
                                              [this](const auto& snapshot) { announce(snapshot); })) {
   rereadAccess();
+  if (options_.preauthorised) return;
+  std::error_code failed;
+  const auto path = std::filesystem::absolute(record_.path(), failed);
+  accessWatch_ = std::make_unique<AccessWatch>(failed ? record_.path() : path.lexically_normal().string(),
+                                               [this] { thread_.post([this] { recordTouched(); }); });
 }
 
-void PhotoLibrary::rereadAccess() {
+PHAuthorizationStatus PhotoLibrary::rereadAccess() {
+  std::lock_guard deciding(decidingMutex_);
   const std::optional<bool> allowed = options_.preauthorised ? std::optional(true) : record_.photosAllowed();
+  if (allowed && *allowed) catalogue_->start();
+  std::lock_guard lock(mutex_);
+  return std::exchange(decision_, !allowed   ? PHAuthorizationStatusNotDetermined
+                                  : *allowed ? PHAuthorizationStatusAuthorized
+                                             : PHAuthorizationStatusDenied);
+}
+
+/// Somebody else, another window of this host or an editor, has decided: what is open follows.
+void PhotoLibrary::recordTouched() {
+  const PHAuthorizationStatus before = rereadAccess();
+  std::vector<AuthorizationHandler> handlers;
+  PHAuthorizationStatus now;
   {
     std::lock_guard lock(mutex_);
-    decision_ = !allowed   ? PHAuthorizationStatusNotDetermined
-                : *allowed ? PHAuthorizationStatusAuthorized
-                           : PHAuthorizationStatusDenied;
+    now = decision_;
+    if (now == before) return;
+    if (now != PHAuthorizationStatusNotDetermined) handlers.swap(waiting_);
   }
-  if (allowed && *allowed) catalogue_->start();
+  if (now != PHAuthorizationStatusNotDetermined) withdrawQuestion();
+  if (now == PHAuthorizationStatusAuthorized) catalogue_->waitUntilOpened();
+  for (const AuthorizationHandler& handler : handlers) handler(authorizationStatus());
+  if (now == PHAuthorizationStatusAuthorized) {
+    const auto snapshot = catalogue_->snapshot();
+    tell(std::make_shared<LibraryChange>(snapshot, ledger_), snapshot->generation());
+  } else if (before == PHAuthorizationStatusAuthorized) {
+    tell(std::make_shared<AccessLost>(ledger_), 0);
+  }
 }
 
 PhotoLibrary::~PhotoLibrary() {
@@ -95,6 +124,7 @@ PhotoLibrary::~PhotoLibrary() {
 }
 
 void PhotoLibrary::stop() {
+  accessWatch_.reset();
   withdrawQuestion();
   saver_.stop();
   // The other two threads use each other: the one that calls out ends first, and the other's last words go nowhere.
@@ -115,12 +145,16 @@ void PhotoLibrary::withdrawQuestion() {
 bool PhotoLibrary::setPhotosAllowed(bool allowed) {
   withdrawQuestion();
   std::vector<AuthorizationHandler> handlers;
+  bool remembered;
   {
-    std::lock_guard lock(mutex_);
-    handlers.swap(waiting_);
-    if (!options_.preauthorised) decision_ = allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
+    std::lock_guard deciding(decidingMutex_);
+    {
+      std::lock_guard lock(mutex_);
+      handlers.swap(waiting_);
+      if (!options_.preauthorised) decision_ = allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
+    }
+    remembered = record_.setPhotosAllowed(allowed);
   }
-  const bool remembered = record_.setPhotosAllowed(allowed);
   if (!remembered) log_.log(notRemembered());
   if (allowed) catalogue_->start();
   thread_.post([this, handlers = std::move(handlers)] {
@@ -163,15 +197,20 @@ void PhotoLibrary::requestAuthorization(AuthorizationHandler handler) {
 
 void PhotoLibrary::decide(const std::shared_ptr<Asking>& asked, std::optional<bool> allowed) {
   std::vector<AuthorizationHandler> handlers;
+  bool remembered;
   {
-    std::lock_guard lock(mutex_);
-    if (question_ != asked) return;  // the person has decided elsewhere meanwhile
-    question_ = nullptr;
-    handlers.swap(waiting_);
-    if (allowed) decision_ = *allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
+    std::lock_guard deciding(decidingMutex_);
+    {
+      std::lock_guard lock(mutex_);
+      if (question_ != asked) return;  // the person has decided elsewhere meanwhile
+      question_ = nullptr;
+      handlers.swap(waiting_);
+      if (allowed) decision_ = *allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
+    }
+    // A refusal for want of anybody to ask is no decision of the person's.
+    remembered = !allowed || !options_.consent || record_.setPhotosAllowed(*allowed);
   }
-  // A refusal for want of anybody to ask is no decision of the person's.
-  if (allowed && options_.consent && !record_.setPhotosAllowed(*allowed)) log_.log(notRemembered());
+  if (!remembered) log_.log(notRemembered());
   if (allowed && *allowed) {
     catalogue_->start();
     catalogue_->waitUntilOpened();
@@ -228,16 +267,24 @@ void PhotoLibrary::announce(const std::shared_ptr<const Snapshot>& snapshot) {
 }
 
 void PhotoLibrary::deliver(const std::shared_ptr<const Snapshot>& snapshot) {
+  {
+    std::lock_guard lock(mutex_);
+    if (snapshot->generation() <= told_ || decision_ != PHAuthorizationStatusAuthorized) return;
+    if (SerialThread::Clock::now() < newsNotBefore_) return;  // it is told when the wait is over
+  }
+  tell(std::make_shared<LibraryChange>(snapshot, ledger_), snapshot->generation());
+}
+
+void PhotoLibrary::tell(const std::shared_ptr<const PHChange>& change, std::uint64_t generation) {
   std::shared_ptr<const ChangeHandler> handler;
   {
     std::lock_guard lock(mutex_);
-    if (!handler_ || snapshot->generation() <= told_ || decision_ != PHAuthorizationStatusAuthorized) return;
-    if (SerialThread::Clock::now() < newsNotBefore_) return;  // it is told when the wait is over
-    told_ = snapshot->generation();
+    if (!handler_) return;
+    told_ = std::max(told_, generation);
     handler = handler_;
     handlerRunning_ = true;
   }
-  (*handler)(std::make_shared<LibraryChange>(snapshot, ledger_));
+  (*handler)(change);
   {
     std::lock_guard lock(mutex_);
     handlerRunning_ = false;

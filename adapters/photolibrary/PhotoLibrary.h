@@ -12,6 +12,7 @@
 #include "tlx/platform/photos/PhotoLibraryPort.h"
 
 #include "adapters/photolibrary/AccessRecord.h"
+#include "adapters/photolibrary/AccessWatch.h"
 #include "adapters/photolibrary/Catalogue.h"
 #include "adapters/photolibrary/ItemStore.h"
 #include "adapters/photolibrary/PhotoConsent.h"
@@ -62,9 +63,11 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   /// Looks at the files again. Any thread; returns at once. What is found to have changed is announced as a change.
   void rescan() { catalogue_->rescan(); }
 
-  /// Looks up again what the person decided for this host; asks the disk. Main thread. A program whose photos were
-  /// allowed from the start has nothing to look up.
-  void rereadAccess();
+  /// Looks up again what the person decided for this host; asks the disk. Any thread. A program whose photos were
+  /// allowed from the start has nothing to look up. Answers what was in force before. The library does the same by
+  /// itself when somebody else writes or removes what is remembered, and then announces a change: without access, every
+  /// result is empty.
+  PHAuthorizationStatus rereadAccess();
 
   /// What the person decided now, on a page of the host's: remembered, in force for every fetch from now on, and the
   /// answer to a question that is still open. Returns false when it could not be remembered, and so ends with the
@@ -119,6 +122,8 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::string notRemembered() const;
   void announce(const std::shared_ptr<const Snapshot>& snapshot);
   void deliver(const std::shared_ptr<const Snapshot>& snapshot);
+  void tell(const std::shared_ptr<const PHChange>& change, std::uint64_t generation);
+  void recordTouched();
   std::optional<NSError> saveAll(const std::vector<PHAssetCreation>& creations);
   void holdNews(bool hold);
 
@@ -127,6 +132,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   const AccessRecord record_;
   const std::shared_ptr<FetchLedger> ledger_;
 
+  std::mutex decidingMutex_;  ///< held while a decision and its record are brought into line; before the other
   mutable std::mutex mutex_;  ///< guards what follows
   std::condition_variable handlerReturned_;
   PHAuthorizationStatus decision_;
@@ -141,7 +147,8 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
 
   SerialThread thread_;
   SerialThread saver_;  ///< writes files, waits for them to be known
-  std::unique_ptr<Catalogue> catalogue_;  ///< last: its thread ends first
+  std::unique_ptr<Catalogue> catalogue_;
+  std::unique_ptr<AccessWatch> accessWatch_;  ///< last, as the catalogue before it: its thread ends first
 };
 
 }  // namespace tlx::photolibrary

@@ -17,6 +17,11 @@ bool assetBefore(const std::shared_ptr<const PHAsset>& a, const std::shared_ptr<
   return comesBefore(itemOf(*a), itemOf(*b));
 }
 
+/// False for a file that was written while its names were looked at one after the other.
+bool sameContent(const ItemFacts& a, const ItemFacts& b) {
+  return a.bytes == b.bytes && a.modified == b.modified;
+}
+
 bool liesIn(const std::string& path, const std::string& folder) {
   return path == folder || (path.starts_with(folder) && (folder == "/" || path[folder.size()] == '/'));
 }
@@ -48,7 +53,7 @@ void ScanPass::forgetWhatTheScopeHolds() {
 
 void ScanPass::found(FolderFindings&& findings) {
   std::lock_guard lock(mutex_);
-  for (const std::uint32_t position : findings.unchanged) seen_[position] = Met;
+  for (const std::uint32_t position : findings.unchanged) seen_[position] = findings.linked ? MetByLink : Met;
   if (!findings.rejected.empty()) {
     auto& known = rejected_[findings.folder.path];
     std::move(findings.rejected.begin(), findings.rejected.end(), std::back_inserter(known));
@@ -110,6 +115,7 @@ ScanPass::State ScanPass::conclude(const WalkOutcome& outcome, const std::functi
   state.changes.folders.insert(state.changes.folders.end(), changedFolders_.begin(), changedFolders_.end());
   state.differs |= !changedFolders_.empty() || std::find(gone_.begin(), gone_.end(), 1) != gone_.end();
   compareRejected(outcome.unreachable, state);
+  state.lookAgain = std::move(lookAgain_);
   state.differs |= !state.changes.put.empty();
   if (state.differs) merge(state);
   return state;
@@ -119,18 +125,23 @@ void ScanPass::settleUndecided(State& state) {
   ItemBlocks blocks(undecided_.size());
   for (const Fresh& find : undecided_) {
     const std::uint32_t known = base_->find(find.item.identifier);
-    std::string path = pathIn(state.folders[find.folder]->path, find.item.name);
-    switch (seen_[known]) {
-      case Missed:
-        accept(find, blocks, state);
-        break;
-      case Met:
-        otherNames_.push_back({find.item.identifier, std::move(path)});
-        break;
-      case NotLookedFor:
-        state.lookAgain.add(path);
-        state.lookAgain.add(pathIn(folders_[base_->itemAt(known).folder]->path, base_->itemAt(known).name));
-        break;
+    const Item& item = base_->itemAt(known);
+    const std::string path = pathIn(state.folders[find.folder]->path, find.item.name);
+    const std::string knownPath = pathIn(folders_[item.folder]->path, item.name);
+    const std::uint8_t sight = seen_[known];
+    const bool metAsItWas = sight == Met || sight == MetByLink;
+    if (sight == NotLookedFor || (metAsItWas && !sameContent(find.item.facts, item.facts))) {
+      lookAgain_.add(path);
+      lookAgain_.add(knownPath);
+    } else if (sight == Missed) {
+      accept(find, blocks, state);
+    } else if (std::pair(find.item.linked, path) < std::pair(sight == MetByLink, knownPath)) {
+      // As a first look would choose among the names of one file.
+      seen_[known] = Missed;
+      accept(find, blocks, state);
+      otherNames_.push_back({find.item.identifier, knownPath});
+    } else {
+      otherNames_.push_back({find.item.identifier, path});
     }
   }
 }
@@ -178,6 +189,10 @@ void ScanPass::accept(const Fresh& fresh, ItemBlocks& blocks, State& state) {
     // One file by two names: the plain one counts, then the first by path, whichever the workers met first.
     const auto other = earlier->second;
     const Item& item = itemOf(*other.asset);
+    if (!sameContent(found.facts, item.facts)) {
+      lookAgain_.add(path(fresh.folder, found.name));
+      lookAgain_.add(path(item.folder, item.name));
+    }
     if (std::pair(found.linked, path(fresh.folder, found.name)) >=
         std::pair(other.linked, path(item.folder, item.name))) {
       otherNames_.push_back({found.identifier, path(fresh.folder, found.name)});

@@ -35,7 +35,7 @@ class ScanPass final : public WalkListener {
     Folders folders;
     IndexChanges changes;
     bool differs = false;  ///< from the state before, as far as anyone but the index is concerned
-    /// What a walk that looked at a part only leaves open: it met files that the rest is said to hold.
+    /// What the walk leaves open: files that a rest not looked at is said to hold, or that were written meanwhile.
     WalkScope lookAgain = {};
   };
   /// The base with everything that is new for sure. One thread at a time, like `conclude`.
@@ -52,7 +52,7 @@ class ScanPass final : public WalkListener {
   const std::vector<OtherName>& otherNames() const { return otherNames_; }
 
  private:
-  enum Sight : std::uint8_t { Missed, Met, NotLookedFor };
+  enum Sight : std::uint8_t { Missed, Met, MetByLink, NotLookedFor };
   struct Fresh {
     std::uint32_t folder;
     FoundItem item;
@@ -89,6 +89,7 @@ class ScanPass final : public WalkListener {
   std::vector<std::uint8_t> gone_;  ///< by position in the base
   Assets added_;                    ///< in the library's order
   std::vector<OtherName> otherNames_;
+  WalkScope lookAgain_;
 };
 
 }  // namespace tlx::photolibrary

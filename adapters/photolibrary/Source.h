@@ -46,6 +46,7 @@ struct FolderFindings {
   std::vector<std::uint32_t> unchanged;  ///< positions in the known snapshot, still there as they were
   std::vector<FoundItem> fresh;          ///< new, changed, renamed, or moved
   std::vector<RejectedFile> rejected;    ///< all of them, known or new
+  bool linked = false;                   ///< the unchanged ones were met through symbolic links
 };
 
 class WalkListener {

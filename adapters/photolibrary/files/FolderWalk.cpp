@@ -479,6 +479,7 @@ void FolderWalk::followLinks() {
         }
       }
       findings.folder = folder.folder;
+      findings.linked = true;
       listener_.found(std::move(findings));
     }
     link = next;

@@ -1,10 +1,12 @@
 // Who may see the photos, and what is remembered of it; the standard folders; natural order.
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <future>
+#include <mutex>
 
 #include <gmock/gmock.h>
 
@@ -111,6 +113,43 @@ TEST_F(FilesAccess, ADecisionMadeElsewhereAnswersAnOpenQuestionAndHoldsAtOnce) {
   EXPECT_EQ(told, 0) << "changes are no business of a program that may not see them";
   EXPECT_TRUE(library->setPhotosAllowed(true));
   EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+}
+
+TEST_F(FilesAccess, WhatSomebodyElseDecidesHoldsForWhatIsOpen) {
+  folder_.putPhoto("one.jpg", 1000);
+  const auto library = open("host", &consent_);
+  std::mutex mutex;
+  std::condition_variable told;
+  std::vector<std::shared_ptr<const PHChange>> changes;
+  library->setChangeHandler([&](std::shared_ptr<const PHChange> change) {
+    std::lock_guard lock(mutex);
+    changes.push_back(std::move(change));
+    told.notify_all();
+  });
+  const auto comesTo = [&](PHAuthorizationStatus status, std::size_t items) {
+    std::unique_lock lock(mutex);
+    return told.wait_for(lock, std::chrono::seconds(20), [&] {
+      return library->authorizationStatus() == status && namesIn(*library, "Camera Roll").size() == items;
+    });
+  };
+  auto answer = request(*library);
+  const AccessRecord other(folder_.options().configFolder + "/access", "host");
+  EXPECT_TRUE(other.setPhotosAllowed(true)) << "not even the folder was there";
+  EXPECT_EQ(answer.get(), PHAuthorizationStatusAuthorized) << "the open question is answered";
+  EXPECT_TRUE(comesTo(PHAuthorizationStatusAuthorized, 1));
+  const auto roll =
+      library->fetchAssets(*library->fetchAssetCollections(PHAssetCollectionTypeSmartAlbum, {})->begin()[0], {});
+  ASSERT_EQ(roll->count(), 1u);
+  EXPECT_TRUE(other.setPhotosAllowed(false));
+  EXPECT_TRUE(comesTo(PHAuthorizationStatusDenied, 0));
+  const auto details = changes.back()->changeDetailsForFetchResult(roll);
+  ASSERT_TRUE(details);
+  EXPECT_EQ(details->fetchResultAfterChanges->count(), 0u) << "what was fetched is to be seen no more";
+  EXPECT_TRUE(other.setPhotosAllowed(true));
+  EXPECT_TRUE(comesTo(PHAuthorizationStatusAuthorized, 1));
+  std::filesystem::remove(other.path());
+  EXPECT_TRUE(comesTo(PHAuthorizationStatusNotDetermined, 0));
+  library->setChangeHandler(nullptr);
 }
 
 TEST_F(FilesAccess, NobodyIsCalledOnceItHasStopped) {

@@ -1,11 +1,15 @@
 // The index: what it saves, and that nothing that happens to it harms the library.
 
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <random>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -52,6 +56,26 @@ class FilesIndex : public testing::Test {
     std::fstream(full, std::ios::in | std::ios::out | std::ios::binary) << content;
     const timespec times[2] = {before.st_atim, before.st_mtim};
     ASSERT_EQ(::utimensat(AT_FDCWD, full.c_str(), times, 0), 0);
+  }
+
+  /// Fails the test when the child ends by itself with anything but success.
+  static void inAChild(const std::function<void()>& work) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      work();
+      ::_exit(0);
+    }
+    int status;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    if (WIFEXITED(status)) {
+      EXPECT_EQ(WEXITSTATUS(status), 0) << "the line of what went wrong, modulo 256";
+    } else {
+      EXPECT_EQ(WTERMSIG(status), SIGALRM);
+    }
+  }
+  static void expectInChild(bool good, int line = __builtin_LINE()) {
+    if (!good) ::_exit(std::max(line % 256, 1));
   }
 
   LibraryFolder folder_;
@@ -159,29 +183,63 @@ TEST_F(FilesIndex, AScanKilledAtAnyMomentIsTakenUpAgain) {
   for (int i = 0; i < 300; ++i) folder_.putPhoto("many/" + std::to_string(i) + ".jpg", 10'000 + i);
   const std::vector<std::string> whole = namesIn(*scanned(), "Camera Roll");
   ASSERT_THAT(whole, SizeIs(302));
-  std::mt19937 random(1);
-  for (int round = 0; round < 25; ++round) {
-    if (round % 5 == 0) fs::remove_all(folder_.top() / "cache");
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
+  const auto seed = std::random_device()();
+  RecordProperty("seed", std::to_string(seed));
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  for (int round = 0; round < 200; ++round) {
+    if (round % 4 == 0) fs::remove_all(folder_.top() / "cache");
+    const itimerval moment = {{0, 0}, {0, static_cast<suseconds_t>(1 + random() % 30'000)}};
+    inAChild([&] {
       // Ended by its own alarm, in the middle of whatever it does then.
-      const itimerval moment = {{0, 0}, {0, static_cast<suseconds_t>(1 + random() % 40'000)}};
       ::setitimer(ITIMER_REAL, &moment, nullptr);
-      {
-        const auto library = open();
-        library->waitUntilScanned();
-      }
-      ::_exit(0);
-    }
-    random.discard(1);
-    int status;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    if (round % 5 == 4) {
-      EXPECT_EQ(namesIn(*scanned(), "Camera Roll"), whole) << "round " << round;
+      scanned();
+    });
+    if (round % 10 == 9) {
+      ASSERT_EQ(namesIn(*scanned(), "Camera Roll"), whole) << "round " << round;
     }
   }
   EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesIndex, AFullDiskLeavesTheLibraryInMemoryAndTheFilesAlone) {
+  for (int i = 0; i < 300; ++i) folder_.putPhoto("many/" + std::to_string(i) + ".jpg", 10'000 + i);
+  for (const rlim_t most : {0, 4096, 40'000, 100'000}) {
+    fs::remove_all(folder_.top() / "cache");
+    inAChild([&] {
+      ::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow fails as on a full disk
+      const rlimit limit = {most, most};
+      ::setrlimit(RLIMIT_FSIZE, &limit);
+      expectInChild(namesIn(*scanned(), "Camera Roll").size() == 302);
+      expectInChild(log_.lines().size() == 1 && log_.lines()[0].find("memory only") != std::string::npos);
+    });
+    EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), SizeIs(302)) << "room again, after " << most;
+  }
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesIndex, WhatMayNotBeWrittenOrReadIsToldOfAndHarmsNothing) {
+  scanned();
+  folder_.putPhoto("closed/three.jpg", 3000);
+  constexpr auto kAll = fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read | fs::perms::group_exec |
+                        fs::perms::others_read | fs::perms::others_exec;
+  fs::permissions(folder_.top(), kAll, fs::perm_options::add);
+  for (const auto& entry : fs::recursive_directory_iterator(folder_.pictures()))
+    fs::permissions(entry.path(), kAll, fs::perm_options::add);
+  fs::permissions(folder_.pictures(), kAll, fs::perm_options::add);
+  for (const auto& entry : fs::directory_iterator(folder_.top() / "cache")) fs::permissions(entry.path(), kAll);
+  fs::permissions(folder_.top() / "cache", kAll);
+  fs::permissions(folder_.pictures() / "closed", fs::perms::none);
+  inAChild([&] {
+    if (::geteuid() == 0 && ::setresuid(65534, 65534, 65534) != 0) ::_exit(0);  // root may do anything
+    expectInChild(namesIn(*scanned(), "Camera Roll") == std::vector<std::string>{"two.jpg", "one.jpg"});
+    std::string all;
+    for (const std::string& line : log_.lines()) all += line + "\n";
+    expectInChild(all.find("memory only") != std::string::npos);
+    expectInChild(all.find("closed are left out: Permission denied") != std::string::npos);
+  });
+  fs::permissions(folder_.top() / "cache", fs::perms::owner_all);
+  fs::permissions(folder_.pictures() / "closed", fs::perms::owner_all);
 }
 
 }  // namespace

@@ -1,7 +1,9 @@
 // What a library on real folders shows: which files, in which albums, in which order, with which dates.
 
 #include <filesystem>
+#include <utility>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -58,6 +60,37 @@ TEST_F(FilesLibrary, ShowsFilesByWhatTheyHoldAndSurvivesTheRest) {
               ElementsAre("clip", "not \xff utf-8.jpg", "two\nlines.jpg", "photo called.txt", "plain.jpg"));
   EXPECT_THAT(titles(*library_), ElementsAre("pictures"));
   EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesLibrary, TakesHugeFilesFullFoldersAndBottomlessTrees) {
+  folder_.putPhoto("huge.jpg");
+  fs::resize_file(folder_.pictures() / "huge.jpg", 3'000'000'000);
+  folder_.putPhoto("full/needle.jpg", 2000);
+  const int full = ::open((folder_.pictures() / "full").c_str(), O_DIRECTORY | O_CLOEXEC);
+  for (int i = 0; i < 100'000; ++i) {
+    ::close(::openat(full, ("hay " + std::to_string(i)).c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+  }
+  ::close(full);
+  folder_.putPhoto("deep/top.jpg", 1000);
+  const auto photo = samplePhoto();
+  int folder = ::open((folder_.pictures() / "deep").c_str(), O_DIRECTORY | O_CLOEXEC);
+  const std::string step(200, 'd');
+  for (int depth = 0; depth < 25; ++depth) {
+    ASSERT_EQ(::mkdirat(folder, step.c_str(), 0700), 0);
+    const int next = ::openat(folder, step.c_str(), O_DIRECTORY | O_CLOEXEC);
+    ::close(std::exchange(folder, next));
+    const int file = ::openat(folder, std::string(100, 'f').c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+    ASSERT_EQ(::write(file, photo.data(), photo.size()), static_cast<ssize_t>(photo.size()));
+    ::close(file);
+  }
+  ::close(folder);
+  const auto names = namesIn(open(), "Camera Roll");
+  EXPECT_THAT(names, testing::IsSupersetOf({"huge.jpg", "needle.jpg", "top.jpg"}));
+  EXPECT_THAT(names, testing::SizeIs(testing::Lt(3u + 25u))) << "what no path can name is left out";
+  EXPECT_THAT(names, testing::SizeIs(testing::Gt(3u + 15u)));
+  EXPECT_THAT(log_.lines(), testing::Not(IsEmpty()));
+  EXPECT_THAT(log_.lines(), testing::Each(testing::HasSubstr("File name too long")));
+  EXPECT_EQ(library_->details(identifierOf(*library_, "huge.jpg"))->bytes, 3'000'000'000);
 }
 
 TEST_F(FilesLibrary, FollowsLinksOutOfTheRootOnceEach) {
