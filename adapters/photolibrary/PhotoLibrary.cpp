@@ -79,12 +79,14 @@ PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, Syst
       decision_(PHAuthorizationStatusNotDetermined),
       catalogue_(std::make_unique<Catalogue>(std::move(source), options_.cacheFolder, log, ledger_,
                                              [this](const auto& snapshot) { announce(snapshot); })) {
+  if (!options_.preauthorised) {
+    // Watched first, read afterwards: nothing falls between the two.
+    std::error_code failed;
+    const auto path = std::filesystem::absolute(record_.path(), failed);
+    accessWatch_ = std::make_unique<AccessWatch>(failed ? record_.path() : path.lexically_normal().string(),
+                                                 [this] { thread_.post([this] { recordTouched(); }); });
+  }
   rereadAccess();
-  if (options_.preauthorised) return;
-  std::error_code failed;
-  const auto path = std::filesystem::absolute(record_.path(), failed);
-  accessWatch_ = std::make_unique<AccessWatch>(failed ? record_.path() : path.lexically_normal().string(),
-                                               [this] { thread_.post([this] { recordTouched(); }); });
 }
 
 PHAuthorizationStatus PhotoLibrary::rereadAccess() {

@@ -35,6 +35,10 @@ namespace tlx::photolibrary {
 /// then looks at the files; until the index is read fetches answer what there is, which is nothing, so a program that
 /// does not want to start with an empty window calls `waitUntilOpened` once it has done what else it must: a hundred
 /// thousand items take less than a window's making.
+///
+/// Following. While it is open the library keeps up with its sources: what happens to files within a tenth of a second
+/// or so becomes one change. A file that somebody is writing shows when it is whole. Roots that go take their items
+/// with them, and bring them back without another look into each.
 class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
  public:
   struct Options {
