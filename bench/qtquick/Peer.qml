@@ -7,6 +7,8 @@ Rectangle {
     height: 667
     color: "white"
     property int itemCount: 100000
+    property var files: []
+    readonly property real end: grid.contentHeight - grid.height
     property alias offset: grid.contentY
     property alias grid: grid
 
@@ -32,7 +34,9 @@ Rectangle {
                 asynchronous: true
                 cache: true
                 fillMode: Image.PreserveAspectCrop
-                source: "image://pictures/" + cell.index
+                autoTransform: true
+                sourceSize: root.files.length > 0 ? Qt.size(130, 130) : undefined
+                source: root.files.length > 0 ? root.files[cell.index] : "image://pictures/" + cell.index
             }
             Rectangle {
                 anchors { left: parent.left; right: parent.right; bottom: parent.bottom }

@@ -27,11 +27,28 @@ std::shared_ptr<const PHFetchResult<PHAssetCollection>> SyntheticLibrary::fetchA
         PHAssetCollection{PHAssetCollectionTypeSmartAlbum, Identifier("roll"), "Camera Roll"}));
   } else {
     for (const char* name : {"Iceland", "Garden", "City Nights"}) {
-      found.push_back(std::make_shared<PHAssetCollection>(
-          PHAssetCollection{PHAssetCollectionTypeAlbum, Identifier(name), name}));
+      found.push_back(
+          std::make_shared<PHAssetCollection>(PHAssetCollection{PHAssetCollectionTypeAlbum, Identifier(name), name}));
     }
   }
   return std::make_shared<PHFetchResult<PHAssetCollection>>(std::move(found));
+}
+
+std::vector<std::shared_ptr<const UIImage>> makePictures(int count) {
+  constexpr int side = 130;
+  std::vector<std::shared_ptr<const UIImage>> pictures;
+  for (int i = 0; i < count; ++i) {
+    const int hue = i * 7 % 255;
+    std::vector<std::uint8_t> pixels;
+    pixels.reserve(side * side * 4);
+    for (int y = 0; y < side; ++y) {
+      for (int x = 0; x < side; ++x) {
+        for (const int value : {hue, (x + i) % 256, 255 - y, 255}) pixels.push_back(static_cast<std::uint8_t>(value));
+      }
+    }
+    pictures.push_back(std::make_shared<UIImage>(CGImage::create(side, side, std::move(pixels))));
+  }
+  return pictures;
 }
 
 PHImageRequestID ReadyImages::requestImage(const std::shared_ptr<const PHAsset>& asset, CGSize, PHImageContentMode,
@@ -41,7 +58,9 @@ PHImageRequestID ReadyImages::requestImage(const std::shared_ptr<const PHAsset>&
   return ++last_;
 }
 
-void StderrLog::log(const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); }
+void StderrLog::log(const std::string& line) {
+  std::fprintf(stderr, "%s\n", line.c_str());
+}
 
 void StderrLog::assertionFailed(const std::string& function, const std::string& file, int line,
                                 const std::string& description) {

@@ -12,7 +12,7 @@
 
 namespace tlx::bench {
 
-/// A library of any size in one album, every eighth item a video.
+/// A library of any size in the camera roll, every eighth item a video. The other albums are empty.
 class SyntheticLibrary final : public PhotoLibraryPort {
  public:
   explicit SyntheticLibrary(std::size_t count);
@@ -21,19 +21,25 @@ class SyntheticLibrary final : public PhotoLibraryPort {
   void requestAuthorization(AuthorizationHandler handler) override { handler(authorizationStatus()); }
   std::shared_ptr<const PHFetchResult<PHAssetCollection>> fetchAssetCollections(PHAssetCollectionType type,
                                                                                 PHAssetCollectionSubtype) override;
-  std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssets(const PHAssetCollection&, const PHFetchOptions&) override {
-    return assets_;
+  std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssets(const PHAssetCollection& album,
+                                                            const PHFetchOptions&) override {
+    return album.assetCollectionType == PHAssetCollectionTypeSmartAlbum ? assets_ : nothing_;
   }
-  std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssetsWithLocalIdentifiers(const std::vector<Identifier>&) override {
+  std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssetsWithLocalIdentifiers(
+      const std::vector<Identifier>&) override {
     return std::make_shared<PHFetchResult<PHAsset>>();
   }
   void setChangeHandler(ChangeHandler) override {}
 
  private:
   std::shared_ptr<const PHFetchResult<PHAsset>> assets_;
+  std::shared_ptr<const PHFetchResult<PHAsset>> nothing_ = std::make_shared<PHFetchResult<PHAsset>>();
 };
 
-/// A few dozen pictures that are there at once.
+/// Pictures as a library would hand them to cells, in colours.
+std::vector<std::shared_ptr<const UIImage>> makePictures(int count);
+
+/// Pictures that are there at once.
 class ReadyImages final : public ImageManagerPort {
  public:
   explicit ReadyImages(std::vector<std::shared_ptr<const UIImage>> pictures) : pictures_(std::move(pictures)) {}

@@ -9,6 +9,7 @@
 #include <tuple>
 #include <utility>
 
+#include "adapters/qtquick/views/CellPixels.h"
 #include "tlx/platform/uikit/UIImage.h"
 
 namespace tlx::qtquick {
@@ -34,14 +35,13 @@ Placement place(const CGImage& bitmap, const QSizeF& view, UIViewContentMode mod
   return placement;
 }
 
-/// Of four bytes a pixel, the last in memory or the uppermost being alpha.
-bool isOpaque(const QImage& image) {
-  const bool inMemoryOrder = image.format() == QImage::Format_RGBA8888_Premultiplied;
-  const quint32 mask = inMemoryOrder ? qFromBigEndian<quint32>(0xff) : 0xff000000;
-  const int width = image.width();
+/// Of a picture as it is in memory.
+bool isOpaque(const QImage& picture) {
+  const auto mask = qFromBigEndian<quint32>(0xff);
+  const int width = picture.width();
   quint32 all = mask;
-  for (int y = 0; y < image.height() && (all & mask) == mask; ++y) {
-    const auto* row = reinterpret_cast<const quint32*>(image.constScanLine(y));
+  for (int y = 0; y < picture.height() && (all & mask) == mask; ++y) {
+    const auto* row = reinterpret_cast<const quint32*>(picture.constScanLine(y));
     for (int x = 0; x < width; ++x) all &= row[x];
   }
   return (all & mask) == mask;
@@ -60,10 +60,7 @@ QImage screenPixels(const std::shared_ptr<const CGImage>& bitmap, const Placemen
   const QRect source = placement.source.toAlignedRect() & part.rect();
   const QSize size = (placement.target.size() * pixelsPerPoint).toSize().expandedTo({1, 1});
   if (source != part.rect()) part = part.copy(source);
-  if (part.size() != size) part = part.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-  part = std::move(part).convertToFormat(QImage::Format_ARGB32_Premultiplied);
-  if (isOpaque(part)) part.reinterpretAsFormat(QImage::Format_RGB32);
-  return part;
+  return screenImage(part, size);
 }
 
 /// One texture for each picture that a window shows. Of the render thread's: a window has one, and windows that share a

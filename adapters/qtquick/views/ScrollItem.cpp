@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "adapters/qtquick/scenes/QtScenes.h"
+#include "adapters/qtquick/views/GapsItem.h"
 #include "tlx/platform/uikit/UICollectionView.h"
 #include "tlx/platform/uikit/UIDataSourceModelAssociation.h"
 #include "tlx/platform/uikit/UITableView.h"
@@ -21,12 +22,13 @@ constexpr double kOriginStep = 8192;
 
 }  // namespace
 
-ScrollItem::ScrollItem(QQuickItem* parent) : ViewItem(parent), canvas_(new QQuickItem(this)) {
+ScrollItem::ScrollItem(QQuickItem* parent) : ViewItem(parent), canvas_(new QQuickItem(this)), gapsItem_(new GapsItem(canvas_)) {
   setClip(true);
   setActiveFocusOnTab(true);
   // Above the scroller: a button in a cell is pressed before the scroller sees the finger, a cell lets it through.
   canvas_->setZ(1);
   connect(qGuiApp, &QGuiApplication::layoutDirectionChanged, this, &ScrollItem::moveCells);
+  connect(this, &ScrollItem::groundChanged, this, &ScrollItem::moveCells);
   QAccessible::installActivationObserver(this);
 }
 
@@ -140,6 +142,10 @@ double ScrollItem::placeFromLeft(const CGRect& frame) const {
   return QGuiApplication::isRightToLeft() ? width() - frame.origin.x - frame.size.width : frame.origin.x;
 }
 
+QRectF ScrollItem::onCanvas(const CGRect& frame) const {
+  return {onPixel(placeFromLeft(frame)), onPixel(frame.origin.y - origin_), frame.size.width, frame.size.height};
+}
+
 void ScrollItem::placeCells() {
   auto scrolled = viewAs<UIScrollView>();
   if (!scrolled || std::exchange(placing_, true)) return;
@@ -150,9 +156,9 @@ void ScrollItem::placeCells() {
     ViewItem* item = itemForView(subview, qmlEngine(this));
     if (!item) continue;
     if (item->parentItem() != canvas_) item->setParentItem(canvas_);
-    const CGRect& frame = subview->frame();
-    item->setPosition({onPixel(placeFromLeft(frame)), onPixel(frame.origin.y - origin_)});
-    item->setSize({frame.size.width, frame.size.height});
+    const QRectF place = onCanvas(subview->frame());
+    item->setPosition(place.topLeft());
+    item->setSize(place.size());
     item->setVisible(!subview->isHidden());
     now[subview.get()] = item;
     items.push_back(item);
@@ -163,6 +169,7 @@ void ScrollItem::placeCells() {
     if (item && item->parentItem() == canvas_) item->setVisible(false);
   }
   cellItems_ = std::move(now);
+  gapsItem_->show(gaps(), ground_);
   if (readAloud_) sortForReading(items);
   placing_ = false;
   updateFocusFrame();
@@ -302,8 +309,7 @@ void ScrollItem::followCurrent() {
 void ScrollItem::updateFocusFrame() {
   QRectF frame;
   if (focusShown_ && hasActiveFocus() && current_ >= 0) {
-    const CGRect place = frameOfItem(current_);
-    frame = QRectF(onPixel(placeFromLeft(place)), onPixel(place.origin.y - origin_), place.size.width, place.size.height);
+    frame = onCanvas(frameOfItem(current_));
   }
   if (std::exchange(focusFrame_, frame) != frame) Q_EMIT focusFrameChanged();
 }
@@ -352,6 +358,26 @@ ScrollItem::Cells CollectionViewItem::shownCells() const {
   if (!grid) return cells;
   for (const auto& [index, cell] : grid->visibleCells()) cells.emplace_back(index, cell.get());
   return cells;
+}
+
+std::vector<QRectF> CollectionViewItem::gaps() const {
+  std::vector<QRectF> found;
+  const Cells cells = shownCells();
+  if (cells.empty()) return found;
+  const std::int64_t perRow = itemsPerRow();
+  const std::int64_t first = cells.front().first / perRow, last = cells.back().first / perRow;
+  const QRectF top = onCanvas(frameOfItem(first * perRow)), bottom = onCanvas(frameOfItem(last * perRow));
+  for (std::int64_t column = 1; column < perRow; ++column) {
+    QRectF one = onCanvas(frameOfItem(first * perRow + column - 1)), other = onCanvas(frameOfItem(first * perRow + column));
+    if (one.left() > other.left()) std::swap(one, other);
+    found.emplace_back(QPointF(one.right(), top.top()), QPointF(other.left(), bottom.bottom()));
+  }
+  for (std::int64_t row = first; row < last; ++row) {
+    const double above = onCanvas(frameOfItem(row * perRow)).bottom();
+    const double below = onCanvas(frameOfItem((row + 1) * perRow)).top();
+    found.emplace_back(QPointF(0, above), QPointF(width(), below));
+  }
+  return found;
 }
 
 bool CollectionViewItem::tapItem(std::int64_t index) {

@@ -13,6 +13,8 @@
 
 namespace tlx::qtquick {
 
+class GapsItem;
+
 /// What grids and lists share: a scroller that the file provides (a Flickable named by `scroller`), and beside it, not
 /// in it, a canvas on which the cells stand. The canvas's origin moves with the offset, so that the numbers that the
 /// scene graph sees stay small among a million rows, where single precision would put cells off by pixels.
@@ -29,6 +31,7 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   Q_PROPERTY(qreal topInset READ topInset NOTIFY extentChanged)
   Q_PROPERTY(qreal bottomInset READ bottomInset NOTIFY extentChanged)
   Q_PROPERTY(QRectF focusFrame READ focusFrame NOTIFY focusFrameChanged)
+  Q_PROPERTY(QColor ground MEMBER ground_ NOTIFY groundChanged)
   QML_NAMED_ELEMENT(ScrollViewBase)
   QML_UNCREATABLE("Base of the grid and the list")
 
@@ -56,6 +59,7 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   void offsetChanged();
   void extentChanged();
   void focusFrameChanged();
+  void groundChanged();
 
  protected:
   using Cells = std::vector<std::pair<std::int64_t, UIView*>>;
@@ -73,6 +77,13 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   virtual Identifier identifierOf(std::int64_t index) const { return {}; }
   /// −1 when it is nowhere.
   virtual std::int64_t indexOf(const Identifier& identifier) const { return -1; }
+  /// Between the cells that are shown; on the canvas.
+  virtual std::vector<QRectF> gaps() const { return {}; }
+  /// The nearest place at which a pixel of the screen begins.
+  double onPixel(double place) const;
+  double placeFromLeft(const CGRect& frame) const;
+  /// Where something of the content's stands on the canvas.
+  QRectF onCanvas(const CGRect& frame) const;
 
   void attached() override;
   void apply(UIView& view, UIViewChange change) override;
@@ -92,9 +103,6 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
   void placeCanvas();
   void placeCells();
   void sortForReading(const std::vector<ViewItem*>& items);
-  /// The nearest place at which a pixel of the screen begins.
-  double onPixel(double place) const;
-  double placeFromLeft(const CGRect& frame) const;
   std::int64_t firstVisibleItem() const;
   std::int64_t rowsToAPage() const;
   void moveTo(std::int64_t index);
@@ -105,6 +113,8 @@ class ScrollItem : public ViewItem, private QAccessible::ActivationObserver {
 
   QPointer<QQuickItem> scroller_;
   QQuickItem* canvas_;  // unretained: a child of this item
+  GapsItem* gapsItem_;  // unretained: a child of the canvas
+  QColor ground_;
   double origin_ = 0, shownExtent_ = -1;
   bool cellsMoved_ = true, polishing_ = false, placing_ = false, focusShown_ = false;
   bool readAloud_ = QAccessible::isActive();
@@ -136,6 +146,7 @@ class CollectionViewItem : public ScrollItem {
   bool tapItem(std::int64_t index) override;
   Identifier identifierOf(std::int64_t index) const override;
   std::int64_t indexOf(const Identifier& identifier) const override;
+  std::vector<QRectF> gaps() const override;
   std::shared_ptr<UIView> makeView() override;
   void seed(UIView& view) override;
   void addOutlets(UIView& view, Built& built) override;

@@ -229,6 +229,11 @@ TEST(Scrolling, FarDownCellsStandWhereTheyAreDrawn) {
     session.grid().setContentOffset({0, offset});
     session.wait(0.2);
     const auto visible = session.grid().indexPathsForVisibleItems();
+    for (const NSIndexPath& path : visible) {
+      const QPointF place = session.centre(session.cell(path.item));
+      if (place.y() < 70 || place.y() > session.window.height() - 5) continue;
+      EXPECT_EQ(session.colourAt(place), PickerWindow::colourOf("p" + std::to_string(path.item))) << offset;
+    }
     const std::int64_t item = visible[visible.size() / 2].item;
     const CGRect frame = session.grid().collectionViewLayout()->frameForItemAtIndex(item);
     const QPointF middle(CGRectGetMidX(frame), CGRectGetMidY(frame) - offset);

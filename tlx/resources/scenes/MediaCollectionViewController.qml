@@ -11,6 +11,7 @@ CollectionViewBase {
     width: 375
     height: 667
     scroller: scroll
+    ground: Theme.ground
 
     Binding on width { when: grid.parent !== null; value: grid.parent ? grid.parent.width : 0 }
     Binding on height { when: grid.parent !== null; value: grid.parent ? grid.parent.height : 0 }
