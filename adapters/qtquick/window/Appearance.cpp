@@ -62,7 +62,7 @@ bool Appearance::eventFilter(QObject*, QEvent* event) {
 
 void Appearance::askDesktop() {
   // Without a bus named there is none to ask, and none is started for it.
-  if (!qEnvironmentVariableIsSet("DBUS_SESSION_BUS_ADDRESS")) return;
+  if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) return;
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return;
   bus.connect(kPortal, kPortalPath, kPortalSettings, QStringLiteral("SettingChanged"), this,
