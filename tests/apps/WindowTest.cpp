@@ -26,7 +26,7 @@ class Window : public test::ScreenTest {};
 /// Where things are in a window of 1024 x 720 at the screen's corner, as a person sees them.
 namespace place {
 using namespace test::place;
-constexpr int kTitleX = 512;
+constexpr int kTitleX = 512, kCameraX = 512, kCameraY = 100;
 /// Between the rows of photos: the ground, unless something lies over it.
 constexpr Frame::Area kGap = {0, 328, 1024, 16};
 constexpr Frame::Area kBanner = {40, 6, 200, 12};
@@ -97,6 +97,9 @@ TEST_F(Window, AsksForAccessOnceAndThePageChangesIt) {
   const auto photos = [](const Frame& frame) {
     return isPhoto(frame, place::cell(0)) && isPhoto(frame, place::cell(4));
   };
+  const auto noAccess = [](const Frame& frame) {
+    return frame.count(place::kAllowButton, kAccent) == place::kAllowButton.width * place::kAllowButton.height;
+  };
 
   open({});
   ASSERT_TRUE(see("the question", [](const Frame& frame) {
@@ -104,9 +107,7 @@ TEST_F(Window, AsksForAccessOnceAndThePageChangesIt) {
   }));
   EXPECT_FALSE(std::filesystem::exists(record));
   display_->key("Escape");
-  ASSERT_TRUE(see("the screen without access", [](const Frame& frame) {
-    return frame.count(place::kAllowButton, kAccent) == place::kAllowButton.width * place::kAllowButton.height;
-  }));
+  ASSERT_TRUE(see("the screen without access", noAccess));
   EXPECT_EQ(test::contentOf(record), "photos=denied\n");
 
   click(place::kAllowButton.x + 10, place::kAllowButton.y + 10);
@@ -121,11 +122,26 @@ TEST_F(Window, AsksForAccessOnceAndThePageChangesIt) {
   display_->key("Escape");
   EXPECT_EQ(end().status, 1);
 
-  open({});
+  const auto changeTheirMind = [&](int times) {
+    click(place::kCameraX, place::kCameraY);
+    ASSERT_TRUE(
+        see("the way to the page", [](const Frame& frame) { return frame.count(place::kGround, kWhite) == 0; }));
+    display_->key("Return");
+    ASSERT_TRUE(see("the switch on", [](const Frame& frame) { return frame.count(place::kSwitch, kAccent) > 500; }));
+    for (int time = 0; time < times; ++time) display_->key("space");
+    display_->key("Escape");
+  };
+  open({"--camera", "none"});
   ASSERT_TRUE(see("the photos without a question", photos));
+  click(place::cell(0).x + 60, place::cell(0).y + 60);
+  ASSERT_TRUE(see("the mark on a picked photo", [](const Frame& frame) { return isPicked(frame, 0); }));
+  changeTheirMind(2);
+  ASSERT_TRUE(see("the picked photo", [&](const Frame& frame) { return photos(frame) && isPicked(frame, 0); }));
+  changeTheirMind(1);
+  ASSERT_TRUE(see("the screen without access", noAccess));
   click(50, place::kBarY);
   EXPECT_EQ(end().status, 1);
-  EXPECT_EQ(run({"--headless", "--pick", "Pictures:0-7", "--format", "paths"}).status, 0) << "it is remembered";
+  EXPECT_EQ(run({"--headless", "--pick", "Pictures:0-7", "--format", "paths"}).status, 3) << "it is remembered";
 }
 
 TEST_F(Window, ScreenshotsAreOfWhatAPersonSees) {
