@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstddef>
+#include <string_view>
 #include <utility>
 
 #include "adapters/photolibrary/Albums.h"
@@ -44,6 +46,7 @@ Snapshot::Snapshot(Assets live, Assets trashed, Folders folders, std::shared_ptr
     std::erase_if(earlier_, [](const auto& entry) { return entry.second.expired(); });
   }
   groupByFolder();
+  findDoubles();
   makeFolderAlbums(before);
 }
 
@@ -60,6 +63,48 @@ void Snapshot::groupByFolder() {
   std::vector<std::uint32_t> next(folderStarts_.begin(), folderStarts_.end() - 1);
   byFolder_.resize(total);
   for (std::uint32_t i = 0; i < total; ++i) byFolder_[next[itemAt(i).folder]++] = i;
+}
+
+void Snapshot::findDoubles() {
+  shown_ = live_;
+  if (std::none_of(folders_.begin(), folders_.end(), [](const auto& folder) { return folder->onServer(); })) return;
+  const auto count = static_cast<std::uint32_t>(live_->count());
+  const auto seconds = [](const Item& item) { return static_cast<std::int64_t>(std::floor(item.creationDate)); };
+  const auto keyOf = [&](const Item& item) {
+    return std::hash<std::string_view>()(item.name) ^ static_cast<std::size_t>(item.facts.bytes * 31 + seconds(item));
+  };
+  const auto same = [&](const Item& a, const Item& b) {
+    return a.facts.bytes == b.facts.bytes && seconds(a) == seconds(b) && std::string_view(a.name) == b.name;
+  };
+  const auto onServer = [&](std::uint32_t i) { return folders_[itemAt(i).folder]->onServer(); };
+  const auto rootOf = [&](std::uint32_t i) { return folders_[itemAt(i).folder]->root; };
+  std::unordered_multimap<std::size_t, std::uint32_t> remote;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (onServer(i)) remote.emplace(keyOf(itemAt(i)), i);
+  }
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const auto [first, last] = remote.equal_range(keyOf(itemAt(i)));
+    for (auto other = first; other != last; ++other) {
+      const std::uint32_t there = other->second;
+      const bool goesBefore = !onServer(i) || rootOf(i) < rootOf(there);
+      if (there == i || !goesBefore || !same(itemAt(i), itemAt(there))) continue;
+      const auto [entry, isNew] = doubles_.emplace(there, i);
+      const auto rank = [&](std::uint32_t at) { return std::pair(onServer(at), rootOf(at)); };
+      if (!isNew && rank(i) < rank(entry->second)) entry->second = i;
+    }
+  }
+  if (doubles_.empty()) return;
+  Assets shown;
+  shown.reserve(count - doubles_.size());
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (!doubles_.contains(i)) shown.push_back(live_->begin()[i]);
+  }
+  shown_ = std::make_shared<PHFetchResult<PHAsset>>(std::move(shown));
+}
+
+std::uint32_t Snapshot::shownFor(std::uint32_t position) const {
+  const auto found = doubles_.find(position);
+  return found == doubles_.end() ? position : found->second;
 }
 
 void Snapshot::makeFolderAlbums(const Snapshot* before) {
@@ -146,14 +191,15 @@ AssetResult Snapshot::compute(const Question& question) const {
   };
   if (!question.items.empty()) {
     for (const Identifier& identifier : question.items) {
-      if (const std::uint32_t position = find(identifier); position != kNowhere) kept.push_back(assetAt(position));
+      if (const std::uint32_t position = find(identifier); position != kNowhere)
+        kept.push_back(assetAt(shownFor(position)));
     }
     return std::make_shared<PHFetchResult<PHAsset>>(std::move(kept));
   }
   if (const auto smart = smartAlbumOf(question.album)) {
     const bool trash = *smart == SmartAlbum::RecentlyDeleted;
     const bool everything = trash || *smart == SmartAlbum::CameraRoll;
-    const AssetResult& from = trash ? trashed_ : live_;
+    const AssetResult& from = trash ? trashed_ : shown_;
     if (everything && !question.mediaType && !question.impossible && !question.ascending) {
       return from;
     }
@@ -161,8 +207,16 @@ AssetResult Snapshot::compute(const Question& question) const {
       if (fits(*asset) && (everything || belongsTo(*smart, itemOf(*asset), trash))) kept.push_back(asset);
     }
   } else if (const auto album = folderOfAlbum_.find(question.album); album != folderOfAlbum_.end()) {
+    bool exact = true;
     for (const std::uint32_t position : itemsIn(album->second)) {
-      if (fits(*assetAt(position))) kept.push_back(assetAt(position));
+      const std::uint32_t shown = shownFor(position);
+      exact = exact && shown == position;
+      if (fits(*assetAt(shown))) kept.push_back(assetAt(shown));
+    }
+    // What stands in for a double may be some of a second older.
+    if (!exact) {
+      std::sort(kept.begin(), kept.end(),
+                [](const auto& a, const auto& b) { return comesBefore(itemOf(*a), itemOf(*b)); });
     }
   }
   return std::make_shared<PHFetchResult<PHAsset>>(question.ascending ? oldestFirst(kept) : std::move(kept));

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "tlx/platform/photos/PHAssetCollection.h"
@@ -21,6 +22,10 @@ using CollectionResult = std::shared_ptr<const PHFetchResult<PHAssetCollection>>
 /// Answers are made when first asked for and then kept: the same question gives the same object. An answer that came
 /// out as in the snapshot before is that snapshot's object, so unchanged albums cost nothing and a change is seen by
 /// comparing.
+///
+/// A file that lies on a server as well as on this machine, or on two servers, is one item: the one that is here, else
+/// the one under the earlier root. It is taken for the same by its name, its length and its date to the second. The
+/// other, its double, keeps its position and can be found, but answers hold the item in its place, once each.
 class Snapshot {
  public:
   /// `live` and `trashed` are in the library's order. `folders` holds every folder that an item names, and perhaps
@@ -64,8 +69,13 @@ class Snapshot {
   void groupByFolder();
   void makeFolderAlbums(const Snapshot* before);
   AssetResult compute(const Question& question) const;
+  void findDoubles();
+  /// What answers show for the item at this position: itself, or what it is a double of.
+  std::uint32_t shownFor(std::uint32_t position) const;
 
   AssetResult live_, trashed_;
+  AssetResult shown_;                                         ///< `live_` without doubles
+  std::unordered_map<std::uint32_t, std::uint32_t> doubles_;  ///< to what they are doubles of
   Folders folders_;
   std::shared_ptr<FetchLedger> ledger_;
   std::uint64_t generation_;

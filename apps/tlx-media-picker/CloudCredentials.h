@@ -1,9 +1,10 @@
 #pragma once
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
-#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -11,9 +12,9 @@
 
 namespace tlx::program {
 
-/// Looks for the credentials of a cloud in a file, in the environment, and in the desktop's keyring; each is tried once
-/// for an address.
-class CloudCredentials : public photolibrary::CredentialSource {
+/// Looks for the credentials of a cloud in a file, in the environment, and in the desktop's keyring, and asks the
+/// person; each once for an address. What the person said and the server took goes to the keyring.
+class CloudCredentials final : public photolibrary::CredentialSource {
  public:
   /// Takes what it needs out of the environment. `file` may be empty.
   explicit CloudCredentials(std::string file);
@@ -21,11 +22,20 @@ class CloudCredentials : public photolibrary::CredentialSource {
   /// What is wrong with the file, in one line; empty when nothing is.
   const std::string& problem() const { return problem_; }
 
-  std::optional<photolibrary::Credentials> credentialsFor(const std::string& address, std::stop_token stop) override;
+  /// To be called once, on any thread, with what the person says; nothing when they would rather not.
+  using Answer = std::function<void(std::optional<photolibrary::Credentials>)>;
+  using Asker = std::function<void(const std::string& address, Answer answer)>;
+  /// Who asks the person, on a thread of the library's and one question at a time; nothing for nobody.
+  void setAsker(Asker asker);
+
+  std::optional<photolibrary::Credentials> credentialsFor(const std::string& address,
+                                                          const std::function<bool()>& wanted) override;
+  void accepted(const std::string& address, const photolibrary::Credentials& credentials) override;
 
  private:
-  enum class Place { File, Environment, Keyring, End };
+  enum class Place { File, Environment, Keyring, Person, End };
   std::optional<photolibrary::Credentials> lookIn(Place place, const std::string& address) const;
+  std::optional<photolibrary::Credentials> ask(const std::string& address, const std::function<bool()>& wanted);
 
   struct Entry {
     std::string address;
@@ -34,7 +44,9 @@ class CloudCredentials : public photolibrary::CredentialSource {
   std::vector<Entry> entries_;  ///< the file's
   photolibrary::Credentials environment_;
   std::string problem_;
-  std::mutex mutex_;
+  std::timed_mutex asking_;  ///< held while the person is asked
+  std::mutex mutex_;         ///< guards what follows
+  std::shared_ptr<const Asker> asker_;
   std::map<std::string, Place> next_;  ///< by address
 };
 

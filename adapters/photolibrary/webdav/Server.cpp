@@ -60,10 +60,6 @@ class PieceReceiver final : public HttpReceiver {
 Server::Server(const CloudAddress& address, CredentialSource* credentials, std::chrono::milliseconds patience)
     : address_(address), source_(credentials), http_(patience), credentials_(address.credentials) {}
 
-Server::~Server() {
-  ending_.request_stop();
-}
-
 std::optional<NSError> Server::exchange(HttpRequest request, const std::string& path, HttpReceiver& receiver) {
   request.url = address_.server + escapedPath(path);
   while (true) {
@@ -75,7 +71,8 @@ std::optional<NSError> Server::exchange(HttpRequest request, const std::string& 
       generation = generation_;
     }
     auto failed = http_.exchange(request, credentials, receiver);
-    if (failed && failed->code == CloudErrorWrongCredentials && renew(generation)) continue;
+    if (failed && failed->code == CloudErrorWrongCredentials && renew(generation, [&] { return receiver.wanted(); }))
+      continue;
     if (!failed && source_ && generation > 0) {
       bool first = false;
       {
@@ -88,17 +85,20 @@ std::optional<NSError> Server::exchange(HttpRequest request, const std::string& 
   }
 }
 
-bool Server::renew(std::uint64_t used) {
+bool Server::renew(std::uint64_t used, const std::function<bool()>& wanted) {
   if (!source_ || !address_.credentials.empty()) return false;
-  const std::lock_guard oneAtATime(asking_);
+  std::unique_lock oneAtATime(asking_, std::defer_lock);
+  while (!oneAtATime.try_lock_for(std::chrono::milliseconds(10))) {
+    if (!wanted()) return false;
+  }
   {
     const std::lock_guard lock(mutex_);
     if (generation_ != used) return true;
     if (exhausted_) return false;
   }
-  auto found = source_->credentialsFor(address_.text(), ending_.get_token());
+  auto found = source_->credentialsFor(address_.text(), wanted);
   const std::lock_guard lock(mutex_);
-  exhausted_ = !found;
+  exhausted_ = !found && wanted();
   if (!found) return false;
   credentials_ = *std::move(found);
   ++generation_;

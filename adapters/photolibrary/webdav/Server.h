@@ -5,7 +5,6 @@
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <stop_token>
 #include <string>
 
 #include "adapters/photolibrary/webdav/CloudAddress.h"
@@ -20,8 +19,6 @@ class Server {
  public:
   /// `credentials` outlives the server, and may be nothing.
   Server(const CloudAddress& address, CredentialSource* credentials, std::chrono::milliseconds patience);
-  /// Ends the wait for credentials. Nobody else may be waiting.
-  ~Server();
 
   /// As `HttpThread::exchange`, for an unescaped path. When the server wants other credentials, the source is
   /// asked for some until it has no more; from then on what the server refuses it refuses for good.
@@ -37,15 +34,14 @@ class Server {
   const CloudAddress& address() const { return address_; }
 
  private:
-  bool renew(std::uint64_t used);
+  bool renew(std::uint64_t used, const std::function<bool()>& wanted);
 
   const CloudAddress address_;
   CredentialSource* const source_;  // unretained: outlives the server by contract
   HttpThread http_;
-  std::stop_source ending_;
 
-  std::mutex asking_;  ///< held while the source is asked
-  std::mutex mutex_;   ///< guards what follows
+  std::timed_mutex asking_;  ///< held while the source is asked
+  std::mutex mutex_;         ///< guards what follows
   Credentials credentials_;
   std::uint64_t generation_ = 0;  ///< of the credentials
   bool exhausted_ = false, told_ = false;

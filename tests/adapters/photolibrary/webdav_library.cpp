@@ -114,6 +114,38 @@ TEST(CloudLibrary, ReadsOnlyWhatIsNewWhenItIsOpenedAgain) {
   EXPECT_EQ(cloud.log().lines().size(), 1u) << "said once";
 }
 
+TEST(CloudLibrary, TheSameFileHereAndThereIsOneItem) {
+  if (!Nginx::installed()) GTEST_SKIP() << "nginx is not installed";
+  const Served served, local;
+  const auto dated = samplePhoto({"2024:05:06 07:08:09", "+00:00"});
+  for (const Served* each : {&served, &local}) {
+    each->put("Trip/both.jpg", dated, each == &served ? 1'600'000'000 : 1'650'000'000);
+    each->put("Trip/undated.jpg", samplePhoto(), 1'500'000'000.0);
+    each->put("Trip/other date.jpg", samplePhoto(), each == &served ? 1'400'000'000 : 1'400'000'001);
+    auto longer = dated;
+    if (each == &served) longer.push_back(0);
+    each->put("Trip/other length.jpg", longer, 1'300'000'000);
+  }
+  served.put("Trip/only there.jpg", samplePhoto(), 1'200'000'000);
+  served.put("Again/both.jpg", dated);
+  const Nginx server(served.root(), served.scratch());
+  Cloud cloud(server.url(), Cloud::patient(std::chrono::seconds(30)), {local.root()});
+  EXPECT_EQ(cloud.names().size(), 7u);
+  const auto albums = cloud.library().fetchAssetCollections(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny);
+  std::vector<std::size_t> counts;
+  for (const auto& album : *albums) counts.push_back(cloud.library().fetchAssets(*album, {})->count());
+  EXPECT_THAT(counts, testing::UnorderedElementsAre(4u, 5u, 1u)) << "every album has all of its own";
+  for (const char* const name : {"both.jpg", "undated.jpg"}) {
+    const auto fetched = cloud.fetch(name, {false, {}, {}});
+    EXPECT_TRUE(std::holds_alternative<Original>(fetched)) << name << " is here";
+  }
+  cloud.reopen();
+  EXPECT_EQ(cloud.names().size(), 7u);
+  std::filesystem::remove_all(local.root() / "Trip");
+  cloud.rescan();
+  EXPECT_EQ(cloud.names().size(), 6u) << "what is no longer here is still there";
+}
+
 TEST(CloudLibrary, WrongCredentialsAreNoAccess) {
   if (!Nginx::installed()) GTEST_SKIP() << "nginx is not installed";
   struct Asked final : CredentialSource {
