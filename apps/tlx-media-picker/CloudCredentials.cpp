@@ -1,5 +1,7 @@
 #include "apps/tlx-media-picker/CloudCredentials.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -52,7 +54,54 @@ CloudCredentials::CloudCredentials(std::string file) {
   }
 }
 
-std::optional<photolibrary::Credentials> CloudCredentials::credentialsFor(const std::string& address, std::stop_token) {
+void CloudCredentials::setAsker(Asker asker) {
+  const std::lock_guard lock(mutex_);
+  asker_ = std::move(asker);
+}
+
+std::optional<photolibrary::Credentials> CloudCredentials::ask(const std::string& address,
+                                                               const std::function<bool()>& wanted) {
+  constexpr std::chrono::milliseconds kGlance{20};
+  std::unique_lock oneAtATime(asking_, std::defer_lock);
+  while (!oneAtATime.try_lock_for(kGlance)) {
+    if (!wanted()) return std::nullopt;
+  }
+  struct Said {
+    std::mutex mutex;
+    std::condition_variable changed;
+    bool answered = false;
+    std::optional<photolibrary::Credentials> credentials;
+  };
+  const auto said = std::make_shared<Said>();
+  {
+    // Held while asking, so that whoever takes the asker away knows that it is not asked any more.
+    const std::lock_guard lock(mutex_);
+    if (!asker_) return std::nullopt;
+    asker_(address, [said](std::optional<photolibrary::Credentials> credentials) {
+      const std::lock_guard answering(said->mutex);
+      said->credentials = std::move(credentials);
+      said->answered = true;
+      said->changed.notify_all();
+    });
+  }
+  std::unique_lock lock(said->mutex);
+  while (!said->changed.wait_for(lock, kGlance, [&] { return said->answered; })) {
+    if (!wanted()) return std::nullopt;
+  }
+  return said->credentials;
+}
+
+void CloudCredentials::accepted(const std::string& address, const photolibrary::Credentials& credentials) {
+  {
+    const std::lock_guard lock(mutex_);
+    const auto next = next_.find(address);
+    if (next == next_.end() || next->second != Place::End) return;  // not the person's
+  }
+  keepInKeyring(address, credentials);
+}
+
+std::optional<photolibrary::Credentials> CloudCredentials::credentialsFor(const std::string& address,
+                                                                          const std::function<bool()>& wanted) {
   while (true) {
     Place place;
     {
@@ -62,7 +111,7 @@ std::optional<photolibrary::Credentials> CloudCredentials::credentialsFor(const 
       if (place == Place::End) return std::nullopt;
       next = static_cast<Place>(static_cast<int>(place) + 1);
     }
-    if (auto found = lookIn(place, address)) return found;
+    if (auto found = place == Place::Person ? ask(address, wanted) : lookIn(place, address)) return found;
   }
 }
 

@@ -25,7 +25,8 @@ class CloudCredentials final : public photolibrary::CredentialSource {
   /// To be called once, on any thread, with what the person says; nothing when they would rather not.
   using Answer = std::function<void(std::optional<photolibrary::Credentials>)>;
   using Asker = std::function<void(const std::string& address, Answer answer)>;
-  /// Who asks the person, on a thread of the library's and one question at a time; nothing for nobody.
+  /// Who asks the person, on a thread of the library's and one question at a time; returns soon. Nothing for nobody:
+  /// the one before is not called any more.
   void setAsker(Asker asker);
 
   std::optional<photolibrary::Credentials> credentialsFor(const std::string& address,
@@ -46,7 +47,7 @@ class CloudCredentials final : public photolibrary::CredentialSource {
   std::string problem_;
   std::timed_mutex asking_;  ///< held while the person is asked
   std::mutex mutex_;         ///< guards what follows
-  std::shared_ptr<const Asker> asker_;
+  Asker asker_;
   std::map<std::string, Place> next_;  ///< by address
 };
 

@@ -21,6 +21,12 @@ PickerWindow::PickerWindow(const Parts& parts, std::string host) : parts_(parts)
   parts_.consent.setAsker(
       [this](const std::string& asking, photolibrary::PhotoConsent::Answer answer) { ask(asking, std::move(answer)); });
   parts_.camera.setAsker([this](camera::CameraConsent::Answer answer) { askForCamera(std::move(answer)); });
+  // Where nobody sits, nobody would ever answer.
+  if (!parts_.arguments.headless && parts_.arguments.screenshot.empty()) {
+    parts_.credentials.setAsker([this](const std::string& address, const CloudCredentials::Answer& answer) {
+      QMetaObject::invokeMethod(this, [this, address, answer] { askForCredentials(address, answer); });
+    });
+  }
   parts_.platform.application().setSettingsHandler([this] { return openSettings(); });
 }
 
@@ -28,6 +34,8 @@ PickerWindow::~PickerWindow() {
   parts_.platform.application().setSettingsHandler(nullptr);
   parts_.camera.setAsker(nullptr);
   parts_.consent.setAsker(nullptr);
+  parts_.credentials.setAsker(nullptr);
+  signIn_.reset();
   settings_.reset();
   question_.reset();
   parts_.platform.window().model()->setRootViewController(nullptr);
@@ -58,6 +66,16 @@ void PickerWindow::put(const qtquick::QtQuestion::Text& text, std::function<void
                                                       answer(choice == 1);
                                                       question_.reset();
                                                     });
+}
+
+void PickerWindow::askForCredentials(const std::string& address, const CloudCredentials::Answer& answer) {
+  signIn_ = std::make_unique<qtquick::QtSignIn>(
+      parts_.platform.window(), parts_.platform.engine(),
+      qtquick::QtSignIn::Text{"Sign in", "Your photos on\n" + address + "\nneed a name and a password."},
+      [this, answer](const std::optional<qtquick::QtSignIn::Said>& said) {
+        answer(said ? std::optional(photolibrary::Credentials{said->user, said->password}) : std::nullopt);
+        signIn_.reset();
+      });
 }
 
 bool PickerWindow::openSettings() {

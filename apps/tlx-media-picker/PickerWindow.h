@@ -8,14 +8,16 @@
 #include "adapters/qtquick/QtPlatform.h"
 #include "adapters/qtquick/window/QtQuestion.h"
 #include "adapters/qtquick/window/QtSettingsPage.h"
+#include "adapters/qtquick/window/QtSignIn.h"
 #include "apps/tlx-media-picker/CameraAccess.h"
+#include "apps/tlx-media-picker/CloudCredentials.h"
 #include "apps/tlx-media-picker/Session.h"
 #include "apps/tlx-media-picker/WindowConsent.h"
 
 namespace tlx::program {
 
 /// The picker in the platform's window, and what the program shows over it: the question whether it may have the
-/// photos and the camera, and the page on which the person changes their mind.
+/// photos and the camera, who the person is to a cloud, and the page on which they change their mind.
 class PickerWindow final : public QObject {
   Q_OBJECT
 
@@ -26,6 +28,7 @@ class PickerWindow final : public QObject {
     photolibrary::PhotoLibrary& library;
     WindowConsent& consent;
     CameraAccess& camera;
+    CloudCredentials& credentials;
     qtquick::QtPlatform& platform;
   };
   /// `host` is the program's name as the person knows it. All parts outlive the object.
@@ -42,6 +45,7 @@ class PickerWindow final : public QObject {
   void ask(const std::string& host, photolibrary::PhotoConsent::Answer answer);
   void askForCamera(camera::CameraConsent::Answer answer);
   void put(const qtquick::QtQuestion::Text& text, std::function<void(bool allowed)> answer);
+  void askForCredentials(const std::string& address, const CloudCredentials::Answer& answer);
   bool openSettings();
   void setPhotosAllowed(bool allowed);
   /// A picker learns its access when it is made, so another takes its place when the person left the page with another
@@ -52,6 +56,7 @@ class PickerWindow final : public QObject {
   const std::string host_;
   std::shared_ptr<TLXMediaPickerController> picker_;
   std::unique_ptr<qtquick::QtQuestion> question_;
+  std::unique_ptr<qtquick::QtSignIn> signIn_;
   std::unique_ptr<qtquick::QtSettingsPage> settings_;
 };
 

@@ -154,7 +154,7 @@ int run(int argc, char** argv, const Arguments& arguments) {
   session.setEndHandler([&] { QTimer::singleShot(0, &application, &QCoreApplication::quit); });
 
   auto picker = std::make_unique<PickerWindow>(
-      PickerWindow::Parts{arguments, session, library, consent, cameraAccess, platform}, kHost);
+      PickerWindow::Parts{arguments, session, library, consent, cameraAccess, credentials, platform}, kHost);
   SettledWindow settled(window, library, images);
 
   // A script wants all there is; a person would rather see what is known at once, and the rest as it is found.

@@ -76,7 +76,7 @@ WalkOutcome CollectionWalk::run() {
   crew_.add([this, first] { enter(first); });
   crew_.run();
   if (wanted()) confirm();
-  return {wanted(), std::move(unreachable_)};
+  return {wanted(), std::move(unreachable_), std::move(skipped_)};
 }
 
 void CollectionWalk::fail(Collection& collection, const NSError& error) {
@@ -153,7 +153,11 @@ void CollectionWalk::enterBelow(Collection* parent, std::string name, ListedMemb
   Collection* const collection = made.get();
   {
     const std::lock_guard lock(mutex_);
-    if (collection->depth > kDeepest || collections_.size() >= kMostCollections) return;
+    if (collection->depth > kDeepest || collections_.size() >= kMostCollections) {
+      if (skipped_.empty())
+        skipped_.emplace_back(made->folder.path, "the server has more folders, or deeper ones, than are listed");
+      return;
+    }
     if (!collection->fileId.empty() && !visited_.insert(collection->fileId).second) return;
     collections_.push_back(std::move(made));
   }

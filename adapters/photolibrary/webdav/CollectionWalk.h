@@ -10,6 +10,7 @@
 #include <stop_token>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "adapters/photolibrary/KnownFiles.h"
@@ -78,6 +79,7 @@ class CollectionWalk {
   std::vector<std::unique_ptr<Collection>> collections_;
   std::set<std::string> visited_;  ///< file ids
   std::vector<std::string> unreachable_;
+  std::vector<std::pair<std::string, std::string>> skipped_;
   std::optional<NSError> problem_;
   bool rootFailed_ = false;
   std::atomic<bool> lost_{false};  ///< the server is gone: nothing more is asked of it

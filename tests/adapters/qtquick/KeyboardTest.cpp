@@ -2,6 +2,7 @@
 
 #include "adapters/qtquick/views/ScrollItem.h"
 #include "adapters/qtquick/window/QtQuestion.h"
+#include "adapters/qtquick/window/QtSignIn.h"
 #include "tests/adapters/qtquick/PickerWindow.h"
 
 namespace tlx::test {
@@ -223,6 +224,34 @@ TEST(Keyboard, AQuestionOfTheHostsIsNotAnsweredByWhatWasBeingTyped) {
       session.press(stroke.key(), stroke.keyboardModifiers());
     }
     EXPECT_EQ(answer, row.answer) << row.why;
+  }
+  EXPECT_THAT(session.picked(), IsEmpty());
+}
+
+TEST(Keyboard, ANameAndAPasswordAreTypedAndGivenOrNot) {
+  PickerWindow session;
+  session.open();
+  const struct {
+    Names keys;
+    const char* said;
+    const char* why;
+  } rows[] = {{{"A", "L", "Return", "S", "E", "Return"}, "al se", "both, with the return key"},
+              {{"A", "Tab", "S", "Tab", "Tab", "Space"}, "a s", "both, with the button"},
+              {{"Return", "Return"}, "", "a name there must be"},
+              {{"A", "Return", "Escape"}, "no", "rather not"}};
+  for (const auto& row : rows) {
+    std::string said;
+    const qtquick::QtSignIn question(session.platform->window(), session.platform->engine(), {"Sign in", "To a cloud"},
+                                     [&](const std::optional<qtquick::QtSignIn::Said>& given) {
+                                       said = given ? given->user + " " + given->password : "no";
+                                     });
+    session.wait(0.5);
+    for (const auto& key : row.keys) {
+      const auto stroke = QKeySequence(QString::fromStdString(key))[0];
+      session.press(stroke.key(), stroke.keyboardModifiers());
+    }
+    session.wait(0.1);
+    EXPECT_EQ(said, row.said) << row.why;
   }
   EXPECT_THAT(session.picked(), IsEmpty());
 }
