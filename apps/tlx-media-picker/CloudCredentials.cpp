@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
+#include <thread>
 #include <utility>
 
 #include <sys/stat.h>
@@ -23,7 +24,7 @@ std::string takeVariable(const char* name) {
 
 }  // namespace
 
-CloudCredentials::CloudCredentials(std::string file) {
+CloudCredentials::CloudCredentials(const std::string& file, bool mayAsk) : mayAsk_(mayAsk) {
   environment_.user = takeVariable("TLX_CLOUD_USER");
   environment_.password = takeVariable("TLX_CLOUD_PASSWORD");
   if (file.empty()) return;
@@ -73,16 +74,22 @@ std::optional<photolibrary::Credentials> CloudCredentials::ask(const std::string
     std::optional<photolibrary::Credentials> credentials;
   };
   const auto said = std::make_shared<Said>();
-  {
+  const auto put = [&] {
     // Held while asking, so that whoever takes the asker away knows that it is not asked any more.
     const std::lock_guard lock(mutex_);
-    if (!asker_) return std::nullopt;
+    if (!asker_) return false;
     asker_(address, [said](std::optional<photolibrary::Credentials> credentials) {
       const std::lock_guard answering(said->mutex);
       said->credentials = std::move(credentials);
       said->answered = true;
       said->changed.notify_all();
     });
+    return true;
+  };
+  for (bool isPut = false; !isPut;) {
+    if (!mayAsk_ || !wanted()) return std::nullopt;
+    isPut = put();
+    if (!isPut) std::this_thread::sleep_for(kGlance);
   }
   std::unique_lock lock(said->mutex);
   while (!said->changed.wait_for(lock, kGlance, [&] { return said->answered; })) {

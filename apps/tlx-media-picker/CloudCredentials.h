@@ -16,8 +16,9 @@ namespace tlx::program {
 /// person; each once for an address. What the person said and the server took goes to the keyring.
 class CloudCredentials final : public photolibrary::CredentialSource {
  public:
-  /// Takes what it needs out of the environment. `file` may be empty.
-  explicit CloudCredentials(std::string file);
+  /// Takes what it needs out of the environment. `file` may be empty. `mayAsk` tells that there is a person, whom
+  /// somebody will ask sooner or later.
+  CloudCredentials(const std::string& file, bool mayAsk);
 
   /// What is wrong with the file, in one line; empty when nothing is.
   const std::string& problem() const { return problem_; }
@@ -26,7 +27,7 @@ class CloudCredentials final : public photolibrary::CredentialSource {
   using Answer = std::function<void(std::optional<photolibrary::Credentials>)>;
   using Asker = std::function<void(const std::string& address, Answer answer)>;
   /// Who asks the person, on a thread of the library's and one question at a time; returns soon. Nothing for nobody:
-  /// the one before is not called any more.
+  /// the one before is not called any more. Until there is somebody, a question waits.
   void setAsker(Asker asker);
 
   std::optional<photolibrary::Credentials> credentialsFor(const std::string& address,
@@ -45,6 +46,7 @@ class CloudCredentials final : public photolibrary::CredentialSource {
   std::vector<Entry> entries_;  ///< the file's
   photolibrary::Credentials environment_;
   std::string problem_;
+  const bool mayAsk_;
   std::timed_mutex asking_;  ///< held while the person is asked
   std::mutex mutex_;         ///< guards what follows
   Asker asker_;

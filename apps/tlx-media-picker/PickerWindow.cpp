@@ -21,12 +21,9 @@ PickerWindow::PickerWindow(const Parts& parts, std::string host) : parts_(parts)
   parts_.consent.setAsker(
       [this](const std::string& asking, photolibrary::PhotoConsent::Answer answer) { ask(asking, std::move(answer)); });
   parts_.camera.setAsker([this](camera::CameraConsent::Answer answer) { askForCamera(std::move(answer)); });
-  // Where nobody sits, nobody would ever answer.
-  if (!parts_.arguments.headless && parts_.arguments.screenshot.empty()) {
-    parts_.credentials.setAsker([this](const std::string& address, const CloudCredentials::Answer& answer) {
-      QMetaObject::invokeMethod(this, [this, address, answer] { askForCredentials(address, answer); });
-    });
-  }
+  parts_.credentials.setAsker([this](const std::string& address, const CloudCredentials::Answer& answer) {
+    QMetaObject::invokeMethod(this, [this, address, answer] { askForCredentials(address, answer); });
+  });
   parts_.platform.application().setSettingsHandler([this] { return openSettings(); });
 }
 

@@ -111,7 +111,8 @@ int run(int argc, char** argv, const Arguments& arguments) {
   options.host = kHost;
   options.preauthorised = !arguments.folders.empty() || !arguments.clouds.empty();
   if (!arguments.headless) options.consent = &consent;
-  CloudCredentials credentials(arguments.cloudCredentials);
+  // Where nobody sits, nobody would ever answer.
+  CloudCredentials credentials(arguments.cloudCredentials, !arguments.headless && arguments.screenshot.empty());
   if (!credentials.problem().empty()) {
     std::fprintf(stderr, "%s: %s\n", kHost, credentials.problem().c_str());
     return Usage;
