@@ -16,7 +16,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr qint64 kBuffer = 1 << 20;
+constexpr qint64 kBuffer = 256 << 10;
 constexpr std::chrono::milliseconds kGlance{10};
 
 /// Whether any address of this machine leads to others.
@@ -106,8 +106,13 @@ class Exchange final : public QObject {
  public:
   Exchange(QNetworkReply* reply, std::shared_ptr<Passage> passage) : reply_(reply), passage_(std::move(passage)) {
     reply_->setParent(this);
-    reply_->setReadBufferSize(kBuffer);
-    connect(reply_, &QNetworkReply::metaDataChanged, this, [this] { pass(); });
+    // A limit that is set before the request is on its way is lost, and the whole body is then held in memory.
+    QMetaObject::invokeMethod(
+        this, [this] { reply_->setReadBufferSize(kBuffer); }, Qt::QueuedConnection);
+    connect(reply_, &QNetworkReply::metaDataChanged, this, [this] {
+      reply_->setReadBufferSize(kBuffer);
+      pass();
+    });
     connect(reply_, &QNetworkReply::readyRead, this, [this] { pass(); });
     connect(reply_, &QNetworkReply::finished, this, [this] { pass(); });
     if (reply_->isFinished()) pass();
