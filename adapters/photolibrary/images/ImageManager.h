@@ -27,8 +27,9 @@ namespace tlx::photolibrary {
 /// is the degraded first answer otherwise. What had to be decoded is written to the shared thumbnails when nobody waits
 /// for anything else. For the same picture there is never more than one decoding at a time.
 ///
-/// An item whose original is elsewhere is shown by its preview; its original is fetched for a cell only where there is
-/// none, and never a video's, or more than `largestForACell`.
+/// An item whose original is elsewhere is shown by its preview. Where there is none, a photo's original is fetched for a
+/// cell when it is no more than a preview would be (`largestForACell`), or else scrolling would fetch the library; larger
+/// ones and videos show nothing until someone fetched them.
 ///
 /// What a client stops caching has left its neighbourhood: requests for the same item, size and mode that still wait go
 /// behind everything else, and are answered in the end.
@@ -55,7 +56,7 @@ class ImageManager final : public ImageManagerPort {
   };
 
   static constexpr double largestCell = 512;
-  static constexpr std::int64_t largestForACell = std::int64_t{64} << 20;  ///< bytes
+  static constexpr std::int64_t largestForACell = std::int64_t{512} << 10;  ///< bytes
 
   /// Both outlive the object.
   ImageManager(ItemStore& items, MainQueuePort& mainQueue);
