@@ -72,7 +72,7 @@ class Capture : public testing::Test {
     window.resize(size);
     platform.emplace(loops, window, *library, *images, reachability, log, &*camera);
     session.emplace(arguments, *library, &*output);
-    picker.emplace(PickerWindow::Parts{arguments, *session, *library, consent, access, *platform}, "test");
+    picker.emplace(PickerWindow::Parts{arguments, *session, *library, consent, access, credentials, *platform}, "test");
     library->waitUntilScanned();
     window.show();
     picker->open();
@@ -157,6 +157,7 @@ class Capture : public testing::Test {
   qtquick::QtPlatform::Loops loops;
   Arguments arguments;
   WindowConsent consent;
+  CloudCredentials credentials{"", false};
   CameraAccess access{folder / "access", "test"};
   std::optional<camera::GstCamera> camera;
   std::optional<photolibrary::PhotoLibrary> library;
