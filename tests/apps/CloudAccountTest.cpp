@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 
 #include <gmock/gmock.h>
 
@@ -86,9 +87,11 @@ TEST_F(CloudAccount, FindsCredentialsAndSaysWhenThereAreNone) {
 }
 
 TEST_F(CloudAccount, APasswordIsNotToBeSeenAmongTheProcesses) {
+  std::mutex mutex;
   std::string seen;
   const tlx::test::ScriptedServer server(
       [&](const std::string&, const tlx::test::ScriptedServer::Connection& connection) {
+        const std::lock_guard lock(mutex);
         for (const auto& process : std::filesystem::directory_iterator("/proc")) {
           const std::string line = test::contentOf(process.path() / "cmdline");
           if (line.find("unseen-cloud") != std::string::npos) seen += line;
@@ -98,6 +101,7 @@ TEST_F(CloudAccount, APasswordIsNotToBeSeenAmongTheProcesses) {
   std::string address = server.url() + "/unseen-cloud";
   address.insert(address.find("//") + 2, "al:gehe1m@");
   run({"--headless", "--list", "--cloud", address});
+  const std::lock_guard lock(mutex);
   EXPECT_THAT(seen, HasSubstr("unseen-cloud"));
   EXPECT_THAT(seen, Not(HasSubstr("gehe1m")));
 }

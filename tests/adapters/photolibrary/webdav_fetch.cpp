@@ -260,7 +260,7 @@ TEST(CloudFaults, AreToldApart) {
         row.get(connection, request);
       }
     });
-    Cloud cloud(server.url(), Cloud::patient(std::chrono::milliseconds(300)));
+    Cloud cloud(server.url(), Cloud::patient(std::chrono::milliseconds(1500)));
     listing = false;
     const auto fetched = cloud.fetch("a.jpg");
     EXPECT_EQ(codeOf(fetched), row.code) << row.reason;
