@@ -55,6 +55,17 @@ class ManagingImages : public testing::Test {
     settings.shared.folder.clear();
     images_ = std::make_unique<ImageManager>(items_, loop_, settings);
   }
+  /// One worker, held at the request "first"; what it comes to when the gate opens is written down.
+  void startHeld() {
+    start(1);
+    items_.setGate([this](const std::string& name) {
+      if (name == "first") return gate_.pass();
+      const std::lock_guard lock(mutex_);
+      fetched_.push_back(name);
+    });
+    ask(photo("first"), PHImageRequestOptionsDeliveryModeHighQualityFormat, "first");
+    gate_.waitForHeld(1);
+  }
   Asset photo(const std::string& name, bool withThumbnail = false) {
     const std::string path = folder_.file(name + ".jpg");
     if (withThumbnail) {
@@ -87,6 +98,9 @@ class ManagingImages : public testing::Test {
   TemporaryFolder folder_;
   memory::Background background_;
   memory::MainLoop loop_{background_};
+  Gate gate_;
+  std::mutex mutex_;  ///< guards what follows
+  std::vector<std::string> fetched_;
   FileItems items_;
   std::unique_ptr<ImageManager> images_;
   std::vector<std::string> answers_;
@@ -189,17 +203,7 @@ TEST_F(ManagingImages, AFilesChangeMakesItsThumbnailAnew) {
 }
 
 TEST_F(ManagingImages, ServesTheNewestFirstAndWhatIsVisibleBeforeWhatIsPreheated) {
-  start(1);
-  Gate gate;
-  std::mutex mutex;
-  std::vector<std::string> fetched;
-  items_.setGate([&](const std::string& name) {
-    if (name == "first") return gate.pass();
-    const std::lock_guard lock(mutex);
-    fetched.push_back(name);
-  });
-  ask(photo("first"), highQuality, "first");
-  gate.waitForHeld(1);
+  startHeld();
   const int client = 0;
   images_->startCachingImages(&client, {photo("warm 1"), photo("warm 2")}, cell, PHImageContentModeAspectFill, {});
   ask(photo("a"), highQuality, "a");
@@ -210,33 +214,23 @@ TEST_F(ManagingImages, ServesTheNewestFirstAndWhatIsVisibleBeforeWhatIsPreheated
   images_->stopCachingImages(&client, {items_.add("stopped", folder_.file("stopped.jpg"))}, cell,
                              PHImageContentModeAspectFill);
   images_->cancelImageRequest(dropped);
-  gate.open();
+  gate_.open();
   settle();
-  EXPECT_EQ(fetched, (std::vector<std::string>{"c", "b", "a", "warm 1", "warm 2"}))
+  EXPECT_EQ(fetched_, (std::vector<std::string>{"c", "b", "a", "warm 1", "warm 2"}))
       << "what was cancelled or stopped is never touched";
 }
 
 TEST_F(ManagingImages, WhatIsScrolledAwayWaitsBehindWhatIsLookedAtNext) {
-  start(1);
-  Gate gate;
-  std::mutex mutex;
-  std::vector<std::string> fetched;
-  items_.setGate([&](const std::string& name) {
-    if (name == "first") return gate.pass();
-    const std::lock_guard lock(mutex);
-    fetched.push_back(name);
-  });
-  ask(photo("first"), highQuality, "first");
-  gate.waitForHeld(1);
+  startHeld();
   const int client = 0;
   const std::vector<Asset> passed{photo("passed 1"), photo("passed 2")};
   images_->startCachingImages(&client, passed, cell, PHImageContentModeAspectFill, {});
   for (const Asset& asset : passed) ask(asset, opportunistic, "passed");
   images_->stopCachingImages(&client, passed, cell, PHImageContentModeAspectFill);
   images_->startCachingImages(&client, {photo("next")}, cell, PHImageContentModeAspectFill, {});
-  gate.open();
+  gate_.open();
   settle();
-  EXPECT_EQ(fetched, (std::vector<std::string>{"next", "passed 2", "passed 1"}));
+  EXPECT_EQ(fetched_, (std::vector<std::string>{"next", "passed 2", "passed 1"}));
   EXPECT_EQ(answers_.size(), 3u) << "they are answered all the same";
 }
 
