@@ -15,11 +15,26 @@ namespace tlx::photolibrary {
 /// What a file holds, told by its first bytes and never by its name.
 enum class MediaFormat : std::int32_t {
   Unknown = 0,
-  Jpeg = 1, Png = 2, WebP = 3, Gif = 4, Tiff = 5, Heic = 6, Avif = 7, JpegXl = 8,
-  Mp4 = 20, Mov = 21, Matroska = 22, WebM = 23, Avi = 24, ThreeGp = 25, MpegTs = 26,
+  Jpeg = 1,
+  Png = 2,
+  WebP = 3,
+  Gif = 4,
+  Tiff = 5,
+  Heic = 6,
+  Avif = 7,
+  JpegXl = 8,
+  Mp4 = 20,
+  Mov = 21,
+  Matroska = 22,
+  WebM = 23,
+  Avi = 24,
+  ThreeGp = 25,
+  MpegTs = 26,
 };
 
-constexpr bool isVideo(MediaFormat format) { return format >= MediaFormat::Mp4; }
+constexpr bool isVideo(MediaFormat format) {
+  return format >= MediaFormat::Mp4;
+}
 
 /// `bytes` are a file's first ones; 4 KiB settle every format. Any thread.
 MediaFormat sniffFormat(const std::uint8_t* bytes, std::size_t size);
@@ -33,10 +48,10 @@ struct MediaInfo {
   /// Seconds since 1970 UTC. From the capture date and its offset where there is one; a capture date without an offset
   /// is taken as local time of this machine. Nothing when the file carries no date.
   std::optional<double> captureDate;
-  std::int32_t orientation = 1;        ///< EXIF numbering 1 to 8, 1 where the decoder turns the picture itself
-  bool favorite = false;               ///< the rating in the metadata is at least 4 of 5 stars
-  bool panorama = false;               ///< marked as one (XMP GPano), or twice as wide as high or more with a camera's make
-  bool screenshot = false;             ///< says so in its metadata ("Screenshot" as user comment or software's mark)
+  std::int32_t orientation = 1;  ///< EXIF numbering 1 to 8, 1 where the decoder turns the picture itself
+  bool favorite = false;         ///< the rating in the metadata is at least 4 of 5 stars
+  bool panorama = false;         ///< marked as one (XMP GPano), or twice as wide as high or more with a camera's make
+  bool screenshot = false;       ///< says so in its metadata ("Screenshot" as user comment or software's mark)
 };
 
 /// Reads the header of an open regular file. Any thread; reads at most the bytes it needs (64 KiB of most photos).

@@ -8,8 +8,8 @@ void qml_register_types_TLX_MediaPicker();
 
 namespace tlx::qtquick {
 
-QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibraryPort& library, ImageManagerPort& images,
-                       ReachabilityPort& reachability, SystemLogPort& log, CameraPort* camera)
+QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibraryPort& library,
+                       ImageManagerPort& images, ReachabilityPort& reachability, SystemLogPort& log, CameraPort* camera)
     : application_(window, appearance_) {
   // A static library's types register themselves only when something refers to them.
   qml_register_types_TLX_MediaPicker();
@@ -17,10 +17,9 @@ QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibrar
   engine_.addImportPath(QStringLiteral("qrc:/tlx/mediapicker"));
   scenes_ = std::make_unique<QtScenes>(engine_);
   presentation_ = std::make_unique<QtPresentation>(engine_);
-  platform_ = std::make_unique<Platform>(Platform::Ports{loops.mainQueue, loops.timers, loops.displayClock,
-                                                         loops.runLoops, library, images, reachability, *scenes_, text_,
-                                                         *presentation_, application_, log,
-                                                         camera ? *camera : noCamera_, captureScreen_});
+  platform_ = std::make_unique<Platform>(Platform::Ports{
+      loops.mainQueue, loops.timers, loops.displayClock, loops.runLoops, library, images, reachability, *scenes_, text_,
+      *presentation_, application_, log, camera ? *camera : noCamera_, captureScreen_});
   window_ = std::make_unique<QtWindow>(window, engine_, *scenes_);
   application_.setWindow(window_->model());
   presentation_->setWindow(window_.get());

@@ -4,6 +4,9 @@
 #include <QString>
 #include <memory>
 
+#include "tlx/platform/Platform.h"
+#include "tlx/platform/avfoundation/CameraPort.h"
+
 #include "adapters/qtquick/capture/QtCaptureScreen.h"
 #include "adapters/qtquick/loop/QtLoop.h"
 #include "adapters/qtquick/scenes/QtScenes.h"
@@ -12,8 +15,6 @@
 #include "adapters/qtquick/window/QtApplication.h"
 #include "adapters/qtquick/window/QtPresentation.h"
 #include "adapters/qtquick/window/QtWindow.h"
-#include "tlx/platform/Platform.h"
-#include "tlx/platform/avfoundation/CameraPort.h"
 
 namespace tlx {
 class PhotoLibraryPort;
@@ -32,8 +33,9 @@ struct LoopPorts {
   RunLoopPort& runLoops;
 };
 
-/// A platform whose screen is a Qt Quick window; without a camera of the program's it has none. Built on the main thread after the application object; the program
-/// brings the library, the pictures and the network. Destroy the pickers first, then this, then what it was given.
+/// A platform whose screen is a Qt Quick window; without a camera of the program's it has none. Built on the main
+/// thread after the application object; the program brings the library, the pictures and the network. Destroy the
+/// pickers first, then this, then what it was given.
 class QtPlatform {
  public:
   /// Qt's own. They exist before the platform, because libraries are built on them.

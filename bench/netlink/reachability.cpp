@@ -1,5 +1,5 @@
-// What it costs to ask whether there is internet, which the picker does for each item that it fetches: reading links and
-// routes afresh, against the C library's own reading of links and addresses.
+// What it costs to ask whether there is internet, which the picker does for each item that it fetches: reading links
+// and routes afresh, against the C library's own reading of links and addresses.
 
 #include <ifaddrs.h>
 #include <netinet/in.h>
@@ -41,7 +41,7 @@ int main() {
   sockaddr_in any{};
   any.sin_family = AF_INET;
   const auto target = port.createWithAddress(reinterpret_cast<const sockaddr*>(&any));
-  const bool kept =
-      bench::sideBySide("flags of the default route", 2, kRounds, [&] { return ours(*target); }, [] { return peer(); });
+  const bool kept = bench::sideBySide(
+      "flags of the default route", 2, kRounds, [&] { return ours(*target); }, [] { return peer(); });
   return kept ? 0 : 1;
 }

@@ -1,9 +1,9 @@
-#include "tlx/library/PhotoManager.h"
-
 #include <functional>
 #include <thread>
 
 #include <gmock/gmock.h>
+
+#include "tlx/library/PhotoManager.h"
 
 #include "adapters/memory/MemoryPlatform.h"
 

@@ -1,8 +1,8 @@
-#include "tlx/platform/uikit/UIGraphics.h"
-
 #include <cmath>
 
 #include <gmock/gmock.h>
+
+#include "tlx/platform/uikit/UIGraphics.h"
 
 #include "tests/support/LetterPictures.h"
 

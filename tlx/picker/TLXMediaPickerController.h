@@ -220,8 +220,8 @@ class TLXMediaPickerController : public UIViewController,
   void showCamera();
   /// What the capture screen offers; nothing for a `mediaType` without a meaning.
   UIImagePickerController::MediaTypes setMediaType() const;
-  /// The views are asked for the camera roll and the screen is dismissed also when the capture could not be saved. After
-  /// a photo the status bar comes back, after a video it does not. What is neither leaves the screen as it is.
+  /// The views are asked for the camera roll and the screen is dismissed also when the capture could not be saved.
+  /// After a photo the status bar comes back, after a video it does not. What is neither leaves the screen as it is.
   void imagePickerController_didFinishPickingMediaWithInfo(const std::shared_ptr<UIImagePickerController>& screen,
                                                            const UIImagePickerControllerInfo& info) override;
   void imagePickerControllerDidCancel(const std::shared_ptr<UIImagePickerController>& screen) override;

@@ -34,6 +34,8 @@ Platform& Platform::current() {
   throw NSException(NSInternalInconsistencyException, "No platform is installed");
 }
 
-Platform* Platform::installed() { return theInstalled; }
+Platform* Platform::installed() {
+  return theInstalled;
+}
 
 }  // namespace tlx

@@ -60,8 +60,8 @@ class Platform {
 
   const Ports& ports() const { return ports_; }
 
-  /// The platform's single object of type T, made by `make` on first use. Any thread; `make` runs once and may ask for others.
-  /// What `make` answered is kept, also when it is nothing.
+  /// The platform's single object of type T, made by `make` on first use. Any thread; `make` runs once and may ask for
+  /// others. What `make` answered is kept, also when it is nothing.
   template <class T>
   std::shared_ptr<T> once(const std::function<std::shared_ptr<T>()>& make) {
     std::lock_guard lock(mutex_);

@@ -25,7 +25,9 @@ void draw(const QDir& folder, const char* name, QSizeF points, const std::functi
   if (!image.save(folder.filePath(QLatin1String(name)))) qFatal("%s cannot be written", name);
 }
 
-QPen roundPen(const QColor& color, double width) { return QPen(color, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin); }
+QPen roundPen(const QColor& color, double width) {
+  return QPen(color, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin);
+}
 
 void camera(QPainter& painter) {
   QPainterPath body;
@@ -61,7 +63,8 @@ void overlay(QPainter& painter) {
   painter.setBrush(kAccentInk);
   painter.drawEllipse(centre, 13.6, 13.6);
   painter.setPen(roundPen(Qt::white, 3.4));
-  painter.drawPolyline(QPolygonF({centre + QPointF(-6, 0.4), centre + QPointF(-1.8, 4.8), centre + QPointF(6.4, -4.4)}));
+  painter.drawPolyline(
+      QPolygonF({centre + QPointF(-6, 0.4), centre + QPointF(-1.8, 4.8), centre + QPointF(6.4, -4.4)}));
 }
 
 void empty(QPainter& painter) {

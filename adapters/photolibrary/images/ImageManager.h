@@ -27,9 +27,9 @@ namespace tlx::photolibrary {
 /// is the degraded first answer otherwise. What had to be decoded is written to the shared thumbnails when nobody waits
 /// for anything else. For the same picture there is never more than one decoding at a time.
 ///
-/// An item whose original is elsewhere is shown by its preview. Where there is none, a photo's original is fetched for a
-/// cell when it is no more than a preview would be (`largestForACell`), or else scrolling would fetch the library; larger
-/// ones and videos show nothing until someone fetched them.
+/// An item whose original is elsewhere is shown by its preview. Where there is none, a photo's original is fetched for
+/// a cell when it is no more than a preview would be (`largestForACell`), or else scrolling would fetch the library;
+/// larger ones and videos show nothing until someone fetched them.
 ///
 /// What a client stops caching has left its neighbourhood: requests for the same item, size and mode that still wait go
 /// behind everything else, and are answered in the end.

@@ -66,7 +66,9 @@ class ThreadLoop final : public QObject, public RunLoop {
 
 }  // namespace
 
-QtMainQueue::QtMainQueue() { stepEvent(); }
+QtMainQueue::QtMainQueue() {
+  stepEvent();
+}
 
 QtMainQueue::~QtMainQueue() {
   // Steps let go of what they hold on this thread, which may post once more while it goes.
@@ -88,7 +90,9 @@ void QtMainQueue::post(std::function<void()> step) {
   QCoreApplication::postEvent(this, new QEvent(stepEvent()));
 }
 
-bool QtMainQueue::isMainThread() const { return QThread::currentThread() == thread(); }
+bool QtMainQueue::isMainThread() const {
+  return QThread::currentThread() == thread();
+}
 
 bool QtMainQueue::event(QEvent* event) {
   if (event->type() != stepEvent()) return QObject::event(event);

@@ -9,12 +9,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "adapters/qtquick/views/ViewItem.h"
 #include "tlx/platform/foundation/NSException.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
 #include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/platform/uikit/UIControl.h"
 #include "tlx/platform/uikit/UIViewController.h"
+
+#include "adapters/qtquick/views/ViewItem.h"
 
 namespace tlx::qtquick {
 namespace {
@@ -43,7 +44,8 @@ const Action* findAction(const Class* known, const std::string& name) {
 }
 
 /// Connects what the scene says with what the owner's class declares; both sides must agree.
-void connectScene(const std::string& scene, NSObject& owner, const std::string& ownerClass, const ViewItem::Built& built) {
+void connectScene(const std::string& scene, NSObject& owner, const std::string& ownerClass,
+                  const ViewItem::Built& built) {
   const Class* known = NSClassFromString(ownerClass);
   std::vector<std::string> connected;
   for (const auto& [name, view] : built.outlets) {
@@ -53,8 +55,8 @@ void connectScene(const std::string& scene, NSObject& owner, const std::string& 
                         "The scene " + scene + " connects " + name + ", which " + ownerClass + " does not declare");
     }
     if (!outlet->connect(owner, view)) {
-      throw NSException(NSInternalInconsistencyException,
-                        "The scene " + scene + " gives the outlet " + name + " a view that is no " + outlet->targetClass);
+      throw NSException(NSInternalInconsistencyException, "The scene " + scene + " gives the outlet " + name +
+                                                              " a view that is no " + outlet->targetClass);
     }
     connected.push_back(name);
   }
@@ -96,12 +98,15 @@ void QtScenes::setSize(const CGSize& size) {
   Q_EMIT sizeChanged();
 }
 
-bool QtScenes::isPad() const { return UIDevice::currentDevice().userInterfaceIdiom() == UIUserInterfaceIdiomPad; }
+bool QtScenes::isPad() const {
+  return UIDevice::currentDevice().userInterfaceIdiom() == UIUserInterfaceIdiomPad;
+}
 
 QQmlComponent& QtScenes::component(const std::string& name) {
   auto& kept = components_[name];
   if (!kept) {
-    kept = std::make_unique<QQmlComponent>(&engine_, QUrl(QLatin1String(kScenes) + QString::fromStdString(name) + QStringLiteral(".qml")));
+    kept = std::make_unique<QQmlComponent>(
+        &engine_, QUrl(QLatin1String(kScenes) + QString::fromStdString(name) + QStringLiteral(".qml")));
   }
   if (kept->isError()) {
     const std::string reason = kept->errorString().toStdString();
@@ -117,7 +122,8 @@ std::shared_ptr<UIView> QtScenes::load(const std::string& name, NSObject* owner,
   std::unique_ptr<QObject> object(file.createWithInitialProperties(initial));
   auto* item = qobject_cast<ViewItem*>(object.get());
   if (!item) {
-    throw NSException(NSInvalidArgumentException, "The scene " + name + " holds no view: " + file.errorString().toStdString());
+    throw NSException(NSInvalidArgumentException,
+                      "The scene " + name + " holds no view: " + file.errorString().toStdString());
   }
   QQmlEngine::setObjectOwnership(item, QQmlEngine::CppOwnership);
   ViewItem::Built built;
@@ -147,7 +153,8 @@ std::shared_ptr<UIViewController> QtScenes::instantiateViewController(const NSBu
   controller->setViewLoader([this, weak, identifier]() -> std::shared_ptr<UIView> {
     auto owner = weak.lock();
     if (!owner) return nullptr;
-    return load(identifier, owner.get(), {{QStringLiteral("width"), size_.width}, {QStringLiteral("height"), size_.height}});
+    return load(identifier, owner.get(),
+                {{QStringLiteral("width"), size_.width}, {QStringLiteral("height"), size_.height}});
   });
   controller->awakeFromNib();
   return controller;

@@ -17,14 +17,17 @@ ButtonItem::ButtonItem(QQuickItem* parent) : ViewItem(parent) {
   connect(this, &ButtonItem::colorChanged, this, &ButtonItem::tint);
 }
 
-std::shared_ptr<UIView> ButtonItem::makeView() { return std::make_shared<UIButton>(); }
+std::shared_ptr<UIView> ButtonItem::makeView() {
+  return std::make_shared<UIButton>();
+}
 
 void ButtonItem::seed(UIView& view) {
   auto* button = dynamic_cast<UIButton*>(&view);
   if (!button) return;
   if (!seedTitle_.isEmpty()) button->setTitle_forState(seedTitle_.toStdString(), UIControlStateNormal);
   if (!seedImage_.isEmpty()) {
-    button->setImage_forState(imageNamed_inBundle(seedImage_.toStdString(), {kTLXMediaPickerBundle}), UIControlStateNormal);
+    button->setImage_forState(imageNamed_inBundle(seedImage_.toStdString(), {kTLXMediaPickerBundle}),
+                              UIControlStateNormal);
   }
   if (seedImageLeft_ != 0) button->setImageEdgeInsets({0, seedImageLeft_, 0, 0});
   if (seedSize_ > 0) {
@@ -40,7 +43,8 @@ void ButtonItem::attached() {
 void ButtonItem::tint() {
   auto button = viewAs<UIButton>();
   if (!button || !titleColor_.isValid()) return;
-  button->titleLabel()->setTextColor(UIColor{titleColor_.redF(), titleColor_.greenF(), titleColor_.blueF(), titleColor_.alphaF()});
+  button->titleLabel()->setTextColor(
+      UIColor{titleColor_.redF(), titleColor_.greenF(), titleColor_.blueF(), titleColor_.alphaF()});
 }
 
 QString ButtonItem::shownTitle() const {
@@ -63,8 +67,9 @@ bool ButtonItem::press() {
 }
 
 bool ButtonItem::hasShortcut(QKeyCombination key) const {
-  return std::any_of(shortcuts_.begin(), shortcuts_.end(),
-                     [&](const QString& name) { return QKeySequence(name, QKeySequence::PortableText) == QKeySequence(key); });
+  return std::any_of(shortcuts_.begin(), shortcuts_.end(), [&](const QString& name) {
+    return QKeySequence(name, QKeySequence::PortableText) == QKeySequence(key);
+  });
 }
 
 void ButtonItem::setDown(bool down) {
@@ -76,7 +81,9 @@ void ButtonItem::mousePressEvent(QMouseEvent* event) {
   setDown(true);
 }
 
-void ButtonItem::mouseMoveEvent(QMouseEvent* event) { setDown(contains(event->position())); }
+void ButtonItem::mouseMoveEvent(QMouseEvent* event) {
+  setDown(contains(event->position()));
+}
 
 void ButtonItem::mouseReleaseEvent(QMouseEvent* event) {
   const bool inside = contains(event->position());

@@ -59,7 +59,9 @@ LayerItem::LayerItem(std::shared_ptr<CALayer> layer, QQuickItem* parent)
   layer_->setDisplayHandler([this] { update(); });
 }
 
-LayerItem::~LayerItem() { layer_->setDisplayHandler(nullptr); }
+LayerItem::~LayerItem() {
+  layer_->setDisplayHandler(nullptr);
+}
 
 void LayerItem::paint(QPainter* painter) {
   painter->setRenderHint(QPainter::Antialiasing);

@@ -9,8 +9,9 @@
 #include <tuple>
 #include <utility>
 
-#include "adapters/qtquick/views/CellPixels.h"
 #include "tlx/platform/uikit/UIImage.h"
+
+#include "adapters/qtquick/views/CellPixels.h"
 
 namespace tlx::qtquick {
 namespace {

@@ -8,11 +8,12 @@
 #include <cmath>
 #include <utility>
 
-#include "adapters/qtquick/scenes/QtScenes.h"
-#include "adapters/qtquick/views/GapsItem.h"
 #include "tlx/platform/uikit/UICollectionView.h"
 #include "tlx/platform/uikit/UIDataSourceModelAssociation.h"
 #include "tlx/platform/uikit/UITableView.h"
+
+#include "adapters/qtquick/scenes/QtScenes.h"
+#include "adapters/qtquick/views/GapsItem.h"
 
 namespace tlx::qtquick {
 namespace {
@@ -22,7 +23,8 @@ constexpr double kOriginStep = 8192;
 
 }  // namespace
 
-ScrollItem::ScrollItem(QQuickItem* parent) : ViewItem(parent), canvas_(new QQuickItem(this)), gapsItem_(new GapsItem(canvas_)) {
+ScrollItem::ScrollItem(QQuickItem* parent)
+    : ViewItem(parent), canvas_(new QQuickItem(this)), gapsItem_(new GapsItem(canvas_)) {
   setClip(true);
   setActiveFocusOnTab(true);
   // Above the scroller: a button in a cell is pressed before the scroller sees the finger, a cell lets it through.
@@ -32,7 +34,9 @@ ScrollItem::ScrollItem(QQuickItem* parent) : ViewItem(parent), canvas_(new QQuic
   QAccessible::installActivationObserver(this);
 }
 
-ScrollItem::~ScrollItem() { QAccessible::removeActivationObserver(this); }
+ScrollItem::~ScrollItem() {
+  QAccessible::removeActivationObserver(this);
+}
 
 void ScrollItem::accessibilityActiveChanged(bool active) {
   readAloud_ = active;
@@ -164,7 +168,8 @@ void ScrollItem::placeCells() {
     items.push_back(item);
     cellItems_.erase(subview.get());
   }
-  // Cells that wait to be used again stay where they are, unseen: parting and joining items costs more than hiding them.
+  // Cells that wait to be used again stay where they are, unseen: parting and joining items costs more than hiding
+  // them.
   for (const auto& [view, item] : cellItems_) {
     if (item && item->parentItem() == canvas_) item->setVisible(false);
   }
@@ -220,14 +225,30 @@ bool ScrollItem::pressKey(const QKeyEvent& event) {
   const std::int64_t onward = QGuiApplication::isRightToLeft() ? -1 : 1;
   std::int64_t to = from;
   switch (event.key()) {
-    case Qt::Key_Left: to -= onward; break;
-    case Qt::Key_Right: to += onward; break;
-    case Qt::Key_Up: to -= row; break;
-    case Qt::Key_Down: to += row; break;
-    case Qt::Key_PageUp: to = std::max(from % row, from - row * rowsToAPage()); break;
-    case Qt::Key_PageDown: to = std::min(count - 1, from + row * rowsToAPage()); break;
-    case Qt::Key_Home: to = 0; break;
-    case Qt::Key_End: to = count - 1; break;
+    case Qt::Key_Left:
+      to -= onward;
+      break;
+    case Qt::Key_Right:
+      to += onward;
+      break;
+    case Qt::Key_Up:
+      to -= row;
+      break;
+    case Qt::Key_Down:
+      to += row;
+      break;
+    case Qt::Key_PageUp:
+      to = std::max(from % row, from - row * rowsToAPage());
+      break;
+    case Qt::Key_PageDown:
+      to = std::min(count - 1, from + row * rowsToAPage());
+      break;
+    case Qt::Key_Home:
+      to = 0;
+      break;
+    case Qt::Key_End:
+      to = count - 1;
+      break;
     case Qt::Key_Space:
     case Qt::Key_Return:
     case Qt::Key_Enter:
@@ -368,7 +389,8 @@ std::vector<QRectF> CollectionViewItem::gaps() const {
   const std::int64_t first = cells.front().first / perRow, last = cells.back().first / perRow;
   const QRectF top = onCanvas(frameOfItem(first * perRow)), bottom = onCanvas(frameOfItem(last * perRow));
   for (std::int64_t column = 1; column < perRow; ++column) {
-    QRectF one = onCanvas(frameOfItem(first * perRow + column - 1)), other = onCanvas(frameOfItem(first * perRow + column));
+    QRectF one = onCanvas(frameOfItem(first * perRow + column - 1)),
+           other = onCanvas(frameOfItem(first * perRow + column));
     if (one.left() > other.left()) std::swap(one, other);
     found.emplace_back(QPointF(one.right(), top.top()), QPointF(other.left(), bottom.bottom()));
   }
@@ -398,7 +420,9 @@ std::int64_t CollectionViewItem::indexOf(const Identifier& identifier) const {
   return found && found->item < grid->numberOfItems() ? found->item : -1;
 }
 
-std::shared_ptr<UIView> CollectionViewItem::makeView() { return std::make_shared<UICollectionView>(); }
+std::shared_ptr<UIView> CollectionViewItem::makeView() {
+  return std::make_shared<UICollectionView>();
+}
 
 void CollectionViewItem::seed(UIView& view) {
   auto* grid = dynamic_cast<UICollectionView*>(&view);
@@ -454,7 +478,9 @@ bool TableViewItem::tapItem(std::int64_t index) {
   return table && table->tappedAt({0, index});
 }
 
-std::shared_ptr<UIView> TableViewItem::makeView() { return std::make_shared<UITableView>(); }
+std::shared_ptr<UIView> TableViewItem::makeView() {
+  return std::make_shared<UITableView>();
+}
 
 void TableViewItem::seed(UIView& view) {
   auto* table = dynamic_cast<UITableView*>(&view);

@@ -7,9 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "adapters/qtquick/views/ViewItem.h"
 #include "tlx/platform/foundation/Identifier.h"
 #include "tlx/platform/uikit/UIScrollView.h"
+
+#include "adapters/qtquick/views/ViewItem.h"
 
 namespace tlx::qtquick {
 

@@ -6,12 +6,13 @@
 #include <cmath>
 #include <utility>
 
-#include "adapters/qtquick/views/ItemFactory.h"
-#include "adapters/qtquick/views/LayerItem.h"
 #include "tlx/platform/Platform.h"
 #include "tlx/platform/foundation/NSException.h"
 #include "tlx/platform/quartzcore/CALayer.h"
 #include "tlx/platform/uikit/UIApplication.h"
+
+#include "adapters/qtquick/views/ItemFactory.h"
+#include "adapters/qtquick/views/LayerItem.h"
 
 namespace tlx::qtquick {
 namespace {
@@ -31,9 +32,13 @@ ViewItem::~ViewItem() {
   if (renderedView_ && renderedView_->renderer() == this) renderedView_->setRenderer(nullptr);
 }
 
-void ViewItem::componentComplete() { QQuickItem::componentComplete(); }
+void ViewItem::componentComplete() {
+  QQuickItem::componentComplete();
+}
 
-std::shared_ptr<UIView> ViewItem::makeView() { return std::make_shared<UIView>(); }
+std::shared_ptr<UIView> ViewItem::makeView() {
+  return std::make_shared<UIView>();
+}
 
 void ViewItem::build(Built& built) {
   std::shared_ptr<UIView> view;
@@ -79,10 +84,9 @@ void ViewItem::attach(const std::shared_ptr<UIView>& view) {
   renderedView_ = view.get();
   view->setRenderer(this);
   attached();
-  for (UIViewChange change :
-       {UIViewChange::Frame, UIViewChange::Alpha, UIViewChange::Hidden, UIViewChange::Transform, UIViewChange::Subviews,
-        UIViewChange::ClipsToBounds, UIViewChange::UserInteraction, UIViewChange::Layer, UIViewChange::BackgroundColor,
-        UIViewChange::Accessibility}) {
+  for (UIViewChange change : {UIViewChange::Frame, UIViewChange::Alpha, UIViewChange::Hidden, UIViewChange::Transform,
+                              UIViewChange::Subviews, UIViewChange::ClipsToBounds, UIViewChange::UserInteraction,
+                              UIViewChange::Layer, UIViewChange::BackgroundColor, UIViewChange::Accessibility}) {
     apply(*view, change);
   }
   if (view->needsLayout()) polish();
@@ -146,7 +150,9 @@ void ViewItem::viewChanged(UIView& view, UIViewChange change, const UIViewAnimat
   }
 }
 
-void ViewItem::setNeedsLayout(UIView&) { polish(); }
+void ViewItem::setNeedsLayout(UIView&) {
+  polish();
+}
 
 void ViewItem::viewDestroyed() {
   renderedView_ = nullptr;
@@ -172,7 +178,9 @@ double ViewItem::mirrored(double x, double width) const {
   return above && above->mirrorsSubviews_ ? above->width() - x - width : x;
 }
 
-CGRect ViewItem::modelFrame() const { return CGRectMake(mirrored(x(), width()), y(), width(), height()); }
+CGRect ViewItem::modelFrame() const {
+  return CGRectMake(mirrored(x(), width()), y(), width(), height());
+}
 
 void ViewItem::placeMirrored() {
   for (const auto& item : subviewItems_) {
@@ -286,12 +294,14 @@ void ViewItem::animate(UIViewChange change, const UIViewAnimation& animation) {
     case UIViewChange::Alpha:
       motion->setStartValue(opacity());
       motion->setEndValue(shown->alpha());
-      connect(motion, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) { setOpacity(value.toReal()); });
+      connect(motion, &QVariantAnimation::valueChanged, this,
+              [this](const QVariant& value) { setOpacity(value.toReal()); });
       break;
     case UIViewChange::Transform:
       motion->setStartValue(rotation());
       motion->setEndValue(shown->rotation() * kDegrees);
-      connect(motion, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) { setRotation(value.toReal()); });
+      connect(motion, &QVariantAnimation::valueChanged, this,
+              [this](const QVariant& value) { setRotation(value.toReal()); });
       break;
     case UIViewChange::Frame: {
       const CGRect& frame = shown->frame();

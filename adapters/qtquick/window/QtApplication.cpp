@@ -6,9 +6,10 @@
 #include <QUrl>
 #include <algorithm>
 
+#include "tlx/platform/uikit/UIWindow.h"
+
 #include "adapters/qtquick/views/LabelItem.h"
 #include "adapters/qtquick/window/Appearance.h"
-#include "tlx/platform/uikit/UIWindow.h"
 
 namespace tlx::qtquick {
 namespace {
@@ -21,11 +22,16 @@ constexpr int kPadSide = 600;
 QtApplication::QtApplication(QQuickWindow& window, const Appearance& appearance)
     : quickWindow_(window),
       appearance_(appearance),
-      idiom_(std::min(window.width(), window.height()) >= kPadSide ? UIUserInterfaceIdiomPad : UIUserInterfaceIdiomPhone) {}
+      idiom_(std::min(window.width(), window.height()) >= kPadSide ? UIUserInterfaceIdiomPad
+                                                                   : UIUserInterfaceIdiomPhone) {}
 
-bool QtApplication::reduceMotion() const { return appearance_.reducesMotion(); }
+bool QtApplication::reduceMotion() const {
+  return appearance_.reducesMotion();
+}
 
-double QtApplication::screenScale() const { return std::max(1.0, quickWindow_.effectiveDevicePixelRatio()); }
+double QtApplication::screenScale() const {
+  return std::max(1.0, quickWindow_.effectiveDevicePixelRatio());
+}
 
 bool QtApplication::openURL(const std::string& url) {
   if (url == UIApplicationOpenSettingsURLString) return settings_ && settings_();

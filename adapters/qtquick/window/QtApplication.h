@@ -30,7 +30,7 @@ class QtApplication final : public ApplicationPort {
   bool reduceMotion() const override;
 
  private:
-  QQuickWindow& quickWindow_;    // unretained: the program owns the window, the platform the appearance;
+  QQuickWindow& quickWindow_;     // unretained: the program owns the window, the platform the appearance;
   const Appearance& appearance_;  // both outlive this
   UIUserInterfaceIdiom idiom_;
   std::shared_ptr<UIWindow> window_;

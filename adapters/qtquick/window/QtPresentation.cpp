@@ -8,12 +8,13 @@
 #include <QVariantList>
 #include <algorithm>
 
-#include "adapters/qtquick/views/ViewItem.h"
-#include "adapters/qtquick/window/QtWindow.h"
 #include "tlx/platform/Platform.h"
 #include "tlx/platform/uikit/UIAlertController.h"
 #include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/platform/uikit/UIPopoverPresentationController.h"
+
+#include "adapters/qtquick/views/ViewItem.h"
+#include "adapters/qtquick/window/QtWindow.h"
 
 namespace tlx::qtquick {
 namespace {
@@ -100,7 +101,8 @@ void QtPresentation::place(const Shown& shown) {
   controller->view()->setFrame(content);
   auto source = popover->sourceView();
   const CGRect anchor = source ? source->convertRectToWindow(popover->sourceRect()) : popover->sourceRect();
-  shown.frame->setProperty("content", QRectF(content.origin.x, content.origin.y, content.size.width, content.size.height));
+  shown.frame->setProperty("content",
+                           QRectF(content.origin.x, content.origin.y, content.size.width, content.size.height));
   shown.frame->setProperty("arrowX", CGRectGetMidX(anchor));
 }
 
@@ -113,7 +115,8 @@ void QtPresentation::dismiss(const std::shared_ptr<UIViewController>& presented,
   if (shown.content) leaving_.push_back(shown.content);
   std::erase(leaving_, nullptr);
   setReachable();
-  // The frame goes on catching presses while it fades: the second half of a double click is not meant for what is beneath.
+  // The frame goes on catching presses while it fades: the second half of a double click is not meant for what is
+  // beneath.
   fade(shown.frame, 1, 0, animated, true);
   fade(shown.content, 1, 0, animated, false);
   if (!window_ || !shown_.empty()) return;

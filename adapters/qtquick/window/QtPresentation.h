@@ -5,9 +5,10 @@
 #include <memory>
 #include <vector>
 
+#include "tlx/platform/uikit/PresentationPort.h"
+
 #include "adapters/qtquick/views/ViewItem.h"
 #include "adapters/qtquick/window/QtWindow.h"
-#include "tlx/platform/uikit/PresentationPort.h"
 
 class QQmlEngine;
 class QQuickItem;
@@ -29,10 +30,11 @@ class QtPresentation final : public QObject, public PresentationPort {
   void present(const std::shared_ptr<UIViewController>& presented, bool animated) override;
   void dismiss(const std::shared_ptr<UIViewController>& presented, bool animated) override;
 
-  /// Escape, or the system's back: closes a popover when its screen agrees, or chooses an alert's cancel-style action. False when
-  /// neither is shown.
+  /// Escape, or the system's back: closes a popover when its screen agrees, or chooses an alert's cancel-style action.
+  /// False when neither is shown.
   bool cancelTopmost();
-  /// Where keys may look for what they press while anything is presented: the presented screen, or an alert. Nothing else.
+  /// Where keys may look for what they press while anything is presented: the presented screen, or an alert. Nothing
+  /// else.
   QQuickItem* topmost() const;
 
  private Q_SLOTS:
@@ -42,8 +44,8 @@ class QtPresentation final : public QObject, public PresentationPort {
  private:
   struct Shown {
     std::weak_ptr<UIViewController> controller;
-    QPointer<QQuickItem> frame;       ///< the alert's box, or what surrounds the popover
-    QPointer<ViewItem> content;       ///< the presented view's item
+    QPointer<QQuickItem> frame;  ///< the alert's box, or what surrounds the popover
+    QPointer<ViewItem> content;  ///< the presented view's item
   };
   const Shown* find(const QObject* frame) const;
   void setReachable();
@@ -52,7 +54,7 @@ class QtPresentation final : public QObject, public PresentationPort {
 
   QQmlEngine& engine_;  // unretained: the platform owns both, the engine outlives this
   QPointer<QtWindow> window_;
-  std::vector<Shown> shown_;                // the topmost last
+  std::vector<Shown> shown_;                 // the topmost last
   std::vector<QPointer<ViewItem>> leaving_;  // screens that fade out
   QPointer<QQuickItem> focusBeneath_;
 };

@@ -41,9 +41,13 @@ QtWindow::~QtWindow() {
   delete root_;
 }
 
-ViewItem& QtWindow::rootItem() const { return *root_; }
+ViewItem& QtWindow::rootItem() const {
+  return *root_;
+}
 
-void QtWindow::setKeyHandler(KeyHandler handler) { root_->keyHandler = std::move(handler); }
+void QtWindow::setKeyHandler(KeyHandler handler) {
+  root_->keyHandler = std::move(handler);
+}
 
 void QtWindow::follow() {
   const CGRect frame = CGRectMake(0, 0, window_.width(), window_.height());

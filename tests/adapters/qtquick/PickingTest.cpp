@@ -1,5 +1,6 @@
-#include <QtTest/QTest>
 #include <cmath>
+
+#include <QtTest/QTest>
 
 #include "tests/adapters/qtquick/PickerWindow.h"
 

@@ -4,9 +4,13 @@
 
 namespace tlx {
 
-CGAffineTransform CGAffineTransformMakeTranslation(double tx, double ty) { return {1, 0, 0, 1, tx, ty}; }
+CGAffineTransform CGAffineTransformMakeTranslation(double tx, double ty) {
+  return {1, 0, 0, 1, tx, ty};
+}
 
-CGAffineTransform CGAffineTransformMakeScale(double sx, double sy) { return {sx, 0, 0, sy, 0, 0}; }
+CGAffineTransform CGAffineTransformMakeScale(double sx, double sy) {
+  return {sx, 0, 0, sy, 0, 0};
+}
 
 CGAffineTransform CGAffineTransformMakeRotation(double angle) {
   const double sine = std::sin(angle);

@@ -12,19 +12,36 @@ namespace tlx {
 /// filled, which uses it up. y grows downward; angles are in radians and grow from x towards y.
 class CGContext {
  public:
-  struct Ellipse { CGRect rect; };
-  struct MoveTo { CGPoint point; };
-  struct LineTo { CGPoint point; };
-  struct Arc { CGPoint center; double radius, startAngle, endAngle; bool clockwise; };
+  struct Ellipse {
+    CGRect rect;
+  };
+  struct MoveTo {
+    CGPoint point;
+  };
+  struct LineTo {
+    CGPoint point;
+  };
+  struct Arc {
+    CGPoint center;
+    double radius, startAngle, endAngle;
+    bool clockwise;
+  };
   struct Close {};
   using PathElement = std::variant<Ellipse, MoveTo, LineTo, Arc, Close>;
-  struct Stroke { std::vector<PathElement> path; UIColor color; double lineWidth; };
-  struct Fill { std::vector<PathElement> path; UIColor color; };
+  struct Stroke {
+    std::vector<PathElement> path;
+    UIColor color;
+    double lineWidth;
+  };
+  struct Fill {
+    std::vector<PathElement> path;
+    UIColor color;
+  };
   using Operation = std::variant<Stroke, Fill>;
 
   void addEllipseInRect(const CGRect& rect) { path_.push_back(Ellipse{rect}); }
-  /// From `startAngle` to `endAngle` in the direction of increasing angle unless `clockwise`. An end before the start in
-  /// that direction lies a full turn on.
+  /// From `startAngle` to `endAngle` in the direction of increasing angle unless `clockwise`. An end before the start
+  /// in that direction lies a full turn on.
   void addArc(const CGPoint& center, double radius, double startAngle, double endAngle, bool clockwise) {
     path_.push_back(Arc{center, radius, startAngle, endAngle, clockwise});
   }

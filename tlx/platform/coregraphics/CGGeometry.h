@@ -26,18 +26,38 @@ struct UIEdgeInsets {
 
 inline constexpr CGRect CGRectZero{};
 
-constexpr CGSize CGSizeMake(double width, double height) { return {width, height}; }
-constexpr CGRect CGRectMake(double x, double y, double width, double height) { return {{x, y}, {width, height}}; }
+constexpr CGSize CGSizeMake(double width, double height) {
+  return {width, height};
+}
+constexpr CGRect CGRectMake(double x, double y, double width, double height) {
+  return {{x, y}, {width, height}};
+}
 
 /// The edges treat a negative width or height as a rectangle that extends the other way.
-constexpr double CGRectGetMinX(const CGRect& r) { return r.size.width < 0 ? r.origin.x + r.size.width : r.origin.x; }
-constexpr double CGRectGetMaxX(const CGRect& r) { return r.size.width < 0 ? r.origin.x : r.origin.x + r.size.width; }
-constexpr double CGRectGetMinY(const CGRect& r) { return r.size.height < 0 ? r.origin.y + r.size.height : r.origin.y; }
-constexpr double CGRectGetMaxY(const CGRect& r) { return r.size.height < 0 ? r.origin.y : r.origin.y + r.size.height; }
-constexpr double CGRectGetMidX(const CGRect& r) { return r.origin.x + r.size.width / 2.0; }
-constexpr double CGRectGetMidY(const CGRect& r) { return r.origin.y + r.size.height / 2.0; }
-constexpr double CGRectGetWidth(const CGRect& r) { return r.size.width < 0 ? -r.size.width : r.size.width; }
-constexpr double CGRectGetHeight(const CGRect& r) { return r.size.height < 0 ? -r.size.height : r.size.height; }
+constexpr double CGRectGetMinX(const CGRect& r) {
+  return r.size.width < 0 ? r.origin.x + r.size.width : r.origin.x;
+}
+constexpr double CGRectGetMaxX(const CGRect& r) {
+  return r.size.width < 0 ? r.origin.x : r.origin.x + r.size.width;
+}
+constexpr double CGRectGetMinY(const CGRect& r) {
+  return r.size.height < 0 ? r.origin.y + r.size.height : r.origin.y;
+}
+constexpr double CGRectGetMaxY(const CGRect& r) {
+  return r.size.height < 0 ? r.origin.y : r.origin.y + r.size.height;
+}
+constexpr double CGRectGetMidX(const CGRect& r) {
+  return r.origin.x + r.size.width / 2.0;
+}
+constexpr double CGRectGetMidY(const CGRect& r) {
+  return r.origin.y + r.size.height / 2.0;
+}
+constexpr double CGRectGetWidth(const CGRect& r) {
+  return r.size.width < 0 ? -r.size.width : r.size.width;
+}
+constexpr double CGRectGetHeight(const CGRect& r) {
+  return r.size.height < 0 ? -r.size.height : r.size.height;
+}
 
 /// The rectangle moved inward by dx at both sides and dy at both ends; negative amounts enlarge it.
 constexpr CGRect CGRectInset(const CGRect& r, double dx, double dy) {

@@ -8,8 +8,8 @@
 namespace tlx {
 
 /// An immutable bitmap: sRGB, 8 bits a channel, red, green, blue, alpha in memory order, colour premultiplied by alpha,
-/// rows from the top. Width and height are in pixels, both at least 1. The pixels stay where they are for the object's life, and may
-/// be read on any thread.
+/// rows from the top. Width and height are in pixels, both at least 1. The pixels stay where they are for the object's
+/// life, and may be read on any thread.
 class CGImage {
  public:
   static constexpr std::size_t bytesPerPixel = 4;

@@ -5,9 +5,13 @@
 
 namespace tlx {
 
-void dispatch_async_main(std::function<void()> step) { Platform::current().ports().mainQueue.post(std::move(step)); }
+void dispatch_async_main(std::function<void()> step) {
+  Platform::current().ports().mainQueue.post(std::move(step));
+}
 
-bool isMainThread() { return Platform::current().ports().mainQueue.isMainThread(); }
+bool isMainThread() {
+  return Platform::current().ports().mainQueue.isMainThread();
+}
 
 void runOnMainThread(std::function<void()> step) {
   if (isMainThread()) {

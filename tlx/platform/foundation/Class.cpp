@@ -12,7 +12,9 @@ std::map<std::string, const Class*, std::less<>>& classes() {
 
 }  // namespace
 
-void registerClass(const Class& classObject) { classes().emplace(classObject.name, &classObject); }
+void registerClass(const Class& classObject) {
+  classes().emplace(classObject.name, &classObject);
+}
 
 const Class* NSClassFromString(std::string_view name) {
   auto found = classes().find(name);

@@ -55,16 +55,20 @@ struct Class {
   std::vector<Action> actions;
 };
 
-inline const std::string& NSStringFromClass(const Class& classObject) { return classObject.name; }
+inline const std::string& NSStringFromClass(const Class& classObject) {
+  return classObject.name;
+}
 
-/// Makes the class known by name. Main thread; the object lives as long as the process. Registering twice changes nothing.
+/// Makes the class known by name. Main thread; the object lives as long as the process. Registering twice changes
+/// nothing.
 void registerClass(const Class& classObject);
 /// Nothing for a name that was not registered.
 const Class* NSClassFromString(std::string_view name);
 /// Whether `name` is `ancestor` or derives from it.
 bool isKindOfClass(std::string_view name, std::string_view ancestor);
 
-/// An outlet that is held weakly, or strongly, in a member of the class: `outlet("btnDone", &Controller::btnDone, "UIButton")`.
+/// An outlet that is held weakly, or strongly, in a member of the class: `outlet("btnDone", &Controller::btnDone,
+/// "UIButton")`.
 template <class Owner, class Holder>
 Outlet outlet(std::string name, Holder Owner::*member, std::string targetClass) {
   using Target = typename Holder::element_type;

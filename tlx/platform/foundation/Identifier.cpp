@@ -6,7 +6,9 @@ namespace tlx {
 namespace {
 
 // The empty text hashes to 0 so that an absent identifier, which has no text to hash, equals an empty one.
-std::size_t hashOf(const std::string& text) { return text.empty() ? 0 : std::hash<std::string>{}(text); }
+std::size_t hashOf(const std::string& text) {
+  return text.empty() ? 0 : std::hash<std::string>{}(text);
+}
 
 }  // namespace
 

@@ -16,9 +16,9 @@ class Identifier {
  public:
   /// The absent identifier: empty text, equal to an identifier made of "".
   Identifier() noexcept = default;
-  Identifier(std::string text);                                            // NOLINT(google-explicit-constructor)
-  Identifier(const char* text) : Identifier(std::string(text)) {}          // NOLINT(google-explicit-constructor)
-  Identifier(std::string_view text) : Identifier(std::string(text)) {}     // NOLINT(google-explicit-constructor)
+  Identifier(std::string text);                                         // NOLINT(google-explicit-constructor)
+  Identifier(const char* text) : Identifier(std::string(text)) {}       // NOLINT(google-explicit-constructor)
+  Identifier(std::string_view text) : Identifier(std::string(text)) {}  // NOLINT(google-explicit-constructor)
   /// Shares `text`, which may alias a block that holds many texts.
   explicit Identifier(std::shared_ptr<const std::string> text);
 

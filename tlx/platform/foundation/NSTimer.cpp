@@ -18,7 +18,9 @@ std::shared_ptr<NSTimer> NSTimer::schedule(double seconds, bool repeats, std::fu
   return timer;
 }
 
-NSTimer::~NSTimer() { invalidate(); }
+NSTimer::~NSTimer() {
+  invalidate();
+}
 
 void NSTimer::invalidate() {
   if (id_ == 0) return;

@@ -7,7 +7,8 @@
 
 namespace tlx {
 
-/// A timer on the main run loop. It holds its target weakly and ends with it; it also ends when the last reference to it goes.
+/// A timer on the main run loop. It holds its target weakly and ends with it; it also ends when the last reference to
+/// it goes.
 class NSTimer {
  public:
   /// Calls `action` on the target after each interval (once, or again and again).

@@ -9,19 +9,20 @@ namespace tlx {
 
 /// Makes pictures and playable videos of library items.
 ///
-/// Images are upright (orientation up), in sRGB, at the size that target size and content mode give, never enlarged beyond the
-/// original. They come with the scale 1.
+/// Images are upright (orientation up), in sRGB, at the size that target size and content mode give, never enlarged
+/// beyond the original. They come with the scale 1.
 ///
 /// Threads. Requests are made on the main thread, except synchronous ones, which may be made on any thread.
 /// - Asynchronous image requests answer on the main thread; videos and progress on a thread of the adapter's.
 /// - A synchronous request answers exactly once, before it returns, on the calling thread, and never waits for the main
 ///   queue.
-/// - An opportunistic request that has the picture in memory answers within the call, before it returns its id. No other
+/// - An opportunistic request that has the picture in memory answers within the call, before it returns its id. No
+/// other
 ///   request does.
 ///
-/// Answers. Opportunistic: zero or one degraded answer, then exactly one final answer. Any other mode: exactly one. A failed
-/// request answers with no image and an error. A cancelled asynchronous image request answers no more; its handler is released.
-/// A cancelled video request answers no more either.
+/// Answers. Opportunistic: zero or one degraded answer, then exactly one final answer. Any other mode: exactly one. A
+/// failed request answers with no image and an error. A cancelled asynchronous image request answers no more; its
+/// handler is released. A cancelled video request answers no more either.
 ///
 /// Order. The newest waiting request is served first; a request for what is visible goes before anything preheated.
 ///
@@ -30,8 +31,8 @@ class ImageManagerPort {
  public:
   virtual ~ImageManagerPort() = default;
 
-  /// `asset` may be nothing or no longer exist: the answer is then no image and an error. A target size of 0 × 0 or less
-  /// asks for the full size. The id is never `PHInvalidImageRequestID`, nor used twice.
+  /// `asset` may be nothing or no longer exist: the answer is then no image and an error. A target size of 0 × 0 or
+  /// less asks for the full size. The id is never `PHInvalidImageRequestID`, nor used twice.
   virtual PHImageRequestID requestImage(const std::shared_ptr<const PHAsset>& asset, CGSize targetSize,
                                         PHImageContentMode contentMode, const PHImageRequestOptions& options,
                                         PHImageResultHandler handler) = 0;
@@ -44,8 +45,8 @@ class ImageManagerPort {
 
   /// Names one user of the cache: what it preheats is its own to release.
   using CacheClient = const void*;
-  /// Main thread; all return at once. An empty list and a target size of 0 × 0 do nothing. What is started is matched for stopping by
-  /// asset, size and mode.
+  /// Main thread; all return at once. An empty list and a target size of 0 × 0 do nothing. What is started is matched
+  /// for stopping by asset, size and mode.
   virtual void startCachingImages(CacheClient client, const std::vector<std::shared_ptr<const PHAsset>>& assets,
                                   CGSize targetSize, PHImageContentMode contentMode,
                                   const PHImageRequestOptions& options) = 0;

@@ -15,8 +15,8 @@ enum PHAssetMediaType : std::int64_t {
   PHAssetMediaTypeAudio = 3,
 };
 
-/// One photo or video of the library. Immutable, so that it may be read on any thread; a library that learns something new about
-/// an item makes a new asset with the same identifier. Several of its kind usually share one block of memory.
+/// One photo or video of the library. Immutable, so that it may be read on any thread; a library that learns something
+/// new about an item makes a new asset with the same identifier. Several of its kind usually share one block of memory.
 struct PHAsset {
   PHAssetMediaType mediaType = PHAssetMediaTypeUnknown;
   Identifier localIdentifier;

@@ -7,7 +7,9 @@
 namespace tlx {
 namespace {
 
-ImageManagerPort& port() { return Platform::current().ports().imageManager; }
+ImageManagerPort& port() {
+  return Platform::current().ports().imageManager;
+}
 
 }  // namespace
 
@@ -27,7 +29,9 @@ PHImageRequestID PHImageManager::requestAVAssetForVideo_options_resultHandler(
   return port().requestAVAsset(asset, options, std::move(resultHandler));
 }
 
-void PHImageManager::cancelImageRequest(PHImageRequestID request) { port().cancelImageRequest(request); }
+void PHImageManager::cancelImageRequest(PHImageRequestID request) {
+  port().cancelImageRequest(request);
+}
 
 PHCachingImageManager::~PHCachingImageManager() {
   if (Platform* platform = Platform::installed()) platform->ports().imageManager.stopCachingImagesForAllAssets(this);
@@ -38,11 +42,15 @@ void PHCachingImageManager::startCachingImagesForAssets_targetSize_contentMode_o
   if (assets) port().startCachingImages(this, *assets, targetSize, contentMode, options);
 }
 
-void PHCachingImageManager::stopCachingImagesForAssets_targetSize_contentMode_options(
-    const Assets& assets, CGSize targetSize, PHImageContentMode contentMode, const PHImageRequestOptions&) {
+void PHCachingImageManager::stopCachingImagesForAssets_targetSize_contentMode_options(const Assets& assets,
+                                                                                      CGSize targetSize,
+                                                                                      PHImageContentMode contentMode,
+                                                                                      const PHImageRequestOptions&) {
   if (assets) port().stopCachingImages(this, *assets, targetSize, contentMode);
 }
 
-void PHCachingImageManager::stopCachingImagesForAllAssets() { port().stopCachingImagesForAllAssets(this); }
+void PHCachingImageManager::stopCachingImagesForAllAssets() {
+  port().stopCachingImagesForAllAssets(this);
+}
 
 }  // namespace tlx

@@ -22,7 +22,7 @@ enum PHImageContentMode : std::int64_t {
 };
 
 enum PHImageRequestOptionsDeliveryMode : std::int64_t {
-  PHImageRequestOptionsDeliveryModeOpportunistic = 0,      ///< a degraded answer when one is at hand, then the final one
+  PHImageRequestOptionsDeliveryModeOpportunistic = 0,  ///< a degraded answer when one is at hand, then the final one
   PHImageRequestOptionsDeliveryModeHighQualityFormat = 1,  ///< exactly one answer, the final one
   PHImageRequestOptionsDeliveryModeFastFormat = 2,         ///< exactly one answer, whichever is quickest
 };
@@ -45,7 +45,7 @@ enum PHVideoRequestOptionsDeliveryMode : std::int64_t {
 
 /// What accompanies an answer.
 struct PHImageInfo {
-  std::optional<NSError> PHImageErrorKey;  ///< why there is no image or video; absent beside a good answer
+  std::optional<NSError> PHImageErrorKey;   ///< why there is no image or video; absent beside a good answer
   bool PHImageResultIsDegradedKey = false;  ///< a better answer follows
   bool PHImageResultIsInCloudKey = false;   ///< the original is not on this machine
 };

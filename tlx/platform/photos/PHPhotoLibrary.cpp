@@ -8,7 +8,9 @@
 namespace tlx {
 namespace {
 
-PhotoLibraryPort& port() { return Platform::current().ports().photoLibrary; }
+PhotoLibraryPort& port() {
+  return Platform::current().ports().photoLibrary;
+}
 
 }  // namespace
 
@@ -16,7 +18,9 @@ std::shared_ptr<PHPhotoLibrary> PHPhotoLibrary::sharedPhotoLibrary() {
   return Platform::current().once<PHPhotoLibrary>([] { return std::make_shared<PHPhotoLibrary>(); });
 }
 
-PHAuthorizationStatus PHPhotoLibrary::authorizationStatus() { return port().authorizationStatus(); }
+PHAuthorizationStatus PHPhotoLibrary::authorizationStatus() {
+  return port().authorizationStatus();
+}
 
 void PHPhotoLibrary::requestAuthorization(PhotoLibraryPort::AuthorizationHandler handler) {
   port().requestAuthorization(std::move(handler));

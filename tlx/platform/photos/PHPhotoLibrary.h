@@ -43,7 +43,8 @@ class PHPhotoLibrary {
   void performChanges_completionHandler(const std::function<void()>& changes,
                                         PhotoLibraryPort::ChangesHandler completion);
 
-  /// Main thread. The observer is not retained: it unregisters at the latest in its destructor. Registering twice hears once.
+  /// Main thread. The observer is not retained: it unregisters at the latest in its destructor. Registering twice hears
+  /// once.
   void registerChangeObserver(PHPhotoLibraryChangeObserver& observer);
   /// Main thread. After it has returned, the observer is not being called and will not be.
   void unregisterChangeObserver(PHPhotoLibraryChangeObserver& observer);
@@ -51,7 +52,7 @@ class PHPhotoLibrary {
  private:
   void deliver(const std::shared_ptr<const PHChange>& change);
 
-  std::recursive_mutex mutex_;  // recursive: an observer may take itself out while it is told
+  std::recursive_mutex mutex_;                            // recursive: an observer may take itself out while it is told
   std::vector<PHPhotoLibraryChangeObserver*> observers_;  // unretained: each takes itself out before it dies
 };
 

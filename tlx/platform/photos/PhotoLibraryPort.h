@@ -26,8 +26,8 @@ enum PHAuthorizationStatus : std::int64_t {
 
 /// The photo library below the picker: access, albums, their items, and word of changes.
 ///
-/// Fetches are called on the main thread and answer before they return, from what the library holds in memory: they never
-/// wait for a disk or a network. Without access, and for a collection that no longer exists, they answer an empty
+/// Fetches are called on the main thread and answer before they return, from what the library holds in memory: they
+/// never wait for a disk or a network. Without access, and for a collection that no longer exists, they answer an empty
 /// result, never nothing.
 class PhotoLibraryPort {
  public:
@@ -61,9 +61,9 @@ class PhotoLibraryPort {
   /// After a call that replaced or ended it has returned, the old handler is not running and is not called again.
   virtual void setChangeHandler(ChangeHandler handler) = 0;
 
-  /// Main thread; returns at once. Makes the assets, all or none, without touching what is there, and answers once, on any
-  /// thread. On success fetches on the main thread find them by their placeholders' identifiers from then on; word of
-  /// the change follows. A request without an image or a video fails. This one answers within the call: a library
+  /// Main thread; returns at once. Makes the assets, all or none, without touching what is there, and answers once, on
+  /// any thread. On success fetches on the main thread find them by their placeholders' identifiers from then on; word
+  /// of the change follows. A request without an image or a video fails. This one answers within the call: a library
   /// that takes nothing in.
   virtual void performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) {
     completion(false, NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorUnsupported, "The library takes nothing in."});

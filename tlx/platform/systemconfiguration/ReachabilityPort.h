@@ -47,8 +47,8 @@ class ReachabilityPort {
   virtual ~ReachabilityPort() = default;
   /// Nothing when the target is refused (an empty name, an address family that is not known).
   virtual std::unique_ptr<ReachabilityTarget> createWithName(const std::string& hostName) = 0;
-  /// An address in the system's own socket form, whose length its family tells. 0.0.0.0 stands for the default route, 169.254.0.0 for the
-  /// link-local network.
+  /// An address in the system's own socket form, whose length its family tells. 0.0.0.0 stands for the default route,
+  /// 169.254.0.0 for the link-local network.
   virtual std::unique_ptr<ReachabilityTarget> createWithAddress(const sockaddr* address) = 0;
 };
 

@@ -7,12 +7,13 @@
 namespace tlx {
 
 /// Shows presented screens. Main thread. The controllers keep the links, the order and the time; the port only draws,
-/// and brings presses back through `UIPopoverPresentationController::requestDismissal` and `UIAlertController::perform`.
+/// and brings presses back through `UIPopoverPresentationController::requestDismissal` and
+/// `UIAlertController::perform`.
 class PresentationPort {
  public:
   virtual ~PresentationPort() = default;
-  /// The kind follows from the presented controller: an alert by its class, a popover by its style, else full screen. Its view stands in the
-  /// presenter's window already, on top, except an alert, which has none.
+  /// The kind follows from the presented controller: an alert by its class, a popover by its style, else full screen.
+  /// Its view stands in the presenter's window already, on top, except an alert, which has none.
   virtual void present(const std::shared_ptr<UIViewController>& presented, bool animated) = 0;
   /// Called when the dismissal begins; the presentation is over, and the view out of the window, after
   /// `UIPresentationAnimationDuration` or at once.

@@ -14,9 +14,9 @@ class UIViewController;
 
 /// Loads scenes, interface files and images out of a bundle. Main thread; everything answers before it returns.
 ///
-/// Objects are made in two phases: constructed, `initWithCoder`, properties and outlets set, then `awakeFromNib`, children before their
-/// owner. A scene that lacks an outlet its class declares, or gives it a view of another class, raises an `NSException` that
-/// names the scene and the outlet.
+/// Objects are made in two phases: constructed, `initWithCoder`, properties and outlets set, then `awakeFromNib`,
+/// children before their owner. A scene that lacks an outlet its class declares, or gives it a view of another class,
+/// raises an `NSException` that names the scene and the outlet.
 class ResourcePort {
  public:
   virtual ~ResourcePort() = default;

@@ -14,7 +14,8 @@ class UILabel : public UIView {
 
   const std::string& text() const { return text_; }
   void setText(std::string text);
-  /// Nothing is the platform's default font. A new one makes the superview lay out anew: a button goes by its title's width.
+  /// Nothing is the platform's default font. A new one makes the superview lay out anew: a button goes by its title's
+  /// width.
   const UIFontRef& font() const { return font_; }
   void setFont(UIFontRef font);
   /// Nothing is the platform's own colour for text.

@@ -9,7 +9,9 @@
 namespace tlx {
 namespace {
 
-ResourcePort& port() { return Platform::current().ports().resources; }
+ResourcePort& port() {
+  return Platform::current().ports().resources;
+}
 
 }  // namespace
 
@@ -20,8 +22,7 @@ std::shared_ptr<UIStoryboard> UIStoryboard::storyboardWithName_bundle(std::strin
   return storyboard;
 }
 
-std::shared_ptr<UIViewController> UIStoryboard::instantiateViewControllerWithIdentifier(
-    const std::string& identifier) {
+std::shared_ptr<UIViewController> UIStoryboard::instantiateViewControllerWithIdentifier(const std::string& identifier) {
   return port().instantiateViewController(bundle_, name_, identifier);
 }
 

@@ -47,7 +47,9 @@ bool isAnimatable(UIViewChange change) {
   }
 }
 
-double angleOf(const CGAffineTransform& t) { return std::atan2(t.b, t.a); }
+double angleOf(const CGAffineTransform& t) {
+  return std::atan2(t.b, t.a);
+}
 
 // An exact half turn is ambiguous; it goes towards increasing angle. The tolerance takes in the rounding of sines.
 double shortestTurn(double from, double to) {

@@ -41,9 +41,24 @@ enum UIAccessibilityTraits : std::uint64_t {
 enum class UIViewChange {
   Frame,
   ContentOffset,  ///< of a scroll view: its offset, the content's size or the inset
-  Alpha, Hidden, Transform, BackgroundColor, ClipsToBounds, CornerRadius, ContentMode,
-  UserInteraction, Tag, Subviews, Layer, Accessibility,
-  Text, Font, TextColor, Image, Title, Enabled,
+  Alpha,
+  Hidden,
+  Transform,
+  BackgroundColor,
+  ClipsToBounds,
+  CornerRadius,
+  ContentMode,
+  UserInteraction,
+  Tag,
+  Subviews,
+  Layer,
+  Accessibility,
+  Text,
+  Font,
+  TextColor,
+  Image,
+  Title,
+  Enabled,
   Items,  ///< of a collection or table: which cells stand where
 };
 
@@ -88,8 +103,8 @@ class UIView : public NSObject {
   void setHidden(bool hidden);
   const CGAffineTransform& transform() const { return transform_; }
   void setTransform(const CGAffineTransform& transform);
-  /// The turn of the transform in radians as it adds up over all transforms set: each new one is reached the shortest way,
-  /// an exact half turn towards increasing angle. What a renderer animates to.
+  /// The turn of the transform in radians as it adds up over all transforms set: each new one is reached the shortest
+  /// way, an exact half turn towards increasing angle. What a renderer animates to.
   double rotation() const { return rotation_; }
   const UIColor& backgroundColor() const { return backgroundColor_; }
   void setBackgroundColor(const UIColor& color);
@@ -148,9 +163,9 @@ class UIView : public NSObject {
 
   static void setAnimationsEnabled(bool enabled);
   static bool areAnimationsEnabled();
-  /// Runs `animations` now. `completion` runs once on the main run loop, after the duration, in order, whether or not anything
-  /// changed or is drawn; it is told false when a later write took a property over. With animations disabled it runs
-  /// before the call returns.
+  /// Runs `animations` now. `completion` runs once on the main run loop, after the duration, in order, whether or not
+  /// anything changed or is drawn; it is told false when a later write took a property over. With animations disabled
+  /// it runs before the call returns.
   static void animateWithDuration_animations_completion(double seconds, const std::function<void()>& animations,
                                                         std::function<void(bool finished)> completion = nullptr);
   static void animateWithDuration_animations(double seconds, const std::function<void()>& animations) {

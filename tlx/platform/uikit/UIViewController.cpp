@@ -45,8 +45,7 @@ void putIntoWindow(UIViewController& presenting, UIViewController& presented) {
 }  // namespace
 
 const Class& UIViewController::classObject() {
-  static const Class object{
-      "UIViewController", "", "", [] { return std::make_shared<UIViewController>(); }, {}, {}};
+  static const Class object{"UIViewController", "", "", [] { return std::make_shared<UIViewController>(); }, {}, {}};
   return object;
 }
 

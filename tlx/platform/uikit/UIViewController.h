@@ -43,9 +43,9 @@ class UIViewController : public NSObject {
   virtual void didReceiveMemoryWarning() {}
   virtual bool prefersStatusBarHidden() { return false; }
 
-  /// Shows another screen over this one: full screen, as a popover or as an alert. The links are set at once; `completion` runs when the animation
-  /// has ended. While something this controller presented is on its way out, the call waits for that; while something
-  /// stays presented it is refused, and logged. Nothing happens for nothing.
+  /// Shows another screen over this one: full screen, as a popover or as an alert. The links are set at once;
+  /// `completion` runs when the animation has ended. While something this controller presented is on its way out, the
+  /// call waits for that; while something stays presented it is refused, and logged. Nothing happens for nothing.
   void presentViewController_animated_completion(const std::shared_ptr<UIViewController>& controller, bool animated,
                                                  std::function<void()> completion);
   /// Ends what this controller presents, or else this controller's own presentation; what is on its way out already

@@ -21,6 +21,8 @@ void UIWindow::setRootViewController(const std::shared_ptr<UIViewController>& co
   controller->appear(false, 0);
 }
 
-std::shared_ptr<UIWindow> UIWindow::window() { return sharedAs(this); }
+std::shared_ptr<UIWindow> UIWindow::window() {
+  return sharedAs(this);
+}
 
 }  // namespace tlx

@@ -19,7 +19,6 @@ class UIWindow : public UIView {
   const std::shared_ptr<UIViewController>& rootViewController() const { return rootViewController_; }
   std::shared_ptr<UIWindow> window() override;
 
-
  private:
   std::shared_ptr<UIViewController> rootViewController_;
 };
