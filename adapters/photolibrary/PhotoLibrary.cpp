@@ -6,8 +6,8 @@
 #include <system_error>
 #include <utility>
 
-#include "adapters/photolibrary/LibraryChange.h"
-#include "adapters/photolibrary/XdgFolders.h"
+#include "adapters/photolibrary/base/XdgFolders.h"
+#include "adapters/photolibrary/catalogue/LibraryChange.h"
 #include "adapters/photolibrary/files/FolderSource.h"
 
 namespace tlx::photolibrary {

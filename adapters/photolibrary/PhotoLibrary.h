@@ -11,12 +11,12 @@
 
 #include "tlx/platform/photos/PhotoLibraryPort.h"
 
-#include "adapters/photolibrary/AccessRecord.h"
-#include "adapters/photolibrary/AccessWatch.h"
-#include "adapters/photolibrary/Catalogue.h"
-#include "adapters/photolibrary/ItemStore.h"
-#include "adapters/photolibrary/PhotoConsent.h"
-#include "adapters/photolibrary/SerialThread.h"
+#include "adapters/photolibrary/access/AccessRecord.h"
+#include "adapters/photolibrary/access/AccessWatch.h"
+#include "adapters/photolibrary/access/PhotoConsent.h"
+#include "adapters/photolibrary/base/SerialThread.h"
+#include "adapters/photolibrary/catalogue/Catalogue.h"
+#include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {
 

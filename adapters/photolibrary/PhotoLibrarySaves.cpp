@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include "adapters/photolibrary/PhotoLibrary.h"
+#include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/files/CaptureFolder.h"
-#include "adapters/photolibrary/images/LibraryError.h"
 
 namespace tlx::photolibrary {
 namespace {

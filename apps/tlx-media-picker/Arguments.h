@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "adapters/photolibrary/webdav/CloudAddress.h"
+#include "adapters/photolibrary/cloud/CloudAddress.h"
 
 namespace tlx::program {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "adapters/camera/CameraConsent.h"
-#include "adapters/photolibrary/AccessRecord.h"
+#include "adapters/photolibrary/access/AccessRecord.h"
 
 namespace tlx::program {
 

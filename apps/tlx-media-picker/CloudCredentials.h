@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "adapters/photolibrary/webdav/CredentialSource.h"
+#include "adapters/photolibrary/cloud/CredentialSource.h"
 
 namespace tlx::program {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "adapters/photolibrary/webdav/CloudAddress.h"
+#include "adapters/photolibrary/cloud/CloudAddress.h"
 
 namespace tlx::program {
 

@@ -3,7 +3,7 @@
 #include <utility>
 #include <vector>
 
-#include "adapters/photolibrary/XdgFolders.h"
+#include "adapters/photolibrary/base/XdgFolders.h"
 
 namespace tlx::program {
 namespace {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "adapters/photolibrary/PhotoConsent.h"
+#include "adapters/photolibrary/access/PhotoConsent.h"
 #include "adapters/qtquick/QtPlatform.h"
 #include "adapters/qtquick/window/QtQuestion.h"
 #include "adapters/qtquick/window/QtSettingsPage.h"

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "adapters/photolibrary/PhotoConsent.h"
+#include "adapters/photolibrary/access/PhotoConsent.h"
 
 namespace tlx::program {
 

@@ -14,9 +14,9 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#include "adapters/photolibrary/Catalogue.h"
-#include "adapters/photolibrary/Database.h"
-#include "adapters/photolibrary/Index.h"
+#include "adapters/photolibrary/catalogue/Catalogue.h"
+#include "adapters/photolibrary/catalogue/Database.h"
+#include "adapters/photolibrary/catalogue/Index.h"
 #include "bench/SideBySide.h"
 #include "bench/photolibrary/ProcessorTime.h"
 

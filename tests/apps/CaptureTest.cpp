@@ -17,10 +17,10 @@
 
 #include "adapters/camera/GstCamera.h"
 #include "adapters/netlink/NetlinkReachability.h"
-#include "adapters/photolibrary/MediaProbe.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/files/CaptureFolder.h"
 #include "adapters/photolibrary/images/ImageManager.h"
+#include "adapters/photolibrary/source/MediaProbe.h"
 #include "apps/tlx-media-picker/PickerWindow.h"
 #include "tests/apps/TemporaryFolder.h"
 

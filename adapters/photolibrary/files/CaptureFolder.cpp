@@ -13,11 +13,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "adapters/photolibrary/FileKey.h"
-#include "adapters/photolibrary/MediaProbe.h"
-#include "adapters/photolibrary/files/FileStatus.h"
-#include "adapters/photolibrary/images/LibraryError.h"
-#include "adapters/photolibrary/images/PhotoEncoder.h"
+#include "adapters/photolibrary/base/FileKey.h"
+#include "adapters/photolibrary/base/FileStatus.h"
+#include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/images/codecs/PhotoEncoder.h"
+#include "adapters/photolibrary/source/MediaProbe.h"
 
 namespace tlx::photolibrary {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "tlx/platform/foundation/SystemLog.h"
 
-#include "adapters/photolibrary/Source.h"
 #include "adapters/photolibrary/files/FolderWatch.h"
+#include "adapters/photolibrary/source/Source.h"
 
 namespace tlx::photolibrary {
 

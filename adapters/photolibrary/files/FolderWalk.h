@@ -11,11 +11,11 @@
 #include <utility>
 #include <vector>
 
-#include "adapters/photolibrary/KnownFiles.h"
-#include "adapters/photolibrary/Source.h"
-#include "adapters/photolibrary/files/FileStatus.h"
+#include "adapters/photolibrary/base/FileStatus.h"
+#include "adapters/photolibrary/base/WorkCrew.h"
+#include "adapters/photolibrary/catalogue/KnownFiles.h"
 #include "adapters/photolibrary/files/FolderWatch.h"
-#include "adapters/photolibrary/files/WorkCrew.h"
+#include "adapters/photolibrary/source/Source.h"
 
 namespace tlx::photolibrary {
 

@@ -11,10 +11,10 @@
 #include <thread>
 #include <vector>
 
-#include "adapters/photolibrary/Source.h"
+#include "adapters/photolibrary/base/FileStatus.h"
 #include "adapters/photolibrary/files/Burst.h"
-#include "adapters/photolibrary/files/FileStatus.h"
 #include "adapters/photolibrary/files/WatchedFolders.h"
+#include "adapters/photolibrary/source/Source.h"
 
 namespace tlx::photolibrary {
 

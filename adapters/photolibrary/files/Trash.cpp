@@ -9,7 +9,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "adapters/photolibrary/XdgFolders.h"
+#include "adapters/photolibrary/base/XdgFolders.h"
 
 namespace tlx::photolibrary {
 namespace fs = std::filesystem;

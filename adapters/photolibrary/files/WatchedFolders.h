@@ -9,8 +9,8 @@
 
 #include <sys/inotify.h>
 
-#include "adapters/photolibrary/WalkScope.h"
-#include "adapters/photolibrary/files/FileStatus.h"
+#include "adapters/photolibrary/base/FileStatus.h"
+#include "adapters/photolibrary/source/WalkScope.h"
 
 namespace tlx::photolibrary {
 

@@ -4,8 +4,8 @@
 #include <thread>
 #include <utility>
 
+#include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/images/ImageRequest.h"
-#include "adapters/photolibrary/images/LibraryError.h"
 
 namespace tlx::photolibrary {
 namespace {

@@ -15,10 +15,10 @@
 #include "tlx/platform/dispatch/MainQueue.h"
 #include "tlx/platform/photos/ImageManagerPort.h"
 
-#include "adapters/photolibrary/ItemStore.h"
 #include "adapters/photolibrary/images/PictureLayers.h"
-#include "adapters/photolibrary/images/PixelStore.h"
 #include "adapters/photolibrary/images/RequestQueue.h"
+#include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {
 

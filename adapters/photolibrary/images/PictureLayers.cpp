@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "adapters/photolibrary/images/LibraryError.h"
+#include "adapters/photolibrary/base/LibraryError.h"
 
 namespace tlx::photolibrary {
 namespace {

@@ -7,10 +7,10 @@
 
 #include "tlx/platform/uikit/UIImage.h"
 
-#include "adapters/photolibrary/ItemStore.h"
-#include "adapters/photolibrary/images/ImageDecoder.h"
-#include "adapters/photolibrary/images/SharedThumbnails.h"
-#include "adapters/photolibrary/images/ThumbnailCache.h"
+#include "adapters/photolibrary/images/cache/SharedThumbnails.h"
+#include "adapters/photolibrary/images/cache/ThumbnailCache.h"
+#include "adapters/photolibrary/images/codecs/ImageDecoder.h"
+#include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {
 

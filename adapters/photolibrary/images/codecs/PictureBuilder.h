@@ -1,0 +1,64 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <variant>
+#include <vector>
+
+#include "tlx/platform/coregraphics/CGImage.h"
+#include "tlx/platform/foundation/NSError.h"
+
+#include "adapters/photolibrary/images/codecs/ColorTransform.h"
+#include "adapters/photolibrary/images/codecs/FittedSize.h"
+#include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/images/codecs/RowResampler.h"
+#include "adapters/photolibrary/images/codecs/UprightWriter.h"
+
+namespace tlx::photolibrary {
+
+using Picture = std::variant<std::shared_ptr<const CGImage>, NSError>;
+
+/// What every decoder works with.
+struct DecodeContext {
+  PixelStore& store;
+  ColorTransforms& transforms;
+  /// Nothing, or asked now and then; once true, the decoder gives up.
+  const std::atomic<bool>* cancelled = nullptr;
+  /// Whether what is truncated or damaged makes an error. Otherwise whatever there is makes the picture.
+  bool strict = true;
+
+  bool isCancelled() const { return cancelled && cancelled->load(std::memory_order_relaxed); }
+};
+
+/// Where every decoder ends: takes decoded rows from the top as they are stored and makes the finished picture of them,
+/// resampled, in sRGB, premultiplied and upright. One thread.
+class PictureBuilder {
+ public:
+  struct Plan {
+    PixelSize rows;         ///< of what is decoded
+    PixelSize result;       ///< of the finished picture before it is turned; no larger than `rows`
+    std::int32_t turn = 1;  ///< EXIF numbering
+    bool opaque = true;     ///< every alpha is 255
+    std::shared_ptr<const ColorTransform> transform;  ///< nothing for sRGB
+  };
+
+  /// An error where there is no room, or the plan is for no picture: a side without length, or a longer one than
+  /// decoded.
+  static std::variant<std::unique_ptr<PictureBuilder>, NSError> start(PixelStore& store, const Plan& plan);
+
+  /// The next row, colour not premultiplied. The row is written to.
+  void add(std::uint8_t* rgba);
+  std::shared_ptr<const CGImage> finish();
+
+ private:
+  PictureBuilder(const Plan& plan, std::shared_ptr<PixelBlock> block);
+  void place(std::uint8_t* rgba);
+
+  Plan plan_;
+  std::shared_ptr<PixelBlock> block_;
+  UprightWriter writer_;
+  RowResampler resampler_;
+};
+
+}  // namespace tlx::photolibrary

@@ -1,0 +1,211 @@
+#include "adapters/photolibrary/images/headers/VideoFile.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libavutil/display.h>
+#include <libavutil/log.h>
+}
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <mutex>
+
+#include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/images/headers/PhotoFacts.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+constexpr int bufferSize = 32 * 1024;
+constexpr std::int64_t maxBytesRead = std::int64_t{1} << 30;
+
+const char* demuxerOf(MediaFormat format) {
+  switch (format) {
+    case MediaFormat::Mp4:
+    case MediaFormat::Mov:
+    case MediaFormat::ThreeGp:
+      return "mov";
+    case MediaFormat::Matroska:
+    case MediaFormat::WebM:
+      return "matroska";
+    case MediaFormat::Avi:
+      return "avi";
+    case MediaFormat::MpegTs:
+      return "mpegts";
+    default:
+      return nullptr;
+  }
+}
+
+bool isMovingPicture(const AVStream& stream) {
+  constexpr int still = AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_TIMED_THUMBNAILS;
+  return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && (stream.disposition & still) == 0;
+}
+
+double secondsOf(std::int64_t value, AVRational base) {
+  return value == AV_NOPTS_VALUE || value < 0 ? 0 : static_cast<double>(value) * av_q2d(base);
+}
+
+const char* mediaTypeOf(AVMediaType type) {
+  switch (type) {
+    case AVMEDIA_TYPE_VIDEO:
+      return AVMediaTypeVideo;
+    case AVMEDIA_TYPE_AUDIO:
+      return AVMediaTypeAudio;
+    case AVMEDIA_TYPE_SUBTITLE:
+      return "sbtl";
+    default:
+      return "meta";
+  }
+}
+
+}  // namespace
+
+int quarterTurns(const AVStream& stream) {
+  size_t size = 0;
+  const std::uint8_t* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+  if (!matrix || size < 9 * sizeof(std::int32_t)) return 0;
+  const double counterClockwise = av_display_rotation_get(reinterpret_cast<const std::int32_t*>(matrix));
+  if (std::isnan(counterClockwise)) return 0;
+  const int quarters = static_cast<int>(std::lround(-counterClockwise / 90.0));
+  return ((quarters % 4) + 4) % 4;
+}
+
+VideoFile::VideoFile(FileBytes& file, MediaFormat format) : file_(file), allowance_(maxBytesRead) {
+  static std::once_flag quiet;
+  std::call_once(quiet, [] { av_log_set_level(AV_LOG_QUIET); });
+  const char* name = demuxerOf(format);
+  const AVInputFormat* demuxer = name ? av_find_input_format(name) : nullptr;
+  auto* buffer = static_cast<std::uint8_t*>(av_malloc(bufferSize));
+  if (!demuxer || !buffer) {
+    av_free(buffer);
+    return;
+  }
+  io_ = avio_alloc_context(buffer, bufferSize, 0, this, &VideoFile::read, nullptr, &VideoFile::seek);
+  context_ = avformat_alloc_context();
+  context_->pb = io_;
+  context_->flags |= AVFMT_FLAG_CUSTOM_IO;
+  context_->max_streams = 64;
+  // A file that names others gets none of them.
+  context_->io_open = [](AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) { return AVERROR(EPERM); };
+  if (avformat_open_input(&context_, nullptr, demuxer, nullptr) < 0) {
+    context_ = nullptr;
+    return;
+  }
+  if (!headerIsEnough()) {
+    context_->probesize = 4 * 1024 * 1024;
+    context_->max_analyze_duration = 2 * AV_TIME_BASE;
+    avformat_find_stream_info(context_, nullptr);
+  }
+}
+
+VideoFile::~VideoFile() {
+  if (context_) avformat_close_input(&context_);
+  if (io_) {
+    av_freep(&io_->buffer);
+    avio_context_free(&io_);
+  }
+}
+
+bool VideoFile::headerIsEnough() const {
+  if (context_->nb_streams == 0) return false;
+  if (context_->duration <= 0) return false;
+  for (unsigned i = 0; i < context_->nb_streams; ++i) {
+    const AVStream& stream = *context_->streams[i];
+    if (isMovingPicture(stream) && (stream.codecpar->width <= 0 || stream.codecpar->height <= 0)) return false;
+  }
+  return true;
+}
+
+const AVStream* VideoFile::videoStream() const {
+  for (unsigned i = 0; context_ && i < context_->nb_streams; ++i) {
+    if (isMovingPicture(*context_->streams[i])) return context_->streams[i];
+  }
+  return nullptr;
+}
+
+VideoInfo VideoFile::info() const {
+  VideoInfo info;
+  if (!context_) return info;
+  info.duration = secondsOf(context_->duration, AV_TIME_BASE_Q);
+  for (unsigned i = 0; i < context_->nb_streams; ++i) {
+    const AVStream& stream = *context_->streams[i];
+    const AVCodecParameters& codec = *stream.codecpar;
+    AVAssetTrack track;
+    const bool moving = isMovingPicture(stream);
+    track.mediaType = codec.codec_type == AVMEDIA_TYPE_VIDEO && !moving ? "pict" : mediaTypeOf(codec.codec_type);
+    if (codec.codec_id != AV_CODEC_ID_NONE) track.codec = avcodec_get_name(codec.codec_id);
+    track.duration = secondsOf(stream.duration, stream.time_base);
+    if (moving) {
+      const AVRational pixel =
+          stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : codec.sample_aspect_ratio;
+      const double stretch = pixel.num > 0 && pixel.den > 0 ? av_q2d(pixel) : 1.0;
+      track.width = codec.width;
+      if (stretch > 0.1 && stretch < 10) track.width = static_cast<int>(std::lround(codec.width * stretch));
+      track.height = codec.height;
+      if (quarterTurns(stream) % 2 == 1) std::swap(track.width, track.height);
+      info.duration = std::max(info.duration, track.duration);
+    }
+    info.tracks.push_back(std::move(track));
+  }
+  return info;
+}
+
+std::optional<double> VideoFile::captureDate() const {
+  if (!context_) return std::nullopt;
+  const auto dateOf = [](std::string_view text) {
+    const std::size_t zone = text.find_first_of("+-Z", std::min<std::size_t>(text.size(), 16));
+    const std::string_view offset = zone == std::string_view::npos ? "" : text.substr(zone);
+    const std::size_t point = text.find('.');
+    const std::string_view fraction = point == std::string_view::npos ? "" : text.substr(point + 1);
+    return parseCaptureDate(text.substr(0, 19), offset, fraction);
+  };
+  // A key that ends so carries the local date with its offset; the plain creation time is the container's, in UTC.
+  const AVDictionaryEntry* entry = nullptr;
+  while ((entry = av_dict_get(context_->metadata, "", entry, AV_DICT_IGNORE_SUFFIX))) {
+    if (std::string_view(entry->key).ends_with(".creationdate")) {
+      if (const auto date = dateOf(entry->value)) return date;
+    }
+  }
+  for (const char* key : {"creation_time", "date"}) {
+    entry = av_dict_get(context_->metadata, key, nullptr, 0);
+    if (!entry) continue;
+    const auto date = dateOf(entry->value);
+    if (date && *date > 0) return date;
+  }
+  return std::nullopt;
+}
+
+int VideoFile::read(void* self, std::uint8_t* into, int count) {
+  auto* file = static_cast<VideoFile*>(self);
+  if (file->allowance_ <= 0) return AVERROR(EIO);
+  const std::int64_t got =
+      file->file_.copy(static_cast<std::uint64_t>(file->position_), into, static_cast<std::size_t>(count));
+  if (got < 0) return AVERROR(EIO);
+  if (got == 0) return AVERROR_EOF;
+  file->position_ += got;
+  file->allowance_ -= got;
+  return static_cast<int>(got);
+}
+
+std::int64_t VideoFile::seek(void* self, std::int64_t offset, int whence) {
+  auto* file = static_cast<VideoFile*>(self);
+  switch (whence & ~AVSEEK_FORCE) {
+    case AVSEEK_SIZE:
+      return file->file_.size();
+    case SEEK_CUR:
+      offset += file->position_;
+      break;
+    case SEEK_END:
+      offset += file->file_.size();
+      break;
+    default:
+      break;
+  }
+  if (offset < 0) return AVERROR(EINVAL);
+  return file->position_ = offset;
+}
+
+}  // namespace tlx::photolibrary

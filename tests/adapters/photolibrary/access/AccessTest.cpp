@@ -1,0 +1,225 @@
+// Who may see the photos, and what is remembered of it; the standard folders; natural order.
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <mutex>
+
+#include <gmock/gmock.h>
+
+#include "adapters/photolibrary/base/XdgFolders.h"
+#include "adapters/photolibrary/catalogue/NaturalOrder.h"
+#include "tests/adapters/photolibrary/LibraryFolder.h"
+
+namespace tlx::photolibrary::test {
+namespace {
+
+using testing::ElementsAre;
+
+class HeldConsent final : public PhotoConsent {
+ public:
+  void askForPhotos(const std::string& host, Answer answer) override {
+    hosts.push_back(host);
+    held = std::move(answer);
+  }
+  std::vector<std::string> hosts;
+  Answer held;
+};
+
+class FilesAccess : public testing::Test {
+ protected:
+  std::unique_ptr<PhotoLibrary> open(const std::string& host, PhotoConsent* consent) {
+    auto options = folder_.options();
+    options.preauthorised = false;
+    options.host = host;
+    options.consent = consent;
+    return std::make_unique<PhotoLibrary>(options, log_);
+  }
+  static std::future<PHAuthorizationStatus> request(PhotoLibrary& library) {
+    const auto promise = std::make_shared<std::promise<PHAuthorizationStatus>>();
+    library.requestAuthorization([promise](PHAuthorizationStatus status) { promise->set_value(status); });
+    return promise->get_future();
+  }
+
+  LibraryFolder folder_;
+  KeptLog log_;
+  HeldConsent consent_;
+};
+
+TEST_F(FilesAccess, IsUndecidedUntilAskedAndThenRememberedForThatHostAlone) {
+  folder_.putPhoto("one.jpg", 1000);
+  const std::string host = "../a host/with: odd name";
+  {
+    const auto library = open(host, &consent_);
+    EXPECT_EQ(library->authorizationStatus(), PHAuthorizationStatusNotDetermined);
+    EXPECT_THAT(namesIn(*library, "Camera Roll"), testing::IsEmpty());
+    auto first = request(*library), second = request(*library);
+    EXPECT_THAT(consent_.hosts, ElementsAre(host)) << "two requests, one question";
+    consent_.held(true);
+    consent_.held(false);
+    EXPECT_EQ(first.get(), PHAuthorizationStatusAuthorized);
+    EXPECT_EQ(second.get(), PHAuthorizationStatusAuthorized);
+    library->waitUntilScanned();
+    EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("one.jpg"));
+  }
+  EXPECT_EQ(open(host, &consent_)->authorizationStatus(), PHAuthorizationStatusAuthorized) << "the first answer counts";
+  EXPECT_EQ(open("another host", &consent_)->authorizationStatus(), PHAuthorizationStatusNotDetermined);
+}
+
+TEST_F(FilesAccess, AQuestionLetGoIsNoAnswer) {
+  const auto library = open("host", &consent_);
+  auto answer = request(*library);
+  consent_.held = nullptr;
+  EXPECT_EQ(answer.get(), PHAuthorizationStatusNotDetermined);
+  answer = request(*library);
+  EXPECT_EQ(consent_.hosts.size(), 2u) << "it may be put again";
+  consent_.held(false);
+  EXPECT_EQ(answer.get(), PHAuthorizationStatusDenied);
+}
+
+TEST_F(FilesAccess, AnAnswerMayComeAfterTheLibrary) {
+  auto library = open("host", &consent_);
+  request(*library);
+  library.reset();
+  consent_.held(true);
+  EXPECT_EQ(open("host", &consent_)->authorizationStatus(), PHAuthorizationStatusNotDetermined);
+}
+
+TEST_F(FilesAccess, ADecisionMadeElsewhereAnswersAnOpenQuestionAndHoldsAtOnce) {
+  folder_.putPhoto("one.jpg", 1000);
+  const auto library = open("host", &consent_);
+  auto answer = request(*library);
+  EXPECT_TRUE(library->setPhotosAllowed(true));
+  EXPECT_EQ(answer.get(), PHAuthorizationStatusAuthorized);
+  consent_.held(false);
+  library->waitUntilScanned();
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("one.jpg")) << "an answer that comes later changes nothing";
+  EXPECT_EQ(library->photosAllowed(), true);
+
+  EXPECT_TRUE(library->setPhotosAllowed(false));
+  EXPECT_EQ(library->authorizationStatus(), PHAuthorizationStatusDenied);
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), testing::IsEmpty());
+  EXPECT_EQ(open("host", &consent_)->authorizationStatus(), PHAuthorizationStatusDenied);
+
+  std::atomic<int> told = 0;
+  library->setChangeHandler([&](const auto&) { ++told; });
+  folder_.putPhoto("two.jpg", 2000);
+  library->rescan();
+  library->waitUntilScanned();
+  EXPECT_EQ(request(*library).get(), PHAuthorizationStatusDenied);
+  EXPECT_EQ(told, 0) << "changes are no business of a program that may not see them";
+  EXPECT_TRUE(library->setPhotosAllowed(true));
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+}
+
+TEST_F(FilesAccess, WhatSomebodyElseDecidesHoldsForWhatIsOpen) {
+  folder_.putPhoto("one.jpg", 1000);
+  const auto library = open("host", &consent_);
+  std::mutex mutex;
+  std::condition_variable told;
+  std::vector<std::shared_ptr<const PHChange>> changes;
+  library->setChangeHandler([&](std::shared_ptr<const PHChange> change) {
+    std::lock_guard lock(mutex);
+    changes.push_back(std::move(change));
+    told.notify_all();
+  });
+  const auto comesTo = [&](PHAuthorizationStatus status, std::size_t items) {
+    std::unique_lock lock(mutex);
+    return told.wait_for(lock, std::chrono::seconds(20), [&] {
+      return library->authorizationStatus() == status && namesIn(*library, "Camera Roll").size() == items;
+    });
+  };
+  auto answer = request(*library);
+  const AccessRecord other(folder_.options().configFolder + "/access", "host");
+  EXPECT_TRUE(other.setPhotosAllowed(true)) << "not even the folder was there";
+  EXPECT_EQ(answer.get(), PHAuthorizationStatusAuthorized) << "the open question is answered";
+  EXPECT_TRUE(comesTo(PHAuthorizationStatusAuthorized, 1));
+  const auto roll =
+      library->fetchAssets(*library->fetchAssetCollections(PHAssetCollectionTypeSmartAlbum, {})->begin()[0], {});
+  ASSERT_EQ(roll->count(), 1u);
+  EXPECT_TRUE(other.setPhotosAllowed(false));
+  EXPECT_TRUE(comesTo(PHAuthorizationStatusDenied, 0));
+  const auto details = changes.back()->changeDetailsForFetchResult(roll);
+  ASSERT_TRUE(details);
+  EXPECT_EQ(details->fetchResultAfterChanges->count(), 0u) << "what was fetched is to be seen no more";
+  EXPECT_TRUE(other.setPhotosAllowed(true));
+  EXPECT_TRUE(comesTo(PHAuthorizationStatusAuthorized, 1));
+  std::filesystem::remove(other.path());
+  EXPECT_TRUE(comesTo(PHAuthorizationStatusNotDetermined, 0));
+  library->setChangeHandler(nullptr);
+}
+
+TEST_F(FilesAccess, NobodyIsCalledOnceItHasStopped) {
+  const auto library = open("host", nullptr);
+  bool called = false;
+  library->stop();
+  library->requestAuthorization([&](PHAuthorizationStatus) { called = true; });
+  library->stop();
+  EXPECT_FALSE(called);
+}
+
+TEST_F(FilesAccess, NobodyToAskIsNoAccessAndNotRemembered) {
+  const auto library = open("host", nullptr);
+  EXPECT_EQ(request(*library).get(), PHAuthorizationStatusDenied);
+  EXPECT_EQ(open("host", &consent_)->authorizationStatus(), PHAuthorizationStatusNotDetermined);
+}
+
+TEST_F(FilesAccess, RootsThatAreNotThereAreNoAccess) {
+  auto options = folder_.options();
+  options.roots = {(folder_.top() / "missing").string()};
+  PhotoLibrary library(options, log_);
+  EXPECT_EQ(library.authorizationStatus(), PHAuthorizationStatusDenied);
+  library.waitUntilScanned();
+  EXPECT_EQ(library.fetchAssetCollections(PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAny)->count(), 0u);
+  std::filesystem::create_directory(folder_.top() / "missing");
+  folder_.putPhoto("../missing/one.jpg", 1000);
+  library.rescan();
+  library.waitUntilScanned();
+  EXPECT_THAT(namesIn(library, "Camera Roll"), ElementsAre("one.jpg")) << "the disk was plugged in";
+}
+
+TEST_F(FilesAccess, DefaultRootsAreWhatTheDesktopNames) {
+  const std::string home = folder_.top().string();
+  std::map<std::string, std::string> earlier;
+  for (const char* const name : {"HOME", "XDG_CONFIG_HOME"}) earlier[name] = std::getenv(name) ? std::getenv(name) : "";
+  ::setenv("HOME", home.c_str(), 1);
+  ::setenv("XDG_CONFIG_HOME", "relative paths are to be ignored", 1);
+  struct Row {
+    const char* lines;
+    std::vector<std::string> roots;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"", {home + "/Pictures", home + "/Videos"}, "nothing named"},
+      {"# XDG_PICTURES_DIR=\"/comment\"\nXDG_PICTURES_DIR=\"$HOME/Bilder mit "
+       "\\\"Rand\\\"/\"\nXDG_VIDEOS_DIR=\"/mnt/v\"\n",
+       {home + "/Bilder mit \"Rand\"", "/mnt/v"},
+       "quoting, below home and not"},
+      {"XDG_PICTURES_DIR=\"$HOME/Media\"\n XDG_VIDEOS_DIR = \"$HOME/Media\"\n", {home + "/Media"}, "one for both"},
+      {"XDG_PICTURES_DIR=\"$HOME/\"\nXDG_VIDEOS_DIR=\"relative\"\n", {home + "/Videos"}, "switched off; nonsense"},
+  };
+  std::filesystem::create_directory(home + "/.config");
+  for (const Row& row : rows) {
+    std::ofstream(home + "/.config/user-dirs.dirs") << row.lines;
+    EXPECT_EQ(defaultRoots(), row.roots) << row.reason;
+  }
+  for (const auto& [name, value] : earlier)
+    value.empty() ? ::unsetenv(name.c_str()) : ::setenv(name.c_str(), value.c_str(), 1);
+}
+
+TEST(NaturalOrder, IsTotalAndReadsNumbers) {
+  const std::vector<std::string> sorted = {
+      "", "a", "a/z", "A 1", "a 02", "a 2", "a 10", "a 10 b", "a100000000000000000000", "B", "b"};
+  for (std::size_t i = 0; i < sorted.size(); ++i) {
+    for (std::size_t j = 0; j < sorted.size(); ++j) {
+      const int order = naturalCompare(sorted[i], sorted[j]);
+      EXPECT_EQ((order > 0) - (order < 0), (i > j) - (i < j)) << "'" << sorted[i] << "' '" << sorted[j] << "'";
+    }
+  }
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary::test

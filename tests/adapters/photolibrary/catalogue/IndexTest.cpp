@@ -1,0 +1,246 @@
+// The index: what it saves, and that nothing that happens to it harms the library.
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <random>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "adapters/photolibrary/catalogue/Database.h"
+#include "tests/adapters/photolibrary/LibraryFolder.h"
+
+namespace tlx::photolibrary::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class FilesIndex : public testing::Test {
+ protected:
+  FilesIndex() {
+    folder_.putPhoto("one.jpg", 1000);
+    folder_.putPhoto("trip/two.jpg", 2000);
+    folder_.put("note.jpg", {'n', 'o'}, 3000);
+  }
+  std::unique_ptr<PhotoLibrary> open() { return std::make_unique<PhotoLibrary>(folder_.options(), log_); }
+  std::unique_ptr<PhotoLibrary> scanned() {
+    auto library = open();
+    library->waitUntilScanned();
+    return library;
+  }
+  fs::path indexFile() const {
+    for (const auto& entry : fs::directory_iterator(folder_.top() / "cache")) {
+      if (entry.path().extension() == ".sqlite") return entry.path();
+    }
+    return {};
+  }
+  /// Other bytes, with everything about the file as it was.
+  void forge(const std::string& path, const std::string& bytes) {
+    const fs::path full = folder_.pictures() / path;
+    struct stat before;
+    ASSERT_EQ(::stat(full.c_str(), &before), 0);
+    std::string content(static_cast<std::size_t>(before.st_size), '\0');
+    content.replace(0, bytes.size(), bytes);
+    std::fstream(full, std::ios::in | std::ios::out | std::ios::binary) << content;
+    const timespec times[2] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(::utimensat(AT_FDCWD, full.c_str(), times, 0), 0);
+  }
+
+  /// Fails the test when the child ends by itself with anything but success.
+  static void inAChild(const std::function<void()>& work) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      work();
+      ::_exit(0);
+    }
+    int status;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    if (WIFEXITED(status)) {
+      EXPECT_EQ(WEXITSTATUS(status), 0) << "the line of what went wrong, modulo 256";
+    } else {
+      EXPECT_EQ(WTERMSIG(status), SIGALRM);
+    }
+  }
+  static void expectInChild(bool good, int line = __builtin_LINE()) {
+    if (!good) ::_exit(std::max(line % 256, 1));
+  }
+
+  LibraryFolder folder_;
+  KeptLog log_;
+};
+
+TEST_F(FilesIndex, FilesThatStayedAsTheyWereAreNotReadAgain) {
+  scanned();
+  forge("one.jpg", "no picture any more");
+  const auto photo = samplePhoto();
+  folder_.put("trip/note.jpg", {'n', 'o'}, 3000);
+  scanned();
+  EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+  folder_.put("one.jpg", {'n', 'o'}, 1000);
+  EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), ElementsAre("two.jpg")) << "another size: looked into";
+  folder_.put("note.jpg", photo, 3000);
+  EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), ElementsAre("note.jpg", "two.jpg"))
+      << "a rejected file grew into a photo";
+}
+
+TEST_F(FilesIndex, AKnownLibraryIsThereBeforeItsFilesAreLookedAt) {
+  scanned();
+  const auto library = open();
+  library->waitUntilOpened();
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+  EXPECT_THAT(titles(*library), ElementsAre("pictures", "trip"));
+}
+
+TEST_F(FilesIndex, DamagedOrForeignIndexesAreSetAsideWithAWord) {
+  struct Row {
+    const char* what;
+    std::function<void(const fs::path&)> damage;
+  };
+  const Row rows[] = {
+      {"no database at all",
+       [](const fs::path& file) { std::ofstream(file) << "this is a shopping list, not a database"; }},
+      {"cut short", [](const fs::path& file) { fs::resize_file(file, 5000); }},
+      {"overwritten in the middle",
+       [](const fs::path& file) {
+         std::fstream stream(file, std::ios::in | std::ios::out | std::ios::binary);
+         stream.seekp(4096);
+         for (int i = 0; i < 40000; ++i) stream.put('\x5a');
+       }},
+      {"another version", [](const fs::path& file) { Database(file.string()).execute("PRAGMA user_version=99"); }},
+      {"somebody else's",
+       [](const fs::path& file) {
+         fs::remove(file);
+         Database(file.string()).execute("CREATE TABLE recipes(name)");
+       }},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    KeptLog log;
+    fs::remove_all(folder_.top() / "cache");
+    scanned();
+    row.damage(indexFile());
+    PhotoLibrary library(folder_.options(), log);
+    library.waitUntilScanned();
+    EXPECT_THAT(namesIn(library, "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+    EXPECT_THAT(log.lines(), ElementsAre(HasSubstr("set aside")));
+    EXPECT_TRUE(fs::exists(indexFile().string() + ".broken"));
+  }
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesIndex, WithoutAPlaceForAnIndexTheLibraryLivesInMemory) {
+  std::ofstream(folder_.top() / "cache") << "a file where the folder should be";
+  const auto library = scanned();
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+  folder_.putPhoto("three.jpg", 3000);
+  library->rescan();
+  library->waitUntilScanned();
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("three.jpg", "two.jpg", "one.jpg"));
+  EXPECT_THAT(log_.lines(), ElementsAre(HasSubstr("memory only"))) << "said once";
+}
+
+TEST_F(FilesIndex, AnIndexThatVanishesUnderWayHarmsNothing) {
+  const auto library = scanned();
+  fs::remove_all(folder_.top() / "cache");
+  folder_.putPhoto("three.jpg", 3000);
+  library->rescan();
+  library->waitUntilScanned();
+  EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("three.jpg", "two.jpg", "one.jpg"));
+  EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), SizeIs(3));
+}
+
+TEST_F(FilesIndex, TwoLibrariesShareOneIndex) {
+  const auto first = open(), second = open();
+  for (int round = 0; round < 10; ++round) {
+    folder_.putPhoto("round " + std::to_string(round) + "/x.jpg", 5000 + round);
+    if (round > 0) fs::remove_all(folder_.pictures() / ("round " + std::to_string(round - 1)));
+    first->rescan();
+    second->rescan();
+  }
+  first->waitUntilScanned();
+  second->waitUntilScanned();
+  EXPECT_THAT(namesIn(*first, "Camera Roll"), ElementsAre("x.jpg", "two.jpg", "one.jpg"));
+  EXPECT_EQ(namesIn(*second, "Camera Roll"), namesIn(*first, "Camera Roll"));
+  const auto third = scanned();
+  EXPECT_EQ(titles(*third), titles(*first));
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesIndex, AScanKilledAtAnyMomentIsTakenUpAgain) {
+  for (int i = 0; i < 300; ++i) folder_.putPhoto("many/" + std::to_string(i) + ".jpg", 10'000 + i);
+  const std::vector<std::string> whole = namesIn(*scanned(), "Camera Roll");
+  ASSERT_THAT(whole, SizeIs(302));
+  const auto seed = std::random_device()();
+  RecordProperty("seed", std::to_string(seed));
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  for (int round = 0; round < 200; ++round) {
+    if (round % 4 == 0) fs::remove_all(folder_.top() / "cache");
+    const itimerval moment = {{0, 0}, {0, static_cast<suseconds_t>(1 + random() % 30'000)}};
+    inAChild([&] {
+      // Ended by its own alarm, in the middle of whatever it does then.
+      ::setitimer(ITIMER_REAL, &moment, nullptr);
+      scanned();
+    });
+    if (round % 10 == 9) {
+      ASSERT_EQ(namesIn(*scanned(), "Camera Roll"), whole) << "round " << round;
+    }
+  }
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesIndex, AFullDiskLeavesTheLibraryInMemoryAndTheFilesAlone) {
+  for (int i = 0; i < 300; ++i) folder_.putPhoto("many/" + std::to_string(i) + ".jpg", 10'000 + i);
+  for (const rlim_t most : {0, 4096, 40'000, 100'000}) {
+    fs::remove_all(folder_.top() / "cache");
+    inAChild([&] {
+      ::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow fails as on a full disk
+      const rlimit limit = {most, most};
+      ::setrlimit(RLIMIT_FSIZE, &limit);
+      expectInChild(namesIn(*scanned(), "Camera Roll").size() == 302);
+      expectInChild(log_.lines().size() == 1 && log_.lines()[0].find("memory only") != std::string::npos);
+    });
+    EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), SizeIs(302)) << "room again, after " << most;
+  }
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesIndex, WhatMayNotBeWrittenOrReadIsToldOfAndHarmsNothing) {
+  scanned();
+  folder_.putPhoto("closed/three.jpg", 3000);
+  constexpr auto kAll = fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read | fs::perms::group_exec |
+                        fs::perms::others_read | fs::perms::others_exec;
+  fs::permissions(folder_.top(), kAll, fs::perm_options::add);
+  for (const auto& entry : fs::recursive_directory_iterator(folder_.pictures()))
+    fs::permissions(entry.path(), kAll, fs::perm_options::add);
+  fs::permissions(folder_.pictures(), kAll, fs::perm_options::add);
+  for (const auto& entry : fs::directory_iterator(folder_.top() / "cache")) fs::permissions(entry.path(), kAll);
+  fs::permissions(folder_.top() / "cache", kAll);
+  fs::permissions(folder_.pictures() / "closed", fs::perms::none);
+  inAChild([&] {
+    if (::geteuid() == 0 && ::setresuid(65534, 65534, 65534) != 0) ::_exit(0);  // root may do anything
+    expectInChild(namesIn(*scanned(), "Camera Roll") == std::vector<std::string>{"two.jpg", "one.jpg"});
+    std::string all;
+    for (const std::string& line : log_.lines()) all += line + "\n";
+    expectInChild(all.find("memory only") != std::string::npos);
+    expectInChild(all.find("closed are left out: Permission denied") != std::string::npos);
+  });
+  fs::permissions(folder_.top() / "cache", fs::perms::owner_all);
+  fs::permissions(folder_.pictures() / "closed", fs::perms::owner_all);
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary::test

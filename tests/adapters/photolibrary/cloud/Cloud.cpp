@@ -1,0 +1,77 @@
+#include "tests/adapters/photolibrary/cloud/Cloud.h"
+
+#include <QCoreApplication>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+#include "adapters/photolibrary/files/FolderSource.h"
+#include "adapters/photolibrary/source/SourceSet.h"
+
+namespace tlx::photolibrary::test {
+namespace {
+
+/// The network's classes want one in the process.
+class Application final : public testing::Environment {
+ public:
+  void SetUp() override { application_ = std::make_unique<QCoreApplication>(count_, words_); }
+  void TearDown() override { application_.reset(); }
+
+ private:
+  char name_[5] = "test";
+  char* words_[2] = {name_, nullptr};
+  int count_ = 1;
+  std::unique_ptr<QCoreApplication> application_;
+};
+[[maybe_unused]] const auto* const application = testing::AddGlobalTestEnvironment(new Application);
+
+}  // namespace
+
+Cloud::Cloud(const std::string& url) : Cloud(url, patient(std::chrono::seconds(30))) {}
+
+Cloud::Cloud(const std::string& url, WebDavSource::Settings settings, std::vector<std::string> folders)
+    : url_(url), settings_(std::move(settings)), folders_(std::move(folders)) {
+  if (settings_.cacheFolder.empty()) settings_.cacheFolder = cache();
+  reopen();
+}
+
+WebDavSource::Settings Cloud::patient(std::chrono::milliseconds patience) {
+  WebDavSource::Settings settings;
+  settings.patience = patience;
+  return settings;
+}
+
+void Cloud::reopen() {
+  library_.reset();
+  auto options = folder_.options();
+  options.preauthorised = true;
+  std::vector<std::unique_ptr<Source>> sources;
+  if (!folders_.empty()) sources.push_back(std::make_unique<FolderSource>(folders_, log_));
+  sources.push_back(std::make_unique<WebDavSource>(std::get<CloudAddress>(parseCloudAddress(url_)), settings_, log_));
+  library_ = std::make_unique<PhotoLibrary>(options, std::make_unique<SourceSet>(std::move(sources)), log_);
+  library_->waitUntilScanned();
+}
+
+void Cloud::rescan() {
+  library_->rescan();
+  library_->waitUntilScanned();
+}
+
+std::variant<Original, NSError> Cloud::fetch(const std::string& name, ItemStore::FetchOptions options) {
+  const std::string identifier = identifierOf(*library_, name);
+  if (identifier.empty()) ADD_FAILURE() << "there is no " << name;
+  return library_->fetchOriginal(identifier, options);
+}
+
+std::int64_t codeOf(const std::variant<Original, NSError>& fetched) {
+  const NSError* const error = std::get_if<NSError>(&fetched);
+  if (error && error->domain != kCloudPhotoLibraryErrorDomain) ADD_FAILURE() << "a failure of " << error->domain;
+  return error ? error->code : 0;
+}
+
+std::string contentOf(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+}  // namespace tlx::photolibrary::test

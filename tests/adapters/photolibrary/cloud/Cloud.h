@@ -1,0 +1,44 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <variant>
+
+#include "adapters/photolibrary/cloud/webdav/WebDavSource.h"
+#include "tests/adapters/photolibrary/LibraryFolder.h"
+
+namespace tlx::photolibrary::test {
+
+/// A library on a server's folder, with a cache of its own.
+class Cloud {
+ public:
+  explicit Cloud(const std::string& url);
+  Cloud(const std::string& url, WebDavSource::Settings settings, std::vector<std::string> folders = {});
+
+  PhotoLibrary& library() { return *library_; }
+  KeptLog& log() { return log_; }
+  std::filesystem::path cache() const { return folder_.top() / "cache"; }
+  /// Ends this one and opens another on what it left.
+  void reopen();
+  void rescan();
+  /// Of the file with that name; fails the test when there is none.
+  std::variant<Original, NSError> fetch(const std::string& name, ItemStore::FetchOptions options = {true, {}, {}});
+  /// Names of all items, newest first.
+  std::vector<std::string> names() { return namesIn(*library_, "Camera Roll"); }
+  static WebDavSource::Settings patient(std::chrono::milliseconds patience);
+
+ private:
+  std::string url_;
+  WebDavSource::Settings settings_;
+  std::vector<std::string> folders_;
+  LibraryFolder folder_;
+  KeptLog log_;
+  std::unique_ptr<PhotoLibrary> library_;
+};
+
+/// The code of a failed fetch; 0 when it did not fail.
+std::int64_t codeOf(const std::variant<Original, NSError>& fetched);
+std::string contentOf(const std::filesystem::path& path);
+
+}  // namespace tlx::photolibrary::test

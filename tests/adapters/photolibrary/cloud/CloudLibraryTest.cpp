@@ -1,0 +1,418 @@
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "adapters/memory/LoopThread.h"
+#include "adapters/memory/MainLoop.h"
+#include "adapters/memory/MemoryPlatform.h"
+#include "adapters/photolibrary/images/ImageManager.h"
+#include "tests/adapters/photolibrary/cloud/Cloud.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
+#include "tests/contracts/ImageManagerContract.h"
+#include "tests/contracts/PhotoLibraryContract.h"
+#include "tests/support/WebServers.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+using test::Cloud;
+using test::samplePhoto;
+using test::sampleVideo;
+using tlx::test::answer;
+using tlx::test::listed;
+using tlx::test::multistatus;
+using tlx::test::Nginx;
+using tlx::test::Rclone;
+using tlx::test::ScriptedServer;
+
+/// A folder that a server serves.
+class Served {
+ public:
+  std::filesystem::path root() const { return top_.file("served"); }
+  std::filesystem::path scratch() const { return top_.file("server"); }
+  Served() {
+    std::filesystem::create_directories(root());
+    std::filesystem::create_directories(scratch());
+  }
+  void put(const std::string& name, const std::vector<std::uint8_t>& bytes, double date = 1'600'000'000) const {
+    const auto path = root() / name;
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    const std::chrono::sys_seconds time{std::chrono::seconds(static_cast<std::int64_t>(date))};
+    std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(time));
+  }
+
+ private:
+  test::TemporaryFolder top_;
+};
+
+TEST(CloudLibrary, TwoServersOfDifferentMakeShowTheSame) {
+  if (!Nginx::installed() || !Rclone::installed()) GTEST_SKIP() << "nginx or rclone is not installed";
+  const Served served;
+  served.put("newest.jpg", samplePhoto({"2024:05:06 07:08:09", "+00:00"}));
+  served.put("Trip to \xc3\x89t\xc3\xa9/100% & more #1?.jpg", samplePhoto(), 1'500'000'000);
+  served.put("Trip to \xc3\x89t\xc3\xa9/Day 2/clip.mp4", sampleVideo(3), 1'400'000'000);
+  served.put("notes.txt", {'h', 'i'});
+  served.put("fake.jpg", {'h', 'i'});
+  served.put("empty.jpg", {});
+  served.put(".hidden.jpg", samplePhoto());
+  served.put(".hidden/a.jpg", samplePhoto());
+  Nginx::Options wanted;
+  wanted.user = "al";
+  wanted.password = "s@e/c r&t";
+  const Nginx nginx(served.root(), served.scratch(), wanted);
+  const Rclone rclone(served.root(), served.scratch(), wanted.user, wanted.password);
+  for (const std::string& host : {nginx.host(), rclone.host()}) {
+    Cloud cloud("http://al:s%40e%2Fc%20r%26t@" + host);
+    EXPECT_THAT(cloud.names(), testing::ElementsAre("newest.jpg", "100% & more #1?.jpg", "clip.mp4"));
+    EXPECT_THAT(test::titles(cloud.library()), testing::ElementsAre(host, "Trip to \xc3\x89t\xc3\xa9", "Day 2"));
+    const auto newest = cloud.library().details(test::identifierOf(cloud.library(), "newest.jpg"));
+    ASSERT_TRUE(newest);
+    EXPECT_EQ(newest->created, 1714979289) << "the date inside the file";
+    EXPECT_EQ(newest->address, "http://" + host + "/newest.jpg");
+    EXPECT_EQ(newest->path, "") << "not here yet";
+    EXPECT_EQ(cloud.library().details(test::identifierOf(cloud.library(), "clip.mp4"))->duration, 3);
+    EXPECT_EQ(test::codeOf(cloud.fetch("100% & more #1?.jpg")), 0);
+    for (const auto& file : std::filesystem::recursive_directory_iterator(cloud.cache())) {
+      if (!file.is_regular_file()) continue;
+      for (const char* const secret : {"s@e/c", "s%40e"}) {
+        EXPECT_EQ(test::contentOf(file.path()).find(secret), std::string::npos) << file.path();
+      }
+    }
+    EXPECT_THAT(cloud.log().lines(), testing::IsEmpty());
+  }
+}
+
+TEST(CloudLibrary, ReadsOnlyWhatIsNewWhenItIsOpenedAgain) {
+  if (!Nginx::installed()) GTEST_SKIP() << "nginx is not installed";
+  const Served served;
+  for (int i = 0; i < 40; ++i) served.put("Trip/" + std::to_string(i) + ".jpg", samplePhoto(), 1'500'000'000 + i);
+  served.put("Trip/fake.jpg", {'h', 'i'});
+  Nginx server(served.root(), served.scratch());
+  Cloud cloud(server.url());
+  ASSERT_EQ(cloud.names().size(), 40u);
+  const std::string kept = test::identifierOf(cloud.library(), "7.jpg");
+  served.put("Trip/new.jpg", samplePhoto(), 1'700'000'000);
+  served.put("Trip/8.jpg", samplePhoto(), 1'600'000'000);
+  std::filesystem::remove(served.root() / "Trip/9.jpg");
+  const auto before = server.requests().size();
+  cloud.reopen();
+  EXPECT_EQ(server.requests().size() - before, 4u) << "two listings, the new one and the changed one";
+  EXPECT_EQ(cloud.names().size(), 40u);
+  EXPECT_EQ(cloud.names().front(), "new.jpg");
+  EXPECT_EQ(test::identifierOf(cloud.library(), "7.jpg"), kept);
+
+  server.kill();
+  cloud.reopen();
+  EXPECT_EQ(cloud.names().size(), 40u) << "what is known can be seen without the server";
+  ASSERT_EQ(cloud.log().lines().size(), 1u);
+  EXPECT_THAT(cloud.log().lines()[0], testing::HasSubstr("refused"));
+  cloud.rescan();
+  EXPECT_EQ(cloud.log().lines().size(), 1u) << "said once";
+}
+
+TEST(CloudLibrary, TheSameFileHereAndThereIsOneItem) {
+  if (!Nginx::installed()) GTEST_SKIP() << "nginx is not installed";
+  const Served served, local;
+  const auto dated = samplePhoto({"2024:05:06 07:08:09", "+00:00"});
+  for (const Served* each : {&served, &local}) {
+    each->put("Trip/both.jpg", dated, each == &served ? 1'600'000'000 : 1'650'000'000);
+    each->put("Trip/undated.jpg", samplePhoto(), 1'500'000'000.0);
+    each->put("Trip/other date.jpg", samplePhoto(), each == &served ? 1'400'000'000 : 1'400'000'001);
+    auto longer = dated;
+    if (each == &served) longer.push_back(0);
+    each->put("Trip/other length.jpg", longer, 1'300'000'000);
+  }
+  served.put("Trip/only there.jpg", samplePhoto(), 1'200'000'000);
+  served.put("Again/both.jpg", dated);
+  const Nginx server(served.root(), served.scratch());
+  Cloud cloud(server.url(), Cloud::patient(std::chrono::seconds(30)), {local.root()});
+  EXPECT_EQ(cloud.names().size(), 7u);
+  const auto albums = cloud.library().fetchAssetCollections(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny);
+  std::vector<std::size_t> counts;
+  for (const auto& album : *albums) counts.push_back(cloud.library().fetchAssets(*album, {})->count());
+  EXPECT_THAT(counts, testing::UnorderedElementsAre(4u, 5u, 1u)) << "every album has all of its own";
+  for (const char* const name : {"both.jpg", "undated.jpg"}) {
+    const auto fetched = cloud.fetch(name, {false, {}, {}});
+    EXPECT_TRUE(std::holds_alternative<Original>(fetched)) << name << " is here";
+  }
+  cloud.reopen();
+  EXPECT_EQ(cloud.names().size(), 7u);
+  std::filesystem::remove_all(local.root() / "Trip");
+  cloud.rescan();
+  EXPECT_EQ(cloud.names().size(), 6u) << "what is no longer here is still there";
+}
+
+TEST(CloudLibrary, WrongCredentialsAreNoAccess) {
+  if (!Nginx::installed()) GTEST_SKIP() << "nginx is not installed";
+  struct Asked final : CredentialSource {
+    std::vector<Credentials> answers{{"al", "sesame"}, {"al", "wrong"}};
+    std::vector<std::string> accepted_;
+    std::optional<Credentials> credentialsFor(const std::string&, const std::function<bool()>&) override {
+      if (answers.empty()) return std::nullopt;
+      Credentials next = answers.back();
+      answers.pop_back();
+      return next;
+    }
+    void accepted(const std::string&, const Credentials& credentials) override {
+      accepted_.push_back(credentials.password);
+    }
+  } asked;
+  const Served served;
+  served.put("a.jpg", samplePhoto());
+  Nginx::Options wanted;
+  wanted.user = "al";
+  wanted.password = "sesame";
+  const Nginx server(served.root(), served.scratch(), wanted);
+  Cloud wrong("http://al:no@" + server.host());
+  EXPECT_EQ(wrong.library().authorizationStatus(), PHAuthorizationStatusDenied);
+  ASSERT_EQ(wrong.log().lines().size(), 1u);
+  EXPECT_EQ(wrong.log().lines()[0].find("no@"), std::string::npos);
+
+  auto settings = Cloud::patient(std::chrono::seconds(30));
+  settings.credentials = &asked;
+  Cloud cloud(server.url(), settings);
+  EXPECT_THAT(cloud.names(), testing::ElementsAre("a.jpg"));
+  EXPECT_THAT(asked.accepted_, testing::ElementsAre("sesame"));
+}
+
+/// A server that numbers its files, and so can be believed that nothing below a collection has changed.
+TEST(CloudLibrary, TrustsCollectionsOfServersThatNumberTheirFiles) {
+  std::mutex mutex;
+  std::string tag = "1";
+  bool holdsLoop = true;
+  std::vector<std::string> listings;
+  const auto collection = [](const std::string& href, const std::string& id, const std::string& etag) {
+    return listed(href, "<d:resourcetype><d:collection/></d:resourcetype><oc:fileid>" + id +
+                            "</oc:fileid><d:getetag>\"" + etag + "\"</d:getetag>");
+  };
+  const auto file = [](const std::string& href, const std::string& id) {
+    return listed(href, "<d:getcontentlength>" + std::to_string(samplePhoto().size()) +
+                            "</d:getcontentlength><d:getetag>\"f\"</d:getetag><oc:fileid>" + id + "</oc:fileid>");
+  };
+  const ScriptedServer server([&](const std::string& request, const ScriptedServer::Connection& connection) {
+    const std::lock_guard lock(mutex);
+    const std::string path = request.substr(request.find(' ') + 1, request.find(" HTTP") - request.find(' ') - 1);
+    if (!request.starts_with("PROPFIND")) {
+      const auto photo = samplePhoto();
+      return connection.send(answer("200 OK", "ETag: \"f\"\r\n", std::string(photo.begin(), photo.end())));
+    }
+    listings.push_back(path);
+    std::string members;
+    if (path == "/") {
+      members = collection("/", "1", tag) + collection("/Old/", "2", "o") + collection("/New/", "3", tag) +
+                collection("/Left%20out/", "5", "x") + collection("/../etc/", "66", "x") +
+                collection("http://elsewhere.example/Bad/", "67", "x");
+    } else if (path == "/Old/") {
+      members = collection("/Old/", "2", "o") + file("/Old/a.jpg", "10") + collection("/Old/Deep/", "4", "d");
+    } else if (path == "/Old/Deep/") {
+      members = file("/Old/Deep/b.jpg", "11") + (holdsLoop ? collection("/Old/Deep/Again/", "2", "o") : "");
+    } else if (path == "/Left%20out/") {
+      members = file("/Left%20out/.nomedia", "13") + file("/Left%20out/d.jpg", "14");
+    } else if (path == "/New/") {
+      members = file("/New/" + std::string(tag == "1" ? "c" : "renamed") + ".jpg", "12");
+    }
+    connection.send(answer("207 Multi-Status", "", multistatus(members)));
+  });
+  const auto heard = [&] {
+    const std::lock_guard lock(mutex);
+    return listings;
+  };
+  Cloud cloud(server.url());
+  EXPECT_THAT(cloud.names(), testing::UnorderedElementsAre("a.jpg", "b.jpg", "c.jpg"));
+  EXPECT_THAT(heard(), testing::UnorderedElementsAre("/", "/Old/", "/Old/Deep/", "/New/", "/Left%20out/"))
+      << "neither a collection inside itself nor one outside";
+  const std::string identifier = test::identifierOf(cloud.library(), "c.jpg");
+  {
+    const std::lock_guard lock(mutex);
+    listings.clear();
+    tag = "2";
+  }
+  cloud.reopen();
+  EXPECT_THAT(cloud.names(), testing::UnorderedElementsAre("a.jpg", "b.jpg", "renamed.jpg"));
+  EXPECT_THAT(heard(), testing::UnorderedElementsAre("/", "/New/", "/Left%20out/"));
+  EXPECT_EQ(test::identifierOf(cloud.library(), "renamed.jpg"), identifier) << "a number survives a rename";
+}
+
+TEST(CloudLibrary, ShowsTheServersPreviewsOrTheBeginningOfTheFile) {
+  const auto photo = test::readFile([] {
+    static const test::TemporaryFolder folder;
+    test::writePicture(folder.file("p.jpg"), {.width = 640, .height = 480});
+    return folder.file("p.jpg");
+  }());
+  const std::string bytes(photo.begin(), photo.end());
+  bool capable = true;
+  std::vector<std::string> previews;
+  const ScriptedServer server([&](const std::string& request, const ScriptedServer::Connection& connection) {
+    if (request.starts_with("PROPFIND")) {
+      return connection.send(
+          answer("207 Multi-Status", "",
+                 multistatus(listed("/x/remote.php/dav/files/al/a%20b.jpg",
+                                    "<d:getcontentlength>100000</d:getcontentlength><d:getetag>\"f\"</d:getetag>"))));
+    }
+    if (request.starts_with("GET /x/ocs/v2.php/cloud/capabilities?format=json ")) {
+      return connection.send(capable ? answer("200 OK", "", R"({"ocs":{"data":{"capabilities":{"dav":{}}}}})")
+                                     : answer("404 Not Found", "", ""));
+    }
+    if (request.starts_with("GET /x/index.php/core/preview.png?")) {
+      previews.push_back(request.substr(0, request.find(" HTTP")));
+      return connection.send(answer("200 OK", "", bytes));
+    }
+    connection.send(answer("206 Partial Content", "ETag: \"f\"\r\nContent-Range: bytes 0-65535/100000\r\n",
+                           (bytes + std::string(65536, '\0')).substr(0, 65536)));
+  });
+  for (const bool has : {true, false}) {
+    capable = has;
+    Cloud cloud(server.url() + "/x/remote.php/dav/files/al");
+    for (int time = 0; time < 2; ++time) {
+      const auto preview = cloud.library().fetchPreview(test::identifierOf(cloud.library(), "a b.jpg"), 300, {});
+      ASSERT_TRUE(std::holds_alternative<Preview>(preview));
+      EXPECT_EQ(std::get<Preview>(preview).head, !has);
+    }
+    EXPECT_TRUE(cloud.library().details(test::identifierOf(cloud.library(), "a b.jpg"))->path.empty());
+  }
+  EXPECT_THAT(previews,
+              testing::ElementsAre("GET /x/index.php/core/preview.png?file=/a%20b.jpg&x=512&y=512&a=1&forceIcon=0"))
+      << "asked for once, then kept";
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary
+
+namespace tlx::contracts {
+namespace {
+
+using photolibrary::test::Cloud;
+
+/// What both worlds share: a folder, nginx over it, a library on that and on an empty folder of this machine's, which
+/// takes what is captured.
+class CloudWorld {
+ protected:
+  CloudWorld()
+      : server_(served_.root(), served_.scratch()),
+        cloud_(server_.url(), Cloud::patient(std::chrono::seconds(30)), {local_.root()}) {}
+
+  photolibrary::Served served_, local_;
+  tlx::test::Nginx server_;
+  Cloud cloud_;
+};
+
+class CloudLibraryWorld final : public PhotoLibraryWorld, CloudWorld {
+ public:
+  MainQueuePort& mainQueue() override { return platform_.loop; }
+  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
+  void settle() override {
+    cloud_.library().waitUntilScanned();
+    platform_.loop.runUntilIdle();
+  }
+  PhotoLibraryPort& library() override { return cloud_.library(); }
+  void put(const std::vector<Item>& items) override {
+    for (const Item& item : items) {
+      const bool video = item.mediaType == PHAssetMediaTypeVideo;
+      (item.album == "Camera" ? local_ : served_)
+          .put(item.album + "/" + item.name,
+               video ? photolibrary::test::sampleVideo() : photolibrary::test::samplePhoto(), item.creationDate);
+    }
+    cloud_.rescan();
+  }
+  void take(const std::vector<std::string>& names) override {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(served_.root())) {
+      if (std::find(names.begin(), names.end(), entry.path().filename()) != names.end())
+        std::filesystem::remove(entry.path());
+    }
+    cloud_.rescan();
+  }
+  AVRecording recording() override {
+    served_.put("../capture", photolibrary::test::sampleVideo());
+    return {(served_.root() / "../capture").string(), {}, 1, nullptr};
+  }
+  bool setAccess(PHAuthorizationStatus) override { return false; }
+  void setPromptAnswer(PHAuthorizationStatus) override {}
+  int promptCount() const override { return 0; }
+
+ private:
+  memory::MemoryPlatform platform_;
+};
+
+/// Every item is on the server.
+class CloudImageWorld final : public ImageManagerWorld, CloudWorld {
+ public:
+  MainQueuePort& mainQueue() override { return loop_; }
+  bool runUntil(const std::function<bool()>& done) override { return loop_.runUntil(done); }
+  void settle() override {
+    images_.waitUntilIdle();
+    loop_.runUntilIdle();
+  }
+  ImageManagerPort& images() override { return images_; }
+  Asset photo(int width, int height, std::uint32_t colour) override {
+    return made(".png",
+                [&](const std::string& path) { photolibrary::test::writeFlatPicture(path, width, height, colour); });
+  }
+  Asset damagedPhoto() override {
+    return made(".jpg", [](const std::string& path) {
+      photolibrary::test::writePicture(path, {.width = 320, .height = 240});
+      auto bytes = photolibrary::test::readFile(path);
+      bytes.resize(bytes.size() / 2);
+      photolibrary::test::writeFile(path, bytes);
+    });
+  }
+  /// Fetched before: no cell's picture is worth fetching a whole video.
+  Asset video(double seconds) override {
+    const auto asset = clip(seconds);
+    cloud_.library().fetchOriginal(asset->localIdentifier, {true, {}, {}});
+    return asset;
+  }
+  Asset clip(double seconds) {
+    return made(".mp4", [&](const std::string& path) {
+      photolibrary::test::writeClip(path, {.frames = static_cast<int>(seconds * 10)});
+    });
+  }
+  Asset videoWithoutVideoTrack() override {
+    return made(".mov",
+                [](const std::string& path) { photolibrary::test::writeClip(path, {.video = false, .audio = true}); });
+  }
+  Asset deletedPhoto() override {
+    const auto asset = photo(10, 10, 0);
+    std::filesystem::remove(served_.root() / (std::to_string(files_) + ".png"));
+    return asset;
+  }
+  Asset cloudPhoto() override { return photo(600, 600, 0x123456); }
+  Asset cloudVideo() override { return clip(1); }
+
+ private:
+  template <class Write>
+  Asset made(const char* ending, Write write) {
+    const std::string name = std::to_string(++files_) + ending;
+    write((served_.root() / name).string());
+    cloud_.rescan();
+    const auto found =
+        cloud_.library().fetchAssetsWithLocalIdentifiers({photolibrary::test::identifierOf(cloud_.library(), name)});
+    return found->firstObject();
+  }
+  photolibrary::ImageManager::Settings settings() const {
+    photolibrary::ImageManager::Settings settings;
+    settings.pixelFolder = (served_.scratch() / "pixels").string();
+    return settings;
+  }
+
+  memory::Background background_;
+  memory::MainLoop loop_{background_};
+  photolibrary::ImageManager images_{cloud_.library(), loop_, settings()};
+  int files_ = 0;
+};
+
+std::unique_ptr<PhotoLibraryWorld> makeCloudWorld() {
+  return std::make_unique<CloudLibraryWorld>();
+}
+std::unique_ptr<ImageManagerWorld> makeCloudImageWorld() {
+  return std::make_unique<CloudImageWorld>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Cloud, PhotoLibraryContract, testing::Values(&makeCloudWorld));
+INSTANTIATE_TEST_SUITE_P(Cloud, ImageManagerContract, testing::Values(&makeCloudImageWorld));
+
+}  // namespace
+}  // namespace tlx::contracts

@@ -1,0 +1,310 @@
+#include <atomic>
+#include <filesystem>
+#include <fstream>
+#include <future>
+#include <optional>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include "tests/adapters/photolibrary/cloud/Cloud.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
+#include "tests/support/WebServers.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+using test::Cloud;
+using test::codeOf;
+using test::contentOf;
+using tlx::test::answer;
+using tlx::test::listed;
+using tlx::test::multistatus;
+using tlx::test::Nginx;
+using tlx::test::ScriptedServer;
+
+constexpr double kDate = 1'600'000'000;
+
+/// A JPEG of that many bytes: a small picture, and noise behind its end.
+std::string largePhoto(std::size_t bytes) {
+  const auto jpeg = test::samplePhoto();
+  std::string content(jpeg.begin(), jpeg.end());
+  std::uint32_t noise = 1;
+  while (content.size() < bytes) content += static_cast<char>((noise = noise * 1664525 + 1013904223) >> 24);
+  return content;
+}
+
+class CloudFetch : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!Nginx::installed()) GTEST_SKIP() << "nginx with its WebDAV module is not installed";
+  }
+  void put(const std::string& name, const std::string& content, double date = kDate) {
+    std::filesystem::create_directories(root());
+    std::ofstream(root() / name, std::ios::binary) << content;
+    const auto since = std::chrono::duration<double>(date);
+    std::filesystem::last_write_time(root() / name,
+                                     std::chrono::file_clock::from_sys(std::chrono::sys_time<std::chrono::seconds>(
+                                         std::chrono::duration_cast<std::chrono::seconds>(since))));
+  }
+  std::filesystem::path root() const { return top_.file("served"); }
+  std::filesystem::path scratch() const { return top_.file("server"); }
+
+  /// Options that note progress and stop at `until`.
+  ItemStore::FetchOptions watched(double until = 2) {
+    reports_.clear();
+    return {true,
+            [this, until](double progress) {
+              reports_.push_back(progress);
+              return progress < until;
+            },
+            {}};
+  }
+
+  test::TemporaryFolder top_;
+  std::vector<double> reports_;
+};
+
+TEST_F(CloudFetch, BringsAnOriginalOnceAndOnlyWhenItMay) {
+  const std::string photo = largePhoto(3 << 20);
+  put("a.jpg", photo);
+  const Nginx server(root(), scratch());
+  Cloud cloud(server.url());
+  const auto refused = cloud.fetch("a.jpg", {false, {}, {}});
+  ASSERT_TRUE(std::holds_alternative<NSError>(refused));
+  EXPECT_EQ(std::get<NSError>(refused).code, PhotoLibraryErrorNetworkNotAllowed);
+
+  const auto fetched = cloud.fetch("a.jpg", watched());
+  ASSERT_EQ(codeOf(fetched), 0);
+  EXPECT_EQ(contentOf(std::get<Original>(fetched).path), photo);
+  ASSERT_FALSE(reports_.empty());
+  EXPECT_TRUE(std::is_sorted(reports_.begin(), reports_.end()));
+  EXPECT_GT(reports_.front(), 0);
+  EXPECT_EQ(reports_.back(), 1);
+
+  const auto requests = server.requests().size();
+  cloud.reopen();
+  EXPECT_EQ(codeOf(cloud.fetch("a.jpg", watched())), 0);
+  EXPECT_TRUE(reports_.empty()) << "no bytes came over the network";
+  EXPECT_EQ(server.requests().size(), requests + 1) << "the listing alone";
+}
+
+TEST_F(CloudFetch, GoesOnWhereAKilledServerLeftOff) {
+  const std::string photo = largePhoto(4 << 20);
+  put("a.jpg", photo);
+  Nginx server(root(), scratch());
+  Cloud cloud(server.url());
+  server.setRate(1 << 20);
+  auto options = watched();
+  options.progress = [&](double progress) {
+    reports_.push_back(progress);
+    if (progress > 0.2) server.kill();
+    return true;
+  };
+  EXPECT_EQ(codeOf(cloud.fetch("a.jpg", options)), CloudErrorRefused);
+  const double reached = reports_.back();
+  EXPECT_LT(reached, 1);
+
+  server.setRate(0);
+  const auto fetched = cloud.fetch("a.jpg", watched());
+  ASSERT_EQ(codeOf(fetched), 0);
+  EXPECT_EQ(contentOf(std::get<Original>(fetched).path), photo);
+  EXPECT_GT(reports_.front(), reached) << "what had come was kept";
+  EXPECT_THAT(server.requests().back(), testing::HasSubstr(" 206 "));
+}
+
+TEST_F(CloudFetch, EndsAtOnceWhenStoppedOrCancelled) {
+  put("a.jpg", largePhoto(2 << 20));
+  Nginx server(root(), scratch());
+  Cloud cloud(server.url());
+  server.setRate(10 << 10);  // some three minutes
+  EXPECT_EQ(codeOf(cloud.fetch("a.jpg", watched(0))), CloudErrorCancelled);
+  EXPECT_EQ(reports_.size(), 1u);
+  std::atomic<bool> begun = false;
+  auto options = watched();
+  options.progress = [&](double) { return begun = true; };
+  options.cancelled = [&] { return begun.load(); };
+  EXPECT_EQ(codeOf(cloud.fetch("a.jpg", options)), CloudErrorCancelled);
+}
+
+TEST_F(CloudFetch, TwoWhoWantTheSameShareOneTransfer) {
+  put("a.jpg", largePhoto(2 << 20));
+  Nginx server(root(), scratch());
+  Cloud cloud(server.url());
+  const auto before = server.requests().size();
+  auto other = std::async(std::launch::async, [&] { return codeOf(cloud.fetch("a.jpg")); });
+  EXPECT_EQ(codeOf(cloud.fetch("a.jpg")), 0);
+  EXPECT_EQ(other.get(), 0);
+  EXPECT_EQ(server.requests().size(), before + 1);
+}
+
+TEST_F(CloudFetch, SaysWhatChangedUnderIt) {
+  put("gone.jpg", largePhoto(1000));
+  put("longer.jpg", largePhoto(1000));
+  put("touched.jpg", largePhoto(1000));
+  put("secret.jpg", largePhoto(1000));
+  const Nginx server(root(), scratch());
+  Cloud cloud(server.url());
+  std::filesystem::remove(root() / "gone.jpg");
+  put("longer.jpg", largePhoto(1001));
+  put("touched.jpg", largePhoto(1000), kDate + 60);
+  EXPECT_EQ(codeOf(cloud.fetch("gone.jpg")), CloudErrorNotFound);
+  EXPECT_EQ(codeOf(cloud.fetch("longer.jpg")), CloudErrorChanged);
+  EXPECT_EQ(codeOf(cloud.fetch("touched.jpg")), CloudErrorChanged);
+  cloud.rescan();
+  EXPECT_THAT(cloud.names(), testing::UnorderedElementsAre("longer.jpg", "touched.jpg", "secret.jpg"));
+  EXPECT_EQ(codeOf(cloud.fetch("longer.jpg")), 0);
+  EXPECT_EQ(codeOf(cloud.fetch("touched.jpg")), 0);
+}
+
+TEST_F(CloudFetch, ADiskThatIsFullLeavesNothingBehind) {
+  const std::filesystem::path small = top_.file("small");
+  std::filesystem::create_directories(small);
+  if (::mount("none", small.c_str(), "tmpfs", 0, "size=3m") != 0) GTEST_SKIP() << "no small disk can be made here";
+  put("large.jpg", largePhoto(8 << 20));
+  put("fits.jpg", largePhoto(2 << 20));
+  put("fits too.jpg", largePhoto(2 << 20));
+  {
+    const Nginx server(root(), scratch());
+    auto settings = Cloud::patient(std::chrono::seconds(30));
+    settings.cacheFolder = small;
+    Cloud cloud(server.url(), settings);
+    EXPECT_EQ(codeOf(cloud.fetch("large.jpg")), CloudErrorDiskFull);
+    EXPECT_TRUE(std::filesystem::is_empty(small / "originals"));
+    EXPECT_EQ(codeOf(cloud.fetch("fits.jpg")), 0);
+    EXPECT_EQ(codeOf(cloud.fetch("fits too.jpg")), 0) << "what is not in use makes room";
+  }
+  ::umount(small.c_str());
+}
+
+/// What a server does wrong with one photo of 1000 bytes, ETag "x", and what becomes of it.
+TEST(CloudFaults, AreToldApart) {
+  const std::string photo = largePhoto(1000);
+  const std::string tag = "ETag: \"x\"\r\n";
+  using Connection = ScriptedServer::Connection;
+  struct Row {
+    const char* reason;
+    std::int64_t code;
+    std::function<void(const Connection&, const std::string& request)> get;
+  };
+  const Row rows[] = {
+      {"nothing is wrong", 0, [&](auto& c, auto&) { c.send(answer("200 OK", tag, photo)); }},
+      {"wrong password", CloudErrorWrongCredentials,
+       [&](auto& c, auto&) { c.send(answer("401 Unauthorized", "WWW-Authenticate: Basic realm=\"a\"\r\n", "no")); }},
+      {"no access", CloudErrorForbidden, [&](auto& c, auto&) { c.send(answer("403 Forbidden", "", "no")); }},
+      {"a listed file that is gone", CloudErrorNotFound,
+       [&](auto& c, auto&) { c.send(answer("404 Not Found", "", "no")); }},
+      {"a server that fails", CloudErrorServer,
+       [&](auto& c, auto&) { c.send(answer("500 Internal Server Error", "", "no")); }},
+      {"a server that sends elsewhere", CloudErrorServer,
+       [&](auto& c, auto&) { c.send(answer("302 Found", "Location: http://127.0.0.1:1/\r\n", "")); }},
+      {"another version", CloudErrorChanged,
+       [&](auto& c, auto&) { c.send(answer("200 OK", "ETag: \"y\"\r\n", photo)); }},
+      {"a longer body than listed", CloudErrorChanged,
+       [&](auto& c, auto&) { c.send(answer("200 OK", tag, photo + "more")); }},
+      {"a longer body, its length untold", CloudErrorChanged,
+       [&](auto& c, auto&) {
+         c.send(answer("200 OK", tag + "Transfer-Encoding: chunked\r\n", "7d0\r\n" + photo + photo + "\r\n0\r\n\r\n"));
+       }},
+      {"a longer body than announced is cut", 0,
+       [&](auto& c, auto&) { c.send(answer("200 OK", tag + "Content-Length: 1000\r\n", photo + "more")); }},
+      {"a shorter body than announced, and nothing more", CloudErrorConnectionLost,
+       [&](auto& c, auto& request) {
+         const bool again = request.find("range: bytes=") != std::string::npos;
+         c.send(answer(again ? "206 Partial Content" : "200 OK",
+                       tag + (again ? "Content-Range: bytes 400-999/1000\r\nContent-Length: 600\r\n"
+                                    : "Content-Length: 1000\r\n"),
+                       again ? "" : photo.substr(0, 400)));
+       }},
+      {"a shorter body, then the rest", 0,
+       [&](auto& c, auto& request) {
+         const bool again = request.find("range: bytes=400-") != std::string::npos;
+         c.send(answer(again ? "206 Partial Content" : "200 OK",
+                       tag + (again ? "Content-Range: bytes 400-999/1000\r\nContent-Length: 600\r\n"
+                                    : "Content-Length: 1000\r\n"),
+                       again ? photo.substr(400) : photo.substr(0, 400)));
+       }},
+      {"a shorter body, then the whole of another version", CloudErrorChanged,
+       [&](auto& c, auto& request) {
+         const bool again = request.find("range: bytes=400-") != std::string::npos;
+         c.send(again ? answer("200 OK", "ETag: \"y\"\r\n", std::string(1000, 'y'))
+                      : answer("200 OK", tag + "Content-Length: 1000\r\n", photo.substr(0, 400)));
+       }},
+      {"another part than was asked for", CloudErrorServer,
+       [&](auto& c, auto&) {
+         c.send(answer("206 Partial Content", tag + "Content-Range: bytes 10-999/1000\r\n", photo));
+       }},
+      {"no HTTP", CloudErrorConnectionLost, [&](auto& c, auto&) { c.send("220 mail.example ESMTP\r\n\r\n"); }},
+      {"a door slammed", CloudErrorConnectionLost, [&](auto&, auto&) {}},
+      {"silence", CloudErrorTimedOut, [&](auto& c, auto&) { c.stall(); }},
+      {"silence half way", CloudErrorTimedOut,
+       [&](auto& c, auto&) {
+         c.send(answer("200 OK", tag + "Content-Length: 1000\r\n", photo.substr(0, 400)));
+         c.stall();
+       }},
+  };
+  for (const Row& row : rows) {
+    std::atomic<bool> listing = true;
+    ScriptedServer server([&](const std::string& request, const Connection& connection) {
+      if (request.starts_with("PROPFIND")) {
+        connection.send(
+            answer("207 Multi-Status", "",
+                   multistatus(
+                       listed("/", "<d:resourcetype><d:collection/></d:resourcetype>") +
+                       listed("/a.jpg", "<d:getcontentlength>1000</d:getcontentlength><d:getetag>\"x\"</d:getetag>"))));
+      } else if (listing) {
+        connection.send(answer("200 OK", tag, photo));
+      } else {
+        row.get(connection, request);
+      }
+    });
+    Cloud cloud(server.url(), Cloud::patient(std::chrono::milliseconds(1500)));
+    listing = false;
+    const auto fetched = cloud.fetch("a.jpg");
+    EXPECT_EQ(codeOf(fetched), row.code) << row.reason;
+    if (row.code != 0) {
+      EXPECT_FALSE(std::get<NSError>(fetched).localizedDescription.empty()) << row.reason;
+    } else if (std::holds_alternative<Original>(fetched)) {
+      EXPECT_EQ(contentOf(std::get<Original>(fetched).path), photo) << row.reason;
+    }
+  }
+}
+
+TEST(CloudFaults, WhoCannotBeReachedIsToldApart) {
+  const test::TemporaryFolder top;
+  std::filesystem::create_directories(top.file("served"));
+  // Nobody vouches for this certificate.
+  const std::string make = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost -keyout " +
+                           top.file("key") + " -out " + top.file("certificate") + " 2>/dev/null";
+  std::optional<Nginx> secure;
+  if (Nginx::installed() && std::system(make.c_str()) == 0) {
+    Nginx::Options options;
+    options.certificate = top.file("certificate");
+    options.key = top.file("key");
+    secure.emplace(top.file("served"), top.file("server"), options);
+  }
+  struct Row {
+    const char* reason;
+    std::string url;
+    std::vector<std::int64_t> codes;
+  };
+  const Row rows[] = {
+      {"nobody listens", "http://127.0.0.1:1/", {CloudErrorRefused}},
+      {"a name that nobody has", "https://no-such-host.invalid/", {CloudErrorNameNotResolved, CloudErrorOffline}},
+      {"a certificate of its own making", secure ? "https://" + secure->host() : "", {CloudErrorCertificate}},
+  };
+  for (const Row& row : rows) {
+    if (row.url.empty()) continue;
+    const auto address = std::get<CloudAddress>(parseCloudAddress(row.url));
+    Server server(address, nullptr, std::chrono::seconds(20));
+    const auto failed = server.list(
+        address.path, [](ListedMember&&) {}, [] { return true; });
+    ASSERT_TRUE(failed) << row.reason;
+    EXPECT_THAT(row.codes, testing::Contains(failed->code)) << row.reason << ": " << failed->localizedDescription;
+  }
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary

@@ -1,0 +1,118 @@
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <variant>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "adapters/photolibrary/files/CaptureFolder.h"
+#include "adapters/photolibrary/source/MediaProbe.h"
+#include "tests/adapters/photolibrary/LibraryFolder.h"
+
+namespace tlx::photolibrary::test {
+namespace {
+
+using testing::EndsWith;
+
+constexpr double kTaken = 1'714'557'600.25;  // 2024-05-01 10:00:00.25 UTC
+
+UIImage picture(std::size_t width, std::size_t height) {
+  std::vector<std::uint8_t> pixels(width * height * 4, 255);
+  for (std::size_t i = 0; i < width * height; ++i) pixels[4 * i] = static_cast<std::uint8_t>(i % width * 255 / width);
+  return UIImage(CGImage::create(width, height, std::move(pixels)));
+}
+
+std::string pathOf(const std::variant<std::string, NSError>& saved) {
+  const auto* error = std::get_if<NSError>(&saved);
+  EXPECT_FALSE(error) << error->localizedDescription;
+  return error ? std::string() : std::get<std::string>(saved);
+}
+
+std::vector<std::string> everythingIn(const std::filesystem::path& folder) {
+  std::vector<std::string> names;
+  std::error_code none;
+  for (const auto& entry : std::filesystem::directory_iterator(folder, none)) names.push_back(entry.path().filename());
+  return names;
+}
+
+TEST(CaptureFolder, PhotosAreWholeDatedAndNeverReplaceAnything) {
+  ::setenv("TZ", "Asia/Tokyo", 1);
+  ::tzset();
+  const LibraryFolder folder;
+  const CaptureFolder camera(folder.pictures());
+  const std::string first = pathOf(camera.savePhoto(picture(300, 200), kTaken));
+  EXPECT_THAT(first, EndsWith("/Camera/2024-05-01 19.00.00.jpg")) << "by the clock on the wall";
+  EXPECT_THAT(pathOf(camera.savePhoto(picture(30, 20), kTaken)), EndsWith("/2024-05-01 19.00.00 (2).jpg"));
+  const int file = ::open(first.c_str(), O_RDONLY);
+  const auto info = std::get<MediaInfo>(probeMedia(file, first));
+  ::close(file);
+  ::unsetenv("TZ");
+  ::tzset();
+  EXPECT_EQ(info.format, MediaFormat::Jpeg);
+  EXPECT_EQ(info.width, 300);
+  EXPECT_EQ(info.height, 200);
+  EXPECT_EQ(info.orientation, 1);
+  EXPECT_NEAR(info.captureDate.value(), kTaken, 1);
+  struct stat status;
+  ASSERT_EQ(::stat(first.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mtim.tv_sec, static_cast<time_t>(kTaken));
+  EXPECT_EQ(status.st_mode & 0600, 0600u);
+  EXPECT_EQ(everythingIn(camera.path()).size(), 2u) << "nothing hidden is left";
+}
+
+TEST(CaptureFolder, AVideoIsTheSameFileUntilTheCaptureGoes) {
+  const LibraryFolder folder;
+  const CaptureFolder camera(folder.pictures());
+  folder.put("../capture.tmp", sampleVideo(3));
+  const std::string capture = folder.pictures() / ".." / "capture.tmp";
+  const std::string saved = pathOf(camera.saveVideo(capture, kTaken));
+  EXPECT_THAT(saved, EndsWith(".mp4")) << "by what is in it";
+  EXPECT_EQ(std::filesystem::hard_link_count(saved), 2u) << "a long video takes no time";
+  std::filesystem::remove(capture);
+  EXPECT_EQ(std::filesystem::file_size(saved), sampleVideo(3).size());
+  // From another file system it is copied.
+  const std::string elsewhere = "/dev/shm/tlx-capture-" + std::to_string(::getpid());
+  if (std::ofstream other(elsewhere, std::ios::binary); other) {
+    const auto bytes = sampleVideo(2);
+    other.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    other.close();
+    EXPECT_EQ(std::filesystem::file_size(pathOf(camera.saveVideo(elsewhere, kTaken))), bytes.size());
+    std::filesystem::remove(elsewhere);
+  }
+}
+
+TEST(CaptureFolder, WhatCannotBeSavedLeavesNothingBehind) {
+  const LibraryFolder folder;
+  const auto code = [](const std::variant<std::string, NSError>& saved) {
+    const auto* error = std::get_if<NSError>(&saved);
+    return error ? error->code : 0;
+  };
+  // A file stands where the folder should be.
+  folder.put("blocked/Camera", {1});
+  EXPECT_EQ(code(CaptureFolder(folder.pictures() / "blocked").savePhoto(picture(9, 9), kTaken)),
+            PhotoLibraryErrorUnreadable);
+  const CaptureFolder camera(folder.pictures());
+  EXPECT_EQ(code(camera.savePhoto(UIImage(nullptr), kTaken)), PhotoLibraryErrorUnsupported);
+  EXPECT_EQ(code(camera.saveVideo(folder.pictures() / "missing", kTaken)), PhotoLibraryErrorNotFound);
+  folder.put("empty.mp4", {});
+  EXPECT_EQ(code(camera.saveVideo(folder.pictures() / "empty.mp4", kTaken)), PhotoLibraryErrorDamaged);
+  // A file may grow no larger, which is what a full disk looks like to whoever writes.
+  rlimit before;
+  ::getrlimit(RLIMIT_FSIZE, &before);
+  ::signal(SIGXFSZ, SIG_IGN);
+  const rlimit small{1000, before.rlim_max};
+  ::setrlimit(RLIMIT_FSIZE, &small);
+  const auto full = code(camera.savePhoto(picture(900, 900), kTaken));
+  ::setrlimit(RLIMIT_FSIZE, &before);
+  EXPECT_EQ(full, PhotoLibraryErrorNoSpace);
+  EXPECT_TRUE(everythingIn(camera.path()).empty());
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary::test

@@ -1,0 +1,99 @@
+#include <filesystem>
+#include <thread>
+
+#include "adapters/memory/MemoryPlatform.h"
+#include "tests/adapters/photolibrary/LibraryFolder.h"
+#include "tests/contracts/PhotoLibraryContract.h"
+
+namespace tlx::contracts {
+namespace {
+
+/// Answers on a thread of its own, as a window would after a while.
+class WillingPerson final : public photolibrary::PhotoConsent {
+ public:
+  void askForPhotos(const std::string&, Answer answer) override {
+    ++asked;
+    threads_.emplace_back(
+        [allowed = answers == PHAuthorizationStatusAuthorized, answer = std::move(answer)] { answer(allowed); });
+  }
+  PHAuthorizationStatus answers = PHAuthorizationStatusAuthorized;
+  int asked = 0;
+
+ private:
+  std::vector<std::jthread> threads_;
+};
+
+class FilesLibraryWorld final : public PhotoLibraryWorld {
+ public:
+  FilesLibraryWorld() {
+    auto options = folder_.options();
+    options.preauthorised = false;
+    options.consent = &person_;
+    record_.setPhotosAllowed(true);
+    library_ = std::make_unique<photolibrary::PhotoLibrary>(options, log_);
+    library_->waitUntilScanned();
+  }
+
+  MainQueuePort& mainQueue() override { return platform_.loop; }
+  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
+  void settle() override {
+    library_->waitUntilScanned();
+    platform_.loop.runUntilIdle();
+  }
+
+  PhotoLibraryPort& library() override { return *library_; }
+  void put(const std::vector<Item>& items) override {
+    for (const Item& item : items) {
+      const bool video = item.mediaType == PHAssetMediaTypeVideo;
+      folder_.put(item.album + "/" + item.name,
+                  video ? photolibrary::test::sampleVideo() : photolibrary::test::samplePhoto(), item.creationDate);
+    }
+    look();
+  }
+  void take(const std::vector<std::string>& names) override {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.pictures())) {
+      if (std::find(names.begin(), names.end(), entry.path().filename()) != names.end())
+        std::filesystem::remove(entry.path());
+    }
+    look();
+  }
+  AVRecording recording() override {
+    folder_.put("../capture", photolibrary::test::sampleVideo());
+    return {(folder_.pictures() / "../capture").string(), {}, 1, nullptr};
+  }
+  bool setAccess(PHAuthorizationStatus status) override {
+    if (status == PHAuthorizationStatusRestricted) return false;
+    if (status == PHAuthorizationStatusNotDetermined) {
+      std::filesystem::remove(record_.path());
+    } else {
+      record_.setPhotosAllowed(status == PHAuthorizationStatusAuthorized);
+    }
+    library_->rereadAccess();
+    return true;
+  }
+  void setPromptAnswer(PHAuthorizationStatus status) override { person_.answers = status; }
+  int promptCount() const override { return person_.asked; }
+
+ private:
+  /// The world's patience counts from a post: whoever waits for files must be woken when they have been looked at.
+  void look() {
+    library_->rescan();
+    library_->waitUntilScanned();
+  }
+
+  memory::MemoryPlatform platform_;
+  photolibrary::test::LibraryFolder folder_;
+  photolibrary::test::KeptLog log_;
+  photolibrary::AccessRecord record_{folder_.options().configFolder + "/access", folder_.options().host};
+  WillingPerson person_;
+  std::unique_ptr<photolibrary::PhotoLibrary> library_;
+};
+
+std::unique_ptr<PhotoLibraryWorld> makeFilesWorld() {
+  return std::make_unique<FilesLibraryWorld>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, PhotoLibraryContract, testing::Values(&makeFilesWorld));
+
+}  // namespace
+}  // namespace tlx::contracts

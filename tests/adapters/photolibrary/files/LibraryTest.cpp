@@ -1,0 +1,216 @@
+// What a library on real folders shows: which files, in which albums, in which order, with which dates.
+
+#include <filesystem>
+#include <utility>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include "tests/adapters/photolibrary/LibraryFolder.h"
+
+namespace tlx::photolibrary::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class FilesLibrary : public testing::Test {
+ protected:
+  PhotoLibrary& open() {
+    library_.reset();
+    library_ = std::make_unique<PhotoLibrary>(folder_.options(), log_);
+    library_->waitUntilScanned();
+    return *library_;
+  }
+  void look() {
+    library_->rescan();
+    library_->waitUntilScanned();
+  }
+
+  LibraryFolder folder_;
+  KeptLog log_;
+  std::unique_ptr<PhotoLibrary> library_;
+};
+
+TEST_F(FilesLibrary, ShowsFilesByWhatTheyHoldAndSurvivesTheRest) {
+  folder_.putPhoto("plain.jpg", 1000);
+  folder_.putPhoto("photo called.txt", 2000);
+  folder_.putPhoto("two\nlines.jpg", 3000);
+  folder_.putPhoto("not \xff utf-8.jpg", 4000);
+  folder_.put("clip", sampleVideo(), 5000);
+  folder_.put("text called.jpg", {'h', 'e', 'l', 'l', 'o'}, 6000);
+  folder_.put("empty.jpg", {}, 7000);
+  folder_.putPhoto(".hidden.jpg", 8000);
+  folder_.putPhoto(".hidden folder/in.jpg", 8000);
+  folder_.putPhoto("left out/.nomedia", 8000);
+  folder_.putPhoto("left out/in.jpg", 8000);
+  folder_.putPhoto("left out/deeper/in.jpg", 8000);
+  const fs::path pictures = folder_.pictures();
+  ASSERT_EQ(::mkfifo((pictures / "fifo.jpg").c_str(), 0600), 0);
+  fs::create_directory_symlink(pictures, pictures / "loop");
+  fs::create_directory_symlink("/", pictures / "everything");
+  fs::create_symlink(pictures / "nothing there", pictures / "dangling.jpg");
+  fs::create_symlink("self.jpg", pictures / "self.jpg");
+  fs::create_symlink(pictures / "plain.jpg", pictures / "again.jpg");
+  EXPECT_THAT(namesIn(open(), "Camera Roll"),
+              ElementsAre("clip", "not \xff utf-8.jpg", "two\nlines.jpg", "photo called.txt", "plain.jpg"));
+  EXPECT_THAT(titles(*library_), ElementsAre("pictures"));
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesLibrary, TakesHugeFilesFullFoldersAndBottomlessTrees) {
+  folder_.putPhoto("huge.jpg");
+  fs::resize_file(folder_.pictures() / "huge.jpg", 3'000'000'000);
+  folder_.putPhoto("full/needle.jpg", 2000);
+  const int full = ::open((folder_.pictures() / "full").c_str(), O_DIRECTORY | O_CLOEXEC);
+  for (int i = 0; i < 20'000; ++i) {
+    ::close(::openat(full, ("hay " + std::to_string(i)).c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+  }
+  ::close(full);
+  folder_.putPhoto("deep/top.jpg", 1000);
+  const auto photo = samplePhoto();
+  int folder = ::open((folder_.pictures() / "deep").c_str(), O_DIRECTORY | O_CLOEXEC);
+  const std::string step(200, 'd');
+  for (int depth = 0; depth < 25; ++depth) {
+    ASSERT_EQ(::mkdirat(folder, step.c_str(), 0700), 0);
+    const int next = ::openat(folder, step.c_str(), O_DIRECTORY | O_CLOEXEC);
+    ::close(std::exchange(folder, next));
+    const int file = ::openat(folder, std::string(100, 'f').c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+    ASSERT_EQ(::write(file, photo.data(), photo.size()), static_cast<ssize_t>(photo.size()));
+    ::close(file);
+  }
+  ::close(folder);
+  const auto names = namesIn(open(), "Camera Roll");
+  EXPECT_THAT(names, testing::IsSupersetOf({"huge.jpg", "needle.jpg", "top.jpg"}));
+  EXPECT_THAT(names, testing::SizeIs(testing::Lt(3u + 25u))) << "what no path can name is left out";
+  EXPECT_THAT(names, testing::SizeIs(testing::Gt(3u + 15u)));
+  EXPECT_THAT(log_.lines(), testing::Not(IsEmpty()));
+  EXPECT_THAT(log_.lines(), testing::Each(testing::HasSubstr("File name too long")));
+  EXPECT_EQ(library_->details(identifierOf(*library_, "huge.jpg"))->bytes, 3'000'000'000);
+}
+
+TEST_F(FilesLibrary, FollowsLinksOutOfTheRootOnceEach) {
+  const fs::path elsewhere = folder_.top() / "elsewhere";
+  fs::create_directories(elsewhere / "inner");
+  folder_.putPhoto("../elsewhere/one.jpg", 1000);
+  folder_.putPhoto("../elsewhere/inner/two.jpg", 2000);
+  folder_.putPhoto("../single.jpg", 3000);
+  fs::create_directory_symlink(elsewhere, folder_.pictures() / "b link");
+  fs::create_directory_symlink(elsewhere, folder_.pictures() / "a link");
+  fs::create_directory_symlink(elsewhere, elsewhere / "inner" / "round");
+  fs::create_symlink(folder_.top() / "single.jpg", folder_.pictures() / "linked.jpg");
+  EXPECT_THAT(namesIn(open(), "Camera Roll"), ElementsAre("linked.jpg", "two.jpg", "one.jpg"));
+  EXPECT_THAT(titles(*library_), ElementsAre("pictures", "a link", "inner"));
+}
+
+TEST_F(FilesLibrary, DatesComeFromTheCameraElseFromTheFile) {
+  folder_.put("with offset.jpg", samplePhoto({"2024:05:01 12:00:00", "+02:00", 0}), 1000);
+  folder_.putPhoto("file time.jpg", 1714557600);
+  folder_.putPhoto("a same moment.jpg", 1714557600);
+  EXPECT_THAT(namesIn(open(), "Camera Roll"), ElementsAre("a same moment.jpg", "file time.jpg", "with offset.jpg"));
+  EXPECT_EQ(library_->details(identifierOf(*library_, "with offset.jpg"))->created, 1714557600 - 0);
+  EXPECT_EQ(library_->details(identifierOf(*library_, "file time.jpg"))->created, 1714557600);
+}
+
+TEST_F(FilesLibrary, AlbumsAreFoldersInNaturalOrderToldApartByTheirParents) {
+  struct Row {
+    const char* path;
+    const char* title;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"x.jpg", "pictures", "the root itself comes first, by its own name"},
+      {"2023/Trip/x.jpg", "Trip (2023)", "another folder is called so"},
+      {"2024/Trip/x.jpg", "Trip (2024)", "the other"},
+      {"a/Day/in/x.jpg", "in (a/Day)", "as much of the path as it takes"},
+      {"b/Day/in/x.jpg", "in (b/Day)", "as much of the path as it takes"},
+      {"Day 2/x.jpg", "Day 2", "numbers by their value"},
+      {"Day 10/x.jpg", "Day 10", "numbers by their value"},
+      {"day 11/x.jpg", "day 11", "capitals make no difference"},
+      {"new\nline/x.jpg", "new line", "a title is one line"},
+      {"\xe9t\xe9/x.jpg", "\xef\xbf\xbdt\xef\xbf\xbd", "no UTF-8, yet a title must be"},
+  };
+  folder_.putPhoto("only/folders/../../../pictures/x.jpg");
+  std::vector<std::string> expected;
+  for (const Row& row : rows) {
+    folder_.putPhoto(row.path);
+    expected.push_back(row.title);
+  }
+  EXPECT_THAT(titles(open()), testing::ElementsAreArray(expected));
+}
+
+TEST_F(FilesLibrary, SmartAlbumsKnowTheirItems) {
+  folder_.put("five.jpg", samplePhoto({"", "", 5}), 6000);
+  folder_.put("three.jpg", samplePhoto({"", "", 3}), 5000);
+  folder_.put("clip.mp4", sampleVideo(2.5), 4000);
+  folder_.putPhoto("Screenshot from yesterday.jpg", 3000);
+  folder_.putPhoto("screenshots/1.jpg", 2000);
+  folder_.put("screenshots/recording.mp4", sampleVideo(), 1000);
+  PhotoLibrary& library = open();
+  std::vector<std::string> smart;
+  const auto albums =
+      library.fetchAssetCollections(PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAlbumRegular);
+  for (const auto& album : *albums) smart.push_back(album->localizedTitle);
+  EXPECT_THAT(smart, ElementsAre("Camera Roll", "Favorites", "Videos", "Panoramas", "Screenshots", "Recently Deleted"));
+  EXPECT_THAT(namesIn(library, "Favorites"), ElementsAre("five.jpg"));
+  EXPECT_THAT(namesIn(library, "Videos"), ElementsAre("clip.mp4", "recording.mp4"));
+  EXPECT_THAT(namesIn(library, "Screenshots"), ElementsAre("Screenshot from yesterday.jpg", "1.jpg"))
+      << "no recordings";
+  EXPECT_EQ(library.details(identifierOf(library, "clip.mp4"))->duration, 2.5);
+}
+
+TEST_F(FilesLibrary, WhatIsThrownAwayMovesToRecentlyDeletedAndBack) {
+  folder_.putPhoto("kept.jpg", 1000);
+  folder_.putPhoto("trip/with space.jpg", 2000);
+  folder_.putPhoto("old folder/in it.jpg", 3000);
+  folder_.putPhoto("../not ours.jpg", 4000);
+  const std::string identifier = identifierOf(open(), "with space.jpg");
+  folder_.trash("trip/with space.jpg");
+  folder_.trash("old folder");
+  folder_.trash("../not ours.jpg");
+  look();
+  EXPECT_THAT(namesIn(*library_, "Camera Roll"), ElementsAre("kept.jpg"));
+  EXPECT_THAT(namesIn(*library_, "Recently Deleted"), ElementsAre("in it.jpg", "with space.jpg"));
+  EXPECT_EQ(identifierOf(*library_, "with space.jpg"), identifier);
+  EXPECT_THAT(titles(*library_), ElementsAre("pictures"));
+  fs::rename(folder_.top() / "data/Trash/files/with space.jpg", folder_.pictures() / "trip/with space.jpg");
+  look();
+  EXPECT_THAT(namesIn(*library_, "Camera Roll"), ElementsAre("with space.jpg", "kept.jpg"));
+  EXPECT_EQ(identifierOf(*library_, "with space.jpg"), identifier);
+}
+
+TEST_F(FilesLibrary, SeveralRootsAreOneLibrary) {
+  folder_.putPhoto("in/first.jpg", 1000);
+  folder_.putPhoto("../Videos/second.jpg", 2000);
+  folder_.putPhoto("../secret/.inner/third.jpg", 3000);
+  auto options = folder_.options();
+  options.roots = {(folder_.top() / "Videos").string() + "/", folder_.pictures().string(),
+                   (folder_.pictures() / "in").string(), (folder_.top() / "missing").string(),
+                   (folder_.top() / "secret/.inner").string()};
+  PhotoLibrary library(options, log_);
+  library.waitUntilScanned();
+  EXPECT_EQ(library.authorizationStatus(), PHAuthorizationStatusAuthorized);
+  EXPECT_THAT(namesIn(library, "Camera Roll"), ElementsAre("third.jpg", "second.jpg", "first.jpg"));
+  EXPECT_THAT(titles(library), ElementsAre("Videos", "in", ".inner"));
+}
+
+TEST_F(FilesLibrary, LocatesItsItems) {
+  folder_.putPhoto("a b/ü#?.jpg", 1714557600);
+  PhotoLibrary& library = open();
+  const auto location = std::get<ItemLocation>(library.locate(identifierOf(library, "ü#?.jpg")));
+  EXPECT_EQ(location.path, (folder_.pictures() / "a b/ü#?.jpg").string());
+  EXPECT_EQ(location.uri, "file://" + folder_.pictures().string() + "/a%20b/%C3%BC%23%3F.jpg");
+  EXPECT_EQ(location.format, MediaFormat::Jpeg);
+  EXPECT_EQ(location.bytes, static_cast<std::int64_t>(samplePhoto().size()));
+  EXPECT_EQ(location.modified, 1714557600'000'000'000);
+  EXPECT_EQ(location.width, 4);
+  EXPECT_EQ(std::get<NSError>(library.locate("no such item")).code, PhotoLibraryErrorNotFound);
+  EXPECT_EQ(std::get<NSError>(library.fetchOriginal("no such item", {})).code, PhotoLibraryErrorNotFound);
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary::test

@@ -1,0 +1,176 @@
+// Ten thousand things happen to the files while somebody looks on: nothing that is fetched is ever torn, and all ends
+// where a fresh look would.
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <mutex>
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "tests/adapters/photolibrary/LibraryFolder.h"
+
+namespace tlx::photolibrary::test {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Does as a person with several programs would, in an order that its seed decides.
+class Storm {
+ public:
+  Storm(const LibraryFolder& folder, unsigned seed) : folder_(folder), random_(seed) {
+    for (int i = 0; i < 400; ++i) folder_.putPhoto(anyPath(), 1000 + i);
+  }
+
+  void blow(int steps) {
+    for (int i = 0; i < steps; ++i) {
+      const fs::path from = at(anyPath()), to = at(anyPath());
+      std::error_code none;
+      switch (random_() % 11) {
+        case 0:
+        case 1:
+        case 2:
+          fs::rename(from, to, none);
+          break;
+        case 3:
+        case 4:
+          fs::remove(from, none);
+          break;
+        case 5:
+        case 6:
+          fs::copy_file(from, to, fs::copy_options::overwrite_existing, none);
+          break;
+        case 7:
+        case 8:
+          folder_.putPhoto(anyPath(), static_cast<double>(1000 + random_() % 9000));
+          break;
+        case 9:
+          fs::rename(from.parent_path(), at("moved " + std::to_string(random_() % 3)), none);
+          break;
+        default:
+          fs::rename(at("moved " + std::to_string(random_() % 3)), to.parent_path(), none);
+      }
+      fs::create_directories(to.parent_path(), none);
+    }
+  }
+
+ private:
+  fs::path at(const std::string& path) const { return folder_.pictures() / path; }
+  std::string anyPath() {
+    const std::string folder = std::to_string(random_() % 10);
+    return (random_() % 4 == 0 ? folder + "/inner" : folder) + "/" + std::to_string(random_() % 60) + ".jpg";
+  }
+
+  const LibraryFolder& folder_;
+  std::mt19937 random_;
+};
+
+std::string differences(const std::map<std::string, std::vector<std::string>>& have,
+                        const std::map<std::string, std::vector<std::string>>& want) {
+  std::set<std::string> lines[2];
+  for (const auto* all : {&have, &want}) {
+    for (const auto& [album, items] : *all) {
+      for (const std::string& item : items) lines[all == &want].insert(album + ": " + item);
+    }
+  }
+  std::string text;
+  for (const bool wanted : {false, true}) {
+    for (const std::string& line : lines[wanted]) {
+      if (!lines[!wanted].contains(line)) text += (wanted ? "missing " : "too much ") + line + "\n";
+    }
+  }
+  for (const auto& [album, items] : have) {
+    const auto other = want.find(album);
+    if (other == want.end() || other->second == items) continue;
+    const auto at = std::mismatch(items.begin(), items.end(), other->second.begin(), other->second.end());
+    text += "order in " + album + " from " + (at.first == items.end() ? "its end" : *at.first) + "\n";
+  }
+  return text.empty() ? "nothing any more" : text;
+}
+
+class Onlooker {
+ public:
+  explicit Onlooker(PhotoLibrary& library) : library_(library) {
+    library_.setChangeHandler([this](std::shared_ptr<const PHChange> change) {
+      {
+        std::lock_guard lock(mutex_);
+        change_ = std::move(change);
+      }
+      changed_.notify_all();
+    });
+  }
+  ~Onlooker() { library_.setChangeHandler(nullptr); }
+
+  /// As a grid does it: fetches an album, goes through it, and hears from the newest change what became of it.
+  void lookThrough(unsigned turn) {
+    const auto albums = library_.fetchAssetCollections(
+        turn % 2 ? PHAssetCollectionTypeAlbum : PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAny);
+    if (albums->count() == 0) return;
+    const auto items = library_.fetchAssets(*albums->objectAtIndex(turn / 2 % albums->count()), {});
+    std::set<Identifier> met;
+    for (std::size_t i = 0; i < items->count(); ++i) {
+      const PHAsset& asset = *items->objectAtIndex(i);
+      ASSERT_TRUE(met.insert(asset.localIdentifier).second) << "twice in one album";
+      if (i > 0) {
+        ASSERT_GE(items->objectAtIndex(i - 1)->creationDate, asset.creationDate);
+      }
+      library_.locate(asset.localIdentifier);
+    }
+    std::unique_lock lock(mutex_);
+    const auto change = change_;
+    lock.unlock();
+    if (const auto details = change ? change->changeDetailsForFetchResult(last_) : nullptr) {
+      ASSERT_EQ(details->fetchResultBeforeChanges, last_);
+    }
+    last_ = items;
+  }
+  bool comesTo(const std::function<bool()>& done) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(20), done);
+  }
+
+ private:
+  PhotoLibrary& library_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::shared_ptr<const PHChange> change_;
+  AssetResult last_;
+};
+
+TEST(FilesStorm, EndsWhereAFreshLookWould) {
+  const char* const wanted = std::getenv("TLX_STORM_SEED");
+  const unsigned seed = wanted ? static_cast<unsigned>(std::strtoul(wanted, nullptr, 10)) : 20240501;
+  std::printf("TLX_STORM_SEED=%u\n", seed);
+  const LibraryFolder folder;
+  KeptLog log;
+  Storm storm(folder, seed);
+  PhotoLibrary library(folder.options(), log);
+  Onlooker onlooker(library);
+  library.waitUntilScanned();
+  std::atomic<bool> over = false;
+  std::jthread blowing([&] {
+    storm.blow(10'000);
+    over = true;
+  });
+  for (unsigned turn = 0; !over && !testing::Test::HasFatalFailure(); ++turn) onlooker.lookThrough(turn);
+  blowing.join();
+  auto options = folder.options();
+  options.cacheFolder = (folder.top() / "fresh").string();
+  PhotoLibrary fresh(options, log);
+  fresh.waitUntilScanned();
+  const auto truth = everythingIn(fresh);
+  EXPECT_TRUE(onlooker.comesTo([&] { return everythingIn(library) == truth; }))
+      << differences(everythingIn(library), truth);
+  EXPECT_THAT(log.lines(), testing::IsEmpty());
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary::test

@@ -1,0 +1,307 @@
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "adapters/photolibrary/images/codecs/ImageDecoder.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+using namespace test;
+
+class Decoding : public testing::Test {
+ protected:
+  Picture decode(const std::string& path, CGSize target = {}, PHImageContentMode mode = PHImageContentModeAspectFit) {
+    return decoder_.decode(path, {target, mode});
+  }
+  static const CGImage& imageOf(const Picture& picture) {
+    if (const NSError* error = std::get_if<NSError>(&picture)) throw std::runtime_error(error->localizedDescription);
+    return *std::get<0>(picture);
+  }
+  static std::int64_t codeOf(const Picture& picture) {
+    const NSError* error = std::get_if<NSError>(&picture);
+    return error ? error->code : 0;
+  }
+
+  TemporaryFolder folder_;
+  PixelStore store_{folder_.file("pixels")};
+  ImageDecoder decoder_{store_};
+};
+
+/// Where red, green, blue and white of a stored picture stand once it is turned as EXIF's numbers say.
+constexpr const char* uprightLetters[] = {"", "RG/BW", "GR/WB", "WB/GR", "BW/RG", "RB/GW", "BR/WG", "WG/BR", "GW/RB"};
+
+TEST_F(Decoding, TurnsUprightExactlyOnceInEveryFormat) {
+  struct Row {
+    const char* file;
+    const char* reason;
+    std::function<void(const std::string&, int)> write;
+  };
+  const auto plain = [](const std::string& path, int turn) { writePicture(path, {.orientation = turn}); };
+  const Row rows[] = {
+      {"a.jpg", "the EXIF block says it", plain},
+      {"p.jpg", "and of a progressive one too",
+       [](const std::string& path, int turn) { writePicture(path, {.orientation = turn, .progressive = true}); }},
+      {"k.jpg", "print colours take another way",
+       [](const std::string& path, int turn) { writePicture(path, {.orientation = turn, .cmyk = true}); }},
+      {"a.png", "the eXIf chunk says it", plain},
+      {"a.webp", "the EXIF chunk says it, behind the pixels", plain},
+      {"a.tif", "a tag of the first directory says it", plain},
+      {"a.heic", "the container's decoder turns",
+       [](const std::string& path, int turn) { writeHeif(path, 64, 48, turn, turn); }},
+      {"a.avif", "likewise", [](const std::string& path, int turn) { writeHeif(path, 64, 48, turn, turn); }},
+      {"a.jxl", "the codestream's decoder turns",
+       [](const std::string& path, int turn) { writeJpegXl(path, 64, 48, turn); }},
+  };
+  for (const Row& row : rows) {
+    for (int turn = 1; turn <= 8; ++turn) {
+      const std::string path = folder_.file(row.file);
+      row.write(path, turn);
+      for (const CGSize target : {CGSize{}, CGSize{24, 24}}) {
+        const Picture picture = decode(path, target);
+        ASSERT_EQ(codeOf(picture), 0) << row.file << " " << turn << ": "
+                                      << std::get<NSError>(picture).localizedDescription;
+        const CGImage& image = imageOf(picture);
+        EXPECT_EQ(lettersOf(image), uprightLetters[turn]) << row.file << ", orientation " << turn << ": " << row.reason;
+        EXPECT_EQ(image.width() < image.height(), turn >= 5) << row.file << ", orientation " << turn;
+      }
+    }
+  }
+}
+
+TEST_F(Decoding, LeavesAHeifAloneWhoseMetadataAloneMentionsATurn) {
+  writeHeif(folder_.file("a.heic"), 64, 48, 1, 6);
+  EXPECT_EQ(lettersOf(imageOf(decode(folder_.file("a.heic")))), "RG/BW");
+}
+
+TEST_F(Decoding, MakesTheSizeThatTargetAndModeGive) {
+  struct Row {
+    CGSize target;
+    PHImageContentMode mode;
+    PixelSize expected;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {{100, 100}, PHImageContentModeAspectFit, {100, 67}, "the longer side fits, the other is rounded"},
+      {{100, 100}, PHImageContentModeAspectFill, {150, 100}, "the shorter side covers"},
+      {{600, 600}, PHImageContentModeAspectFit, {300, 200}, "never enlarged"},
+      {{600, 100}, PHImageContentModeAspectFill, {300, 200}, "not even where one side would cover"},
+      {{0, 0}, PHImageContentModeAspectFit, {300, 200}, "no target is the whole picture"},
+      {{-1, 50}, PHImageContentModeAspectFill, {300, 200}, "nor is a side less than nothing"},
+      {{1, 1}, PHImageContentModeAspectFit, {1, 1}, "no side vanishes"},
+      {{37.4, 37.4}, PHImageContentModeAspectFit, {37, 25}, "targets need not be whole"},
+      {{299, 299}, PHImageContentModeAspectFit, {299, 199}, "just below the whole"},
+  };
+  for (const char* name : {"a.jpg", "a.png", "a.heic"}) {
+    const std::string path = folder_.file(name);
+    if (std::string(name) == "a.heic") {
+      writeHeif(path, 300, 200, 1);
+    } else {
+      writePicture(path, {.width = 300, .height = 200});
+    }
+    for (const Row& row : rows) {
+      const Picture picture = decode(path, row.target, row.mode);
+      const CGImage& image = imageOf(picture);
+      EXPECT_EQ((PixelSize{static_cast<int>(image.width()), static_cast<int>(image.height())}), row.expected)
+          << name << ": " << row.reason;
+      if (row.expected.width > 1) {
+        EXPECT_EQ(lettersOf(image), "RG/BW") << name << ": " << row.reason;
+      }
+    }
+  }
+}
+
+TEST_F(Decoding, BringsEveryKindOfPixelToSrgb) {
+  struct Row {
+    const char* file;
+    PictureOptions options;
+    std::array<Colour, 4> corners;
+    int tolerance;
+    const char* reason;
+  };
+  const std::array<Colour, 4> colours{red, green, blue, white};
+  const Colour dimRed{54, 54, 54, 255}, dimGreen{182, 182, 182, 255}, dimBlue{18, 18, 18, 255};
+  const std::array<Colour, 4> greys{dimRed, dimGreen, dimBlue, white};
+  // What inks make of the four by the profile that comes with the picture; an inverted channel would be far off.
+  const std::array<Colour, 4> inks{Colour{232, 31, 42, 255}, {192, 208, 12, 255}, {46, 70, 143, 255}, white};
+  const std::array<Colour, 4> half{Colour{128, 0, 0, 128}, {0, 128, 0, 128}, {0, 0, 128, 128}, {128, 128, 128, 128}};
+  const Row rows[] = {
+      {"16.png", {.bits = 16}, colours, 2, "16 bits a channel"},
+      {"16.tif", {.bits = 16}, colours, 2, "and in TIFF"},
+      {"palette.png", {.palette = true}, colours, 4, "a palette"},
+      {"palette.gif", {}, colours, 4, "a palette always"},
+      {"interlaced.png", {.progressive = true}, colours, 2, "rows out of order"},
+      {"grey.jpg", {.grey = true}, greys, 90, "one channel, as bright as the colours were"},
+      {"grey.png", {.bits = 16, .grey = true}, greys, 90, "one channel of 16 bits"},
+      {"cmyk.jpg", {.cmyk = true}, inks, 12, "print colours"},
+      {"cmyk.tif", {.cmyk = true}, inks, 4, "and in TIFF"},
+      {"wide.jpg", {.profile = "p3"}, colours, 8, "a wide gamut's numbers are others for the same colours"},
+      {"wide.png", {.profile = "p3"}, colours, 4, "and in PNG"},
+      {"plain.jpg", {.profile = "srgb"}, colours, 6, "a profile that changes nothing"},
+      {"alpha.png", {.alpha = 128}, half, 3, "colour is premultiplied"},
+      {"alpha.webp", {.alpha = 128}, half, 3, "and in WebP"},
+      {"alpha16.png", {.bits = 16, .alpha = 128}, half, 3, "16 bits and alpha"},
+  };
+  for (const Row& row : rows) {
+    const std::string path = folder_.file(row.file);
+    writePicture(path, row.options);
+    for (const CGSize target : {CGSize{}, CGSize{30, 30}}) {
+      const Picture picture = decode(path, target);
+      ASSERT_EQ(codeOf(picture), 0) << row.file << ": " << std::get<NSError>(picture).localizedDescription;
+      const auto corners = cornersOf(imageOf(picture));
+      for (std::size_t i = 0; i < 4; ++i) {
+        for (std::size_t c = 0; c < 4; ++c) {
+          EXPECT_NEAR(corners[i][c], row.corners[i][c], row.tolerance)
+              << row.file << " (" << row.reason << "), corner " << i << ", channel " << c;
+        }
+      }
+    }
+  }
+}
+
+TEST_F(Decoding, ATruncatedPictureIsAnErrorInEveryFormat) {
+  for (const char* name :
+       {"a.jpg", "p.jpg", "k.jpg", "a.png", "a.webp", "a.gif", "a.tif", "a.heic", "a.avif", "a.jxl"}) {
+    const std::string path = folder_.file(name);
+    const std::string extension = std::filesystem::path(name).extension();
+    if (extension == ".heic" || extension == ".avif") {
+      writeHeif(path, 320, 240, 1);
+    } else if (extension == ".jxl") {
+      writeJpegXl(path, 320, 240, 1);
+    } else {
+      writePicture(path, {.width = 320, .height = 240, .progressive = name[0] == 'p', .cmyk = name[0] == 'k'});
+    }
+    const std::vector<std::uint8_t> whole = readFile(path);
+    ASSERT_EQ(codeOf(decode(path)), 0) << name;
+    for (const double part : {0.3, 0.6, 0.9}) {
+      auto cut = whole;
+      cut.resize(static_cast<std::size_t>(static_cast<double>(whole.size()) * part));
+      writeFile(path, cut);
+      const Picture picture = decode(path);
+      EXPECT_TRUE(codeOf(picture) == PhotoLibraryErrorDamaged || codeOf(picture) == PhotoLibraryErrorUnsupported)
+          << name << " cut at " << part << " of " << whole.size() << " bytes: " << codeOf(picture);
+    }
+  }
+}
+
+TEST_F(Decoding, SaysWhyThereIsNoPicture) {
+  const std::string huge = folder_.file("huge.png");
+  writePicture(huge, {});
+  auto bytes = readFile(huge);
+  bytes[16] = bytes[20] = 0;
+  bytes[17] = bytes[21] = 1;  // 65,536 and some on each side
+  writeFile(huge, bytes);
+  const std::string empty = folder_.file("empty.jpg"), text = folder_.file("text.jpg"), deaf = folder_.file("deaf.mov");
+  writeFile(empty, {});
+  writeFile(text, {'n', 'o', ' ', 'p', 'h', 'o', 't', 'o', ' ', 'a', 't', ' ', 'a', 'l', 'l'});
+  writeClip(deaf, {.video = false, .audio = true});
+  // A frame of 65,000 x 65,000 pixels in a kilobyte.
+  const std::string bomb = folder_.file("bomb.jpg");
+  writePicture(bomb, {.progressive = true});
+  bytes = readFile(bomb);
+  for (std::size_t i = 0; i + 9 < bytes.size(); ++i) {
+    if (bytes[i] == 0xff && bytes[i + 1] == 0xc2) bytes[i + 5] = bytes[i + 7] = 0xfd;
+  }
+  writeFile(bomb, bytes);
+
+  EXPECT_EQ(codeOf(decode(folder_.file("none.jpg"))), PhotoLibraryErrorNotFound);
+  EXPECT_EQ(codeOf(decode(folder_.path().string())), PhotoLibraryErrorUnsupported);
+  EXPECT_EQ(codeOf(decode("/dev/zero")), PhotoLibraryErrorUnsupported);
+  EXPECT_EQ(codeOf(decode(empty)), PhotoLibraryErrorDamaged);
+  EXPECT_EQ(codeOf(decode(text)), PhotoLibraryErrorUnsupported);
+  EXPECT_EQ(codeOf(decode(deaf)), PhotoLibraryErrorUnsupported);
+  EXPECT_EQ(codeOf(decode(huge)), PhotoLibraryErrorTooLarge);
+  EXPECT_EQ(codeOf(decode(bomb)), PhotoLibraryErrorTooLarge);
+}
+
+TEST_F(Decoding, APictureLargerThanItsFileCanHoldIsRefusedBeforeMemoryIsSpent) {
+  const std::string path = folder_.file("bomb.jpg");
+  writePicture(path, {.progressive = true});
+  auto bytes = readFile(path);
+  for (std::size_t i = 0; i + 9 < bytes.size(); ++i) {
+    if (bytes[i] == 0xff && bytes[i + 1] == 0xc2) bytes[i + 5] = bytes[i + 7] = 0x40;  // 16,384 and some on each side
+  }
+  writeFile(path, bytes);
+  EXPECT_EQ(codeOf(decode(path)), PhotoLibraryErrorTooLarge);
+}
+
+TEST_F(Decoding, AnEmbeddedPictureHasThePhotosOwnShape) {
+  struct Row {
+    int width, height, innerWidth, innerHeight, orientation;
+    CGSize target;
+    PixelSize expected;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {400, 300, 160, 120, 1, {130, 130}, {130, 98}, "no bars, made smaller"},
+      {480, 270, 160, 90, 1, {}, {160, 90}, "bars above and below"},
+      {200, 300, 80, 120, 1, {}, {80, 120}, "bars at the sides"},
+      {480, 270, 160, 90, 6, {}, {90, 160}, "the bars lie along the stored picture"},
+      {480, 270, 160, 90, 8, {45, 45}, {25, 45}, "turned and made smaller"},
+  };
+  for (const Row& row : rows) {
+    const std::string path = folder_.file("a.jpg");
+    writeJpegWithThumbnail(path, row.width, row.height, row.innerWidth, row.innerHeight, row.orientation);
+    const Picture picture = decoder_.decodeEmbedded(path, {row.target});
+    const CGImage& image = imageOf(picture);
+    EXPECT_NEAR(static_cast<double>(image.width()), row.expected.width, 1) << row.reason;
+    EXPECT_NEAR(static_cast<double>(image.height()), row.expected.height, 1) << row.reason;
+    EXPECT_EQ(lettersOf(image), uprightLetters[row.orientation]) << row.reason;
+    for (const std::size_t y : {std::size_t{1}, image.height() - 2}) {
+      const std::uint8_t* pixel = image.row(y) + 8;
+      EXPECT_GT(std::max({pixel[0], pixel[1], pixel[2]}), 100) << row.reason << ": a bar is left at row " << y;
+    }
+  }
+  writeHeif(folder_.file("a.heic"), 640, 480, 6, 6, 160);
+  const Picture heif = decoder_.decodeEmbedded(folder_.file("a.heic"), {{60, 60}});
+  EXPECT_EQ(lettersOf(imageOf(heif)), uprightLetters[6]);
+  EXPECT_EQ(imageOf(heif).height(), 60u);
+  writePicture(folder_.file("b.jpg"));
+  EXPECT_EQ(codeOf(decoder_.decodeEmbedded(folder_.file("b.jpg"), {})), PhotoLibraryErrorNotFound);
+}
+
+TEST_F(Decoding, AVideosPosterIsUprightAndNotBlack) {
+  struct Row {
+    ClipOptions options;
+    const char* letters;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {{}, "RG/BW", "the first frame"},
+      {{.turn = 90}, "BR/WG", "turned as the header asks"},
+      {{.turn = 180}, "WB/GR", "upside down"},
+      {{.turn = 270}, "GW/RB", "the other way"},
+      {{.leadingBlack = 1}, "RG/BW", "a black first frame is passed over"},
+      {{.leadingBlack = 20}, "\?\?/\?\?", "a clip that is all black has a black poster"},
+  };
+  for (const char* name : {"a.mp4", "a.mkv"}) {
+    for (const Row& row : rows) {
+      if (row.options.turn != 0 && std::string(name) == "a.mkv") continue;  // written by the one muxer only
+      writeClip(folder_.file(name), row.options);
+      const Picture picture = decode(folder_.file(name), {48, 48});
+      const CGImage& image = imageOf(picture);
+      EXPECT_EQ(lettersOf(image), row.letters) << name << ": " << row.reason;
+      EXPECT_EQ(std::max(image.width(), image.height()), 48u) << name << ": " << row.reason;
+    }
+  }
+}
+
+TEST_F(Decoding, GivesUpWhenCancelled) {
+  const std::atomic<bool> cancelled{true};
+  for (const char* name : {"a.jpg", "a.png", "a.heic", "a.mp4"}) {
+    const std::string path = folder_.file(name);
+    if (std::string(name) == "a.heic") {
+      writeHeif(path, 64, 48, 1);
+    } else if (std::string(name) == "a.mp4") {
+      writeClip(path);
+    } else {
+      writePicture(path);
+    }
+    EXPECT_EQ(codeOf(decoder_.decode(path, {{}, PHImageContentModeAspectFit, &cancelled})), PhotoLibraryErrorCancelled)
+        << name;
+  }
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary

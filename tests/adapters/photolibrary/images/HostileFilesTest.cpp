@@ -1,0 +1,368 @@
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <random>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "adapters/photolibrary/images/cache/PngThumbnail.h"
+#include "adapters/photolibrary/images/codecs/ImageDecoder.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+using namespace test;
+using Buffer = std::vector<std::uint8_t>;
+
+Buffer bytesOf(std::string_view text) {
+  return {text.begin(), text.end()};
+}
+
+class HostileFiles : public testing::Test {
+ protected:
+  static std::int64_t codeOf(const Picture& picture) {
+    const NSError* error = std::get_if<NSError>(&picture);
+    if (!error) return 0;
+    EXPECT_EQ(error->domain, kPhotoLibraryErrorDomain);
+    EXPECT_FALSE(error->localizedDescription.empty());
+    return error->code;
+  }
+  /// One sound file of each kind that a decoder of its own, or a path of its own through one, reads.
+  std::vector<std::string> writeSamples() {
+    std::vector<std::string> paths;
+    const auto path = [&](const char* name) { return paths.emplace_back(folder_.file(name)); };
+    for (const char* name : {"a.jpg", "a.png", "a.webp", "a.gif", "a.tif"})
+      writePicture(path(name), {.orientation = 6});
+    writePicture(path("progressive.jpg"), {.progressive = true});
+    writePicture(path("print.jpg"), {.cmyk = true});
+    for (const char* name : {"wide.jpg", "wide.png", "wide.tif"}) writePicture(path(name), {.profile = "p3"});
+    writePicture(path("deep.png"), {.bits = 16, .alpha = 100});
+    writeJpegWithThumbnail(path("embedded.jpg"), 90, 60, 160, 106, 6);
+    writeHeif(path("a.heic"), 64, 48, 6, 6, 32);
+    writeHeif(path("a.avif"), 64, 48, 6, 6, 32);
+    writeJpegXl(path("a.jxl"), 64, 48, 6);
+    for (const char* name : {"a.mp4", "a.mov", "a.mkv", "a.avi", "a.ts"}) {
+      writeClip(path(name), {.width = 32, .height = 32, .frames = 5});
+    }
+    return paths;
+  }
+  /// Everything that the library ever does with a file.
+  void useInEveryWay(const std::string& path) {
+    codeOf(decoder_.decode(path, {{40, 40}}));
+    codeOf(decoder_.decode(path, {{}}));
+    codeOf(decoder_.decodeEmbedded(path, {{40, 40}}));
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    probeMedia(fd, path);
+    ::close(fd);
+    probeVideo(path);
+    const Buffer bytes = readFile(path);
+    PngThumbnail::read(bytes, 1024, [](const PngTexts&) { return true; });
+  }
+  static std::size_t place(const Buffer& bytes, const char* mark) {
+    const Buffer wanted = bytesOf(mark);
+    const auto found = std::search(bytes.begin(), bytes.end(), wanted.begin(), wanted.end());
+    EXPECT_TRUE(found != bytes.end()) << mark;
+    return static_cast<std::size_t>(found - bytes.begin());
+  }
+
+  TemporaryFolder folder_;
+  PixelStore store_{folder_.file("pixels")};
+  ImageDecoder decoder_{store_};
+};
+
+/// Changes files as damage and malice do.
+Buffer mutated(Buffer bytes, const Buffer& other, std::mt19937& random) {
+  static constexpr std::uint32_t extremes[] = {0,          1,          0x7f,       0xff,      0xffff,
+                                               0x7fffffff, 0x80000000, 0xffffffff, 0xfffffff0};
+  const auto below = [&](std::size_t end) { return end > 0 ? random() % end : 0; };
+  for (std::size_t changes = 1 + below(4); changes > 0 && bytes.size() > 8; --changes) {
+    // Headers are where the sizes are.
+    const std::size_t reach = below(2) ? bytes.size() : std::min<std::size_t>(bytes.size(), 400);
+    const std::size_t at = below(reach - 4);
+    const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(at);
+    const std::size_t length = std::min(1 + below(64), bytes.size() - at);
+    const auto to = from + static_cast<std::ptrdiff_t>(length);
+    switch (below(8)) {
+      case 0:
+        *from = static_cast<std::uint8_t>(random());
+        break;
+      case 1:
+        *from ^= static_cast<std::uint8_t>(1u << below(8));
+        break;
+      case 2: {
+        const std::uint32_t value = extremes[below(std::size(extremes))];
+        for (int i = 0; i < 4; ++i) from[i] = static_cast<std::uint8_t>(value >> (below(2) ? 24 - 8 * i : 8 * i));
+        break;
+      }
+      case 3:
+        bytes.erase(from, to);
+        break;
+      case 4: {
+        const Buffer piece(from, to);
+        bytes.insert(from, piece.begin(), piece.end());
+        break;
+      }
+      case 5:
+        std::generate(from, to, [&] { return static_cast<std::uint8_t>(random()); });
+        break;
+      case 6:
+        // A piece of another place, or of another file.
+        for (std::size_t i = 0; i < length; ++i) from[static_cast<std::ptrdiff_t>(i)] = other[below(other.size())];
+        break;
+      default:
+        if (below(3) == 0) bytes.resize(below(bytes.size()));
+    }
+  }
+  return bytes;
+}
+
+std::size_t numberFrom(const char* variable, std::size_t otherwise) {
+  const char* text = std::getenv(variable);
+  return text ? std::strtoull(text, nullptr, 10) : otherwise;
+}
+
+TEST_F(HostileFiles, MutatedByTheThousandGoThroughEveryDecoder) {
+  const std::size_t seed = numberFrom("TLX_MUTATION_SEED", 20240229), count = numberFrom("TLX_MUTATIONS", 2000);
+  const std::vector<std::string> samples = writeSamples();
+  std::cout << count << " mutations from seed " << seed << std::endl;
+  std::vector<Buffer> whole;
+  for (const std::string& sample : samples) {
+    EXPECT_EQ(codeOf(decoder_.decode(sample, {{40, 40}})), 0) << sample;
+    whole.push_back(readFile(sample));
+  }
+  for (std::size_t i = 0; i < count && !HasFailure(); ++i) {
+    const std::size_t which = i % samples.size();
+    SCOPED_TRACE(samples[which] + ", mutation " + std::to_string(i));
+    std::mt19937 random(static_cast<std::uint32_t>(seed + i));
+    // Of that name, so that what brings the process down can be looked at.
+    const std::string path = folder_.file("mutation-" + std::filesystem::path(samples[which]).filename().string());
+    writeFile(path, mutated(whole[which], whole[random() % whole.size()], random));
+    useInEveryWay(path);
+  }
+}
+
+Buffer be(std::uint64_t value, int bytes) {
+  Buffer made;
+  for (int i = bytes - 1; i >= 0; --i) made.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+  return made;
+}
+
+Buffer operator+(Buffer left, const Buffer& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+Buffer box(const char* type, const Buffer& content) {
+  return be(content.size() + 8, 4) + Buffer(type, type + 4) + content;
+}
+
+/// A HEIF whose pictures are all of one derived kind, each made of the ones listed.
+Buffer derivedHeif(const char* kind, const std::vector<std::vector<int>>& partsOf) {
+  const std::size_t count = partsOf.size();
+  Buffer infes, references, properties, places;
+  const Buffer data(16, 0);
+  for (std::size_t i = 0; i < count; ++i) {
+    const Buffer id = be(i + 1, 2);
+    infes = infes + box("infe", be(0x02000000, 4) + id + be(0, 2) + Buffer(kind, kind + 4) + be(0, 1));
+    Buffer parts = id + be(partsOf[i].size(), 2);
+    for (const int part : partsOf[i]) parts = parts + be(static_cast<unsigned>(part), 2);
+    references = references + box("dimg", parts);
+    properties = properties + id + Buffer{1, 0x81};
+    places = places + id + be(1, 2) + be(0, 2) + be(1, 2) + be(0, 4) + be(data.size(), 4);
+  }
+  const Buffer version = be(0, 4);
+  return box("ftyp", bytesOf(std::string_view("mif1\0\0\0\0mif1heic", 16))) +
+         box("meta", version + box("hdlr", version + be(0, 4) + bytesOf("pict") + Buffer(13, 0)) +
+                         box("pitm", version + be(1, 2)) +
+                         box("iloc", be(0x01000000, 4) + Buffer{0x44, 0} + be(count, 2) + places) +
+                         box("iinf", version + be(count, 2) + infes) + box("iref", version + references) +
+                         box("iprp", box("ipco", box("ispe", version + be(64, 4) + be(64, 4))) +
+                                         box("ipma", version + be(count, 4) + properties)) +
+                         box("idat", data));
+}
+
+/// A TIFF of one strip that says what it likes; `next` is the directory after this one.
+Buffer tiff(std::uint32_t width, std::uint32_t height, std::uint32_t bits, std::uint32_t next) {
+  Buffer file = bytesOf(std::string_view("MM\0*\0\0\0\10", 8)) + be(8, 2);
+  const std::uint32_t entries[][2] = {{256, width}, {257, height}, {258, bits}, {259, 32773},
+                                      {262, 1},     {273, 200},    {277, 1},    {278, height}};
+  for (const auto& [tag, value] : entries) {
+    const bool isLong = tag == 256 || tag == 257 || tag == 273 || tag == 278;
+    file = file + be(tag, 2) + be(isLong ? 4 : 3, 2) + be(1, 4) + (isLong ? be(value, 4) : be(value, 2) + be(0, 2));
+  }
+  file = file + be(next, 4);
+  file.resize(200 + 16);
+  return file;
+}
+
+/// A bare JPEG XL codestream's first bytes, saying sides of that many pixels.
+Buffer jpegXl(std::uint32_t side) {
+  std::vector<int> bits;
+  const auto put = [&](std::uint32_t value, int count) {
+    for (int i = 0; i < count; ++i) bits.push_back(value >> i & 1);
+  };
+  put(0, 1);
+  put(3, 2);
+  put(side - 1, 30);
+  put(0, 3);
+  put(3, 2);
+  put(side - 1, 30);
+  put(1, 1);
+  Buffer file{0xff, 0x0a};
+  for (std::size_t i = 0; i < bits.size(); ++i) {
+    if (i % 8 == 0) file.push_back(0);
+    file.back() |= static_cast<std::uint8_t>(bits[i] << (i % 8));
+  }
+  return file + Buffer(64, 0);
+}
+
+std::int64_t peakMegabytes() {
+  std::ifstream stream("/proc/self/status");
+  std::string word;
+  std::int64_t kilobytes = 0;
+  while (stream >> word) {
+    if (word == "VmHWM:") stream >> kilobytes;
+  }
+  return kilobytes / 1024;
+}
+
+TEST_F(HostileFiles, AreRefusedByNameAndCostLittle) {
+  constexpr std::int64_t shown = 0, any = -1;
+  struct Row {
+    const char* name;
+    Buffer bytes;
+    std::int64_t code;
+    const char* reason;
+  };
+  const auto sample = [&](const char* name, const std::function<void(Buffer&)>& change, auto write) {
+    write(folder_.file(name));
+    Buffer bytes = readFile(folder_.file(name));
+    change(bytes);
+    return bytes;
+  };
+  const auto picture = [](const std::string& path) { writePicture(path, {.profile = "p3"}); };
+  const auto plain = [](const std::string& path) { writePicture(path); };
+  const auto heif = [](const std::string& path) { writeHeif(path, 64, 48, 1); };
+  const auto clip = [](const std::string& path) { writeClip(path); };
+  const auto write = [](Buffer& bytes, std::size_t at, const Buffer& value) {
+    std::copy(value.begin(), value.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+  };
+  const auto largeHeif = [&](Buffer& bytes) {
+    const Buffer mark = bytesOf("ispe");
+    for (auto at = bytes.begin(); (at = std::search(at, bytes.end(), mark.begin(), mark.end())) != bytes.end(); ++at) {
+      write(bytes, static_cast<std::size_t>(at - bytes.begin()) + 8, be(60000, 4) + be(60000, 4));
+    }
+  };
+  const auto secret = folder_.file("secret");
+  writeFile(secret, bytesOf("nobody's business"));
+  const std::string svg = "<?xml version=\"1.0\"?><!DOCTYPE svg [<!ENTITY x SYSTEM \"file://" + secret +
+                          "\">]><svg xmlns=\"http://www.w3.org/2000/svg\" width=\"9\" height=\"9\"><text>&x;</text>"
+                          "<image href=\"" +
+                          folder_.file("a.png") + "\"/></svg>";
+  // An EXIF block whose directories all lead to the first, and whose thumbnail lies beyond its end.
+  const Buffer exif = bytesOf(std::string_view("Exif\0\0MM\0*\0\0\0\10", 14)) + be(3, 2) + be(0x8769, 2) + be(4, 2) +
+                      be(1, 4) + be(8, 4) + be(0x201, 2) + be(4, 2) + be(1, 4) + be(60000, 4) + be(0x202, 2) +
+                      be(4, 2) + be(1, 4) + be(0xfffffff0, 4) + be(8, 4);
+  const Row rows[] = {
+      {"side.png",
+       sample(
+           "a.png", [&](Buffer& b) { write(b, 16, be(0x7fffffff, 4) + be(0x7fffffff, 4)); }, plain),
+       PhotoLibraryErrorTooLarge, "sides without end"},
+      {"row.png",
+       sample(
+           "a.png", [&](Buffer& b) { write(b, 16, be(9'000'000, 4) + be(2, 4)); }, plain),
+       PhotoLibraryErrorTooLarge, "few pixels, but all in a row"},
+      {"a.gif", bytesOf("GIF89a\xff\xff\xff\xff") + Buffer(32, 0), PhotoLibraryErrorTooLarge, "4 gigapixels"},
+      {"a.webp",
+       bytesOf(std::string_view("RIFF\x20\0\0\0WEBPVP8X\x0a\0\0\0\0\0\0\0", 24)) + Buffer(6, 0xff) + Buffer(16, 0),
+       PhotoLibraryErrorTooLarge, "a canvas of 2^48 pixels"},
+      {"a.jxl", jpegXl(1u << 30), PhotoLibraryErrorTooLarge, "2^60 pixels"},
+      {"small.jxl", jpegXl(15'000), PhotoLibraryErrorTooLarge, "225 megapixels in 70 bytes"},
+      {"large.tif", tiff(200'000, 200'000, 8, 0), PhotoLibraryErrorTooLarge, "40 gigapixels"},
+      {"piece.tif", tiff(100'000, 10'000, 64, 0), PhotoLibraryErrorTooLarge, "one strip of 8 GB"},
+      {"loop.tif", tiff(4, 4, 8, 8), any, "a directory that is its own successor"},
+      {"large.heic", sample("a.heic", largeHeif, heif), PhotoLibraryErrorTooLarge, "3.6 gigapixels"},
+      {"large.avif", sample("a.avif", largeHeif, heif), PhotoLibraryErrorTooLarge, "the same by another codec"},
+      {"self.heic", derivedHeif("iden", {{1}}), PhotoLibraryErrorDamaged, "a picture that is its own copy"},
+      {"pair.heic", derivedHeif("iovl", {{2}, {1}}), PhotoLibraryErrorDamaged, "two that are laid over one another"},
+      {"tower.heic",
+       derivedHeif("iovl", {std::vector<int>(100, 2),
+                            std::vector<int>(100, 3),
+                            std::vector<int>(100, 4),
+                            std::vector<int>(100, 5),
+                            {}}),
+       PhotoLibraryErrorDamaged, "a hundred times a hundred times a hundred"},
+      {"exif.jpg",
+       sample(
+           "a.jpg",
+           [&](Buffer& b) {
+             const Buffer segment = be(0xffe1, 2) + be(exif.size() + 2, 2) + exif;
+             b.insert(b.begin() + 2, segment.begin(), segment.end());
+           },
+           plain),
+       shown, "metadata that lead back to themselves are none"},
+      {"icc.jpg",
+       sample(
+           "w.jpg",
+           [&](Buffer& b) {
+             const std::size_t at = place(b, "RGB XYZ ");
+             std::fill_n(b.begin() + static_cast<std::ptrdiff_t>(at) + 112, 300, std::uint8_t{0xff});
+           },
+           picture),
+       shown, "a profile that makes no sense is none"},
+      {"scans.jpg",
+       sample(
+           "p.jpg",
+           [&](Buffer& b) {
+             const std::size_t from = place(b, "\xff\xda"), to = b.size() - 2;
+             const Buffer scans(b.begin() + static_cast<std::ptrdiff_t>(from),
+                                b.begin() + static_cast<std::ptrdiff_t>(to));
+             for (int i = 0; i < 200; ++i)
+               b.insert(b.begin() + static_cast<std::ptrdiff_t>(to), scans.begin(), scans.end());
+           },
+           [](const std::string& path) { writePicture(path, {.progressive = true}); }),
+       PhotoLibraryErrorDamaged, "thousands of scans"},
+      {"a.svg", bytesOf(svg), PhotoLibraryErrorUnsupported, "a drawing that names files"},
+      {"drawing.png", bytesOf(svg), PhotoLibraryErrorUnsupported, "the same by another name"},
+      {"a.bmp", bytesOf("BM") + Buffer(60, 0xff), PhotoLibraryErrorUnsupported, "no format of the library's"},
+      {"cut.mp4",
+       sample(
+           "a.mp4", [](Buffer& b) { b.resize(b.size() / 2); }, clip),
+       PhotoLibraryErrorDamaged, "cut"},
+      {"atom.mp4",
+       sample(
+           "a.mp4", [&](Buffer& b) { write(b, place(b, "moov") - 4, be(0xffffffff, 4)); }, clip),
+       any, "an atom of 4 GB"},
+      {"entries.mp4",
+       sample(
+           "a.mp4", [&](Buffer& b) { write(b, place(b, "stsz") + 12, be(0xfffffff0, 4)); }, clip),
+       any, "billions of samples"},
+      {"still.mp4",
+       sample(
+           "a.mp4",
+           [&](Buffer& b) {
+             write(b, place(b, "mvhd") + 20, be(0, 4));
+             write(b, place(b, "mdhd") + 20, be(0, 4));
+           },
+           clip),
+       shown, "no duration"},
+  };
+  std::ofstream("/proc/self/clear_refs") << 5;
+  const std::int64_t before = peakMegabytes();
+  for (const Row& row : rows) {
+    const std::string path = folder_.file(row.name);
+    writeFile(path, row.bytes);
+    for (const CGSize target : {CGSize{40, 40}, CGSize{}}) {
+      const std::int64_t code = codeOf(decoder_.decode(path, {target}));
+      EXPECT_TRUE(code == row.code || row.code == any) << row.name << ": " << row.reason << ": " << code;
+    }
+    useInEveryWay(path);
+  }
+  EXPECT_LT(peakMegabytes() - before, 300) << "megabytes";
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary

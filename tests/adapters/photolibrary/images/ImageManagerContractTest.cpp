@@ -1,0 +1,87 @@
+#include <atomic>
+
+#include "adapters/memory/LoopThread.h"
+#include "adapters/memory/MainLoop.h"
+#include "adapters/photolibrary/images/ImageManager.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
+#include "tests/contracts/ImageManagerContract.h"
+
+namespace tlx::contracts {
+namespace {
+
+using namespace photolibrary;
+
+/// Files in a folder, under the real image manager.
+class FilesImageWorld final : public ImageManagerWorld {
+ public:
+  MainQueuePort& mainQueue() override { return loop_; }
+  bool runUntil(const std::function<bool()>& done) override { return loop_.runUntil(done); }
+  void settle() override {
+    images_.waitUntilIdle();
+    loop_.runUntilIdle();
+  }
+  ImageManagerPort& images() override { return images_; }
+
+  Asset photo(int width, int height, std::uint32_t colour) override {
+    const std::string path = nextFile(".png");
+    test::writeFlatPicture(path, width, height, colour);
+    return items_.add(path, path);
+  }
+  Asset damagedPhoto() override {
+    const std::string path = nextFile(".jpg");
+    test::writePicture(path, {.width = 320, .height = 240});
+    auto bytes = test::readFile(path);
+    bytes.resize(bytes.size() / 2);
+    test::writeFile(path, bytes);
+    return items_.add(path, path);
+  }
+  Asset video(double seconds) override {
+    const std::string path = nextFile(".mp4");
+    test::writeClip(path, {.frames = static_cast<int>(seconds * 10)});
+    return items_.add(path, path);
+  }
+  Asset videoWithoutVideoTrack() override {
+    const std::string path = nextFile(".mov");
+    test::writeClip(path, {.video = false, .audio = true});
+    return items_.add(path, path);
+  }
+  Asset cloudPhoto() override {
+    const std::string path = nextFile(".jpg");
+    test::writePicture(path, {.width = 320, .height = 240});
+    return items_.addRemote(path, path);
+  }
+  Asset cloudVideo() override {
+    const std::string path = nextFile(".mp4");
+    test::writeClip(path);
+    return items_.addRemote(path, path, {MediaFormat::Mp4});
+  }
+  Asset deletedPhoto() override {
+    const std::string path = nextFile(".jpg");
+    return items_.add(path, path);
+  }
+
+ private:
+  std::string nextFile(const char* extension) { return folder_.file(std::to_string(++files_) + extension); }
+  ImageManager::Settings settings() const {
+    ImageManager::Settings settings;
+    settings.pixelFolder = folder_.file("pixels");
+    settings.shared.folder = folder_.file("thumbnails");
+    return settings;
+  }
+
+  test::TemporaryFolder folder_;
+  memory::Background background_;
+  memory::MainLoop loop_{background_};
+  test::FileItems items_;
+  ImageManager images_{items_, loop_, settings()};
+  int files_ = 0;
+};
+
+std::unique_ptr<ImageManagerWorld> makeFilesImageWorld() {
+  return std::make_unique<FilesImageWorld>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, ImageManagerContract, testing::Values(&makeFilesImageWorld));
+
+}  // namespace
+}  // namespace tlx::contracts

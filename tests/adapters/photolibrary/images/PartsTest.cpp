@@ -1,0 +1,229 @@
+#include <atomic>
+#include <condition_variable>
+#include <fstream>
+#include <mutex>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+
+#include "adapters/photolibrary/images/RequestQueue.h"
+#include "adapters/photolibrary/images/cache/ThumbnailCache.h"
+#include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/images/codecs/RowResampler.h"
+#include "adapters/photolibrary/images/codecs/UprightWriter.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
+
+namespace tlx::photolibrary {
+namespace {
+
+using namespace test;
+
+std::vector<std::uint8_t> resample(PixelSize from, PixelSize to, const std::vector<std::uint8_t>& rgba) {
+  std::vector<std::uint8_t> result;
+  RowResampler resampler(from, to, [&](std::uint8_t* row) {
+    result.insert(result.end(), row, row + static_cast<std::size_t>(to.width) * 4);
+  });
+  for (int y = 0; y < from.height; ++y)
+    resampler.add(&rgba[static_cast<std::size_t>(y) * static_cast<std::size_t>(from.width) * 4]);
+  return result;
+}
+
+TEST(RowResampler, KeepsFlatColourAndEdgesWhereTheyAre) {
+  const PixelSize sizes[][2] = {{{64, 48}, {64, 48}},   {{64, 48}, {63, 47}}, {{64, 48}, {32, 24}},
+                                {{640, 480}, {13, 10}}, {{97, 31}, {10, 31}}, {{31, 97}, {31, 1}},
+                                {{1000, 3}, {4, 3}}};
+  for (const auto& [from, to] : sizes) {
+    const std::size_t pixels = static_cast<std::size_t>(from.pixels());
+    std::vector<std::uint8_t> flat;
+    for (std::size_t i = 0; i < pixels; ++i) flat.insert(flat.end(), {200, 100, 50, 255});
+    const auto same = resample(from, to, flat);
+    ASSERT_EQ(same.size(), static_cast<std::size_t>(to.pixels()) * 4);
+    for (std::size_t i = 0; i < same.size(); ++i)
+      EXPECT_NEAR(same[i], flat[i % 4], 1) << from.width << " to " << to.width;
+
+    // A ramp's mean and symmetry show a shift by half a pixel.
+    std::vector<std::uint8_t> ramp;
+    for (int y = 0; y < from.height; ++y) {
+      for (int x = 0; x < from.width; ++x) {
+        const auto grey = static_cast<std::uint8_t>(255 * x / std::max(1, from.width - 1));
+        ramp.insert(ramp.end(), {grey, grey, grey, 255});
+      }
+    }
+    const auto slope = resample(from, to, ramp);
+    const std::size_t width = static_cast<std::size_t>(to.width);
+    for (std::size_t x = 0; x < width; ++x) {
+      EXPECT_NEAR(slope[x * 4] + slope[(width - 1 - x) * 4], 255, 3) << from.width << " to " << to.width << " at " << x;
+    }
+  }
+}
+
+TEST(RowResampler, LetsNoColourExceedItsAlpha) {
+  std::vector<std::uint8_t> rgba;
+  for (int i = 0; i < 40 * 40; ++i) {
+    const bool opaque = (i % 40 / 4 + i / 160) % 2;
+    rgba.insert(rgba.end(), 4, opaque ? 255 : 0);
+  }
+  const auto result = resample({40, 40}, {23, 23}, rgba);
+  for (std::size_t i = 0; i < result.size(); i += 4) EXPECT_LE(result[i], result[i + 3]);
+}
+
+TEST(UprightWriter, PutsEveryPixelWhereItsOrientationSays) {
+  // 19 rows: more than are gathered at once, and not a multiple.
+  const PixelSize stored{5, 19};
+  for (int turn = 1; turn <= 8; ++turn) {
+    std::vector<std::uint32_t> upright(static_cast<std::size_t>(stored.pixels()));
+    UprightWriter writer(stored, turn, reinterpret_cast<std::uint8_t*>(upright.data()));
+    for (std::uint32_t y = 0; y < 19; ++y) {
+      std::uint32_t row[5];
+      for (std::uint32_t x = 0; x < 5; ++x) row[x] = y * 100 + x;
+      writer.add(reinterpret_cast<const std::uint8_t*>(row));
+    }
+    EXPECT_TRUE(writer.complete());
+    const std::size_t width = turn >= 5 ? 19 : 5, height = turn >= 5 ? 5 : 19;
+    const auto at = [&](std::size_t x, std::size_t y) { return upright[y * width + x]; };
+    // Where the stored picture's corners are found: its first row's ends and its last row's ends.
+    const std::size_t right = width - 1, bottom = height - 1;
+    const std::uint32_t found[4] = {at(0, 0), at(right, 0), at(0, bottom), at(right, bottom)};
+    const std::uint32_t a = 0, b = 4, c = 1800, d = 1804;
+    const std::uint32_t expected[9][4] = {{},           {a, b, c, d}, {b, a, d, c}, {d, c, b, a}, {c, d, a, b},
+                                          {a, c, b, d}, {c, a, d, b}, {d, b, c, a}, {b, d, a, c}};
+    for (int corner = 0; corner < 4; ++corner) EXPECT_EQ(found[corner], expected[turn][corner]) << "turn " << turn;
+    std::sort(upright.begin(), upright.end());
+    EXPECT_EQ(std::unique(upright.begin(), upright.end()), upright.end()) << "turn " << turn;
+  }
+}
+
+std::size_t residentBytes() {
+  std::ifstream stream("/proc/self/statm");
+  std::size_t total = 0, resident = 0;
+  stream >> total >> resident;
+  return resident * 4096;
+}
+
+TEST(PixelStore, KeepsLargePicturesOutOfMemoryBeyondItsBudget) {
+  const TemporaryFolder folder;
+  const std::size_t large = std::size_t{8} << 20;
+  PixelStore store(folder.file("made when needed"), {.largeFrom = 1 << 20, .memoryBudget = 2 * large});
+  [[maybe_unused]] const std::size_t before = residentBytes();
+  std::vector<std::shared_ptr<PixelBlock>> blocks;
+  for (int i = 0; i < 40; ++i) {
+    auto room = store.reserve(large);
+    ASSERT_TRUE(std::holds_alternative<std::shared_ptr<PixelBlock>>(room));
+    blocks.push_back(std::get<0>(room));
+    std::fill_n(blocks.back()->data(), large, static_cast<std::uint8_t>(i + 1));
+    blocks.back()->settle();
+  }
+  EXPECT_EQ(store.inMemory(), 2 * large);
+#ifndef __SANITIZE_THREAD__  // which keeps a shadow of every byte in memory
+  EXPECT_LT(residentBytes() - before, 5 * large) << "forty pictures, two of them in memory";
+#endif
+  EXPECT_TRUE(std::filesystem::is_empty(folder.file("made when needed"))) << "the files have no names";
+  for (int i = 0; i < 40; ++i) {
+    const std::uint8_t* data = blocks[static_cast<std::size_t>(i)]->data();
+    EXPECT_EQ(data[0], i + 1);
+    EXPECT_EQ(data[large - 1], i + 1);
+  }
+  blocks.clear();
+  EXPECT_EQ(store.inMemory(), 0u);
+}
+
+TEST(PixelStore, AFullOrAbsentDiskIsAnErrorOrMemoryAndNeverASignal) {
+  const std::size_t large = std::size_t{4} << 20;
+  PixelStore lenient("/proc/no folder can be made here", {.largeFrom = 1, .memoryBudget = 0});
+  auto room = lenient.reserve(large);
+  ASSERT_TRUE(std::holds_alternative<std::shared_ptr<PixelBlock>>(room)) << "from memory instead";
+  std::fill_n(std::get<0>(room)->data(), large, std::uint8_t{7});
+
+  PixelStore strict("/proc/no folder can be made here", {.largeFrom = 1, .memoryBudget = 0, .withoutDisk = 0});
+  const auto refused = strict.reserve(large);
+  ASSERT_TRUE(std::holds_alternative<NSError>(refused));
+  EXPECT_EQ(std::get<NSError>(refused).code, PhotoLibraryErrorNoSpace);
+  EXPECT_EQ(strict.inMemory(), 0u);
+}
+
+std::shared_ptr<const UIImage> thumbnail(std::size_t side) {
+  return std::make_shared<const UIImage>(CGImage::create(side, side, std::vector<std::uint8_t>(side * side * 4)));
+}
+
+TEST(ThumbnailCache, IsBoundedAndForgetsWhatWasUsedLongestAgo) {
+  ThumbnailCache cache(4 * 400, 401);
+  const auto key = [](const char* name, double side = 10) { return ThumbnailKey{name, {side, side}}; };
+  for (const char* name : {"a", "b", "c", "d"}) cache.insert(key(name), {}, thumbnail(10));
+  EXPECT_TRUE(cache.find(key("a"), {}));
+  cache.age(key("d"));
+  cache.insert(key("e"), {}, thumbnail(10));
+  EXPECT_FALSE(cache.find(key("d"), {})) << "aged";
+  cache.insert(key("f"), {}, thumbnail(10));
+  EXPECT_FALSE(cache.find(key("b"), {})) << "unused for longest";
+  EXPECT_TRUE(cache.find(key("a"), {}));
+  EXPECT_LE(cache.bytes(), 1600u);
+
+  EXPECT_FALSE(cache.find(key("a", 11), {})) << "another size";
+  EXPECT_FALSE(cache.find(key("a"), {1, 0})) << "the file has changed";
+  EXPECT_FALSE(cache.find(key("a"), {})) << "and what was made of the old one is gone";
+  cache.insert(key("big"), {}, thumbnail(11));
+  EXPECT_FALSE(cache.find(key("big"), {})) << "too large to keep";
+}
+
+TEST(RequestQueue, ServesTheNewestOfTheMostUrgentLaneFirst) {
+  std::mutex mutex;
+  std::vector<std::string> served;
+  std::mutex gate;
+  RequestQueue queue(1);
+  gate.lock();
+  queue.add(RequestQueue::Picture, 1000, [&] { std::lock_guard wait(gate); });
+  while (queue.remove(RequestQueue::Picture, 1000)) {
+    queue.add(RequestQueue::Picture, 1000, [&] { std::lock_guard wait(gate); });
+  }
+  const auto add = [&](RequestQueue::Lane lane, std::int64_t number) {
+    queue.add(lane, number, [&served, &mutex, lane, number] {
+      const std::lock_guard lock(mutex);
+      served.push_back((lane == RequestQueue::Preview   ? "preview "
+                        : lane == RequestQueue::Picture ? "picture "
+                                                        : "preheat ") +
+                       std::to_string(number));
+    });
+  };
+  add(RequestQueue::Preheat, 1200);
+  add(RequestQueue::Preheat, 1201);
+  add(RequestQueue::Picture, 1100);
+  add(RequestQueue::Picture, 1101);
+  add(RequestQueue::Picture, 1102);
+  add(RequestQueue::Preview, 1090);
+  add(RequestQueue::Preview, 900);
+  EXPECT_TRUE(queue.remove(RequestQueue::Picture, 1101));
+  EXPECT_FALSE(queue.remove(RequestQueue::Picture, 1101));
+  gate.unlock();
+  queue.waitUntilIdle();
+  EXPECT_EQ(served, (std::vector<std::string>{"preview 1090", "picture 1102", "picture 1100", "preview 900",
+                                              "preheat 1201", "preheat 1200"}))
+      << "the preview of something scrolled past long ago waits for the pictures of now";
+}
+
+TEST(RequestQueue, KeepsAThreadForPreviewsWhileAScreenIsAskingForThem) {
+  RequestQueue queue(2, {}, std::chrono::hours(1));
+  std::mutex gate;
+  std::atomic<int> pictures{0}, previews{0};
+  const auto preview = [&](std::int64_t number) { queue.add(RequestQueue::Preview, number, [&] { ++previews; }); };
+  const auto picture = [&](std::int64_t number) {
+    queue.add(RequestQueue::Picture, number, [&] {
+      ++pictures;
+      const std::lock_guard wait(gate);
+    });
+  };
+  gate.lock();
+  preview(1);
+  picture(2);
+  picture(3);
+  while (pictures == 0) std::this_thread::yield();
+  preview(4);
+  while (previews < 2) std::this_thread::yield();
+  EXPECT_EQ(pictures, 1) << "the other thread is kept";
+  gate.unlock();
+  queue.waitUntilIdle();
+  EXPECT_EQ(pictures, 2);
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary
