@@ -25,8 +25,15 @@ struct Way {
 
 struct Route {
   unsigned char type = RTN_UNSPEC;
+  std::uint32_t table = RT_TABLE_MAIN;
   std::uint32_t metric = 0;
   std::vector<Way> ways;
+
+  /// A route may also be there to stop packets (blackhole, unreachable, prohibit) or to say that this table has none.
+  bool delivers() const {
+    return type == RTN_UNICAST || type == RTN_LOCAL || type == RTN_BROADCAST || type == RTN_ANYCAST ||
+           type == RTN_MULTICAST;
+  }
 };
 
 void addWays(const nlattr& multipath, std::vector<Way>& ways) {
@@ -44,6 +51,7 @@ Route parse(const nlmsghdr& message) {
   const auto* header = static_cast<const rtmsg*>(mnl_nlmsg_get_payload(&message));
   Route route;
   route.type = header->rtm_type;
+  route.table = header->rtm_table;
   Way way;
   forEachAttribute(message, sizeof *header, [&](const nlattr& attribute) {
     switch (mnl_attr_get_type(&attribute)) {
@@ -53,6 +61,9 @@ Route parse(const nlmsghdr& message) {
       case RTA_GATEWAY:
       case RTA_VIA:
         way.overRouter = true;
+        break;
+      case RTA_TABLE:
+        route.table = mnl_attr_get_u32(&attribute);
         break;
       case RTA_PRIORITY:
         route.metric = mnl_attr_get_u32(&attribute);
@@ -64,6 +75,8 @@ Route parse(const nlmsghdr& message) {
         break;
     }
   });
+  // IPv6 names the loopback link for a route that stops packets.
+  if (!route.delivers()) return route;
   if (way.link != 0 && !(header->rtm_flags & (RTNH_F_LINKDOWN | RTNH_F_DEAD))) route.ways.push_back(way);
   return route;
 }
@@ -118,7 +131,8 @@ class WaysOut {
   const std::string& sysfs_;
 };
 
-/// The route that a packet to that address would take. Nothing in it where there is none.
+/// The route that a packet to that address would take by the kernel's rules, tables and metrics. Nothing in it where
+/// there is none.
 std::optional<Route> lookUp(RouteSocket& socket, unsigned char family, const void* address, std::size_t length,
                             std::uint32_t scope = 0) {
   alignas(nlmsghdr) char buffer[128];
@@ -127,6 +141,7 @@ std::optional<Route> lookUp(RouteSocket& socket, unsigned char family, const voi
   auto* header = static_cast<rtmsg*>(mnl_nlmsg_put_extra_header(request, sizeof(rtmsg)));
   header->rtm_family = family;
   header->rtm_dst_len = static_cast<unsigned char>(length * 8);
+  header->rtm_flags = RTM_F_LOOKUP_TABLE;
   mnl_attr_put(request, RTA_DST, length, address);
   if (scope != 0) mnl_attr_put_u32(request, RTA_OIF, scope);
   const auto answer = socket.ask(*request);
@@ -136,37 +151,40 @@ std::optional<Route> lookUp(RouteSocket& socket, unsigned char family, const voi
   return route;
 }
 
-/// The default route of the main table that counts, or 0.
-std::optional<Flags> ofMainTable(RouteSocket& socket, const WaysOut& out, unsigned char family) {
+/// The best default route of that table by metric, among those that stop packets and those whose link carries.
+std::optional<Flags> ofDefaultRoutes(RouteSocket& socket, const WaysOut& out, unsigned char family,
+                                     std::uint32_t table) {
   const auto answer = socket.dump(RTM_GETROUTE, family);
   if (!answer) return std::nullopt;
   Flags best = 0;
-  std::uint32_t bestMetric = 0;
+  std::optional<std::uint32_t> bestMetric;
   answer->forEach([&](const nlmsghdr& message) {
     const auto* header = static_cast<const rtmsg*>(mnl_nlmsg_get_payload(&message));
     // A kernel without that family answers with what it has of others.
-    if (header->rtm_family != family || header->rtm_dst_len != 0 || header->rtm_type != RTN_UNICAST) return;
-    if (header->rtm_table != RT_TABLE_MAIN || (header->rtm_flags & RTM_F_CLONED)) return;
+    if (header->rtm_family != family || header->rtm_dst_len != 0 || (header->rtm_flags & RTM_F_CLONED)) return;
     const Route route = parse(message);
-    for (const Way& way : route.ways) {
-      const Flags flags = out.over(way.link);
-      if (flags == 0 || (best != 0 && route.metric >= bestMetric)) continue;
-      best = flags;
-      bestMetric = route.metric;
-    }
+    if (route.table != table || (bestMetric && route.metric >= *bestMetric)) return;
+    Flags flags = 0;
+    for (auto way = route.ways.begin(); flags == 0 && way != route.ways.end(); ++way) flags = out.over(way->link);
+    if (flags == 0 && route.delivers()) return;
+    best = flags;
+    bestMetric = route.metric;
   });
   return best;
 }
 
-/// By the kernel's rules, for an address that is nobody's: one kept for documentation.
+/// The kernel is asked for the way to an address as good as any out there: that of a root name server, to which nothing
+/// is sent. Addresses kept for documentation will not do, since cautious machines drop them. A link that lost its
+/// carrier a moment ago keeps its routes, and the kernel goes on choosing them: then the next best default counts.
 std::optional<Flags> ofTheWideWorld(RouteSocket& socket, const WaysOut& out, unsigned char family) {
-  constexpr unsigned char nobody4[] = {192, 0, 2, 1};
-  constexpr unsigned char nobody6[16] = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-  const auto route = family == AF_INET ? lookUp(socket, family, nobody4, sizeof nobody4)
-                                       : lookUp(socket, family, nobody6, sizeof nobody6);
+  constexpr unsigned char root4[] = {198, 41, 0, 4};
+  constexpr unsigned char root6[] = {0x20, 0x01, 0x05, 0x03, 0xBA, 0x3E, 0, 0, 0, 0, 0, 0, 0, 0x02, 0, 0x30};
+  const auto route =
+      family == AF_INET ? lookUp(socket, family, root4, sizeof root4) : lookUp(socket, family, root6, sizeof root6);
   if (!route) return std::nullopt;
-  if (route->type != RTN_UNICAST || route->ways.empty()) return 0;
-  return out.over(route->ways.front().link);
+  if (route->ways.empty()) return 0;
+  const Flags flags = out.over(route->ways.front().link);
+  return flags != 0 ? flags : ofDefaultRoutes(socket, out, family, route->table);
 }
 
 std::optional<WaysOut> readWaysOut(RouteSocket& socket, const std::string& sysfs) {
@@ -181,12 +199,10 @@ std::optional<Flags> flagsOfDefaultRoute(DefaultRoute wanted, const std::string&
   RouteSocket socket;
   const auto out = readWaysOut(socket, sysfs);
   if (!out) return std::nullopt;
-  for (const auto read : {ofMainTable, ofTheWideWorld}) {
-    for (const unsigned char family : {AF_INET, AF_INET6}) {
-      if (family == AF_INET && wanted == DefaultRoute::ipv6) continue;
-      const auto flags = read(socket, *out, family);
-      if (!flags || *flags != 0) return flags;
-    }
+  for (const unsigned char family : {AF_INET, AF_INET6}) {
+    if (family == AF_INET && wanted == DefaultRoute::ipv6) continue;
+    const auto flags = ofTheWideWorld(socket, *out, family);
+    if (!flags || *flags != 0) return flags;
   }
   return 0;
 }

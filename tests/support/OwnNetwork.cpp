@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
+#include <sstream>
 
 #include <fcntl.h>
 #include <linux/if_tun.h>
@@ -51,18 +52,26 @@ OwnNetwork::~OwnNetwork() {
 }
 
 bool OwnNetwork::run(const std::string& lines) {
-  return entered() && execute("ip -batch -", lines);
+  if (!entered()) return false;
+  std::string any, six;
+  std::istringstream all(lines);
+  for (std::string line; std::getline(all, line);) {
+    line.starts_with("-6 ") ? six += line.substr(3) + "\n" : any += line + "\n";
+  }
+  return execute("ip -batch -", any) && (six.empty() || execute("ip -6 -batch -", six));
 }
 
 void OwnNetwork::clear() {
   if (!entered()) return;
-  std::string lines = "link set lo down\nroute flush table main\nrule del pref 100\n-6 route flush table main\n";
+  const std::string routes = "route flush table main\nroute flush table 77\nrule del pref 100\n";
+  std::string lines = "link set lo down\n" + routes;
   auto* links = if_nameindex();
   for (auto* link = links; link && link->if_index != 0; ++link) {
     if (std::strcmp(link->if_name, "lo") != 0) lines += std::string("link del ") + link->if_name + "\n";
   }
   if_freenameindex(links);
   execute("ip -force -batch - 2>/dev/null", lines);
+  execute("ip -6 -force -batch - 2>/dev/null", routes);
 }
 
 bool OwnNetwork::openTunnel() {

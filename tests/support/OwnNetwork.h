@@ -17,7 +17,8 @@ class OwnNetwork {
   OwnNetwork(const OwnNetwork&) = delete;
   OwnNetwork& operator=(const OwnNetwork&) = delete;
 
-  /// Commands of the `ip` tool, a line each. False when one of them fails.
+  /// Commands of the `ip` tool, a line each; those that begin with "-6 " run after the others. False when one of them
+  /// fails. What is done to the table 77 and to the rule of preference 100 goes with the network.
   bool run(const std::string& lines);
   /// Opens a tunnel `tun0` for as long as the network lives. False where there are none.
   bool openTunnel();

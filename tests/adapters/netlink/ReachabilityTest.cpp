@@ -121,6 +121,8 @@ TEST_F(NetlinkReachability, TellsOfEachWayInWhichARouteGoesAndOfNothingElse) {
   const char* const rows[][2] = {
       {"route del default\n", "route add default via 10.1.0.2\n"},
       {"link set wirex down\n", "link set wirex up\n"},
+      {"rule add pref 100 prohibit\n", "rule del pref 100\n"},
+      {"route replace blackhole default\n", "route replace default via 10.1.0.2\n"},
       {"link set wire down\n", "link set wire up\nroute add default via 10.1.0.2\n"},
       {"addr del 10.1.0.1/24 dev wire\n", "addr add 10.1.0.1/24 dev wire\nroute add default via 10.1.0.2\n"},
   };

@@ -50,6 +50,8 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
   const std::string wire = cable("wire", "10.1.0.1/24"), modem = cable("modem", "10.2.0.1/24");
   const std::string wire6 = cable("wire", "2001:db9::1/64"), tunnel = "link set tun0 up\nroute add default dev tun0\n";
   const std::string overWire = "route add default via 10.1.0.2 metric 100\n";
+  const std::string overWire6 = "route add default via 2001:db9::2 metric 100\n";
+  const std::string lo = "link set lo up\n", to77 = "rule add pref 100 lookup 77\n";
   const std::string overModem = "route add default via 10.2.0.2 metric 50\n";
   struct Row {
     std::string network;
@@ -63,7 +65,6 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
       {wire + overWire, "0.0.0.0", kReachable, "the plain case"},
       {wire + overWire + "link set wirex down\n", "0.0.0.0", 0, "without a carrier the route stays, but leads nowhere"},
       {wire + overWire + "link set wire down\n", "0.0.0.0", 0, "a link that was taken down"},
-      {wire + "route add unreachable default\n", "0.0.0.0", 0, "a route that says there is none"},
       {modem + overModem, "0.0.0.0", kReachable | kCellular, "a modem alone"},
       {wire + overWire + modem + overModem, "0.0.0.0", kReachable | kCellular, "the smaller metric is the modem's"},
       {wire + overWire + modem + "route add default via 10.2.0.2 metric 600\n", "0.0.0.0", kReachable, "the cable's"},
@@ -74,11 +75,36 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
       {wire + "route add 0.0.0.0/1 via 10.1.0.2\nroute add 128.0.0.0/1 via 10.1.0.2\n", "0.0.0.0", kReachable,
        "two halves make a whole"},
       {wire + "route add default via 10.1.0.2 table 77\n", "0.0.0.0", 0, "a table that no rule leads to"},
-      {wire + "route add default via 10.1.0.2 table 77\nrule add pref 100 lookup 77\n", "0.0.0.0", kReachable,
-       "a rule leads to it"},
-      {wire6 + "route add default via 2001:db9::2\n", "0.0.0.0", kReachable, "IPv6 alone is internet as well"},
-      {wire6 + "route add default via 2001:db9::2\n", "::", kReachable, "IPv6's own"},
+      {wire + "route add default via 10.1.0.2 table 77\n" + to77, "0.0.0.0", kReachable, "a rule leads to it"},
+      {wire6 + overWire6, "0.0.0.0", kReachable, "IPv6 alone is internet as well"},
+      {wire6 + overWire6, "::", kReachable, "IPv6's own"},
       {wire + overWire, "::", 0, "IPv4 is not asked for"},
+
+      {wire + overWire + "route add blackhole default metric 50\n", "0.0.0.0", 0, "a better route drops all"},
+      {wire + overWire + "route add unreachable default metric 50\n", "0.0.0.0", 0, "or refuses"},
+      {wire + overWire + "route add prohibit default metric 50\n", "0.0.0.0", 0, "or forbids"},
+      {wire + overWire + "route add prohibit default metric 200\n", "0.0.0.0", kReachable,
+       "a worse one does not count"},
+      {wire + overWire + modem + "route add default via 10.2.0.2 metric 50\nroute add blackhole default metric 70\n" +
+           "link set modemx down\n",
+       "0.0.0.0", 0, "next after a modem without a carrier"},
+      {wire + overWire + "rule add pref 100 prohibit\n", "0.0.0.0", 0, "a rule that forbids"},
+      {wire + overWire + "rule add pref 100 blackhole\n", "0.0.0.0", 0, "a rule that drops"},
+      {wire + overWire + "rule add pref 100 from 10.9.0.0/16 unreachable\n", "0.0.0.0", kReachable, "for others"},
+      {wire + overWire + to77 + "route add unreachable default table 77\n", "0.0.0.0", 0, "in a rule's table"},
+      {wire + overWire + to77 + "route add throw default table 77\n", "0.0.0.0", kReachable, "on to the next rule"},
+      {wire + modem + to77 + "route add default via 10.1.0.2 metric 9 table 77\nlink set wirex down\n" +
+           "route add default via 10.2.0.2 metric 10 table 77\n",
+       "0.0.0.0", kReachable | kCellular, "the second best of a rule's table"},
+      {wire + overWire + "route add blackhole 192.0.2.0/24\n", "0.0.0.0", kReachable, "what cautious routers drop"},
+      {lo + wire6 + overWire6 + "-6 route add blackhole default metric 50\n", "::", 0, "dropped by IPv6"},
+      {lo + wire6 + overWire6 + "-6 route add unreachable default metric 50\n", "0.0.0.0", 0, "refused by IPv6"},
+      {lo + wire6 + overWire6 + "-6 route add prohibit default metric 2000\n", "::", kReachable, "worse by IPv6"},
+      {lo + wire6 + overWire6 + "-6 rule add pref 100 prohibit\n", "::", 0, "an IPv6 rule that forbids"},
+      {lo + wire6 + overWire6 + "-6 " + to77 + "-6 route add blackhole default table 77\n", "::", 0, "in its table"},
+      {wire + overWire + wire6.substr(wire6.find("addr ")) + overWire6 + "rule add pref 100 blackhole\n", "0.0.0.0",
+       kReachable, "IPv6 is left"},
+
       {tunnel, "0.0.0.0", kReachable, "a tunnel is all there is"},
       {tunnel + wire, "0.0.0.0", kReachable, "a tunnel over a cable"},
       {tunnel + wire + "link set wirex down\n", "0.0.0.0", 0, "a tunnel over a cable that is pulled out"},
@@ -86,22 +112,24 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
 
       {wire + overWire, "192.0.2.7", kReachable, "beyond the router"},
       {wire, "192.0.2.7", 0, "no way there"},
+      {wire + overWire + "route add prohibit 192.0.2.0/24\n", "192.0.2.7", 0, "a way that is forbidden"},
       {wire, "10.1.0.9", kReachable | kDirect, "a neighbour"},
       {wire, "::ffff:10.1.0.9", kReachable | kDirect, "the same in IPv6's clothes"},
       {wire + "link set wirex down\n", "10.1.0.9", 0, "a neighbour behind a cable that is pulled out"},
-      {wire + "link set lo up\n", "10.1.0.1", kReachable | kDirect | kLocal, "this machine"},
-      {"link set lo up\n", "127.0.0.1", kReachable | kDirect | kLocal, "this machine to itself"},
-      {"link set lo up\n", "::1", kReachable | kDirect | kLocal, "and by IPv6"},
+      {wire + lo, "10.1.0.1", kReachable | kDirect | kLocal, "this machine"},
+      {lo, "127.0.0.1", kReachable | kDirect | kLocal, "this machine to itself"},
+      {lo, "::1", kReachable | kDirect | kLocal, "and by IPv6"},
       {modem + overModem, "192.0.2.7", kReachable | kCellular, "over the modem"},
       {tunnel, "192.0.2.7", kReachable, "who knows what is behind a tunnel"},
       {wire6, "2001:db9::9", kReachable | kDirect, "an IPv6 neighbour"},
       {wire6, "2001:db8::7", 0, "no way there by IPv6"},
+      {lo + wire6 + overWire6 + "route add blackhole 2001:db8::/32\n", "2001:db8::7", 0, "dropped by IPv6"},
       {wire6 + cable("wire2", "fe80::1/64") + "link set wire2x down\n", "fe80::9%wire2", 0,
        "the link is part of the address"},
       {cable("wire2", "fe80::1/64"), "fe80::9%wire2", kReachable | kDirect, "and this one carries"},
 
       {wire, "169.254.0.0", kReachable | kDirect, "a cable is up"},
-      {"link set lo up\n" + wire + "link set wirex down\n", "169.254.0.0", 0, "no cable is"},
+      {lo + wire + "link set wirex down\n", "169.254.0.0", 0, "no cable is"},
       {modem + overModem, "169.254.0.0", 0, "a modem has no neighbours"},
       {tunnel, "169.254.0.0", 0, "neither has a tunnel"},
   };
