@@ -6,17 +6,16 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <initializer_list>
 #include <memory>
 #include <utility>
 #include <vector>
 
 #include <fcntl.h>
-#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vips/vips.h>
 
+#include "adapters/photolibrary/source/MediaFormat.h"
 #include "apps/tlx-media-picker/CaptureDate.h"
 
 namespace tlx::program {
@@ -59,12 +58,6 @@ std::string stem(const std::string& name) {
 std::string ending(const std::string& name) {
   const auto dot = name.rfind('.');
   return dot == std::string::npos || dot == 0 ? "" : name.substr(dot);
-}
-
-bool endsIn(const std::string& name, std::initializer_list<const char*> endings) {
-  const std::string own = ending(name);
-  return std::any_of(endings.begin(), endings.end(),
-                     [&](const char* each) { return strcasecmp(own.c_str(), each) == 0; });
 }
 
 /// The bitmap as an image of the picture library that lives no longer, without alpha where there is nothing to see
@@ -129,8 +122,12 @@ std::variant<OutputFolder::Written, std::string> OutputFolder::writeImage(const 
     unlink(temporary.c_str());
     return name + ": " + vipsReason();
   }
-  const bool same = alpha ? endsIn(name, {".png"}) : endsIn(name, {".jpg", ".jpeg"});
-  return settle(temporary, same ? name : stem(name) + (alpha ? ".png" : ".jpg"), created);
+  using photolibrary::MediaFormat;
+  const MediaFormat format = alpha ? MediaFormat::Png : MediaFormat::Jpeg;
+  const std::string own = "." + std::string(photolibrary::traitsOf(format).endings[0]);
+  // A name that is nothing but an ending is no ending.
+  const bool same = !ending(name).empty() && photolibrary::formatNamedBy(name) == format;
+  return settle(temporary, same ? name : stem(name) + own, created);
 }
 
 std::variant<OutputFolder::Written, std::string> OutputFolder::copyFile(const std::string& original,

@@ -95,18 +95,9 @@ std::string dateName(double created) {
 std::string videoEnding(int file, const std::string& path) {
   std::vector<std::uint8_t> head(4096);
   const ssize_t got = ::pread(file, head.data(), head.size(), 0);
-  switch (sniffFormat(head.data(), got > 0 ? static_cast<std::size_t>(got) : 0)) {
-    case MediaFormat::Mp4:
-      return ".mp4";
-    case MediaFormat::Mov:
-      return ".mov";
-    case MediaFormat::WebM:
-      return ".webm";
-    case MediaFormat::Matroska:
-      return ".mkv";
-    default:
-      return std::filesystem::path(path).extension().string();
-  }
+  const MediaFormat format = sniffFormat(head.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+  if (isVideo(format)) return "." + std::string(traitsOf(format).endings[0]);
+  return std::filesystem::path(path).extension().string();
 }
 
 /// Answers 0, or why not; EEXIST when there is something of that name.

@@ -87,7 +87,7 @@ PictureLayers::Found PictureLayers::atHand(const Wanted& wanted, bool onlyFinal)
 PictureLayers::Found PictureLayers::embedded(const Wanted& wanted, const ItemLocation& item, bool onlyFinal) {
   // Only these containers' embedded pictures are made with the photo and kept with it, and decoding the photo itself
   // takes a hundred times as long.
-  const bool isTrue = item.format == MediaFormat::Heic || item.format == MediaFormat::Avif;
+  const bool isTrue = traitsOf(item.format).embedded == EmbeddedPicture::InContainer;
   if (onlyFinal && !isTrue) return {};
   Picture picture = guarded([&] {
     return decoder_.decodeEmbedded(item.path, {wanted.key.target, wanted.key.mode, wanted.cancelled});

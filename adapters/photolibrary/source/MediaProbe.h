@@ -10,34 +10,9 @@
 #include "tlx/platform/foundation/NSError.h"
 #include "tlx/platform/photos/PHAsset.h"
 
+#include "adapters/photolibrary/source/MediaFormat.h"
+
 namespace tlx::photolibrary {
-
-/// What a file holds, told by its first bytes and never by its name.
-enum class MediaFormat : std::int32_t {
-  Unknown = 0,
-  Jpeg = 1,
-  Png = 2,
-  WebP = 3,
-  Gif = 4,
-  Tiff = 5,
-  Heic = 6,
-  Avif = 7,
-  JpegXl = 8,
-  Mp4 = 20,
-  Mov = 21,
-  Matroska = 22,
-  WebM = 23,
-  Avi = 24,
-  ThreeGp = 25,
-  MpegTs = 26,
-};
-
-constexpr bool isVideo(MediaFormat format) {
-  return format >= MediaFormat::Mp4;
-}
-
-/// `bytes` are a file's first ones; 4 KiB settle every format. Any thread.
-MediaFormat sniffFormat(const std::uint8_t* bytes, std::size_t size);
 
 /// What the header of a photo or video tells, without decoding a pixel.
 struct MediaInfo {

@@ -21,19 +21,11 @@ std::string lowered(std::string text) {
   return text;
 }
 
-bool hasMediaEnding(const std::string& name) {
-  static const std::set<std::string, std::less<>> kEndings = {
-      "jpg", "jpeg", "jpe", "png", "webp", "gif", "tif", "tiff", "heic", "heif", "avif", "jxl",
-      "mp4", "m4v",  "mov", "mkv", "webm", "avi", "3gp", "3g2",  "ts",   "mts",  "m2ts"};
-  const auto dot = name.rfind('.');
-  return dot != std::string::npos && kEndings.contains(lowered(name.substr(dot + 1)));
-}
-
 /// Whether it is worth looking inside: servers tell a type by the name, and many tell none.
 bool mayBeMedia(const std::string& name, const std::string& contentType) {
   const std::string type = lowered(contentType);
-  return hasMediaEnding(name) || type.empty() || type.starts_with("image/") || type.starts_with("video/") ||
-         type.starts_with("application/octet-stream");
+  return formatNamedBy(name) != MediaFormat::Unknown || type.empty() || type.starts_with("image/") ||
+         type.starts_with("video/") || type.starts_with("application/octet-stream");
 }
 
 std::uint64_t hashOf(const std::string& text) {

@@ -56,10 +56,11 @@ std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& 
   if (format == MediaFormat::Unknown) return libraryError(PhotoLibraryErrorUnsupported, path + " is no photo or video");
   MediaInfo bare;
   bare.format = format;
-  bare.mediaType = isVideo(format) ? PHAssetMediaTypeVideo : PHAssetMediaTypeImage;
+  bare.mediaType = traitsOf(format).mediaType;
   if (!file.write(0, head)) return bare;
 
-  const bool boxed = format == MediaFormat::Mp4 || format == MediaFormat::Mov || format == MediaFormat::ThreeGp;
+  const char* const demuxer = traitsOf(format).demuxer;
+  const bool boxed = demuxer && std::string_view(demuxer) == "mov";
   const auto size = static_cast<std::int64_t>(head.size());
   for (std::int64_t at = 0, step = 0; boxed && at + 16 <= bytes && step < 32; ++step) {
     std::string header = at + 16 <= size ? head.substr(static_cast<std::size_t>(at), 16) : std::string();

@@ -75,43 +75,6 @@ const char* folderOf(int side) {
   }
 }
 
-const char* mimeTypeOf(MediaFormat format) {
-  switch (format) {
-    case MediaFormat::Jpeg:
-      return "image/jpeg";
-    case MediaFormat::Png:
-      return "image/png";
-    case MediaFormat::WebP:
-      return "image/webp";
-    case MediaFormat::Gif:
-      return "image/gif";
-    case MediaFormat::Tiff:
-      return "image/tiff";
-    case MediaFormat::Heic:
-      return "image/heif";
-    case MediaFormat::Avif:
-      return "image/avif";
-    case MediaFormat::JpegXl:
-      return "image/jxl";
-    case MediaFormat::Mp4:
-      return "video/mp4";
-    case MediaFormat::Mov:
-      return "video/quicktime";
-    case MediaFormat::Matroska:
-      return "video/x-matroska";
-    case MediaFormat::WebM:
-      return "video/webm";
-    case MediaFormat::Avi:
-      return "video/x-msvideo";
-    case MediaFormat::ThreeGp:
-      return "video/3gpp";
-    case MediaFormat::MpegTs:
-      return "video/mp2t";
-    default:
-      return nullptr;
-  }
-}
-
 bool liesWithin(const std::string& path, const std::string& folder) {
   return path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/';
 }
@@ -280,7 +243,7 @@ void SharedThumbnails::write(const Record& record) {
   texts.add(uriKey, subject.uri);
   texts.add(timeKey, std::to_string(secondsOf(subject.modified)));
   texts.add(sizeKey, std::to_string(subject.bytes));
-  if (const char* type = mimeTypeOf(subject.format)) texts.add("Thumb::Mimetype", type);
+  if (const char* type = traitsOf(subject.format).mimeType) texts.add("Thumb::Mimetype", type);
   std::vector<std::uint8_t> png;
   std::string folder = failureFolder();
   if (const auto* image = std::get_if<0>(&record.content)) {

@@ -7,23 +7,7 @@
 namespace tlx::photolibrary {
 namespace {
 
-constexpr std::int64_t maxWholeFile = std::int64_t{256} << 20;  // of formats whose decoder takes the file as a whole
 constexpr std::int64_t muchMemory = std::int64_t{512} << 20;
-
-/// What a decoder that cannot hand rows over keeps of each pixel, its own and the result's bytes together.
-std::int64_t heldBytesAPixel(MediaFormat format) {
-  switch (format) {
-    case MediaFormat::Jpeg:
-      return 6;  // coefficients
-    case MediaFormat::JpegXl:
-      return 16;  // floating point
-    case MediaFormat::Heic:
-    case MediaFormat::Avif:
-      return 10;
-    default:
-      return 8;
-  }
-}
 
 /// Memory that the machine has to give, without making it swap; a great deal where it does not say.
 std::int64_t availableMemory() {
@@ -45,7 +29,7 @@ Picture named(Picture picture, const std::string& path) {
 
 std::int64_t memoryFor(const PhotoHeader& header) {
   const std::int64_t pixels = PixelSize{header.width, header.height}.pixels();
-  return header.pieceBytes * 2 + (header.streams ? 0 : pixels * heldBytesAPixel(header.format));
+  return header.pieceBytes * 2 + (header.streams ? 0 : pixels * traitsOf(header.format).heldBytesAPixel);
 }
 
 bool needsMuchMemory(const PhotoHeader& header) {
@@ -92,15 +76,18 @@ Picture ImageDecoder::decodePhoto(FileBytes& file, MediaFormat format, const Req
 
   const PixelSize result = fittedSize(upright, request.target, request.mode);
   const DecodeContext context{store_, transforms_, request.cancelled};
-  switch (format) {
-    case MediaFormat::Jpeg:
+  switch (traitsOf(format).decoder) {
+    case PixelDecoder::Jpeg:
       return decodeJpeg(file, header, extras.profile, result, context);
-    case MediaFormat::Heic:
-    case MediaFormat::Avif:
+    case PixelDecoder::Heif:
       return decodeHeif(file, result, context);
-    default:
+    case PixelDecoder::Vips:
       return decodeWithVips(file, header, result, context);
+    case PixelDecoder::None:
+    case PixelDecoder::Video:
+      break;
   }
+  return libraryError(PhotoLibraryErrorUnsupported, "no photo");
 }
 
 std::optional<NSError> ImageDecoder::refusal(const PhotoHeader& header, std::int64_t fileBytes) {
@@ -117,7 +104,7 @@ std::optional<NSError> ImageDecoder::refusal(const PhotoHeader& header, std::int
   if (header.pieceBytes > maxPieceBytes) {
     return tooLarge("pieces of " + std::to_string(header.pieceBytes) + " bytes are too large");
   }
-  if ((header.format == MediaFormat::Gif || header.format == MediaFormat::WebP) && fileBytes > maxWholeFile) {
+  if (fileBytes > traitsOf(header.format).maxFileBytes) {
     return tooLarge("a file of " + std::to_string(fileBytes) + " bytes is too large");
   }
   return std::nullopt;
@@ -126,9 +113,13 @@ std::optional<NSError> ImageDecoder::refusal(const PhotoHeader& header, std::int
 Picture ImageDecoder::decodeEmbedded(const std::string& path, const Request& request) {
   return withFile(path, [&](FileBytes& file, MediaFormat format) -> Picture {
     const DecodeContext context{store_, transforms_, request.cancelled, false};
-    if (format == MediaFormat::Heic || format == MediaFormat::Avif) return decodeHeifThumbnail(file, request, context);
-    if (format != MediaFormat::Jpeg && format != MediaFormat::Png && format != MediaFormat::WebP) {
-      return libraryError(PhotoLibraryErrorNotFound, "no embedded picture");
+    switch (traitsOf(format).embedded) {
+      case EmbeddedPicture::InContainer:
+        return decodeHeifThumbnail(file, request, context);
+      case EmbeddedPicture::None:
+        return libraryError(PhotoLibraryErrorNotFound, "no embedded picture");
+      case EmbeddedPicture::InExif:
+        break;
     }
     HeaderExtras extras;
     const auto read = readPhotoHeader(file, format, &extras);

@@ -61,9 +61,19 @@ VipsImage* load(VipsSource* source, MediaFormat format, VipsFailOn failOn) {
       return with(vips_tiffload_source);
     case MediaFormat::JpegXl:
       return with(vips_jxlload_source);
-    default:
-      return nullptr;
+    case MediaFormat::Unknown:
+    case MediaFormat::Heic:
+    case MediaFormat::Avif:
+    case MediaFormat::Mp4:
+    case MediaFormat::Mov:
+    case MediaFormat::Matroska:
+    case MediaFormat::WebM:
+    case MediaFormat::Avi:
+    case MediaFormat::ThreeGp:
+    case MediaFormat::MpegTs:
+      break;
   }
+  return nullptr;
 }
 
 /// A file's bytes as a source that reads by position and never maps the file: a file cut short while it is read must

@@ -165,16 +165,22 @@ std::variant<PhotoHeader, NSError> readPhotoHeader(FileBytes& file, MediaFormat 
     case MediaFormat::JpegXl:
       readJpegXlHeader(file, header);
       break;
-    default:
+    case MediaFormat::Unknown:
+    case MediaFormat::Mp4:
+    case MediaFormat::Mov:
+    case MediaFormat::Matroska:
+    case MediaFormat::WebM:
+    case MediaFormat::Avi:
+    case MediaFormat::ThreeGp:
+    case MediaFormat::MpegTs:
       return libraryError(PhotoLibraryErrorUnsupported, "not a photo");
   }
   if (header.width <= 0 || header.height <= 0) {
     return libraryError(PhotoLibraryErrorDamaged, "the header names no size");
   }
-  const bool decoderTurns = format == MediaFormat::Heic || format == MediaFormat::Avif || format == MediaFormat::JpegXl;
-  header.turn = decoderTurns ? 1 : header.facts.orientation;
-  header.streams =
-      header.streams && (format == MediaFormat::Jpeg || format == MediaFormat::Png || format == MediaFormat::Tiff);
+  const FormatTraits& traits = traitsOf(format);
+  header.turn = traits.decoderTurns ? 1 : header.facts.orientation;
+  header.streams = header.streams && traits.streams;
   return header;
 }
 

@@ -21,24 +21,6 @@ namespace {
 constexpr int bufferSize = 32 * 1024;
 constexpr std::int64_t maxBytesRead = std::int64_t{1} << 30;
 
-const char* demuxerOf(MediaFormat format) {
-  switch (format) {
-    case MediaFormat::Mp4:
-    case MediaFormat::Mov:
-    case MediaFormat::ThreeGp:
-      return "mov";
-    case MediaFormat::Matroska:
-    case MediaFormat::WebM:
-      return "matroska";
-    case MediaFormat::Avi:
-      return "avi";
-    case MediaFormat::MpegTs:
-      return "mpegts";
-    default:
-      return nullptr;
-  }
-}
-
 bool isMovingPicture(const AVStream& stream) {
   constexpr int still = AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_TIMED_THUMBNAILS;
   return stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO && (stream.disposition & still) == 0;
@@ -76,7 +58,7 @@ int quarterTurns(const AVStream& stream) {
 VideoFile::VideoFile(FileBytes& file, MediaFormat format) : file_(file), allowance_(maxBytesRead) {
   static std::once_flag quiet;
   std::call_once(quiet, [] { av_log_set_level(AV_LOG_QUIET); });
-  const char* name = demuxerOf(format);
+  const char* name = traitsOf(format).demuxer;
   const AVInputFormat* demuxer = name ? av_find_input_format(name) : nullptr;
   auto* buffer = static_cast<std::uint8_t*>(av_malloc(bufferSize));
   if (!demuxer || !buffer) {
