@@ -337,12 +337,12 @@ std::variant<Original, NSError> PhotoLibrary::fetchOriginal(const Identifier& id
 }
 
 std::variant<Preview, NSError> PhotoLibrary::fetchPreview(const Identifier& identifier, int pixels,
-                                                          const std::function<bool()>& cancelled) {
+                                                          const std::stop_token& stop) {
   const auto snapshot = catalogue_->snapshot();
   const std::uint32_t position = snapshot->find(identifier);
   if (position == Snapshot::kNowhere) return unknownItem();
   const Item& item = snapshot->itemAt(position);
-  auto preview = catalogue_->source().fetchPreview(item, *snapshot->folders()[item.folder], pixels, cancelled);
+  auto preview = catalogue_->source().fetchPreview(item, *snapshot->folders()[item.folder], pixels, stop);
   if (!preview) return noPreview();
   return *std::move(preview);
 }

@@ -114,7 +114,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::variant<ItemLocation, NSError> locate(const Identifier& identifier) const override;
   std::variant<Original, NSError> fetchOriginal(const Identifier& identifier, const FetchOptions& options) override;
   std::variant<Preview, NSError> fetchPreview(const Identifier& identifier, int pixels,
-                                              const std::function<bool()>& cancelled) override;
+                                              const std::stop_token& stop) override;
 
  private:
   struct Asking;

@@ -52,10 +52,10 @@ void ImageManager::stop() {
   alive_->store(false);
   {
     const std::lock_guard lock(mutex_);
-    for (const auto& [id, request] : requests_) request->cancelled = true;
-    for (const auto& [key, preheated] : preheated_) preheated.request->cancelled = true;
+    for (const auto& [id, request] : requests_) request->stop.request_stop();
+    for (const auto& [key, preheated] : preheated_) preheated.request->stop.request_stop();
     for (const auto& table : making_) {
-      for (const auto& [key, making] : table) making->abandoned = true;
+      for (const auto& [key, making] : table) making->abandoned.request_stop();
     }
   }
   fetchers_.stop();
@@ -100,7 +100,7 @@ PHImageRequestID ImageManager::requestImage(const std::shared_ptr<const PHAsset>
   }
   const PHImageRequestID id = request->id;
   if (options.synchronous) {
-    const Answer answer = makePicture(*request, nullptr);
+    const Answer answer = makePicture(*request, {});
     if (handler) handler(answer.image, answer.info);
     return id;
   }
@@ -160,7 +160,7 @@ void ImageManager::cancelImageRequest(PHImageRequestID id) {
     const std::lock_guard lock(mutex_);
     request = take(id);
     if (!request) return;
-    request->cancelled = true;
+    request->stop.request_stop();
     abandonUnwanted(*request);
   }
   withdraw(*request, {RequestQueue::Preview, RequestQueue::Picture, RequestQueue::Behind});
@@ -172,8 +172,8 @@ void ImageManager::abandonUnwanted(const Request& request) {
   const auto found = table.find(request.key);
   if (found == table.end()) return;
   const auto& wanters = found->second->wanters;
-  if (std::all_of(wanters.begin(), wanters.end(), [](const RequestRef& each) { return each->cancelled.load(); })) {
-    found->second->abandoned = true;
+  if (std::all_of(wanters.begin(), wanters.end(), [](const RequestRef& each) { return each->isCancelled(); })) {
+    found->second->abandoned.request_stop();
   }
 }
 
@@ -189,9 +189,9 @@ void ImageManager::enqueue(RequestQueue& queue, RequestQueue::Lane lane, const R
 }
 
 void ImageManager::previewStage(const RequestRef& request) {
-  if (request->cancelled) return deliver(request, {}, true);
-  auto found = request->preview ? layers_.fromPreview(request->wanted(&request->cancelled), *request->preview)
-                                : layers_.atHand(request->wanted(&request->cancelled), false);
+  if (request->isCancelled()) return deliver(request, {}, true);
+  auto found = request->preview ? layers_.fromPreview(request->wanted(request->stop.get_token()), *request->preview)
+                                : layers_.atHand(request->wanted(request->stop.get_token()), false);
   request->lookedAtHand = true;
   if (!found && sentForPreview(request, RequestQueue::Preview, &ImageManager::previewStage)) return;
   if (found) {
@@ -206,7 +206,7 @@ void ImageManager::previewStage(const RequestRef& request) {
 }
 
 void ImageManager::pictureStage(const RequestRef& request) {
-  if (request->cancelled) return deliver(request, {}, true);
+  if (request->isCancelled()) return deliver(request, {}, true);
   if (sentToFetch(request, RequestQueue::Picture, &ImageManager::pictureStage)) return;
   makeForAll(request);
 }
@@ -215,7 +215,7 @@ void ImageManager::makeForAll(const RequestRef& request) {
   const bool preheats = request->id == PHInvalidImageRequestID;
   if (!request->original && isElsewhere(request->key.identifier)) {
     // Why it cannot be had is this request's own affair.
-    if (!preheats) deliver(request, makePicture(*request, &request->cancelled), true);
+    if (!preheats) deliver(request, makePicture(*request, request->stop.get_token()), true);
     return;
   }
   auto& table = making_[wantsPreview(request->options)];
@@ -229,21 +229,22 @@ void ImageManager::makeForAll(const RequestRef& request) {
       return;
     }
   }
-  const Answer answer = makePicture(*request, &making->abandoned);
+  const Answer answer = makePicture(*request, making->abandoned.get_token());
   {
     const std::lock_guard lock(mutex_);
     table.erase(request->key);
   }
   const bool abandoned = answer.info.PHImageErrorKey &&
-                         answer.info.PHImageErrorKey->code == PhotoLibraryErrorCancelled && making->abandoned;
+                         answer.info.PHImageErrorKey->code == PhotoLibraryErrorCancelled &&
+                         making->abandoned.stop_requested();
   for (const RequestRef& each : making->wanters) {
-    if (abandoned && !each->cancelled) {
+    if (abandoned && !each->isCancelled()) {
       // It came when the decoding had been given up already.
       const bool preheating = each->id == PHInvalidImageRequestID;
       enqueue(workers_, preheating ? RequestQueue::Preheat : RequestQueue::Picture, each,
               preheating ? &ImageManager::preheatStage : &ImageManager::pictureStage);
     } else if (each->id != PHInvalidImageRequestID) {
-      deliver(each, each->cancelled ? Answer{} : answer, true);
+      deliver(each, each->isCancelled() ? Answer{} : answer, true);
     }
   }
 }
@@ -255,10 +256,10 @@ bool ImageManager::isElsewhere(const Identifier& identifier) const {
 }
 
 void ImageManager::videoStage(const RequestRef& request) {
-  if (!request->cancelled && sentToFetch(request, RequestQueue::Picture, &ImageManager::videoStage)) return;
+  if (!request->isCancelled() && sentToFetch(request, RequestQueue::Picture, &ImageManager::videoStage)) return;
   std::shared_ptr<const AVAsset> video;
   PHImageInfo info;
-  auto fetched = request->cancelled ? libraryError(PhotoLibraryErrorCancelled, "cancelled") : fetch(*request);
+  auto fetched = request->isCancelled() ? libraryError(PhotoLibraryErrorCancelled, "cancelled") : fetch(*request);
   if (NSError* error = std::get_if<NSError>(&fetched)) {
     info = failure(std::move(*error), request->inCloud);
   } else {
@@ -294,8 +295,8 @@ bool ImageManager::sentForPreview(const RequestRef& request, RequestQueue::Lane 
   request->askedForPreview = true;
   const PixelSize wanted = fittedSize({item->width, item->height}, request->key.target, request->key.mode);
   fetchers_.add(request->behind ? RequestQueue::Behind : lane, request->number, [this, request, lane, then, wanted] {
-    auto fetched = items_.fetchPreview(request->key.identifier, std::max(wanted.width, wanted.height),
-                                       [&request] { return request->cancelled.load(); });
+    auto fetched =
+        items_.fetchPreview(request->key.identifier, std::max(wanted.width, wanted.height), request->stop.get_token());
     if (Preview* preview = std::get_if<Preview>(&fetched)) request->preview = std::move(*preview);
     enqueue(workers_, lane, request, then);
   });
@@ -330,7 +331,7 @@ std::variant<Original, NSError> ImageManager::fetch(Request& request) {
   if (request.refused) return *request.refused;
   ItemStore::FetchOptions options;
   options.networkAccessAllowed = request.options.networkAccessAllowed;
-  options.cancelled = [&request] { return request.cancelled.load(); };
+  options.stop = request.stop.get_token();
   if (request.options.progressHandler) {
     options.progress = [&request](double progress) {
       bool stop = false;
@@ -341,7 +342,7 @@ std::variant<Original, NSError> ImageManager::fetch(Request& request) {
   return items_.fetchOriginal(request.key.identifier, options);
 }
 
-ImageManager::Answer ImageManager::makePicture(Request& request, const std::atomic<bool>* cancelled) {
+ImageManager::Answer ImageManager::makePicture(Request& request, std::stop_token stop) {
   const auto answerOf = [](PictureLayers::Found found) {
     Answer answer{std::move(found.image), {}};
     answer.info.PHImageErrorKey = std::move(found.error);
@@ -350,7 +351,7 @@ ImageManager::Answer ImageManager::makePicture(Request& request, const std::atom
   if (request.refused) return {nullptr, failure(*request.refused, request.inCloud)};
   auto located = items_.locate(request.key.identifier);
   if (NSError* error = std::get_if<NSError>(&located)) return {nullptr, failure(std::move(*error))};
-  const auto wanted = request.wanted(cancelled);
+  const auto wanted = request.wanted(std::move(stop));
   if (wanted.thumbnail) {
     // Someone else may have made it since this request looked.
     if (auto image = layers_.inMemory(request.key)) return {std::move(image), {}};
@@ -394,7 +395,7 @@ void ImageManager::deliver(RequestRef request, Answer answer, bool final) {
       request->imageHandler.reset();
       request->options.progressHandler = nullptr;
     }
-    if (request->cancelled) return;
+    if (request->isCancelled()) return;
     if (final) {
       const std::lock_guard lock(mutex_);
       take(request->id);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -119,7 +120,7 @@ class ImageManager final : public ImageManagerPort {
   /// Ends a decoding that nobody wants any more. The mutex is held.
   void abandonUnwanted(const Request& request);
   /// The finished picture, from memory or made now; on any thread.
-  Answer makePicture(Request& request, const std::atomic<bool>* cancelled);
+  Answer makePicture(Request& request, std::stop_token stop);
   std::variant<Original, NSError> fetch(Request& request);
   void recordLater(SharedThumbnails::Record record);
   void deliver(RequestRef request, Answer answer, bool final);

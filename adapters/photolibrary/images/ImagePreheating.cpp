@@ -42,7 +42,7 @@ void ImageManager::release(CacheClient client, const ThumbnailKey& asked) {
     if (!found->second.clients.empty()) return;
     request = std::move(found->second.request);
     preheated_.erase(found);
-    request->cancelled = true;
+    request->stop.request_stop();
     abandonUnwanted(*request);
   }
   withdraw(*request, {RequestQueue::Preheat});
@@ -88,8 +88,8 @@ void ImageManager::leaveBehind(const ThumbnailKey& asked) {
 }
 
 void ImageManager::preheatStage(const RequestRef& request) {
-  if (request->cancelled) return;
-  const auto wanted = request->wanted(&request->cancelled);
+  if (request->isCancelled()) return;
+  const auto wanted = request->wanted(request->stop.get_token());
   if (request->preview ? layers_.fromPreview(wanted, *request->preview) : layers_.atHand(wanted, true)) return;
   request->lookedAtHand = true;
   if (sentForPreview(request, RequestQueue::Preheat, &ImageManager::preheatStage)) return;

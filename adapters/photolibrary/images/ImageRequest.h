@@ -4,6 +4,8 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stop_token>
+#include <utility>
 #include <vector>
 
 #include "adapters/photolibrary/images/ImageManager.h"
@@ -25,7 +27,7 @@ struct ImageManager::Request {
   /// Touched on the main thread only for image requests, so that what they keep dies there.
   std::shared_ptr<const PHImageResultHandler> imageHandler;
   std::shared_ptr<const PHVideoResultHandler> videoHandler;
-  std::atomic<bool> cancelled{false};
+  std::stop_source stop;
   std::atomic<bool> behind{false};   // no longer looked at
   std::optional<Preview> preview;    // once it has come from elsewhere
   std::optional<Original> original;  // likewise
@@ -33,7 +35,8 @@ struct ImageManager::Request {
   bool inCloud = false;
   bool lookedAtHand = false, askedForPreview = false;
 
-  PictureLayers::Wanted wanted(const std::atomic<bool>* stop) const { return {key, wantsPreview(options), stop}; }
+  bool isCancelled() const { return stop.stop_requested(); }
+  PictureLayers::Wanted wanted(std::stop_token until) const { return {key, wantsPreview(options), std::move(until)}; }
 };
 
 struct ImageManager::Preheated {
@@ -49,7 +52,7 @@ struct ImageManager::Answer {
 /// A picture in the making, and who gets it: the first of them set it going.
 struct ImageManager::Making {
   std::vector<RequestRef> wanters;
-  std::atomic<bool> abandoned{false};
+  std::stop_source abandoned;
 };
 
 }  // namespace tlx::photolibrary

@@ -90,7 +90,7 @@ PictureLayers::Found PictureLayers::embedded(const Wanted& wanted, const ItemLoc
   const bool isTrue = traitsOf(item.format).embedded == EmbeddedPicture::InContainer;
   if (onlyFinal && !isTrue) return {};
   Picture picture = guarded([&] {
-    return decoder_.decodeEmbedded(item.path, {wanted.key.target, wanted.key.mode, wanted.cancelled});
+    return decoder_.decodeEmbedded(item.path, {wanted.key.target, wanted.key.mode, wanted.stop});
   });
   auto* bitmap = std::get_if<0>(&picture);
   if (!bitmap) return {};
@@ -105,7 +105,7 @@ PictureLayers::Found PictureLayers::fromPreview(const Wanted& wanted, const Prev
   const ItemLocation* item = std::get_if<ItemLocation>(&located);
   if (!item) return {};
   Picture picture = guarded([&] {
-    const ImageDecoder::Request request{wanted.key.target, wanted.key.mode, wanted.cancelled};
+    const ImageDecoder::Request request{wanted.key.target, wanted.key.mode, wanted.stop};
     const std::string& path = preview.file.path;
     return preview.head ? decoder_.decodeEmbedded(path, request) : decoder_.decode(path, request);
   });
@@ -119,7 +119,7 @@ PictureLayers::Found PictureLayers::decode(const Wanted& wanted, const std::stri
   if (NSError* error = std::get_if<NSError>(&located)) return {nullptr, std::move(*error)};
   const ItemLocation& item = std::get<ItemLocation>(located);
   const CGSize target = wanted.key.target;
-  ImageDecoder::Request request{target, wanted.key.mode, wanted.cancelled};
+  ImageDecoder::Request request{target, wanted.key.mode, wanted.stop};
   const PixelSize whole{item.width, item.height};
   const auto subject = wanted.thumbnail ? shared_.subjectOf(item) : std::nullopt;
   const int side = subject ? SharedThumbnails::sideFor(whole, target, wanted.key.mode) : 0;

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "tlx/platform/uikit/UIImage.h"
@@ -21,7 +21,7 @@ class PictureLayers {
   struct Wanted {
     ThumbnailKey key;
     bool thumbnail = false;  ///< to be looked at in a cell, and so need not be made of the original itself
-    const std::atomic<bool>* cancelled = nullptr;
+    std::stop_token stop = {};
   };
   /// A picture, or why there is none, or neither.
   struct Found {
@@ -51,7 +51,7 @@ class PictureLayers {
  private:
   Found embedded(const Wanted& wanted, const ItemLocation& item, bool onlyFinal);
   Found keep(const Wanted& wanted, const ItemLocation& item, std::shared_ptr<const CGImage> bitmap);
-  DecodeContext context(const Wanted& wanted) { return {pixels_, noTransforms_, wanted.cancelled}; }
+  DecodeContext context(const Wanted& wanted) { return {pixels_, noTransforms_, wanted.stop}; }
 
   ItemStore& items_;    // unretained: outlives the object by contract
   PixelStore& pixels_;  // unretained: outlives the object by contract

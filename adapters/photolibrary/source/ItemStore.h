@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <variant>
 
@@ -50,19 +51,19 @@ class ItemStore {
     bool networkAccessAllowed = false;
     /// Told while bytes come from a network; answering false ends the transfer.
     std::function<bool(double progress)> progress;
-    /// Asked often while waiting; true ends the transfer.
-    std::function<bool()> cancelled;
+    /// Once stopped, the wait ends soon, with an error.
+    std::stop_token stop;
   };
   /// Waits until the original is on this machine. A local file is answered at once, whether or not it still exists:
   /// opening it tells.
   virtual std::variant<Original, NSError> fetchOriginal(const Identifier& identifier, const FetchOptions& options) = 0;
 
   /// Waits for something to show of an item whose original is elsewhere, at a small part of the original's cost and so
-  /// without asking whether the network may be used. `pixels` is the longer side that is wanted; `cancelled` is asked
-  /// often. An error when there is nothing, or when the original is here and can be looked at itself.
+  /// without asking whether the network may be used. `pixels` is the longer side that is wanted. An error when
+  /// there is nothing, when the original is here and can be looked at itself, and soon after `stop` is stopped.
   virtual std::variant<Preview, NSError> fetchPreview(const Identifier& identifier, int pixels,
-                                                      const std::function<bool()>& cancelled) {
-    (void)identifier, (void)pixels, (void)cancelled;
+                                                      const std::stop_token& stop) {
+    (void)identifier, (void)pixels, (void)stop;
     return noPreview();
   }
 

@@ -99,8 +99,8 @@ class Source {
   }
   /// As `ItemStore::fetchPreview`, likewise; nothing where originals are always at hand.
   virtual std::optional<Preview> fetchPreview(const Item& item, const Folder& folder, int pixels,
-                                              const std::function<bool()>& cancelled) {
-    (void)item, (void)folder, (void)pixels, (void)cancelled;
+                                              const std::stop_token& stop) {
+    (void)item, (void)folder, (void)pixels, (void)stop;
     return std::nullopt;
   }
 

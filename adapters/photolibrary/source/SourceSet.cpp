@@ -95,8 +95,8 @@ std::variant<Original, NSError> SourceSet::fetchOriginal(const Item& item, const
 }
 
 std::optional<Preview> SourceSet::fetchPreview(const Item& item, const Folder& folder, int pixels,
-                                               const std::function<bool()>& cancelled) {
-  return memberOf(folder.root).source->fetchPreview(item, folder, pixels, cancelled);
+                                               const std::stop_token& stop) {
+  return memberOf(folder.root).source->fetchPreview(item, folder, pixels, stop);
 }
 
 }  // namespace tlx::photolibrary

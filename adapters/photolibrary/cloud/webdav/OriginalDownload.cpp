@@ -60,7 +60,7 @@ class BodyReceiver final : public HttpReceiver {
     return std::nullopt;
   }
 
-  bool wanted() override { return !stopped_ && !(options_.cancelled && options_.cancelled()); }
+  bool wanted() override { return !stopped_ && !options_.stop.stop_requested(); }
 
  private:
   /// Listings of some servers know no ETags although their answers carry them.
@@ -127,7 +127,7 @@ std::variant<Original, NSError> downloadOriginal(Server& server, const OriginalC
       return NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorNetworkNotAllowed,
                      "The original lies on its server, and the network must not be used."};
     }
-    if (options.cancelled && options.cancelled()) return cancelledError();
+    if (options.stop.stop_requested()) return cancelledError();
     auto begun = cache.begin(file.copy, file.bytes);
     if (NSError* error = std::get_if<NSError>(&begun)) return std::move(*error);
     if (auto* draft = std::get_if<std::unique_ptr<OriginalCache::Draft>>(&begun)) {

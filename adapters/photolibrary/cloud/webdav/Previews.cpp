@@ -99,8 +99,8 @@ std::optional<Original> Previews::make(const std::string& name, const std::funct
 }
 
 std::optional<Preview> Previews::fetch(const RemoteFile& file, MediaFormat format, int pixels,
-                                       const std::function<bool()>& cancelled) {
-  const std::function<bool()> wanted = [&] { return !cancelled || !cancelled(); };
+                                       const std::stop_token& stop) {
+  const std::function<bool()> wanted = [&] { return !stop.stop_requested(); };
   if (hasService(wanted)) {
     int side = 256;
     while (side < pixels && side < 1024) side *= 2;

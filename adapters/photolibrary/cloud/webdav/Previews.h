@@ -23,8 +23,7 @@ class Previews {
   /// All outlive the object.
   Previews(Server& server, const OriginalCache& cache) : server_(server), cache_(cache) {}
 
-  std::optional<Preview> fetch(const RemoteFile& file, MediaFormat format, int pixels,
-                               const std::function<bool()>& cancelled);
+  std::optional<Preview> fetch(const RemoteFile& file, MediaFormat format, int pixels, const std::stop_token& stop);
 
  private:
   enum class Service { Unasked, None, Present };

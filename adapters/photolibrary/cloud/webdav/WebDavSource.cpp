@@ -73,8 +73,8 @@ std::variant<Original, NSError> WebDavSource::fetchOriginal(const Item& item, co
 }
 
 std::optional<Preview> WebDavSource::fetchPreview(const Item& item, const Folder& folder, int pixels,
-                                                  const std::function<bool()>& cancelled) {
-  return previews_.fetch(remoteFile(item, folder), item.facts.format, pixels, cancelled);
+                                                  const std::stop_token& stop) {
+  return previews_.fetch(remoteFile(item, folder), item.facts.format, pixels, stop);
 }
 
 }  // namespace tlx::photolibrary

@@ -48,7 +48,7 @@ class WebDavSource final : public Source {
   std::variant<Original, NSError> fetchOriginal(const Item& item, const Folder& folder,
                                                 const ItemStore::FetchOptions& options) override;
   std::optional<Preview> fetchPreview(const Item& item, const Folder& folder, int pixels,
-                                      const std::function<bool()>& cancelled) override;
+                                      const std::stop_token& stop) override;
 
  private:
   std::uint64_t fileSystem() const;

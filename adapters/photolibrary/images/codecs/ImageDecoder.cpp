@@ -55,7 +55,7 @@ Picture ImageDecoder::decode(const std::string& path, const Request& request) {
   return withFile(path, [&](FileBytes& file, MediaFormat format) -> Picture {
     if (format == MediaFormat::Unknown) return libraryError(PhotoLibraryErrorUnsupported, "no photo or video");
     if (!isVideo(format)) return decodePhoto(file, format, request);
-    return decodePoster(file, format, request, {store_, transforms_, request.cancelled});
+    return decodePoster(file, format, request, {store_, transforms_, request.stop});
   });
 }
 
@@ -75,7 +75,7 @@ Picture ImageDecoder::decodePhoto(FileBytes& file, MediaFormat format, const Req
   }
 
   const PixelSize result = fittedSize(upright, request.target, request.mode);
-  const DecodeContext context{store_, transforms_, request.cancelled};
+  const DecodeContext context{store_, transforms_, request.stop};
   switch (traitsOf(format).decoder) {
     case PixelDecoder::Jpeg:
       return decodeJpeg(file, header, extras.profile, result, context);
@@ -112,7 +112,7 @@ std::optional<NSError> ImageDecoder::refusal(const PhotoHeader& header, std::int
 
 Picture ImageDecoder::decodeEmbedded(const std::string& path, const Request& request) {
   return withFile(path, [&](FileBytes& file, MediaFormat format) -> Picture {
-    const DecodeContext context{store_, transforms_, request.cancelled, false};
+    const DecodeContext context{store_, transforms_, request.stop, false};
     switch (traitsOf(format).embedded) {
       case EmbeddedPicture::InContainer:
         return decodeHeifThumbnail(file, request, context);

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "tlx/platform/coregraphics/CGGeometry.h"
@@ -22,7 +22,7 @@ class ImageDecoder {
   struct Request {
     CGSize target;
     PHImageContentMode mode = PHImageContentModeAspectFit;
-    const std::atomic<bool>* cancelled = nullptr;  ///< once true, the answer is `PhotoLibraryErrorCancelled`
+    std::stop_token stop = {};  ///< once stopped, the answer is `PhotoLibraryErrorCancelled`
   };
 
   /// More pixels than this are refused: decoders that hand over rows need memory for a few of them only, the others for

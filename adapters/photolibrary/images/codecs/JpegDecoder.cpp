@@ -47,7 +47,7 @@ Crop middleOfShape(PixelSize size, PixelSize shape) {
 }  // namespace
 
 Picture decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result, DecodeContext context) {
-  JpegReader reader(file, context.strict, context.cancelled);
+  JpegReader reader(file, context.strict, context.stop);
   if (!reader.readHeader()) return damaged(reader);
   // Print colours, and profiles for other than RGB, are converted by the library that knows them all.
   if (!reader.isRgbOrGrey() || (!profile.empty() && reader.isGrey())) {

@@ -1,6 +1,7 @@
 #include "adapters/photolibrary/images/codecs/JpegReader.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <jerror.h>
 
@@ -15,10 +16,9 @@ constexpr JOCTET endOfImage[2] = {0xff, JPEG_EOI};
 
 }  // namespace
 
-JpegReader::JpegReader(FileBytes& file, bool strict, const std::atomic<bool>* cancelled)
-    : JpegReader(&file, file.window()) {
+JpegReader::JpegReader(FileBytes& file, bool strict, std::stop_token stop) : JpegReader(&file, file.window()) {
   strict_ = strict;
-  cancelled_ = cancelled;
+  stop_ = std::move(stop);
 }
 
 JpegReader::JpegReader(Bytes bytes) : JpegReader(nullptr, bytes) {}
@@ -82,7 +82,7 @@ void JpegReader::watch(j_common_ptr jpeg) {
   auto* errors = reinterpret_cast<Errors*>(jpeg->err);
   const JpegReader& reader = *errors->reader;
   const int most = reader.size().pixels() > largePixels ? maxScansOfLarge : maxScans;
-  const bool cancelled = reader.cancelled_ && reader.cancelled_->load(std::memory_order_relaxed);
+  const bool cancelled = reader.stop_.stop_requested();
   if (!cancelled && reader.jpeg_.input_scan_number <= most) return;
   errors->reader->error_ = cancelled ? "cancelled" : "more scans than any picture needs";
   std::longjmp(errors->jump, 1);

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <atomic>
 #include <csetjmp>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -19,8 +19,8 @@ namespace tlx::photolibrary {
 /// method answers false on failure, and the object is then of no more use. One thread.
 class JpegReader {
  public:
-  /// `strict` readers fail at the first sign of damage; others go on as far as they can. `cancelled` may be nothing.
-  explicit JpegReader(FileBytes& file, bool strict = false, const std::atomic<bool>* cancelled = nullptr);
+  /// `strict` readers fail at the first sign of damage; others go on as far as they can.
+  explicit JpegReader(FileBytes& file, bool strict = false, std::stop_token stop = {});
   /// `bytes` outlive the object.
   explicit JpegReader(Bytes bytes);
   ~JpegReader();
@@ -32,7 +32,6 @@ class JpegReader {
   /// Grey, or colour that converts to RGB without a profile of its own.
   bool isRgbOrGrey() const;
   bool isGrey() const { return jpeg_.num_components == 1; }
-  bool isProgressive() const { return jpeg_.progressive_mode != 0; }
   /// Whether so few bytes could hold a picture of this size at all.
   bool canHoldItsSize(std::int64_t bytes) const;
 
@@ -74,7 +73,7 @@ class JpegReader {
   std::vector<std::uint8_t> buffer_;
   std::string error_;
   bool damaged_ = false, ended_ = false, strict_ = false;
-  const std::atomic<bool>* cancelled_ = nullptr;
+  std::stop_token stop_;
 };
 
 }  // namespace tlx::photolibrary

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
+#include <stop_token>
 #include <variant>
 #include <vector>
 
@@ -23,12 +23,12 @@ using Picture = std::variant<std::shared_ptr<const CGImage>, NSError>;
 struct DecodeContext {
   PixelStore& store;
   ColorTransforms& transforms;
-  /// Nothing, or asked now and then; once true, the decoder gives up.
-  const std::atomic<bool>* cancelled = nullptr;
+  /// Looked at between rows; once stopped, the decoder gives up.
+  std::stop_token stop = {};
   /// Whether what is truncated or damaged makes an error. Otherwise whatever there is makes the picture.
   bool strict = true;
 
-  bool isCancelled() const { return cancelled && cancelled->load(std::memory_order_relaxed); }
+  bool isCancelled() const { return stop.stop_requested(); }
 };
 
 /// Where every decoder ends: takes decoded rows from the top as they are stored and makes the finished picture of them,

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <future>
 #include <optional>
+#include <stop_token>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -122,10 +123,10 @@ TEST_F(CloudFetch, EndsAtOnceWhenStoppedOrCancelled) {
   server.setRate(10 << 10);  // some three minutes
   EXPECT_EQ(codeOf(cloud.fetch("a.jpg", watched(0))), CloudErrorCancelled);
   EXPECT_EQ(reports_.size(), 1u);
-  std::atomic<bool> begun = false;
+  std::stop_source stop;
   auto options = watched();
-  options.progress = [&](double) { return begun = true; };
-  options.cancelled = [&] { return begun.load(); };
+  options.progress = [&](double) { return stop.request_stop(); };
+  options.stop = stop.get_token();
   EXPECT_EQ(codeOf(cloud.fetch("a.jpg", options)), CloudErrorCancelled);
 }
 

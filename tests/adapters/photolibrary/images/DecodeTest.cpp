@@ -288,7 +288,8 @@ TEST_F(Decoding, AVideosPosterIsUprightAndNotBlack) {
 }
 
 TEST_F(Decoding, GivesUpWhenCancelled) {
-  const std::atomic<bool> cancelled{true};
+  std::stop_source stop;
+  stop.request_stop();
   for (const char* name : {"a.jpg", "a.png", "a.heic", "a.mp4"}) {
     const std::string path = folder_.file(name);
     if (std::string(name) == "a.heic") {
@@ -298,7 +299,8 @@ TEST_F(Decoding, GivesUpWhenCancelled) {
     } else {
       writePicture(path);
     }
-    EXPECT_EQ(codeOf(decoder_.decode(path, {{}, PHImageContentModeAspectFit, &cancelled})), PhotoLibraryErrorCancelled)
+    EXPECT_EQ(codeOf(decoder_.decode(path, {{}, PHImageContentModeAspectFit, stop.get_token()})),
+              PhotoLibraryErrorCancelled)
         << name;
   }
 }

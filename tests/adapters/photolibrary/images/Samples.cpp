@@ -494,7 +494,7 @@ std::variant<Original, NSError> FileItems::fetchOriginal(const Identifier& ident
     return NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorNetworkNotAllowed, "lies on a server"};
   }
   for (int piece = 1; item.remote && piece <= 4; ++piece) {
-    if ((options.cancelled && options.cancelled()) || (options.progress && !options.progress(piece / 4.0))) {
+    if (options.stop.stop_requested() || (options.progress && !options.progress(piece / 4.0))) {
       return NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorCancelled, "the transfer was stopped"};
     }
     if (piece == 2 && gate) gate(identifier.string());
@@ -505,8 +505,7 @@ std::variant<Original, NSError> FileItems::fetchOriginal(const Identifier& ident
   return Original{item.path, nullptr};
 }
 
-std::variant<Preview, NSError> FileItems::fetchPreview(const Identifier& identifier, int,
-                                                       const std::function<bool()>&) {
+std::variant<Preview, NSError> FileItems::fetchPreview(const Identifier& identifier, int, const std::stop_token&) {
   const std::lock_guard lock(mutex_);
   const auto found = items_.find(identifier.string());
   if (found == items_.end() || !found->second.preview) return noPreview();

@@ -97,7 +97,7 @@ class FileItems final : public ItemStore {
   std::variant<ItemLocation, NSError> locate(const Identifier& identifier) const override;
   std::variant<Original, NSError> fetchOriginal(const Identifier& identifier, const FetchOptions& options) override;
   std::variant<Preview, NSError> fetchPreview(const Identifier& identifier, int pixels,
-                                              const std::function<bool()>& cancelled) override;
+                                              const std::stop_token& stop) override;
 
  private:
   struct Item {
