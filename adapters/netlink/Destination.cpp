@@ -40,9 +40,9 @@ struct HostDestination::Asking {
   std::shared_ptr<EventDescriptor> answered;
 
   std::mutex mutex;
-  std::condition_variable changed;
+  std::condition_variable_any changed;
   std::vector<sockaddr_storage> addresses;
-  bool atWork = false, again = false, abandoned = false;
+  bool atWork = false, again = false;
 };
 
 HostDestination::HostDestination(std::string hostName, std::string sysfs, Resolve resolve,
@@ -55,9 +55,7 @@ HostDestination::HostDestination(std::string hostName, std::string sysfs, Resolv
 }
 
 HostDestination::~HostDestination() {
-  std::lock_guard lock(asking_->mutex);
-  asking_->abandoned = true;
-  asking_->changed.notify_all();
+  gone_.request_stop();
 }
 
 std::optional<SCNetworkReachabilityFlags> HostDestination::flags() const {
@@ -79,19 +77,18 @@ void HostDestination::networkChanged() {
   asking_->changed.notify_all();
   if (asking_->atWork) return;
   try {
-    std::thread([asking = asking_] { ask(asking); }).detach();
+    std::thread([asking = asking_, gone = gone_.get_token()] { ask(asking, gone); }).detach();
     asking_->atWork = true;
   } catch (const std::system_error&) {
     // No thread to be had: the next change tries once more.
   }
 }
 
-void HostDestination::ask(const std::shared_ptr<Asking>& asking) {
+void HostDestination::ask(const std::shared_ptr<Asking>& asking, const std::stop_token& gone) {
   auto retry = kFirstRetry;
-  for (;;) {
+  while (!gone.stop_requested()) {
     {
       std::lock_guard lock(asking->mutex);
-      if (asking->abandoned) return;
       asking->again = false;
     }
     auto addresses = asking->resolve(asking->hostName);
@@ -101,16 +98,12 @@ void HostDestination::ask(const std::shared_ptr<Asking>& asking) {
       asking->addresses = std::move(addresses);
       asking->answered->signal();
     }
-    const auto wanted = [&] { return asking->again || asking->abandoned; };
-    if (known && !wanted()) {
+    if (known && !asking->again) {
       asking->atWork = false;
       return;
     }
-    if (asking->changed.wait_for(lock, known ? std::chrono::seconds(0) : retry, wanted)) {
-      retry = kFirstRetry;
-    } else {
-      retry = std::min(retry * 2, kLastRetry);
-    }
+    const bool changed = asking->changed.wait_for(lock, gone, retry, [&] { return asking->again; });
+    retry = changed ? kFirstRetry : std::min(retry * 2, kLastRetry);
   }
 }
 

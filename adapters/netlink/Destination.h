@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -46,8 +47,8 @@ std::vector<sockaddr_storage> resolveWithSystem(const std::string& hostName);
 /// others. Without an answer it is asked again after one second, two, four, up to a minute, for a route is often there
 /// before the resolver knows.
 ///
-/// The thread is nobody's to wait for, since a resolver may take half a minute; it ends by itself when the destination
-/// is gone, and touches nothing but what it shares.
+/// Nobody waits for the thread, since a resolver may take half a minute: it ends by itself when the destination is gone,
+/// and touches nothing but what it shares.
 class HostDestination final : public Destination {
  public:
   HostDestination(std::string hostName, std::string sysfs, Resolve resolve, std::shared_ptr<EventDescriptor> answered);
@@ -58,10 +59,11 @@ class HostDestination final : public Destination {
 
  private:
   struct Asking;
-  static void ask(const std::shared_ptr<Asking>& asking);
+  static void ask(const std::shared_ptr<Asking>& asking, const std::stop_token& gone);
 
   std::string sysfs_;
   std::shared_ptr<Asking> asking_;
+  std::stop_source gone_;
 };
 
 }  // namespace tlx::netlink

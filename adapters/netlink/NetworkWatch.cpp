@@ -38,7 +38,7 @@ NetworkWatch::NetworkWatch() = default;
 
 NetworkWatch::~NetworkWatch() {
   if (thread_.joinable()) {
-    end_.signal();
+    thread_.request_stop();
     thread_.join();
   }
   if (events_ >= 0) close(events_);
@@ -65,14 +65,15 @@ bool NetworkWatch::start() {
   if (events_ < 0) events_ = openEvents();
   if (events_ < 0) return false;
   try {
-    thread_ = std::thread([this] { run(); });
+    thread_ = std::jthread([this](const std::stop_token& ending) { run(ending); });
   } catch (const std::system_error&) {
     return false;
   }
   return true;
 }
 
-void NetworkWatch::run() {
+void NetworkWatch::run(const std::stop_token& ending) {
+  const std::stop_callback wake(ending, [this] { end_.signal(); });
   pollfd watched[] = {{end_.descriptor(), POLLIN, 0}, {lookAgain_->descriptor(), POLLIN, 0}, {events_, POLLIN, 0}};
   bool changed = false, wanted = false;
   Clock::time_point due{}, latest{};

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <stop_token>
 #include <thread>
 #include <vector>
 
@@ -39,7 +40,7 @@ class NetworkWatch {
 
  private:
   bool start();
-  void run();
+  void run(const std::stop_token& ending);
   /// Takes what the kernel told. False when there was nothing.
   bool drain();
   bool tellAll(bool networkChanged);
@@ -49,7 +50,7 @@ class NetworkWatch {
   std::mutex mutex_;
   std::vector<std::pair<const NetworkFollower*, std::weak_ptr<NetworkFollower>>> followers_;
   int events_ = -1;
-  std::thread thread_;
+  std::jthread thread_;
 };
 
 }  // namespace tlx::netlink
