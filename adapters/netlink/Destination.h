@@ -47,8 +47,8 @@ std::vector<sockaddr_storage> resolveWithSystem(const std::string& hostName);
 /// others. Without an answer it is asked again after one second, two, four, up to a minute, for a route is often there
 /// before the resolver knows.
 ///
-/// Nobody waits for the thread, since a resolver may take half a minute: it ends by itself when the destination is gone,
-/// and touches nothing but what it shares.
+/// Nobody waits for the thread, since a resolver may take half a minute: it ends by itself when the destination is
+/// gone, and touches nothing but what it shares.
 class HostDestination final : public Destination {
  public:
   HostDestination(std::string hostName, std::string sysfs, Resolve resolve, std::shared_ptr<EventDescriptor> answered);
