@@ -305,6 +305,7 @@ std::optional<PhotoLibrary::Details> PhotoLibrary::details(const Identifier& ide
                  item.mediaType,
                  item.facts.bytes,
                  item.creationDate,
+                 isCaptureDate(item.facts.dateOrigin),
                  item.facts.width,
                  item.facts.height,
                  item.duration,

@@ -88,6 +88,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
     PHAssetMediaType mediaType = PHAssetMediaTypeUnknown;
     std::int64_t bytes = 0;
     double created = 0;                  ///< seconds since 1970 UTC
+    bool dateIsCaptures = false;         ///< it is when the picture was taken, rather than its name's or file's date
     std::int32_t width = 0, height = 0;  ///< upright; 0 when the header did not say
     double duration = 0;                 ///< seconds
     bool favorite = false;

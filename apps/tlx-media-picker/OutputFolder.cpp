@@ -107,14 +107,14 @@ std::string OutputFolder::temporaryName() const {
 }
 
 std::variant<OutputFolder::Written, std::string> OutputFolder::writeImage(const UIImage& image, const std::string& name,
-                                                                          double created) const {
+                                                                          double created, bool isCaptureDate) const {
   if (vips_init("tlx-media-picker") != 0) return name + ": " + vipsReason();
   const auto& bitmap = image.bitmap();
   if (!bitmap) return name + ": there is no picture";
   const bool alpha = hasTransparency(*bitmap);
   const Image pixels = pixelsOf(*bitmap, alpha);
   if (!pixels) return name + ": " + vipsReason();
-  setCaptureDate(*pixels, created);
+  if (isCaptureDate) setCaptureDate(*pixels, created);
   const std::string temporary = temporaryName();
   const int failed = alpha ? vips_pngsave(pixels.get(), temporary.c_str(), nullptr)
                            : vips_jpegsave(pixels.get(), temporary.c_str(), "Q", kJpegQuality, nullptr);

@@ -21,9 +21,10 @@ class OutputFolder {
     std::string path;
   };
   /// The image, upright, under the name of the original with the ending of its new format: JPEG, or PNG where it has
-  /// transparent parts. The capture date goes into the file and becomes its time. `created` in seconds since 1970 UTC.
-  /// Answers the error in words.
-  std::variant<Written, std::string> writeImage(const UIImage& image, const std::string& name, double created) const;
+  /// transparent parts. `created`, in seconds since 1970 UTC, becomes the file's time, and stands in its metadata as
+  /// the date of capture if it is one. Answers the error in words.
+  std::variant<Written, std::string> writeImage(const UIImage& image, const std::string& name, double created,
+                                                bool isCaptureDate = true) const;
   /// A copy of the file as it is.
   std::variant<Written, std::string> copyFile(const std::string& original, const std::string& name,
                                               double created) const;

@@ -49,7 +49,7 @@ bool Session::deliver(const Media& media) {
   bool whole = true;
   if (output_) {
     const auto& image = media.getMediaImage();
-    const auto written = image ? output_->writeImage(*image, details.name, details.created)
+    const auto written = image ? output_->writeImage(*image, details.name, details.created, details.dateIsCaptures)
                                : output_->copyFile(details.path, details.name, details.created);
     if (const auto* file = std::get_if<OutputFolder::Written>(&written)) {
       delivered = file->path;

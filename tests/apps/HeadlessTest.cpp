@@ -31,7 +31,8 @@ std::vector<fs::path> filesIn(const fs::path& library) {
   std::vector<fs::path> files;
   for (const auto& entry : fs::recursive_directory_iterator(library)) {
     const std::string name = entry.path().filename();
-    if (entry.is_regular_file() && name != ".sample-library" && name != "Empty.jpg" && name != "Shopping list.jpg") {
+    if (entry.is_regular_file() && name != ".sample-library" && name != "Empty.jpg" && name != "Shopping list.jpg" &&
+        name != "Only sound.mp4") {
       files.push_back(entry.path());
     }
   }
@@ -113,12 +114,10 @@ TEST_F(Headless, DeliversTheWholeLibraryNewestFirstButWhatIsBroken) {
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   std::set<std::string> expected(files.begin(), files.end());
   EXPECT_EQ(expected.erase(samples() + "/Odds and Ends/Cut short.jpg"), 1u);
-  EXPECT_EQ(expected.erase(samples() + "/Odds and Ends/Only sound.mp4"), 1u);
   const auto paths = outcome.texts("path");
   EXPECT_EQ(std::set<std::string>(paths.begin(), paths.end()), expected);
   EXPECT_EQ(paths.size(), expected.size()) << "each once";
   EXPECT_THAT(outcome.err, HasSubstr("Cut short.jpg: could not be fetched: "));
-  EXPECT_THAT(outcome.err, HasSubstr("Only sound.mp4: not a usable video: "));
 
   const auto dates = outcome.texts("created");
   EXPECT_TRUE(std::is_sorted(dates.rbegin(), dates.rend()));
@@ -202,7 +201,7 @@ TEST_F(Headless, SizeBoundsWhatIsDeliveredAndNothingGrows) {
 }
 
 TEST_F(Headless, DeliveredFilesKeepNamesAndCaptureDates) {
-  const std::vector<std::string> words = {"--pick",      "Odds and Ends:0-6", "--pick",   "Coast:0-3", "--pick",
+  const std::vector<std::string> words = {"--pick",      "Odds and Ends:0-5", "--pick",   "Coast:0-3", "--pick",
                                           "Garden:0-11", "--on-failure",      "continue", "--output",  top_ / "to"};
   const Outcome first = pick(words);
   ASSERT_EQ(first.status, 0) << first.err;
@@ -231,11 +230,14 @@ TEST_F(Headless, DeliveredFilesKeepNamesAndCaptureDates) {
     read[item[QLatin1String("name")].toString().toStdString()] =
         item[QLatin1String("created")].toString().toStdString();
   }
+  EXPECT_NE(read["No date.jpg"], dates["No date.jpg"]) << "a file's time is written into no picture";
+  read.erase("No date.jpg");
+  dates.erase("No date.jpg");
   EXPECT_EQ(read, dates);
 
   const Outcome second = pick(words);
   EXPECT_EQ(second.status, 0);
-  EXPECT_EQ(std::distance(fs::directory_iterator(top_ / "to"), {}), static_cast<std::ptrdiff_t>(2 * dates.size()))
+  EXPECT_EQ(std::distance(fs::directory_iterator(top_ / "to"), {}), static_cast<std::ptrdiff_t>(2 * (dates.size() + 1)))
       << "a second delivery stands beside the first";
 }
 
@@ -258,16 +260,10 @@ TEST_F(Headless, FailuresAreAnsweredAsAsked) {
     const char* reason;
   };
   const Row rows[] = {
-      {{"--pick", "Odds and Ends:0-6"}, 4, 0, 1, "cancelling is the default"},
-      {{"--pick", "Odds and Ends:0-6", "--on-failure", "cancel"}, 4, 0, 1, "and can be said"},
-      {{"--pick", "Odds and Ends:0-6", "--on-failure", "continue"}, 0, 5, 1, "the rest is delivered"},
-      {{"--pick", "Odds and Ends:0-6", "--on-failure", "retry"}, 4, 0, 2, "once, then cancel"},
-      {{"--kind", "videos", "--pick", "Odds and Ends:0", "--on-failure", "continue"},
-       4,
-       0,
-       1,
-       "nothing is left to continue with"},
-      {{"--kind", "videos", "--pick", "Odds and Ends:0", "--on-failure", "retry"}, 4, 0, 1, "a video will not mend"},
+      {{"--pick", "Odds and Ends:0-5"}, 4, 0, 1, "cancelling is the default"},
+      {{"--pick", "Odds and Ends:0-5", "--on-failure", "cancel"}, 4, 0, 1, "and can be said"},
+      {{"--pick", "Odds and Ends:0-5", "--on-failure", "continue"}, 0, 5, 1, "the rest is delivered"},
+      {{"--pick", "Odds and Ends:0-5", "--on-failure", "retry"}, 4, 0, 2, "once, then cancel"},
   };
   for (const Row& row : rows) {
     auto words = row.words;
@@ -275,7 +271,7 @@ TEST_F(Headless, FailuresAreAnsweredAsAsked) {
     const Outcome outcome = pick(words);
     EXPECT_EQ(outcome.status, row.status) << row.reason;
     EXPECT_EQ(occurrences(outcome.out, "\n"), row.delivered) << row.reason;
-    EXPECT_EQ(occurrences(outcome.err, "Only sound.mp4: not a usable video: "), row.questions) << row.reason;
+    EXPECT_EQ(occurrences(outcome.err, "Cut short.jpg: could not be fetched: "), row.questions) << row.reason;
     std::error_code none;
     EXPECT_EQ(std::distance(fs::directory_iterator(top_ / "to"), {}), static_cast<std::ptrdiff_t>(row.delivered));
     fs::remove_all(top_ / "to", none);

@@ -11,7 +11,7 @@ namespace tlx::photolibrary {
 namespace {
 
 /// Part of the file's name too, so that programs built with different versions each keep their own.
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
 constexpr int kApplication = 0x544c5850;
 
 constexpr char kSchema[] = R"(
@@ -66,7 +66,9 @@ struct StoredFacts {
   std::int64_t born;
   std::int32_t width, height;
   std::uint8_t kind, format, orientation, marks;
-  std::uint8_t unused[4];
+  std::uint8_t dateOrigin;
+  std::uint8_t unused[3];
+  std::int64_t sidecar;
 
   static StoredFacts of(const Item& item) {
     const ItemFacts& facts = item.facts;
@@ -82,16 +84,26 @@ struct StoredFacts {
             static_cast<std::uint8_t>(facts.format),
             facts.orientation,
             facts.marks,
-            {}};
+            static_cast<std::uint8_t>(facts.dateOrigin),
+            {},
+            facts.sidecar};
   }
   void copyTo(Item& item) const {
     item.duration = duration;
     item.mediaType = static_cast<PHAssetMediaType>(kind);
-    item.facts = {{fileSystem, number, born},       bytes,       modified, width, height,
-                  static_cast<MediaFormat>(format), orientation, marks};
+    item.facts = {{fileSystem, number, born},
+                  bytes,
+                  modified,
+                  width,
+                  height,
+                  static_cast<MediaFormat>(format),
+                  orientation,
+                  marks,
+                  static_cast<DateOrigin>(dateOrigin),
+                  sidecar};
   }
 };
-static_assert(sizeof(StoredFacts) == 64, "the size on disk");
+static_assert(sizeof(StoredFacts) == 72, "the size on disk");
 
 }  // namespace
 

@@ -21,13 +21,13 @@ std::vector<KnownFiles::File> KnownFiles::inFolder(const std::string& path, cons
     for (const std::uint32_t position : snapshot_->itemsIn(folder->second)) {
       const Item& item = snapshot_->itemAt(position);
       if (names && !names->contains(std::string_view(item.name))) continue;
-      files.push_back({item.name, item.facts.key, item.facts.bytes, item.facts.modified, position});
+      files.push_back({item.name, item.facts.key, item.facts.bytes, item.facts.modified, item.facts.sidecar, position});
     }
   }
   if (const auto rejected = rejected_.find(path); rejected != rejected_.end()) {
     for (const RejectedFile& file : rejected->second) {
       if (names && !names->contains(file.name)) continue;
-      files.push_back({file.name, file.key, file.bytes, file.modified, Snapshot::kNowhere});
+      files.push_back({file.name, file.key, file.bytes, file.modified, 0, Snapshot::kNowhere});
     }
   }
   std::sort(files.begin(), files.end(), [](const File& a, const File& b) { return a.name < b.name; });

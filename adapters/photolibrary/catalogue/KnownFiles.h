@@ -28,6 +28,7 @@ class KnownFiles {
     FileKey key;
     std::int64_t bytes;
     std::int64_t modified;
+    std::int64_t sidecar;    ///< as in `ItemFacts`
     std::uint32_t position;  ///< in the snapshot; `Snapshot::kNowhere` for a rejected file
   };
   /// By name; of the names given only, when any are.

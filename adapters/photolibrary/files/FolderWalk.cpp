@@ -5,6 +5,7 @@
 #include <chrono>
 #include <climits>
 #include <cstdlib>
+#include <iterator>
 #include <map>
 #include <system_error>
 #include <thread>
@@ -15,6 +16,7 @@
 #include <unistd.h>
 
 #include "adapters/photolibrary/files/Trash.h"
+#include "adapters/photolibrary/source/NameDate.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -53,6 +55,10 @@ bool lookedLikeScreenshot(const std::string& folder, const std::string& name) {
 
 bool sameFile(const KnownFiles::File& known, const FileStatus& status) {
   return known.key == status.key && known.bytes == status.bytes && known.modified == status.modified;
+}
+
+bool isSidecar(const std::string& name) {
+  return name.size() > 4 && strcasecmp(name.c_str() + name.size() - 4, ".xmp") == 0;
 }
 
 std::string realPath(const std::string& path) {
@@ -239,6 +245,9 @@ void FolderWalk::enter(const Place& place) {
     std::lock_guard lock(mutex_);
     for (std::string& name : listing.links) links_.push_back({place, std::move(name)});
   }
+  folder->sidecars.emplace();
+  std::copy_if(listing.files.begin(), listing.files.end(), std::back_inserter(*folder->sidecars), isSidecar);
+  std::sort(folder->sidecars->begin(), folder->sidecars->end());
   addFiles(folder, std::move(listing.files));
 }
 
@@ -326,8 +335,12 @@ void FolderWalk::look(const OpenFolder& folder, const std::string& name, bool fo
     std::lock_guard lock(mutex_);
     links_.push_back({folder.place, name});
   } else if (status->kind == FileStatus::Kind::Regular && status->bytes > 0) {
-    if (!isKnown || !sameFile(*known, *status)) {
-      examine(folder, name, *status, followLink, findings);
+    const auto sidecar = sidecarOf(folder, name);
+    const bool isItem = isKnown && known->position != Snapshot::kNowhere;
+    const bool asItWas =
+        isKnown && sameFile(*known, *status) && (!isItem || known->sidecar == (sidecar ? sidecar->status.modified : 0));
+    if (!asItWas) {
+      examine(folder, name, *status, sidecar, followLink, findings);
     } else if (known->position != Snapshot::kNowhere) {
       findings.unchanged.push_back(known->position);
     } else {
@@ -365,14 +378,28 @@ std::string FolderWalk::identify(const OpenFolder& folder, const std::string& na
   return mintIdentifier();
 }
 
-void FolderWalk::examine(const OpenFolder& folder, const std::string& name, const FileStatus& status, bool linked,
-                         FolderFindings& findings) {
+/// The XMP file that programs keep beside a photo, named after the whole file or after its name without the ending.
+std::optional<FolderWalk::Sidecar> FolderWalk::sidecarOf(const OpenFolder& folder, const std::string& name) const {
+  if (folder.sidecars && folder.sidecars->empty()) return std::nullopt;
+  const std::string stem = name.substr(0, name.rfind('.'));
+  for (const std::string& each : {name + ".xmp", stem + ".xmp", name + ".XMP", stem + ".XMP"}) {
+    if (folder.sidecars && !std::binary_search(folder.sidecars->begin(), folder.sidecars->end(), each)) continue;
+    const auto status = statuses_.read(folder.descriptor.get(), each, false);
+    if (status && status->kind == FileStatus::Kind::Regular && each != name) return Sidecar{each, *status};
+  }
+  return std::nullopt;
+}
+
+void FolderWalk::examine(const OpenFolder& folder, const std::string& name, const FileStatus& status,
+                         const std::optional<Sidecar>& sidecar, bool linked, FolderFindings& findings) {
   FoundItem found;
   found.identifier = identify(folder, name, status);
   found.name = name;
   found.linked = linked;
+  const std::int64_t sidecarWritten = sidecar ? sidecar->status.modified : 0;
   const Item* known = known_.item(found.identifier);
-  if (known && known->facts.bytes == status.bytes && known->facts.modified == status.modified) {
+  if (known && known->facts.bytes == status.bytes && known->facts.modified == status.modified &&
+      known->facts.sidecar == sidecarWritten) {
     found.mediaType = known->mediaType;
     found.created = known->creationDate;
     found.duration = known->duration;
@@ -393,7 +420,16 @@ void FolderWalk::examine(const OpenFolder& folder, const std::string& name, cons
     }
     const MediaInfo& info = std::get<MediaInfo>(probed);
     found.mediaType = info.mediaType;
-    found.created = info.captureDate.value_or(static_cast<double>(status.modified) / 1e9);
+    if (info.captureDate) {
+      found.created = *info.captureDate;
+      found.facts.dateOrigin = info.dateOrigin;
+    } else if (sidecar) {
+      const FileDescriptor beside = openRegularFile(folder.descriptor.get(), sidecar->name, sidecar->status, false);
+      if (const auto date = beside ? probeSidecar(beside.get()) : std::nullopt) {
+        found.created = *date;
+        found.facts.dateOrigin = DateOrigin::Sidecar;
+      }
+    }
     found.duration = info.duration;
     found.facts.width = info.width;
     found.facts.height = info.height;
@@ -406,9 +442,15 @@ void FolderWalk::examine(const OpenFolder& folder, const std::string& name, cons
   if (found.mediaType == PHAssetMediaTypeImage && lookedLikeScreenshot(folder.place.path, name)) {
     found.facts.marks |= ItemMarkScreenshotPlace;
   }
+  if (!isCaptureDate(found.facts.dateOrigin)) {
+    const ItemDate date = dateWithoutMetadata(name, status.modified);
+    found.created = date.created;
+    found.facts.dateOrigin = date.origin;
+  }
   found.facts.key = status.key;
   found.facts.bytes = status.bytes;
   found.facts.modified = status.modified;
+  found.facts.sidecar = sidecarWritten;
   findings.fresh.push_back(std::move(found));
 }
 

@@ -52,6 +52,12 @@ class FolderWalk {
     std::uint64_t device = 0;
     Folder folder;
     std::vector<KnownFiles::File> known;
+    /// The XMP files in it, by name; nothing when the folder was not listed.
+    std::optional<std::vector<std::string>> sidecars;
+  };
+  struct Sidecar {
+    std::string name;
+    FileStatus status;
   };
   struct Listing {
     std::vector<std::string> files, folders, links;
@@ -75,8 +81,9 @@ class FolderWalk {
   void addFiles(const std::shared_ptr<OpenFolder>& folder, std::vector<std::string> names);
   void lookAt(const OpenFolder& folder, const std::vector<std::string>& names);
   void look(const OpenFolder& folder, const std::string& name, bool followLink, FolderFindings& findings);
-  void examine(const OpenFolder& folder, const std::string& name, const FileStatus& status, bool linked,
-               FolderFindings& findings);
+  std::optional<Sidecar> sidecarOf(const OpenFolder& folder, const std::string& name) const;
+  void examine(const OpenFolder& folder, const std::string& name, const FileStatus& status,
+               const std::optional<Sidecar>& sidecar, bool linked, FolderFindings& findings);
   std::string identifyFolder(const FileKey& key);
   std::string identify(const OpenFolder& folder, const std::string& name, const FileStatus& status) const;
   void followLinks();

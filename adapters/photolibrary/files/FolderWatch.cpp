@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <iterator>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
 #include <poll.h>
+#include <strings.h>
 #include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
@@ -38,6 +42,31 @@ bool changesUnheard(std::uint64_t kind) {
       0x786f4256,  // folders shared with a virtual machine's host
   };
   return std::find(std::begin(kKinds), std::end(kKinds), static_cast<std::uint32_t>(kind)) != std::end(kKinds);
+}
+
+/// The photos beside which an XMP file was touched, which may tell their date.
+WalkScope describedBySidecars(const WalkScope& touched) {
+  static constexpr std::string_view ending = ".xmp";
+  WalkScope photos;
+  for (const auto& [folder, names] : touched.folders()) {
+    for (const std::string& name : names) {
+      const std::string stem = name.substr(0, name.size() - std::min(name.size(), ending.size()));
+      if (stem.empty() || strcasecmp(name.c_str() + stem.size(), ending.data()) != 0) continue;
+      if (formatNamedBy(stem) != MediaFormat::Unknown) {
+        photos.add(pathIn(folder, stem));
+        continue;
+      }
+      std::error_code failed;
+      for (std::filesystem::directory_iterator entry(folder, failed), end; !failed && entry != end;
+           entry.increment(failed)) {
+        const std::string other = entry->path().filename().string();
+        if (entry->path().stem() == stem && formatNamedBy(other) != MediaFormat::Unknown) {
+          photos.add(pathIn(folder, other));
+        }
+      }
+    }
+  }
+  return photos;
 }
 
 }  // namespace
@@ -161,6 +190,7 @@ void FolderWatch::listen(Time now) {
   }
   if (touched.empty()) return;
   heard_.add(touched);
+  heard_.add(describedBySidecars(touched));
   burst_.happened(now);
 }
 

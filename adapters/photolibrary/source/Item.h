@@ -31,6 +31,8 @@ struct ItemFacts {
   MediaFormat format = MediaFormat::Unknown;
   std::uint8_t orientation = 1;
   std::uint8_t marks = 0;
+  DateOrigin dateOrigin = DateOrigin::FileTime;
+  std::int64_t sidecar = 0;  ///< when an XMP file beside it was last written, in nanoseconds; 0 where there is none
 };
 
 /// An asset with its facts. Every asset that the library hands out is one, so a pointer to it may be cast back.

@@ -14,6 +14,20 @@
 
 namespace tlx::photolibrary {
 
+/// Where an item's date comes from. The numbers stand in indexes on disk.
+enum class DateOrigin : std::uint8_t {
+  FileTime = 0,  ///< when the file was last written: nothing else tells
+  Name = 1,      ///< its name
+  Metadata = 2,  ///< EXIF, or a video's container
+  Packet = 3,    ///< an XMP packet in the file
+  Sidecar = 4,   ///< an XMP file beside it
+};
+
+/// Whether that is when the picture was taken, as far as its makers know, rather than a guess.
+constexpr bool isCaptureDate(DateOrigin origin) {
+  return origin == DateOrigin::Metadata || origin == DateOrigin::Packet || origin == DateOrigin::Sidecar;
+}
+
 /// What the header of a photo or video tells, without decoding a pixel.
 struct MediaInfo {
   MediaFormat format = MediaFormat::Unknown;
@@ -23,6 +37,7 @@ struct MediaInfo {
   /// Seconds since 1970 UTC. From the capture date and its offset where there is one; a capture date without an offset
   /// is taken as local time of this machine. Nothing when the file carries no date.
   std::optional<double> captureDate;
+  DateOrigin dateOrigin = DateOrigin::FileTime;  ///< of the capture date, where there is one
   std::int32_t orientation = 1;  ///< EXIF numbering 1 to 8, 1 where the decoder turns the picture itself
   bool favorite = false;         ///< the rating in the metadata is at least 4 of 5 stars
   bool panorama = false;         ///< marked as one (XMP GPano), or twice as wide as high or more with a camera's make
@@ -30,9 +45,13 @@ struct MediaInfo {
 };
 
 /// Reads the header of an open regular file. Any thread; reads at most the bytes it needs (64 KiB of most photos).
-/// Answers an error for what is no photo or video, is empty, or cannot be read. A video without a video track answers
-/// its format with the media type video: whether it plays is for the fetch to say.
+/// Answers `PhotoLibraryErrorUnsupported` for what is no photo or video, sound alone in a video's container among it,
+/// `PhotoLibraryErrorDamaged` for what is empty, unreadable as what it claims to be, or a video without a frame, and
+/// other errors for a file that cannot be read now. Whether a video plays is for the fetch to say.
 std::variant<MediaInfo, NSError> probeMedia(int fd, const std::string& path);
+
+/// The capture date that an open XMP file beside a photo tells, in seconds since 1970 UTC. Any thread.
+std::optional<double> probeSidecar(int fd);
 
 /// The tracks and duration of a video file; an error when it is no video or cannot be read. Any thread.
 struct VideoInfo {

@@ -85,23 +85,32 @@ std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo) {
 }
 
 std::vector<std::uint8_t> sampleVideo(double seconds) {
-  std::vector<std::uint8_t> bytes;
-  append(bytes, 24, 4);
-  append(bytes, std::string("ftypisom\0\0\2\0isommp42", 20));
-  append(bytes, 8 + 108, 4);
-  append(bytes, "moov");
-  append(bytes, 108, 4);
-  append(bytes, "mvhd");
-  append(bytes, 0, 12);
-  append(bytes, 1000, 4);
-  append(bytes, static_cast<std::uint64_t>(std::llround(seconds * 1000)), 4);
-  append(bytes, 0x00010000'0100, 6);
-  append(bytes, 0, 10);
-  for (int i = 0; i < 9; ++i) append(bytes, i == 8 ? 0x40000000 : i % 4 == 0 ? 0x00010000 : 0, 4);
-  append(bytes, 0, 24);
-  append(bytes, 1, 4);
-  append(bytes, 8, 4);
-  append(bytes, "mdat");
+  using Bytes = std::vector<std::uint8_t>;
+  const auto box = [](const char* type, const std::vector<Bytes>& contents) {
+    Bytes bytes(4);
+    append(bytes, type);
+    for (const Bytes& content : contents) bytes.insert(bytes.end(), content.begin(), content.end());
+    for (int i = 0; i < 4; ++i)
+      bytes[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(bytes.size() >> (24 - 8 * i));
+    return bytes;
+  };
+  const auto zeros = [](std::size_t count) { return Bytes(count); };
+  const auto number = [](std::uint64_t value, int count) {
+    Bytes bytes;
+    append(bytes, value, count);
+    return bytes;
+  };
+  const auto text = [](const char* letters) { return Bytes(letters, letters + 4); };
+  const Bytes time = number(1000, 4), length = number(static_cast<std::uint64_t>(std::llround(seconds * 1000)), 4);
+  const Bytes picture = box("jpeg", {zeros(6), number(1, 2), zeros(16), number(96, 2), number(64, 2), zeros(50)});
+  const Bytes table = box("stbl", {box("stsd", {zeros(4), number(1, 4), picture}), box("stts", {zeros(8)}),
+                                   box("stsc", {zeros(8)}), box("stsz", {zeros(12)}), box("stco", {zeros(8)})});
+  const Bytes media = box("mdia", {box("mdhd", {zeros(12), time, length, zeros(4)}),
+                                   box("hdlr", {zeros(8), text("vide"), zeros(13)}), box("minf", {table})});
+  const Bytes track = box("trak", {box("tkhd", {zeros(12), number(1, 4), zeros(4), length, zeros(60)}), media});
+  Bytes bytes = box("ftyp", {text("isom"), number(512, 4), text("isom"), text("mp42")});
+  const Bytes movie = box("moov", {box("mvhd", {zeros(12), time, length, zeros(80)}), track});
+  bytes.insert(bytes.end(), movie.begin(), movie.end());
   return bytes;
 }
 

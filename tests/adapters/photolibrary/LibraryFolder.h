@@ -31,7 +31,7 @@ struct SamplePhoto {
   int rating = 0;        ///< stars
 };
 std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo = {});
-/// An MP4 header of that many seconds, and nothing to play.
+/// An MP4 header of that many seconds and a video track, and nothing to play.
 std::vector<std::uint8_t> sampleVideo(double seconds = 1);
 
 /// A folder of the test's own with `pictures`, `cache`, `config` and `data` in it, gone with it. While it lives the XDG

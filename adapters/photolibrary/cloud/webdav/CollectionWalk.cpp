@@ -6,6 +6,7 @@
 
 #include "adapters/photolibrary/cloud/webdav/OriginalDownload.h"
 #include "adapters/photolibrary/cloud/webdav/RemoteHead.h"
+#include "adapters/photolibrary/source/NameDate.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -247,7 +248,6 @@ FoundItem CollectionWalk::examined(const Collection& collection, const File& fil
   const FileKey key = keyOf(collection, file);
   found.identifier = deriveIdentifier({key.fileSystem, key.number, 1});
   found.name = file.name;
-  found.created = static_cast<double>(file.member.modified) / 1e9;
   found.mediaType =
       lowered(file.member.contentType).starts_with("video/") ? PHAssetMediaTypeVideo : PHAssetMediaTypeImage;
   const Item* known = known_.item(found.identifier);
@@ -262,7 +262,10 @@ FoundItem CollectionWalk::examined(const Collection& collection, const File& fil
         probeRemote(server_, collection.path + "/" + file.name, *file.member.bytes, [this] { return wanted(); });
     if (const auto* info = std::get_if<MediaInfo>(&probed)) {
       found.mediaType = info->mediaType;
-      found.created = info->captureDate.value_or(found.created);
+      if (info->captureDate) {
+        found.created = *info->captureDate;
+        found.facts.dateOrigin = info->dateOrigin;
+      }
       found.duration = info->duration;
       found.facts.width = info->width;
       found.facts.height = info->height;
@@ -275,6 +278,11 @@ FoundItem CollectionWalk::examined(const Collection& collection, const File& fil
       rejected = isSettled(std::get<NSError>(probed));
       if (!rejected && !isAboutOne(std::get<NSError>(probed)) && wanted()) lose(std::get<NSError>(probed));
     }
+  }
+  if (!isCaptureDate(found.facts.dateOrigin)) {
+    const ItemDate date = dateWithoutMetadata(file.name, file.member.modified);
+    found.created = date.created;
+    found.facts.dateOrigin = date.origin;
   }
   found.facts.key = key;
   found.facts.bytes = *file.member.bytes;

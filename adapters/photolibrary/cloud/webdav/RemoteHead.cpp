@@ -81,7 +81,9 @@ std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& 
     at += length;
   }
   auto probed = probeMedia(file.fd(), path);
-  if (std::holds_alternative<NSError>(probed)) return bare;
+  // What is damaged may only lack what was not read.
+  const NSError* const failed = std::get_if<NSError>(&probed);
+  if (failed && failed->code != PhotoLibraryErrorUnsupported) return bare;
   return probed;
 }
 

@@ -66,19 +66,6 @@ std::optional<int> parseOffset(std::string_view offset) {
   return offset[0] == '-' ? -seconds : seconds;
 }
 
-/// The digit that follows `name` as an attribute's or an element's value.
-std::optional<std::int32_t> xmpDigit(std::string_view packet, std::string_view name) {
-  for (std::size_t at = packet.find(name); at != std::string_view::npos; at = packet.find(name, at + 1)) {
-    std::size_t value = at + name.size();
-    while (value < packet.size() && std::strchr("= \t\r\n", packet[value])) ++value;
-    if (value + 1 >= packet.size() || !std::strchr("\"'>", packet[value])) continue;
-    const char digit = packet[value + 1];
-    if (digit >= '0' && digit <= '9') return digit - '0';
-    if (digit == '-') return 0;
-  }
-  return std::nullopt;
-}
-
 void readDates(ExifData* data, PhotoFacts& facts) {
   struct DateTags {
     ExifIfd ifd;
@@ -138,6 +125,13 @@ std::optional<double> parseCaptureDate(std::string_view date, std::string_view o
   return seconds;
 }
 
+std::optional<double> parseIsoDate(std::string_view text) {
+  const std::size_t zone = std::min(text.find_first_of("+-Z", std::min<std::size_t>(text.size(), 16)), text.size());
+  const std::size_t point = std::min(text.find('.'), text.size());
+  const std::string_view fraction = point < zone ? text.substr(point + 1, zone - point - 1) : std::string_view();
+  return parseCaptureDate(text.substr(0, std::min({zone, point, std::size_t{19}})), text.substr(zone), fraction);
+}
+
 void readExif(Bytes block, PhotoFacts& facts, std::vector<std::uint8_t>* thumbnail) {
   static constexpr std::uint8_t mark[] = {'E', 'x', 'i', 'f', 0, 0};
   std::vector<std::uint8_t> marked;
@@ -170,16 +164,6 @@ void readExif(Bytes block, PhotoFacts& facts, std::vector<std::uint8_t>* thumbna
                        saysScreenshot({reinterpret_cast<const char*>(comment->data), std::min(comment->size, 256u)});
   }
   if (thumbnail && data->data && data->size > 0) thumbnail->assign(data->data, data->data + data->size);
-}
-
-void readXmp(std::string_view packet, PhotoFacts& facts) {
-  for (const std::string_view name : {"xmp:Rating", "xap:Rating"}) {
-    if (const auto stars = xmpDigit(packet, name); stars && *stars <= 5) facts.xmpRating = *stars;
-  }
-  facts.panorama = facts.panorama || packet.find("GPano:ProjectionType") != std::string_view::npos ||
-                   packet.find("GPano:UsePanoramaViewer") != std::string_view::npos;
-  facts.screenshot = facts.screenshot || packet.find(">Screenshot<") != std::string_view::npos ||
-                     packet.find("\"Screenshot\"") != std::string_view::npos;
 }
 
 }  // namespace tlx::photolibrary

@@ -11,7 +11,9 @@ namespace tlx::photolibrary {
 
 /// What the metadata blocks of a photo say. Filled by every block that a file carries, in any order.
 struct PhotoFacts {
-  std::optional<double> captureDate;  ///< seconds since 1970 UTC
+  std::optional<double> captureDate;  ///< EXIF's, seconds since 1970 UTC
+  std::optional<double> packetDate;   ///< XMP's, which counts where EXIF has none
+  int packetDateWorth = 0;            ///< of the properties that tell of a date, the best that was found
   std::int32_t orientation = 1;       ///< EXIF numbering, as the block says, whether or not the decoder obeys it
   std::optional<std::int32_t> exifRating, xmpRating;  ///< stars, 0 to 5; XMP's counts where both are there
   bool hasMake = false;
@@ -25,13 +27,17 @@ struct PhotoFacts {
 /// read. When `thumbnail` is given, the JPEG embedded in the block is copied there.
 void readExif(Bytes block, PhotoFacts& facts, std::vector<std::uint8_t>* thumbnail = nullptr);
 
-/// Picks rating, panorama and screenshot marks out of an XMP packet without parsing it as a document.
+/// Takes the rating, the capture date, panorama and screenshot marks of the picture out of an XMP packet. What a
+/// damaged packet, or one of more than a mebibyte, says before its end counts; nothing that it declares is expanded.
 void readXmp(std::string_view packet, PhotoFacts& facts);
 
 /// "YYYY:MM:DD HH:MM:SS" with an offset such as "+02:00", "+0200" or "Z" (this machine's local time when empty) and a
 /// decimal fraction's digits. Nothing for the all-zero or blank dates that cameras without a clock write, or for what
 /// is no date.
 std::optional<double> parseCaptureDate(std::string_view date, std::string_view offset, std::string_view fraction);
+
+/// "YYYY-MM-DDThh:mm:ss.fffffZ" and what is left when parts are missing from its end, with the same rules.
+std::optional<double> parseIsoDate(std::string_view text);
 
 /// Whether a free text of the metadata says that the picture is a screenshot.
 bool saysScreenshot(std::string_view text);

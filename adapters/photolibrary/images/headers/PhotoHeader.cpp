@@ -4,11 +4,12 @@
 #include <cstring>
 
 #include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/images/headers/JpegSegments.h"
 
 namespace tlx::photolibrary {
 namespace {
 
-constexpr int maxSegments = 4096;  // far above what any camera writes, and an end for files made to have none
+constexpr int maxChunks = 4096;  // far above what any camera writes, and an end for files made to have none
 
 std::string_view textOf(Bytes bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -29,25 +30,12 @@ void readJpegHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) 
   static constexpr std::string_view xmpMark("http://ns.adobe.com/xap/1.0/\0", 29);
   static constexpr std::string_view profileMark("ICC_PROFILE\0", 12);
   bool exifSeen = false;
-  std::uint64_t at = 2;
-  for (int segment = 0; segment < maxSegments; ++segment) {
-    Bytes bytes = file.exactly(at, 4);
-    if (bytes.empty() || bytes[0] != 0xff) return;
-    const std::uint8_t marker = bytes[1];
-    if (marker == 0xff) {
-      ++at;
-      continue;
-    }
-    if (marker == 0x01 || (marker >= 0xd0 && marker <= 0xd8)) {
-      at += 2;
-      continue;
-    }
-    if (marker == 0xd9 || marker == 0xda) return;
-    const std::uint16_t length = be16(bytes.data() + 2);
-    if (length < 2) return;
+  JpegSegments segments(file);
+  while (const auto segment = segments.next()) {
+    const std::uint8_t marker = segment->marker;
     const bool isFrame = marker >= 0xc0 && marker <= 0xcf && marker != 0xc4 && marker != 0xc8 && marker != 0xcc;
     if (isFrame) {
-      bytes = file.exactly(at + 4, 5);
+      const Bytes bytes = file.exactly(segment->content, 5);
       if (bytes.empty()) return;
       header.height = be16(bytes.data() + 1);
       header.width = be16(bytes.data() + 3);
@@ -56,7 +44,7 @@ void readJpegHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) 
       return;
     }
     if (marker == 0xe1) {
-      bytes = file.at(at + 4, length - 2u);
+      const Bytes bytes = file.at(segment->content, segment->size);
       if (!exifSeen && startsWith(bytes, exifMark)) {
         exifSeen = true;
         readExif(bytes, header.facts, thumbnailOf(extras));
@@ -66,20 +54,19 @@ void readJpegHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) 
     }
     if (marker == 0xe2 && extras && extras->profile.size() < FileBytes::maxPiece) {
       // Numbered pieces; every writer puts them in order.
-      bytes = file.at(at + 4, length - 2u);
+      Bytes bytes = file.at(segment->content, segment->size);
       if (startsWith(bytes, profileMark) && bytes.size() > profileMark.size() + 2) {
         bytes = bytes.subspan(profileMark.size() + 2);
         extras->profile.insert(extras->profile.end(), bytes.begin(), bytes.end());
       }
     }
-    at += 2u + length;
   }
 }
 
 void readPngHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) {
   static constexpr std::size_t maxText = 4 * 1024 * 1024;
   std::uint64_t at = 8;
-  for (int chunk = 0; chunk < maxSegments; ++chunk) {
+  for (int chunk = 0; chunk < maxChunks; ++chunk) {
     Bytes bytes = file.exactly(at, 8);
     if (bytes.empty()) return;
     const std::uint32_t length = be32(bytes.data());
@@ -107,7 +94,7 @@ void readPngHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) {
 
 void readWebPHeader(FileBytes& file, PhotoHeader& header, HeaderExtras* extras) {
   std::uint64_t at = 12;
-  for (int chunk = 0; chunk < maxSegments; ++chunk) {
+  for (int chunk = 0; chunk < maxChunks; ++chunk) {
     Bytes bytes = file.exactly(at, 8);
     if (bytes.empty()) return;
     const std::string type(textOf(bytes.first(4)));

@@ -20,6 +20,7 @@ namespace {
 
 constexpr int bufferSize = 32 * 1024;
 constexpr std::int64_t maxBytesRead = std::int64_t{1} << 30;
+constexpr int maxPacketsToAFrame = 1000;
 
 bool isMovingPicture(const AVStream& stream) {
   constexpr int still = AV_DISPOSITION_ATTACHED_PIC | AV_DISPOSITION_TIMED_THUMBNAILS;
@@ -80,6 +81,7 @@ VideoFile::VideoFile(FileBytes& file, MediaFormat format) : file_(file), allowan
     context_->probesize = 4 * 1024 * 1024;
     context_->max_analyze_duration = 2 * AV_TIME_BASE;
     avformat_find_stream_info(context_, nullptr);
+    headerIsTrusted_ = false;
   }
 }
 
@@ -99,6 +101,20 @@ bool VideoFile::headerIsEnough() const {
     if (isMovingPicture(stream) && (stream.codecpar->width <= 0 || stream.codecpar->height <= 0)) return false;
   }
   return true;
+}
+
+bool VideoFile::hasFrames() {
+  const AVStream* const stream = videoStream();
+  if (!stream || headerIsTrusted_) return stream != nullptr;
+  AVPacket* packet = av_packet_alloc();
+  bool found = false;
+  for (int read = 0; packet && !found && read < maxPacketsToAFrame; ++read) {
+    if (av_read_frame(context_, packet) < 0) break;
+    found = packet->stream_index == stream->index && packet->size > 0;
+    av_packet_unref(packet);
+  }
+  av_packet_free(&packet);
+  return found;
 }
 
 const AVStream* VideoFile::videoStream() const {
@@ -137,24 +153,17 @@ VideoInfo VideoFile::info() const {
 
 std::optional<double> VideoFile::captureDate() const {
   if (!context_) return std::nullopt;
-  const auto dateOf = [](std::string_view text) {
-    const std::size_t zone = text.find_first_of("+-Z", std::min<std::size_t>(text.size(), 16));
-    const std::string_view offset = zone == std::string_view::npos ? "" : text.substr(zone);
-    const std::size_t point = text.find('.');
-    const std::string_view fraction = point == std::string_view::npos ? "" : text.substr(point + 1);
-    return parseCaptureDate(text.substr(0, 19), offset, fraction);
-  };
   // A key that ends so carries the local date with its offset; the plain creation time is the container's, in UTC.
   const AVDictionaryEntry* entry = nullptr;
   while ((entry = av_dict_get(context_->metadata, "", entry, AV_DICT_IGNORE_SUFFIX))) {
     if (std::string_view(entry->key).ends_with(".creationdate")) {
-      if (const auto date = dateOf(entry->value)) return date;
+      if (const auto date = parseIsoDate(entry->value)) return date;
     }
   }
   for (const char* key : {"creation_time", "date"}) {
     entry = av_dict_get(context_->metadata, key, nullptr, 0);
     if (!entry) continue;
-    const auto date = dateOf(entry->value);
+    const auto date = parseIsoDate(entry->value);
     if (date && *date > 0) return date;
   }
   return std::nullopt;

@@ -28,6 +28,9 @@ class VideoFile {
   AVFormatContext* context() const { return context_; }
   /// The moving picture; nothing when there is none. Covers and other still pictures do not count.
   const AVStream* videoStream() const;
+  /// Whether there is anything to see. A container whose writer was killed may have a video track and no frame in it;
+  /// where the header does not tell, this reads on until the first one.
+  bool hasFrames();
 
   VideoInfo info() const;
   std::optional<double> captureDate() const;
@@ -40,6 +43,7 @@ class VideoFile {
   FileBytes& file_;
   std::int64_t position_ = 0;
   std::int64_t allowance_;  ///< bytes that may still be read; a hostile container would have us read for ever
+  bool headerIsTrusted_ = true;
   AVIOContext* io_ = nullptr;
   AVFormatContext* context_ = nullptr;
 };

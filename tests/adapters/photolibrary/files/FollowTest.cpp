@@ -12,6 +12,7 @@
 #include "adapters/photolibrary/files/Burst.h"
 #include "adapters/photolibrary/files/FolderSource.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary::test {
 namespace {
@@ -108,6 +109,13 @@ TEST_F(FilesFollowed, EveryKindOfStepLeadsWhereAFreshLookWould) {
          folder_.putPhoto("y.jpg", 400);
        },
        {"a.jpg", "y.jpg"}},
+      {"a file beside it tells its date",
+       [&] {
+         const std::string packet = xmpPacket("xmp:CreateDate='2001-01-01'");
+         folder_.put("y.xmp", {packet.begin(), packet.end()});
+       },
+       {"y.jpg", "a.jpg"}},
+      {"and tells no longer", [&] { fs::remove(at("y.xmp")); }, {"a.jpg", "y.jpg"}},
       {"taken in again", [&] { fs::remove(at("journey/.nomedia")); }, {"x.jpg", "c.jpg", "g.jpg", "a.jpg", "y.jpg"}},
       {"moved out", [&] { fs::rename(at("journey"), out / "journey"); }, {"a.jpg", "y.jpg"}},
       {"out there it is nobody's business",

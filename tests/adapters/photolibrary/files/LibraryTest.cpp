@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "tests/adapters/photolibrary/LibraryFolder.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary::test {
 namespace {
@@ -107,13 +108,53 @@ TEST_F(FilesLibrary, FollowsLinksOutOfTheRootOnceEach) {
   EXPECT_THAT(titles(*library_), ElementsAre("pictures", "a link", "inner"));
 }
 
-TEST_F(FilesLibrary, DatesComeFromTheCameraElseFromTheFile) {
-  folder_.put("with offset.jpg", samplePhoto({"2024:05:01 12:00:00", "+02:00", 0}), 1000);
-  folder_.putPhoto("file time.jpg", 1714557600);
-  folder_.putPhoto("a same moment.jpg", 1714557600);
-  EXPECT_THAT(namesIn(open(), "Camera Roll"), ElementsAre("a same moment.jpg", "file time.jpg", "with offset.jpg"));
-  EXPECT_EQ(library_->details(identifierOf(*library_, "with offset.jpg"))->created, 1714557600 - 0);
-  EXPECT_EQ(library_->details(identifierOf(*library_, "file time.jpg"))->created, 1714557600);
+TEST_F(FilesLibrary, DatesComeFromMetadataElseFromTheNameElseFromTheFile) {
+  ::setenv("TZ", "UTC0", 1);
+  ::tzset();
+  const auto sidecar = [&](const std::string& path, const std::string& date, double modified) {
+    const std::string packet = xmpPacket("xmp:CreateDate=\"" + date + "\"");
+    folder_.put(path, {packet.begin(), packet.end()}, modified);
+  };
+  const auto camera = samplePhoto({"2024:05:01 12:00:00", "+02:00", 0});
+  folder_.put("with offset.jpg", camera, 1000);
+  folder_.put("IMG_20200101_000000.jpg", camera, 1000);
+  sidecar("IMG_20200101_000000.jpg.xmp", "2019-01-01T00:00:00Z", 1000);
+  folder_.putPhoto("edited.jpg", 3000);
+  sidecar("edited.jpg.xmp", "2021-02-03T04:05:06Z", 1000);
+  folder_.putPhoto("RAW.JPG", 3000);
+  sidecar("RAW.xmp", "2021-02-03T04:05:07Z", 1000);
+  folder_.putPhoto("IMG_20210203_040505.jpg", 3000);
+  folder_.putPhoto("file time.jpg", 3000);
+  struct Row {
+    const char* name;
+    double created;
+    bool isCapture;
+    const char* reason;
+  };
+  const Row rows[] = {{"with offset.jpg", 1714557600, true, "the camera's own"},
+                      {"IMG_20200101_000000.jpg", 1714557600, true, "before a sidecar's and the name's"},
+                      {"edited.jpg", 1612325106, true, "a sidecar's of the whole name"},
+                      {"RAW.JPG", 1612325107, true, "a sidecar's of the name without its ending"},
+                      {"IMG_20210203_040505.jpg", 1612325105, false, "the name's"},
+                      {"file time.jpg", 3000, false, "nothing else"}};
+  const auto expect = [&](const Row& row) {
+    const auto details = library_->details(identifierOf(*library_, row.name));
+    ASSERT_TRUE(details) << row.name;
+    EXPECT_EQ(details->created, row.created) << row.name << ": " << row.reason;
+    EXPECT_EQ(details->dateIsCaptures, row.isCapture) << row.name << ": " << row.reason;
+  };
+  open();
+  for (const Row& row : rows) expect(row);
+  open();
+  for (const Row& row : rows) expect(row);  // from the index
+
+  sidecar("edited.jpg.xmp", "2021-02-03T04:06:06Z", 2000);
+  fs::remove(folder_.pictures() / "RAW.xmp");
+  fs::rename(folder_.pictures() / "IMG_20210203_040505.jpg", folder_.pictures() / "IMG_20210203_040605.jpg");
+  look();
+  expect({"edited.jpg", 1612325166, true, "its sidecar has changed"});
+  expect({"RAW.JPG", 3000, false, "its sidecar has gone"});
+  expect({"IMG_20210203_040605.jpg", 1612325165, false, "another name"});
 }
 
 TEST_F(FilesLibrary, AlbumsAreFoldersInNaturalOrderToldApartByTheirParents) {

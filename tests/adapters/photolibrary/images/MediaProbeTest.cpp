@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "adapters/photolibrary/images/codecs/ImageDecoder.h"
 #include "adapters/photolibrary/images/headers/PhotoFacts.h"
 #include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/source/NameDate.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary {
@@ -113,33 +115,142 @@ TEST(CaptureDates, AreReadAsCamerasWriteThem) {
   }
 }
 
-TEST(MetadataPackets, TellRatingsPanoramasAndScreenshots) {
+TEST(MetadataPackets, TellRatingsDatesPanoramasAndScreenshotsOfThePictureItself) {
   struct Row {
-    const char* packet;
+    std::string packet;
     bool favorite, panorama, screenshot;
+    std::optional<double> date;
+    const char* reason;
   };
+  const std::string plain = xmpPacket("xmp:Rating='5'");
+  std::string declared = plain;
+  const std::string renamed = R"(<RDF xmlns="http://www.w3.org/1999/02/22-rdf-syntax-ns#"><Description )"
+                              R"(xmlns:r="http://ns.adobe.com/xap/1.0/" r:Rating="5"/></RDF>)";
+  declared.insert(declared.find("<x:xmpmeta"), "<!DOCTYPE x [<!ENTITY a 'aaaa'><!ENTITY b '&a;&a;&a;'>]>");
+  std::string deep;
+  for (int i = 0; i < 5000; ++i) deep += "<xmp:a>";
+  const std::string other =
+      "<xmp:Pantry><rdf:Bag><rdf:li><rdf:Description xmp:Rating=\"5\" xmp:CreateDate=\"2001-01-01\"/>"
+      "</rdf:li></rdf:Bag></xmp:Pantry>";
   const Row rows[] = {
-      {"<x xmp:Rating=\"4\"/>", true, false, false},
-      {"<x xmp:Rating = '5'/>", true, false, false},
-      {"<xmp:Rating>4</xmp:Rating>", true, false, false},
-      {"<xap:Rating>3</xap:Rating>", false, false, false},
-      {"<x xmp:Rating=\"-1\"/>", false, false, false},
-      {"<x xmp:Rating=", false, false, false},
-      {"<x GPano:ProjectionType=\"cylindrical\"/>", false, true, false},
-      {"<rdf:li xml:lang=\"x-default\">Screenshot</rdf:li>", false, false, true},
-      {"", false, false, false},
+      {xmpPacket("xmp:Rating=\"4\""), true, false, false, {}, "as an attribute"},
+      {xmpPacket("", "<xmp:Rating> 4 </xmp:Rating>"), true, false, false, {}, "as an element"},
+      {xmpPacket("", "<xmp:Rating>3</xmp:Rating>"), false, false, false, {}, "too few stars"},
+      {xmpPacket("xmp:Rating='-1'"), false, false, false, {}, "rejected"},
+      {renamed, true, false, false, {}, "by another prefix"},
+      {plain.substr(0, plain.size() - 30), true, false, false, {}, "cut short, but after what counts"},
+      {"XML:com.adobe.xmp" + std::string(5, '\0') + plain + std::string(9, '\0'),
+       true,
+       false,
+       false,
+       {},
+       "as in a PNG"},
+      {declared, false, false, false, {}, "whoever declares entities is not read"},
+      {xmpPacket("", deep + "<xmp:Rating>5</xmp:Rating>"), false, false, false, {}, "nested without end"},
+      {xmpPacket("GPano:ProjectionType=\"cylindrical\""), false, true, false, {}, ""},
+      {xmpPacket("",
+                 "<exif:UserComment><rdf:Alt><rdf:li xml:lang=\"x-default\">Screenshot</rdf:li></rdf:Alt>"
+                 "</exif:UserComment>"),
+       false,
+       false,
+       true,
+       {},
+       "inside a list"},
+      {xmpPacket("exif:DateTimeOriginal=\"2021-02-03T04:05:06.25+02:00\" xmp:CreateDate=\"2020-01-01T00:00:00Z\""),
+       false, false, false, 1612317906.25, "the worthiest date"},
+      {xmpPacket("xmp:CreateDate=\"2020-01-01T00:00:00Z\"",
+                 "<photoshop:DateCreated>2021-02-03T04:05Z</photoshop:DateCreated>"),
+       false, false, false, 1612325100, "likewise, without seconds"},
+      {xmpPacket("exif:DateTimeOriginal=\"soon\" xmp:CreateDate=\"2021-02-03T02:05:06Z\""), false, false, false,
+       1612317906, "what is no date is passed over"},
+      {xmpPacket("", other), false, false, false, {}, "of a picture that went into this one"},
+      {"", false, false, false, {}, "nothing"},
   };
   for (const Row& row : rows) {
     PhotoFacts facts;
     readXmp(row.packet, facts);
-    EXPECT_EQ(facts.favorite(), row.favorite) << row.packet;
-    EXPECT_EQ(facts.panorama, row.panorama) << row.packet;
-    EXPECT_EQ(facts.screenshot, row.screenshot) << row.packet;
+    EXPECT_EQ(facts.favorite(), row.favorite) << row.reason << row.packet;
+    EXPECT_EQ(facts.panorama, row.panorama) << row.reason << row.packet;
+    EXPECT_EQ(facts.screenshot, row.screenshot) << row.reason << row.packet;
+    EXPECT_EQ(facts.packetDate, row.date) << row.reason << row.packet;
   }
   PhotoFacts both;
   both.exifRating = 5;
-  readXmp("<x xmp:Rating=\"1\"/>", both);
+  readXmp(xmpPacket("xmp:Rating='1'"), both);
   EXPECT_FALSE(both.favorite()) << "the packet is what programs keep up to date";
+}
+
+TEST(NameDates, AreReadAsCamerasPhonesAndMessengersWriteThem) {
+  ::setenv("TZ", "EST5", 1);
+  ::tzset();
+  constexpr double moment = 1612343106, noon = 1612371600;
+  struct Row {
+    const char* name;
+    std::optional<double> date;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"IMG_20210203_040506.jpg", moment, "cameras that number by date"},
+      {"20210203_040506(1).jpg", moment, "with the number of a copy"},
+      {"PHO_20210203_040506250.MP.jpg", moment + 0.25, "with milliseconds"},
+      {"Screenshot_20210203-040506.png", moment, "screenshots"},
+      {"Shot-20210203-040506.png", moment, "with its time, not the day alone"},
+      {"Screenshot from 2021-02-03 04-05-06.png", moment, ""},
+      {"Screenshot 2021-02-03 at 04.05.06.png", moment, ""},
+      {"Screenshot 2021-02-03 at 04.05.06 PM.png", noon, "of which half of the day does not say the digits"},
+      {"WIN_20210203_04_05_06_Pro.jpg", moment, ""},
+      {"20210203040506.jpg", moment, "nothing between"},
+      {"2021-02-03 04.05.06.jpg", moment, "this library's captures"},
+      {"photo_2021-02-03_04-05-06.jpg", moment, "messengers"},
+      {"message-2021-02-03-040506.jpg", moment, "messengers"},
+      {"IMG-20210203-WA0007.jpg", noon, "messengers that tell the day"},
+      {"2021-02-03 Beach.jpg", noon, "a person"},
+      {"DSC20210203.jpg", std::nullopt, "may be a serial number"},
+      {"IMG_20210203.jpg", std::nullopt, "likewise"},
+      {"03-02-2021.jpg", std::nullopt, "a day or a month first"},
+      {"IMG_20211303_040506.jpg", std::nullopt, "no such month"},
+      {"IMG_20210229_040506.jpg", std::nullopt, "no such day"},
+      {"IMG_20210203_246060.jpg", std::nullopt, "no such time"},
+      {"IMG_20210203_04050699.jpg", std::nullopt, "part of a longer number"},
+      {"120210203_040506.jpg", std::nullopt, "likewise"},
+      {"1612325106000.jpg", std::nullopt, "any number of thirteen digits"},
+      {"2021-02-03 copy of 2020-01-01.jpg", std::nullopt, "two days"},
+      {"2021-02-03 IMG_20210203_040506.jpg", moment, "one day, told twice"},
+      {"IMG_1234.jpg", std::nullopt, ""},
+  };
+  for (const Row& row : rows) EXPECT_EQ(dateInName(row.name), row.date) << row.name << " " << row.reason;
+}
+
+TEST(ProbingMedia, PassesOverWhateverStandsBetweenTheSegmentsOfAJpeg) {
+  using namespace std::string_literals;
+  const TemporaryFolder folder;
+  const std::string path = folder.file("a.jpg");
+  writeJpegWithThumbnail(path, 64, 48, 160, 120, 6);
+  const std::vector<std::uint8_t> whole = readFile(path);
+  const std::string full = "\xff\xef\xff\xff"s + std::string(65533, '\xff');
+  const std::pair<std::string, const char*> gaps[] = {
+      {std::string(40, '\0'), "zeros"},           {std::string(40, '\xff'), "filling"},
+      {"stray\xff\0bytes"s, "what is no marker"}, {"\xff\xd0\xff\x01", "markers without content"},
+      {full, "a segment of full length"},         {std::string(70'000, 'x'), "more than is read at once"}};
+  PixelStore store(folder.file("pixels"));
+  ImageDecoder decoder(store);
+  for (const auto& [gap, reason] : gaps) {
+    auto padded = whole;
+    // After the EXIF segment, and before each of the others.
+    std::size_t at = 2;
+    while (padded[at + 1] != 0xda) {
+      at += 2 + be16(&padded[at + 2]);
+      padded.insert(padded.begin() + static_cast<std::ptrdiff_t>(at), gap.begin(), gap.end());
+      at += gap.size();
+      if (gap.size() > 1000) break;
+    }
+    writeFile(path, padded);
+    const auto probed = probe(path);
+    ASSERT_TRUE(std::holds_alternative<MediaInfo>(probed)) << reason;
+    EXPECT_EQ(std::get<MediaInfo>(probed).width, 48) << reason << ": turned as its metadata say";
+    EXPECT_EQ(decoder.decode(path, {}).index(), 0u) << reason;
+    EXPECT_EQ(decoder.decodeEmbedded(path, {}).index(), 0u) << reason;
+  }
 }
 
 TEST(ProbingMedia, TellsUprightSizesFromHeadersAlone) {
@@ -184,14 +295,21 @@ TEST(ProbingMedia, TellsTracksAndDurationOfVideos) {
   EXPECT_EQ(turned.tracks[0].width, 64);
   EXPECT_EQ(turned.tracks[0].height, 96);
 
+  // What has nothing to show is no item.
   writeClip(folder.file("deaf.mov"), {.video = false, .audio = true});
-  EXPECT_EQ(std::get<MediaInfo>(probe(folder.file("deaf.mov"))).mediaType, PHAssetMediaTypeVideo);
-  const auto deaf = std::get<VideoInfo>(probeVideo(folder.file("deaf.mov")));
-  ASSERT_EQ(deaf.tracks.size(), 1u);
-  EXPECT_EQ(deaf.tracks[0].mediaType, AVMediaTypeAudio);
+  for (const char* name : {"cut.mp4", "cut.avi"}) {
+    writeClip(folder.file(name));
+    auto bytes = readFile(folder.file(name));
+    const std::string mark = name == std::string("cut.mp4") ? "moov" : "movi";
+    const auto found = std::search(bytes.begin(), bytes.end(), mark.begin(), mark.end()) - bytes.begin();
+    bytes.resize(static_cast<std::size_t>(mark == "moov" ? found - 4 : found + 4));
+    if (mark == "movi") std::fill_n(bytes.begin() + 48, 4, std::uint8_t{0});  // the number of frames comes last
+    writeFile(folder.file(name), bytes);
+    EXPECT_EQ(std::get<NSError>(probe(folder.file(name))).code, PhotoLibraryErrorDamaged) << name;
+  }
+  EXPECT_EQ(std::get<NSError>(probe(folder.file("deaf.mov"))).code, PhotoLibraryErrorUnsupported);
 
   writePicture(folder.file("a.jpg"));
-  writeFile(folder.file("cut.mp4"), std::vector<std::uint8_t>(40));
   for (const char* name : {"a.jpg", "cut.mp4", "none.mp4"}) {
     EXPECT_TRUE(std::holds_alternative<NSError>(probeVideo(folder.file(name)))) << name;
   }

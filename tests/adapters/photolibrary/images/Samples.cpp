@@ -422,6 +422,15 @@ void writeClip(const std::string& path, const ClipOptions& options) {
   avformat_free_context(format);
 }
 
+std::string xmpPacket(const std::string& attributes, const std::string& elements) {
+  return R"(<?xpacket begin="" id="x"?><x:xmpmeta xmlns:x="adobe:ns:meta/">)"
+         R"(<rdf:RDF xmlns:rdf="http://www.w3.org/1999/02/22-rdf-syntax-ns#"><rdf:Description rdf:about="" )"
+         R"(xmlns:xmp="http://ns.adobe.com/xap/1.0/" xmlns:exif="http://ns.adobe.com/exif/1.0/" )"
+         R"(xmlns:photoshop="http://ns.adobe.com/photoshop/1.0/" )"
+         R"(xmlns:GPano="http://ns.google.com/photos/1.0/panorama/" )" +
+         attributes + ">" + elements + "</rdf:Description></rdf:RDF></x:xmpmeta><?xpacket end=\"w\"?>";
+}
+
 std::vector<std::uint8_t> readFile(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};

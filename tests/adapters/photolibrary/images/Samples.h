@@ -71,6 +71,9 @@ struct ClipOptions {
 };
 void writeClip(const std::string& path, const ClipOptions& options = {});
 
+/// An XMP packet that describes a picture by these attributes and elements.
+std::string xmpPacket(const std::string& attributes, const std::string& elements = {});
+
 std::vector<std::uint8_t> readFile(const std::string& path);
 void writeFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
 
