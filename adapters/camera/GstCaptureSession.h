@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "tlx/platform/dispatch/MainQueue.h"
+#include "tlx/platform/dispatch/MainQueuePort.h"
 
 #include "adapters/camera/DeviceList.h"
 #include "adapters/camera/GlibLoop.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tlx/platform/foundation/NSException.h"
+#include "tlx/platform/NSException.h"
 
 namespace tlx::memory {
 namespace {

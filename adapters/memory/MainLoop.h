@@ -9,9 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "tlx/platform/dispatch/DisplayClockPort.h"
 #include "tlx/platform/dispatch/MainQueue.h"
-#include "tlx/platform/dispatch/RunLoop.h"
-#include "tlx/platform/dispatch/Timers.h"
+#include "tlx/platform/dispatch/MainQueuePort.h"
+#include "tlx/platform/dispatch/RunLoopPort.h"
+#include "tlx/platform/dispatch/TimerPort.h"
 
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/StepQueue.h"

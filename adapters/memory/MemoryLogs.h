@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "tlx/platform/foundation/NSException.h"
-#include "tlx/platform/foundation/SystemLog.h"
+#include "tlx/platform/NSException.h"
+#include "tlx/platform/foundation/SystemLogPort.h"
 
 namespace tlx::memory {
 

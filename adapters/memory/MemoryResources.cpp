@@ -4,7 +4,7 @@
 #include <functional>
 #include <utility>
 
-#include "tlx/platform/foundation/NSException.h"
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
 #include "tlx/platform/uikit/UIButton.h"
 #include "tlx/platform/uikit/UICollectionView.h"

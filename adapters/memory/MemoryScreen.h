@@ -6,7 +6,9 @@
 #include <utility>
 #include <vector>
 
+#include "tlx/platform/ApplicationPort.h"
 #include "tlx/platform/uikit/PresentationPort.h"
+#include "tlx/platform/uikit/TextMeasurementPort.h"
 #include "tlx/platform/uikit/UIAlertController.h"
 #include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/platform/uikit/UIFont.h"

@@ -6,7 +6,7 @@
 #include <functional>
 #include <mutex>
 
-#include "tlx/platform/dispatch/RunLoop.h"
+#include "tlx/platform/dispatch/RunLoopPort.h"
 
 namespace tlx::memory {
 

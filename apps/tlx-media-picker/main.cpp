@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "tlx/picker/TLXMediaPickerController.h"
-#include "tlx/platform/foundation/SystemLog.h"
+#include "tlx/platform/foundation/SystemLogPort.h"
 #include "tlx/views/MediaCollectionViewController.h"
 
 #include "adapters/camera/GstCamera.h"

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "tlx/library/PhotoManager.h"
+#include "tlx/platform/dispatch/MainQueue.h"
 
 #include "adapters/memory/MemoryPlatform.h"
 #include "bench/SideBySide.h"

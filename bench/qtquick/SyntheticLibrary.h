@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tlx/platform/foundation/SystemLog.h"
+#include "tlx/platform/foundation/SystemLogPort.h"
 #include "tlx/platform/photos/ImageManagerPort.h"
 #include "tlx/platform/photos/PhotoLibraryPort.h"
 #include "tlx/platform/systemconfiguration/ReachabilityPort.h"

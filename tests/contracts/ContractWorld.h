@@ -2,7 +2,7 @@
 
 #include <functional>
 
-#include "tlx/platform/dispatch/MainQueue.h"
+#include "tlx/platform/dispatch/MainQueuePort.h"
 
 namespace tlx::contracts {
 

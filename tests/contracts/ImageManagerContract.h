@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tlx/platform/dispatch/MainQueuePort.h"
 #include "tlx/platform/photos/ImageManagerPort.h"
 
 #include "tests/contracts/ContractWorld.h"

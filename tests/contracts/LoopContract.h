@@ -12,8 +12,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tlx/platform/dispatch/RunLoop.h"
-#include "tlx/platform/dispatch/Timers.h"
+#include "tlx/platform/dispatch/DisplayClockPort.h"
+#include "tlx/platform/dispatch/RunLoopPort.h"
+#include "tlx/platform/dispatch/TimerPort.h"
 
 #include "tests/contracts/ContractWorld.h"
 

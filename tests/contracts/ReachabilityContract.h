@@ -14,6 +14,7 @@
 #include <netinet/in.h>
 #include <sys/socket.h>
 
+#include "tlx/platform/dispatch/MainQueuePort.h"
 #include "tlx/platform/systemconfiguration/ReachabilityPort.h"
 
 #include "tests/contracts/ContractWorld.h"

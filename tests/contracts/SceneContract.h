@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tlx/picker/TLXMediaPickerController.h"
-#include "tlx/platform/foundation/NSException.h"
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/photos/PhotoLibraryPort.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
 #include "tlx/platform/uikit/ResourcePort.h"

@@ -18,7 +18,7 @@
 namespace tlx {
 
 /// Counts what a renderer is told.
-class CountingRenderer : public ViewRenderer {
+class CountingRenderer : public ViewRendererPort {
  public:
   explicit CountingRenderer(UIView& view) : view_(view) { view_.setRenderer(this); }
   ~CountingRenderer() override { view_.setRenderer(nullptr); }

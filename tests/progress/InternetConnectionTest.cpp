@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tlx/platform/foundation/NSNotificationCenter.h"
+#include "tlx/platform/foundation/SystemLog.h"
 #include "tlx/progress/InternetConnection.h"
 
 #include "adapters/memory/LoopThread.h"

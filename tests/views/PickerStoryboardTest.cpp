@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tlx/platform/foundation/NSException.h"
+#include "tlx/platform/NSException.h"
 #include "tlx/views/PickerStoryboard.h"
 #include "tlx/views/UIImage+BundleInfo.h"
 

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tlx/platform/foundation/NSException.h"
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/uikit/UIGraphics.h"
 #include "tlx/views/UIImage+BundleInfo.h"
 

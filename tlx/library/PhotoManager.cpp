@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tlx/platform/Platform.h"
+#include "tlx/platform/dispatch/MainQueue.h"
 #include "tlx/platform/foundation/NSBundle.h"
 
 namespace tlx {

@@ -2,6 +2,7 @@
 
 #include "tlx/picker/TLXMediaPickerController.h"
 #include "tlx/platform/avfoundation/AVCaptureDevice.h"
+#include "tlx/platform/dispatch/MainQueue.h"
 #include "tlx/platform/photos/PHAssetChangeRequest.h"
 #include "tlx/platform/photos/PHImageManager.h"
 #include "tlx/platform/photos/PHPhotoLibrary.h"

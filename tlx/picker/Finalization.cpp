@@ -6,6 +6,7 @@
 #include "tlx/picker/FetchFailureAlert.h"
 #include "tlx/picker/TLXMediaPickerController.h"
 #include "tlx/platform/Platform.h"
+#include "tlx/platform/dispatch/MainQueue.h"
 #include "tlx/platform/photos/PHImageManager.h"
 #include "tlx/progress/InternetConnection.h"
 

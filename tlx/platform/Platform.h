@@ -6,22 +6,22 @@
 #include <mutex>
 #include <typeindex>
 
-#include "tlx/platform/dispatch/MainQueue.h"
-#include "tlx/platform/dispatch/RunLoop.h"
-#include "tlx/platform/dispatch/Timers.h"
-
 namespace tlx {
 
 class ApplicationPort;
 class CameraPort;
 class CaptureScreenPort;
+class DisplayClockPort;
 class ImageManagerPort;
+class MainQueuePort;
 class PhotoLibraryPort;
 class PresentationPort;
 class ReachabilityPort;
 class ResourcePort;
+class RunLoopPort;
 class SystemLogPort;
 class TextMeasurementPort;
+class TimerPort;
 
 /// The machine below the picker. A program builds one before its first picker and keeps it past the last; while it
 /// lives it is the installed one, and there is never more than one. Main thread, except where a member says otherwise.

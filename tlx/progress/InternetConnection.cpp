@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 
 #include "tlx/platform/Platform.h"
+#include "tlx/platform/dispatch/RunLoopPort.h"
 #include "tlx/platform/foundation/NSNotificationCenter.h"
 #include "tlx/platform/foundation/SystemLog.h"
 

@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "tlx/library/PhotoManager.h"
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/coregraphics/CGBitmapContext.h"
 #include "tlx/platform/foundation/NSBundle.h"
-#include "tlx/platform/foundation/NSException.h"
 #include "tlx/platform/uikit/UIGraphics.h"
 #include "tlx/platform/uikit/UIStoryboard.h"
 #include "tlx/views/UIImage+BundleInfo.h"

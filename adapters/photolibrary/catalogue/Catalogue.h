@@ -15,7 +15,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "tlx/platform/foundation/SystemLog.h"
+#include "tlx/platform/foundation/SystemLogPort.h"
 
 #include "adapters/photolibrary/catalogue/Index.h"
 #include "adapters/photolibrary/catalogue/ScanPass.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tlx/platform/foundation/SystemLog.h"
+#include "tlx/platform/foundation/SystemLogPort.h"
 
 #include "adapters/photolibrary/files/FolderWatch.h"
 #include "adapters/photolibrary/source/Source.h"

@@ -13,7 +13,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "tlx/platform/dispatch/MainQueue.h"
+#include "tlx/platform/dispatch/MainQueuePort.h"
 #include "tlx/platform/photos/ImageManagerPort.h"
 
 #include "adapters/photolibrary/images/PictureLayers.h"

@@ -12,9 +12,11 @@
 #include <set>
 #include <thread>
 
+#include "tlx/platform/dispatch/DisplayClockPort.h"
 #include "tlx/platform/dispatch/MainQueue.h"
-#include "tlx/platform/dispatch/RunLoop.h"
-#include "tlx/platform/dispatch/Timers.h"
+#include "tlx/platform/dispatch/MainQueuePort.h"
+#include "tlx/platform/dispatch/RunLoopPort.h"
+#include "tlx/platform/dispatch/TimerPort.h"
 
 namespace tlx::qtquick {
 

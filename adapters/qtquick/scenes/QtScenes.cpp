@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tlx/platform/foundation/NSException.h"
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
 #include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/platform/uikit/UIControl.h"

@@ -6,10 +6,10 @@
 #include <cmath>
 #include <utility>
 
+#include "tlx/platform/ApplicationPort.h"
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/Platform.h"
-#include "tlx/platform/foundation/NSException.h"
 #include "tlx/platform/quartzcore/CALayer.h"
-#include "tlx/platform/uikit/UIApplication.h"
 
 #include "adapters/qtquick/views/ItemFactory.h"
 #include "adapters/qtquick/views/LayerItem.h"

@@ -16,7 +16,7 @@ class LayerItem;
 
 /// Draws one view and brings the person's hands back to it. In a scene it is an element with the view's starting
 /// values; once built it shows what its view holds and keeps no copy.
-class ViewItem : public QQuickItem, public ViewRenderer {
+class ViewItem : public QQuickItem, public ViewRendererPort {
   Q_OBJECT
   Q_PROPERTY(QString outlet MEMBER outlet_)
   Q_PROPERTY(QString customClass MEMBER customClass_)
@@ -64,7 +64,7 @@ class ViewItem : public QQuickItem, public ViewRenderer {
   /// For a cell: what a tap on it does. Answers whether anybody was told.
   Q_INVOKABLE bool activate();
 
-  // ViewRenderer
+  // ViewRendererPort
   void viewChanged(UIView& view, UIViewChange change, const UIViewAnimation* animation) override;
   void setNeedsLayout(UIView& view) override;
   void viewDestroyed() override;

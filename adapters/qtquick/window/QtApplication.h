@@ -3,6 +3,8 @@
 #include <functional>
 #include <memory>
 
+#include "tlx/platform/ApplicationPort.h"
+#include "tlx/platform/uikit/TextMeasurementPort.h"
 #include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/platform/uikit/UIFont.h"
 

@@ -6,8 +6,8 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 
+#include "tlx/platform/ApplicationPort.h"
 #include "tlx/platform/Platform.h"
-#include "tlx/platform/uikit/UIApplication.h"
 
 namespace tlx::qtquick {
 namespace {

@@ -8,9 +8,9 @@
 #include <QVariantList>
 #include <algorithm>
 
+#include "tlx/platform/ApplicationPort.h"
 #include "tlx/platform/Platform.h"
 #include "tlx/platform/uikit/UIAlertController.h"
-#include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/platform/uikit/UIPopoverPresentationController.h"
 
 #include "adapters/qtquick/views/ViewItem.h"

@@ -10,9 +10,10 @@
 #include "tlx/platform/avfoundation/AVAsset.h"
 #include "tlx/platform/coregraphics/CGImage.h"
 #include "tlx/platform/foundation/NSError.h"
-#include "tlx/platform/uikit/UIImage.h"
 
 namespace tlx {
+
+class UIImage;
 
 /// May hold a value without a name; only authorized counts as access.
 enum AVAuthorizationStatus : std::int64_t {

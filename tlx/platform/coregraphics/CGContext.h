@@ -3,8 +3,8 @@
 #include <variant>
 #include <vector>
 
+#include "tlx/platform/coregraphics/CGColor.h"
 #include "tlx/platform/coregraphics/CGGeometry.h"
-#include "tlx/platform/uikit/UIColor.h"
 
 namespace tlx {
 
@@ -30,12 +30,12 @@ class CGContext {
   using PathElement = std::variant<Ellipse, MoveTo, LineTo, Arc, Close>;
   struct Stroke {
     std::vector<PathElement> path;
-    UIColor color;
+    CGColor color;
     double lineWidth;
   };
   struct Fill {
     std::vector<PathElement> path;
-    UIColor color;
+    CGColor color;
   };
   using Operation = std::variant<Stroke, Fill>;
 
@@ -48,8 +48,8 @@ class CGContext {
   void moveToPoint(const CGPoint& point) { path_.push_back(MoveTo{point}); }
   void addLineToPoint(const CGPoint& point) { path_.push_back(LineTo{point}); }
   void closePath() { path_.push_back(Close{}); }
-  void setStrokeColor(const UIColor& color) { stroke_ = color; }
-  void setFillColor(const UIColor& color) { fill_ = color; }
+  void setStrokeColor(const CGColor& color) { stroke_ = color; }
+  void setFillColor(const CGColor& color) { fill_ = color; }
   void setLineWidth(double width) { lineWidth_ = width; }
   void strokePath() { operations_.push_back(Stroke{take(), stroke_, lineWidth_}); }
   void fillPath() { operations_.push_back(Fill{take(), fill_}); }
@@ -65,7 +65,7 @@ class CGContext {
 
   std::vector<PathElement> path_;
   std::vector<Operation> operations_;
-  UIColor stroke_{0, 0, 0, 1}, fill_{0, 0, 0, 1};
+  CGColor stroke_{0, 0, 0, 1}, fill_{0, 0, 0, 1};
   double lineWidth_ = 1;
 };
 

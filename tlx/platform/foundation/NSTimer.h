@@ -3,7 +3,7 @@
 #include <functional>
 #include <memory>
 
-#include "tlx/platform/dispatch/Timers.h"
+#include "tlx/platform/dispatch/TimerPort.h"
 
 namespace tlx {
 

@@ -1,6 +1,7 @@
 #include "tlx/platform/foundation/SystemLog.h"
 
 #include "tlx/platform/Platform.h"
+#include "tlx/platform/foundation/SystemLogPort.h"
 
 namespace tlx {
 

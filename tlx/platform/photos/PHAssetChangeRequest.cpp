@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "tlx/platform/foundation/NSException.h"
+#include "tlx/platform/NSException.h"
 
 namespace tlx {
 namespace {

@@ -3,8 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "tlx/platform/ApplicationPort.h"
 #include "tlx/platform/Platform.h"
-#include "tlx/platform/uikit/UIApplication.h"
+#include "tlx/platform/dispatch/TimerPort.h"
 
 namespace tlx {
 

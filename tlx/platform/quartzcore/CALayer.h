@@ -8,7 +8,7 @@
 
 #include "tlx/platform/coregraphics/CGContext.h"
 #include "tlx/platform/coregraphics/CGGeometry.h"
-#include "tlx/platform/dispatch/Timers.h"
+#include "tlx/platform/dispatch/DisplayClockPort.h"
 
 namespace tlx {
 

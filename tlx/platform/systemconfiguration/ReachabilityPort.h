@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "tlx/platform/dispatch/RunLoop.h"
+#include "tlx/platform/dispatch/RunLoopPort.h"
 
 struct sockaddr;
 

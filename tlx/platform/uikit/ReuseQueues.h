@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/coregraphics/CGGeometry.h"
-#include "tlx/platform/foundation/NSException.h"
 
 namespace tlx {
 

@@ -1,5 +1,6 @@
 #include "tlx/platform/uikit/UIApplication.h"
 
+#include "tlx/platform/ApplicationPort.h"
 #include "tlx/platform/Platform.h"
 
 namespace tlx {

@@ -2,12 +2,10 @@
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace tlx {
 
-class UIViewController;
 class UIWindow;
 
 enum UIUserInterfaceIdiom : std::int64_t {
@@ -17,23 +15,6 @@ enum UIUserInterfaceIdiom : std::int64_t {
 
 /// The URL that leads to the page where the person decides what this host may do.
 inline constexpr char UIApplicationOpenSettingsURLString[] = "app-settings:";
-
-/// The host program and the device it runs on. Main thread.
-class ApplicationPort {
- public:
-  virtual ~ApplicationPort() = default;
-  /// The program's window with its root view controller; nothing while there is none.
-  virtual std::shared_ptr<UIWindow> window() const = 0;
-  /// Nothing when the device does not tell, which counts as a phone.
-  virtual std::optional<UIUserInterfaceIdiom> userInterfaceIdiom() const = 0;
-  /// Pixels to a point of the main screen; at least 1.
-  virtual double screenScale() const = 0;
-  /// Opens the settings page for `UIApplicationOpenSettingsURLString`. False when nothing could be opened.
-  virtual bool openURL(const std::string& url) = 0;
-  virtual void setStatusBarHidden(bool hidden) = 0;
-  /// Whether the person asked for less motion: animations then jump, their completions keep their time.
-  virtual bool reduceMotion() const { return false; }
-};
 
 class UIApplication {
  public:

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "tlx/platform/Platform.h"
+#include "tlx/platform/uikit/TextMeasurementPort.h"
 
 namespace tlx {
 

@@ -24,14 +24,6 @@ class UIFont {
 /// Nothing stands for the platform's default font.
 using UIFontRef = std::shared_ptr<const UIFont>;
 
-/// Measures text as it would be drawn.
-class TextMeasurementPort {
- public:
-  virtual ~TextMeasurementPort() = default;
-  /// Main thread. The size of one line of UTF-8 text in points; 0 × 0 for empty text. `font` may be nothing.
-  virtual CGSize sizeOfText(const std::string& text, const UIFontRef& font) = 0;
-};
-
 /// The installed platform's measure.
 CGSize sizeWithAttributes(const std::string& text, const UIFontRef& font);
 

@@ -1,4 +1,4 @@
-#include "tlx/platform/foundation/NSException.h"
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/uikit/UITableView.h"
 
 namespace tlx {

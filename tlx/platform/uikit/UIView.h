@@ -11,11 +11,11 @@
 #include "tlx/platform/coregraphics/CGGeometry.h"
 #include "tlx/platform/foundation/Class.h"
 #include "tlx/platform/uikit/UIColor.h"
+#include "tlx/platform/uikit/ViewRendererPort.h"
 
 namespace tlx {
 
 class CALayer;
-class UIView;
 class UIWindow;
 
 enum UIViewContentMode : std::int64_t {
@@ -35,49 +35,6 @@ enum UIViewAutoresizing : std::uint64_t {
 enum UIAccessibilityTraits : std::uint64_t {
   UIAccessibilityTraitNone = 0,
   UIAccessibilityTraitSelected = 1 << 3,
-};
-
-/// What of a view changed. The renderer reads the new value from the view.
-enum class UIViewChange {
-  Frame,
-  ContentOffset,  ///< of a scroll view: its offset, the content's size or the inset
-  Alpha,
-  Hidden,
-  Transform,
-  BackgroundColor,
-  ClipsToBounds,
-  CornerRadius,
-  ContentMode,
-  UserInteraction,
-  Tag,
-  Subviews,
-  Layer,
-  Accessibility,
-  Text,
-  Font,
-  TextColor,
-  Image,
-  Title,
-  Enabled,
-  Items,  ///< of a collection or table: which cells stand where
-};
-
-/// The block of changes that is being animated.
-struct UIViewAnimation {
-  std::uint64_t id = 0;
-  double duration = 0;  ///< seconds
-};
-
-/// Draws one view. Main thread. A view tells its renderer of each change after it holds it.
-class ViewRenderer {
- public:
-  virtual ~ViewRenderer() = default;
-  /// `animation` is nothing for a change that is to be seen at once.
-  virtual void viewChanged(UIView& view, UIViewChange change, const UIViewAnimation* animation) = 0;
-  /// The view wants its layout pass before the next frame.
-  virtual void setNeedsLayout(UIView& view) = 0;
-  /// The view is being destroyed; it must not be read any more.
-  virtual void viewDestroyed() {}
 };
 
 /// A rectangle of the screen: what code has set, retained, whether or not anything draws it. Main thread only.
@@ -154,8 +111,8 @@ class UIView : public NSObject {
   bool needsLayout() const { return needsLayout_; }
 
   /// At most one; not retained: it takes itself out before it dies.
-  void setRenderer(ViewRenderer* renderer) { renderer_ = renderer; }
-  ViewRenderer* renderer() const { return renderer_; }
+  void setRenderer(ViewRendererPort* renderer) { renderer_ = renderer; }
+  ViewRendererPort* renderer() const { return renderer_; }
   /// The renderer's report of a frame that its own layout gave; not told back.
   void layoutFrame(const CGRect& frame);
 
@@ -200,7 +157,7 @@ class UIView : public NSObject {
   std::vector<std::shared_ptr<UIView>> subviews_;
   std::weak_ptr<UIView> superview_;
   std::shared_ptr<CALayer> layer_;
-  ViewRenderer* renderer_ = nullptr;  // unretained: a renderer takes itself out before it dies
+  ViewRendererPort* renderer_ = nullptr;  // unretained: a renderer takes itself out before it dies
 };
 
 }  // namespace tlx

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "tlx/platform/foundation/SystemLog.h"
+#include "tlx/platform/foundation/SystemLogPort.h"
 
 #include "adapters/photolibrary/cloud/CloudAddress.h"
 #include "adapters/photolibrary/cloud/CredentialSource.h"

@@ -1,7 +1,9 @@
+#include "tlx/platform/dispatch/MainQueue.h"
+
 #include <utility>
 
 #include "tlx/platform/Platform.h"
-#include "tlx/platform/dispatch/MainQueue.h"
+#include "tlx/platform/dispatch/MainQueuePort.h"
 
 namespace tlx {
 
