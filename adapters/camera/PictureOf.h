@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "tlx/platform/uikit/UIImage.h"
+
 #include "adapters/camera/GstObjects.h"
 
 namespace tlx::camera {

@@ -9,6 +9,7 @@
 #include <QtQml/qqmlregistration.h>
 
 #include "tlx/platform/avfoundation/CameraPort.h"
+#include "tlx/platform/uikit/UIImage.h"
 #include "tlx/platform/uikit/UIImagePickerController.h"
 
 #include "adapters/qtquick/capture/CapturePreview.h"

@@ -20,7 +20,7 @@ struct Overloaded : Cases... {
 template <class... Cases>
 Overloaded(Cases...) -> Overloaded<Cases...>;
 
-QColor toQColor(const UIColor& c) {
+QColor toQColor(const CGColor& c) {
   return QColor::fromRgbF(static_cast<float>(c.red), static_cast<float>(c.green), static_cast<float>(c.blue),
                           static_cast<float>(c.alpha));
 }

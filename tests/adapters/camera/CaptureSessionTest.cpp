@@ -7,6 +7,8 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
+#include "tlx/platform/uikit/UIImage.h"
+
 #include "adapters/camera/GstCamera.h"
 #include "adapters/memory/MemoryPlatform.h"
 
