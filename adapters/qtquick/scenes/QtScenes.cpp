@@ -87,11 +87,6 @@ QtScenes::QtScenes(QQmlEngine& engine) : engine_(engine) {
 
 QtScenes::~QtScenes() = default;
 
-QtScenes* QtScenes::of(QQmlEngine* engine) {
-  if (!engine) return nullptr;
-  return qobject_cast<QtScenes*>(engine->rootContext()->contextProperty(QStringLiteral("scenes")).value<QObject*>());
-}
-
 void QtScenes::setSize(const CGSize& size) {
   if (size_ == size) return;
   size_ = size;

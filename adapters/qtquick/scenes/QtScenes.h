@@ -9,13 +9,15 @@
 #include "tlx/platform/uikit/ResourcePort.h"
 #include "tlx/platform/uikit/UIView.h"
 
+#include "adapters/qtquick/views/CellSource.h"
+
 class QQmlComponent;
 
 namespace tlx::qtquick {
 
 /// Loads scenes, interface files and images from the library's own resources. Scenes are files named after their
 /// class; a file's elements say which view is which outlet.
-class QtScenes final : public QObject, public ResourcePort {
+class QtScenes final : public QObject, public ResourcePort, public CellSource {
   Q_OBJECT
   Q_PROPERTY(qreal width READ width NOTIFY sizeChanged)
   Q_PROPERTY(qreal height READ height NOTIFY sizeChanged)
@@ -24,9 +26,6 @@ class QtScenes final : public QObject, public ResourcePort {
  public:
   explicit QtScenes(QQmlEngine& engine);
   ~QtScenes() override;
-
-  /// The one that loads through the engine; nothing for an engine without.
-  static QtScenes* of(QQmlEngine* engine);
 
   /// The size at which scenes are loaded: the window's.
   void setSize(const CGSize& size);
@@ -40,8 +39,8 @@ class QtScenes final : public QObject, public ResourcePort {
   std::vector<std::shared_ptr<NSObject>> loadNib(const NSBundle& bundle, const std::string& name) override;
   std::shared_ptr<const UIImage> imageNamed(const NSBundle& bundle, const std::string& name) override;
 
-  /// A reusable view from the file of that name, at (0, 0) with the frame's size, awake.
-  std::shared_ptr<UIView> makeCell(const std::string& name, const CGRect& frame);
+  // CellSource
+  std::shared_ptr<UIView> makeCell(const std::string& name, const CGRect& frame) override;
 
  Q_SIGNALS:
   void sizeChanged();

@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QQmlContext>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <algorithm>
@@ -12,7 +13,7 @@
 #include "tlx/platform/uikit/UIDataSourceModelAssociation.h"
 #include "tlx/platform/uikit/UITableView.h"
 
-#include "adapters/qtquick/scenes/QtScenes.h"
+#include "adapters/qtquick/views/CellSource.h"
 #include "adapters/qtquick/views/GapsItem.h"
 
 namespace tlx::qtquick {
@@ -20,6 +21,13 @@ namespace {
 
 /// The canvas's origin follows the offset in steps of this many points, far below where single precision would show.
 constexpr double kOriginStep = 8192;
+
+/// Nothing for an engine whose files use no scenes.
+CellSource* cellSource(QQmlEngine* engine) {
+  if (!engine) return nullptr;
+  return dynamic_cast<CellSource*>(
+      engine->rootContext()->contextProperty(QStringLiteral("scenes")).value<QObject*>());
+}
 
 }  // namespace
 
@@ -426,7 +434,7 @@ std::shared_ptr<UIView> CollectionViewItem::makeView() {
 
 void CollectionViewItem::seed(UIView& view) {
   auto* grid = dynamic_cast<UICollectionView*>(&view);
-  QtScenes* scenes = QtScenes::of(qmlEngine(this));
+  CellSource* scenes = cellSource(qmlEngine(this));
   if (!grid || !scenes) return;
   if (!grid->collectionViewLayout()) grid->setCollectionViewLayout(std::make_shared<UICollectionViewFlowLayout>());
   grid->collectionViewLayout()->setHeaderReferenceSize({width(), headerHeight_});
@@ -484,7 +492,7 @@ std::shared_ptr<UIView> TableViewItem::makeView() {
 
 void TableViewItem::seed(UIView& view) {
   auto* table = dynamic_cast<UITableView*>(&view);
-  QtScenes* scenes = QtScenes::of(qmlEngine(this));
+  CellSource* scenes = cellSource(qmlEngine(this));
   if (!table || !scenes) return;
   for (const QString& name : prototypes_) {
     const std::string file = name.toStdString();
