@@ -25,8 +25,7 @@ constexpr double kOriginStep = 8192;
 /// Nothing for an engine whose files use no scenes.
 CellSource* cellSource(QQmlEngine* engine) {
   if (!engine) return nullptr;
-  return dynamic_cast<CellSource*>(
-      engine->rootContext()->contextProperty(QStringLiteral("scenes")).value<QObject*>());
+  return dynamic_cast<CellSource*>(engine->rootContext()->contextProperty(QStringLiteral("scenes")).value<QObject*>());
 }
 
 }  // namespace
