@@ -139,6 +139,7 @@ TEST(ScaleAndRotate, ComesOutAtItsPointSize) {
       {200, 100, 2, 3, {50, 100}, "a quarter turn exchanges the sides"},
       {200, 100, 2, 6, {50, 100}, "a mirrored one too"},
       {64, 64, 2, 4, {32, 32}, "a square takes the branch of the high ones"},
+      {14, 50, 2, 0, {7, 25}, "what arithmetic leaves above a whole number is no row or column"},
       {100, 50, 3, 1, {33, 17}, "the limit is cut to 33, half a pixel of height becomes a row"},
       {50, 50, 0.5, 1, {50, 50}, "more points than pixels: nothing to shrink"},
   };

@@ -63,7 +63,7 @@ std::int64_t firstPixel(const AxisMap& map) {
 }  // namespace
 
 CGBitmapContext::CGBitmapContext(CGSize size) {
-  const double width = std::ceil(size.width), height = std::ceil(size.height);
+  const double width = std::ceil(snapped(size.width)), height = std::ceil(snapped(size.height));
   constexpr double most = std::numeric_limits<std::int32_t>::max();
   if (!(width > 0 && height > 0 && width < most && height < most)) return;
   pixels_ = clearedPixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));

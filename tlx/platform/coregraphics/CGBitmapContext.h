@@ -20,8 +20,9 @@ namespace tlx {
 /// called is the first that a point goes through.
 class CGBitmapContext {
  public:
-  /// Clear, of `size` rounded up to whole pixels. A size that is not above 0 both ways, or that memory does not hold,
-  /// gives a context without pixels: drawing does nothing and there is no image.
+  /// Clear, of `size` rounded up to whole pixels; less than a millionth above a whole number counts as that number. A
+  /// size that is not above 0 both ways, or that memory does not hold, gives a context without pixels: drawing does
+  /// nothing and there is no image.
   explicit CGBitmapContext(CGSize size);
   CGBitmapContext(const CGBitmapContext&) = delete;
   CGBitmapContext& operator=(const CGBitmapContext&) = delete;
