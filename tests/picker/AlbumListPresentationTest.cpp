@@ -59,6 +59,8 @@ TEST_F(AlbumListPresentation, OpensUnderTheTitleAndClosesWithAChoice) {
   EXPECT_EQ(popover->sourceRect(), CGRectMake(0, 0, title->frame().size.width, title->frame().size.height));
   EXPECT_EQ(popover->permittedArrowDirections(), UIPopoverArrowDirectionUp);
   EXPECT_EQ(session.list()->preferredContentSize(), CGSize()) << "a phone has the platform's size";
+  EXPECT_EQ(popover->frameInWindow({375, 667}).size.width, 320);
+  EXPECT_EQ(popover->frameInWindow({900, 560}).size.width, 540) << "rows grow with the window, and the list with them";
   EXPECT_EQ(popover->delegate()->adaptivePresentationStyleForPresentationController(*popover), UIModalPresentationNone);
 
   struct Hearing : MediaPickerBroadcastProtocol {

@@ -10,7 +10,9 @@ class UIWindow;
 
 enum UIUserInterfaceIdiom : std::int64_t {
   UIUserInterfaceIdiomPhone = 0,
-  UIUserInterfaceIdiomPad = 1,  ///< the window's shorter side is at least 600 points when it is created
+  /// The window's shorter side was at least 600 points when it was created. It keeps its idiom when it becomes larger
+  /// or smaller: what was laid out by it once, as the grid's items are, goes on fitting what is laid out later.
+  UIUserInterfaceIdiomPad = 1,
 };
 
 /// The URL that leads to the page where the person decides what this host may do.

@@ -1,13 +1,15 @@
 #include "tlx/platform/uikit/UIPopoverPresentationController.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace tlx {
 
 CGRect UIPopoverPresentationController::frameInWindow(const CGSize& window) const {
   CGRect source = sourceRect_;
   if (auto view = sourceView()) source = view->convertRectToWindow(source);
-  CGSize wanted = UIPopoverDefaultContentSize;
+  CGSize wanted{std::max(UIPopoverDefaultContentSize.width, std::ceil(UIPopoverDefaultShare * window.width)),
+                std::max(UIPopoverDefaultContentSize.height, std::ceil(UIPopoverDefaultShare * window.height))};
   if (auto presented = presentedViewController(); presented && presented->preferredContentSize().width > 0) {
     wanted = presented->preferredContentSize();
   }

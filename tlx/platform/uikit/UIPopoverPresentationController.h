@@ -12,8 +12,10 @@ enum UIPopoverArrowDirection : std::uint64_t {
   UIPopoverArrowDirectionAny = 15,
 };
 
-/// Size of a popover whose content prefers none, in points; never larger than the window allows.
+/// Size of a popover whose content prefers none, in points: at least this, and on larger windows that share of them, so
+/// that content which grows with the window has room; never larger than the window allows.
 inline constexpr CGSize UIPopoverDefaultContentSize{320, 480};
+inline constexpr double UIPopoverDefaultShare = 0.6;
 /// Least distance of a popover from the window's edges, in points.
 inline constexpr double UIPopoverMargin = 10;
 /// Height of the arrow between the source and the popover, in points.
