@@ -94,6 +94,12 @@ PHImageRequestID MemoryImageManager::begin(const std::shared_ptr<Job>& job) {
     requests_.push_back(request);
   }
   const bool synchronous = !request.isVideo && request.imageOptions.synchronous;
+  const bool known = job->asset && library_.contents()->find(request.item);
+  if (synchronous && known && loop_.isMainThread() && !isInMemory(*job) &&
+      request.imageOptions.deliveryMode != PHImageRequestOptionsDeliveryModeHighQualityFormat) {
+    answerDegraded(*job, job->script.degradedFirst);
+    return request.id;
+  }
   if (synchronous || isInMemory(*job)) {
     answerImage(*job);
     return request.id;
@@ -142,13 +148,8 @@ void MemoryImageManager::takeNextStep(PHImageRequestID request) {
   const auto job = find(request);
   if (!job) return;
   if (std::exchange(job->degradedIsDue, false)) {
-    const CGSize size = answeredSize({job->script.width, job->script.height}, {40, 40}, job->request.contentMode);
-    PHImageInfo info;
-    info.PHImageResultIsDegradedKey = true;
     proceed(*job, job->hasProgressLeft() ? 0 : job->script.seconds);
-    job->imageHandler(solidPicture(static_cast<std::size_t>(size.width), static_cast<std::size_t>(size.height),
-                                   job->script.colour, job->script.orientation),
-                      info);
+    answerDegraded(*job, true);
   } else if (job->hasProgressLeft()) {
     reportProgress(job);
   } else if (job->script.stalls && !job->stopped) {
@@ -231,6 +232,16 @@ void MemoryImageManager::answerImage(const Job& job) const {
   info.PHImageResultIsInCloudKey = job.script.inCloud;
   job.imageHandler(solidPicture(static_cast<std::size_t>(size.width), static_cast<std::size_t>(size.height),
                                 job.script.colour, job.script.orientation),
+                   info);
+}
+
+void MemoryImageManager::answerDegraded(const Job& job, bool withImage) {
+  const CGSize size = answeredSize({job.script.width, job.script.height}, {40, 40}, job.request.contentMode);
+  PHImageInfo info;
+  info.PHImageResultIsDegradedKey = true;
+  job.imageHandler(withImage ? solidPicture(static_cast<std::size_t>(size.width), static_cast<std::size_t>(size.height),
+                                            job.script.colour, job.script.orientation)
+                             : nullptr,
                    info);
 }
 

@@ -113,6 +113,7 @@ class MemoryImageManager final : public ImageManagerPort {
   void reportProgress(const std::shared_ptr<Job>& job);
   void finish(const std::shared_ptr<Job>& job);
   void answerImage(const Job& job) const;
+  static void answerDegraded(const Job& job, bool withImage);
   void answerVideo(const Job& job) const;
   std::optional<PHImageInfo> failureOf(const Job& job) const;
 

@@ -269,15 +269,25 @@ TEST_P(ImageManagerContract, ASynchronousRequestAnswersBeforeItReturnsAndNeverNe
       const auto asked = ask(photo, {130, 130}, PHImageContentModeAspectFill, options(mode, true));
       ASSERT_EQ(asked.answers->all().size(), 1u) << "mode " << mode;
       const auto answer = asked.answers->all().front();
-      EXPECT_TRUE(answer.image);
-      EXPECT_FALSE(answer.info.PHImageResultIsDegradedKey);
+      const bool atOnce = world_->mainQueue().isMainThread() && mode == PHImageRequestOptionsDeliveryModeOpportunistic;
+      EXPECT_EQ(answer.image == nullptr, atOnce) << "the main thread waits for no decoding";
+      EXPECT_EQ(answer.info.PHImageResultIsDegradedKey, atOnce);
+      EXPECT_FALSE(answer.info.PHImageErrorKey);
       EXPECT_EQ(answer.thread, std::this_thread::get_id());
       EXPECT_TRUE(asked.handlerLife.expired());
-      expectFailure(ask(missing, {130, 130}, PHImageContentModeAspectFill, options(mode, true)), "a deleted item");
+      const auto lost = ask(missing, {130, 130}, PHImageContentModeAspectFill, options(mode, true));
+      EXPECT_FALSE(lost.answers->all().back().image);
+      if (!atOnce) expectFailure(lost, "a deleted item");
     }
   };
   check();
   std::thread(check).join();  // the main thread stands still meanwhile
+  const auto opportunistic = options(PHImageRequestOptionsDeliveryModeOpportunistic);
+  ASSERT_TRUE(waitFor(ask(photo, {130, 130}, PHImageContentModeAspectFill, opportunistic)));
+  const auto made = ask(photo, {130, 130}, PHImageContentModeAspectFill,
+                        options(PHImageRequestOptionsDeliveryModeOpportunistic, true));
+  EXPECT_TRUE(made.answers->all().front().image);
+  EXPECT_FALSE(made.answers->all().front().info.PHImageResultIsDegradedKey);
 }
 
 TEST_P(ImageManagerContract, AFailedRequestAnswersOnceWithAnError) {

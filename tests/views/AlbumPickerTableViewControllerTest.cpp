@@ -158,6 +158,32 @@ TEST_F(AlbumPickerTableTest, FillsItsRows) {
   EXPECT_EQ(current->selectionStyle(), UITableViewCellSelectionStyleNone);
 }
 
+TEST_F(AlbumPickerTableTest, OpensAtOnceAndShowsAThumbnailWhenItIsMade) {
+  memory::ItemScript slow;
+  slow.seconds = 20;
+  platform.images.setScript("p0", slow);
+  slow.degradedFirst = true;
+  platform.images.setScript("A0", slow);
+  platform.images.setScript("B0", {.error = NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorDamaged, "Damaged"}});
+  platform.library.edit([](LibraryContents& library) { library.addSmartAlbum("Favorites", photos("p", 1)); });
+  open({"A", "B"});
+  const auto widths = [&] {
+    std::vector<double> all;
+    for (const std::int64_t row : {0, 1, 2, 3}) {
+      const auto image = cell(row)->imgViewFolderIcon.lock()->image();
+      all.push_back(image ? image->size().width : 0);
+    }
+    return all;
+  };
+  EXPECT_EQ(cell(1)->lblFolderName.lock()->text(), "Favorites");
+  EXPECT_THAT(widths(), ElementsAre(0, 0, 53, 0)) << "what is at hand";
+  const auto asked = platform.images.requests().size();
+  platform.advance(20);
+  EXPECT_THAT(widths(), ElementsAre(173, 173, 173, 0)) << "both albums that show the item";
+  EXPECT_EQ(platform.images.requests().size(), asked + 3)
+      << "rows are drawn again where a thumbnail came, and no other";
+}
+
 TEST_F(AlbumPickerTableTest, CountsWithoutGroupingAndShowsNoImageWhereThereIsNone) {
   open({});
   EXPECT_TRUE(cell(0)->imgViewFolderIcon.lock()->image());

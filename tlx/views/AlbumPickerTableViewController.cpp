@@ -77,6 +77,11 @@ void AlbumPickerTableViewController::viewDidLoad() {
   });
 }
 
+void AlbumPickerTableViewController::viewWillAppear(bool animated) {
+  UITableViewController::viewWillAppear(animated);
+  thumbnailsAskedFor_.clear();
+}
+
 void AlbumPickerTableViewController::viewDidAppear(bool animated) {
   UITableViewController::viewDidAppear(animated);
 }
@@ -99,6 +104,7 @@ void AlbumPickerTableViewController::mediaPicker_photoLibraryChanged(std::shared
                                                                      std::shared_ptr<const PHChange>) {
   const auto table = tableView();
   if (!table) return;
+  thumbnailsAskedFor_.clear();
   table->reloadData();
   if (!photoManager || photoManager->getAlbumCount() == 0) {
     lastSelectedAlbum = nullptr;
@@ -157,8 +163,34 @@ std::shared_ptr<UITableViewCell> AlbumPickerTableViewController::tableView_cellF
     name->setFrame(frame);
   }
   cell->updateCell_forIndexPath(album, indexPath);
-  if (album) applyFonts(*album, *cell);
+  if (!album) return cell;
+  applyFonts(*album, *cell);
+  if (cell->awaitsThumbnail()) makeThumbnail(*album);
   return cell;
+}
+
+void AlbumPickerTableViewController::makeThumbnail(const AlbumModel& album) {
+  const auto asset = album.getAssetForThumb();
+  if (!asset || !thumbnailsAskedFor_.insert(asset->localIdentifier).second) return;
+  std::weak_ptr<AlbumPickerTableViewController> weakSelf = sharedAs(this);
+  TableViewCell::requestThumbnail(
+      asset, false,
+      [weakSelf, item = asset->localIdentifier](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
+        const auto self = weakSelf.lock();
+        if (self && image && !info.PHImageResultIsDegradedKey) self->reloadRowsShowing(item);
+      });
+}
+
+void AlbumPickerTableViewController::reloadRowsShowing(const Identifier& item) {
+  const auto table = tableView();
+  if (!table || !photoManager) return;
+  std::vector<NSIndexPath> rows;
+  for (std::int64_t row = 0; row < photoManager->getAlbumCount(); ++row) {
+    const auto album = photoManager->getAlbumModelAtIndex(static_cast<std::uint64_t>(row));
+    const auto asset = album ? album->getAssetForThumb() : nullptr;
+    if (asset && asset->localIdentifier == item) rows.push_back(NSIndexPath::indexPathForRow_inSection(row, 0));
+  }
+  table->reloadRowsAtIndexPaths_withRowAnimation(rows, UITableViewRowAnimationNone);
 }
 
 void AlbumPickerTableViewController::applyFonts(const AlbumModel& album, const TableViewCell& cell) {

@@ -3,8 +3,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_set>
 
 #include "tlx/picker/MediaPickerBroadcastProtocol.h"
+#include "tlx/platform/foundation/Identifier.h"
 #include "tlx/platform/uikit/UITableView.h"
 #include "tlx/views/AlbumPickerDelegate.h"
 #include "tlx/views/MediaPickerProtocol.h"
@@ -34,6 +36,7 @@ class AlbumPickerTableViewController : public UITableViewController,
   /// Loads the view.
   void awakeFromNib() override;
   void viewDidLoad() override;
+  void viewWillAppear(bool animated) override;
   void viewDidAppear(bool animated) override;
   void didReceiveMemoryWarning() override;
   void loadFirstTime();
@@ -59,6 +62,12 @@ class AlbumPickerTableViewController : public UITableViewController,
 
  private:
   void applyFonts(const AlbumModel& album, const TableViewCell& cell);
+  void makeThumbnail(const AlbumModel& album);
+  void reloadRowsShowing(const Identifier& item);
+
+  /// Items whose thumbnails were asked for since the list appeared or the library changed: each once, or an item whose
+  /// thumbnail nobody keeps would be made again and again.
+  std::unordered_set<Identifier> thumbnailsAskedFor_;
 
   [[maybe_unused]] NSIndexPath prevSelectedIndexPath;
   [[maybe_unused]] bool boolLoadAlbumForFirstTime = false;

@@ -1,10 +1,10 @@
 #include "tlx/views/TableViewCell.h"
 
 #include <string>
+#include <utility>
 
 #include "tlx/library/AlbumModel.h"
 #include "tlx/platform/foundation/NSBundle.h"
-#include "tlx/platform/photos/PHImageManager.h"
 
 namespace tlx {
 namespace {
@@ -29,6 +29,15 @@ const Class& TableViewCell::classObject() {
   return object;
 }
 
+void TableViewCell::requestThumbnail(const std::shared_ptr<const PHAsset>& asset, bool synchronous,
+                                     PHImageResultHandler handler) {
+  PHImageRequestOptions options;
+  options.synchronous = synchronous;
+  options.deliveryMode = PHImageRequestOptionsDeliveryModeOpportunistic;
+  PHImageManager::defaultManager()->requestImageForAsset_targetSize_contentMode_options_resultHandler(
+      asset, CGSizeMake(kThumbnailSide, kThumbnailSide), PHImageContentModeAspectFill, options, std::move(handler));
+}
+
 void TableViewCell::awakeFromNib() {
   UITableViewCell::awakeFromNib();
   if (auto icon = imgViewFolderIcon.lock()) {
@@ -44,15 +53,11 @@ void TableViewCell::updateCell_forIndexPath(const std::shared_ptr<AlbumModel>& a
   if (count) count->setText(std::to_string(album ? album->getMediaCount() : 0));
   setAccessibilityLabel(album ? album->getAlbumName() + ", " + std::to_string(album->getMediaCount()) : "");
 
-  PHImageRequestOptions options;
-  options.synchronous = true;
-  options.deliveryMode = PHImageRequestOptionsDeliveryModeOpportunistic;
-  PHImageManager::defaultManager()->requestImageForAsset_targetSize_contentMode_options_resultHandler(
-      album ? album->getAssetForThumb() : nullptr, CGSizeMake(kThumbnailSide, kThumbnailSide),
-      PHImageContentModeAspectFill, options,
-      [weakIcon = imgViewFolderIcon](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
-        if (auto icon = weakIcon.lock()) icon->setImage(image);
-      });
+  requestThumbnail(album ? album->getAssetForThumb() : nullptr, true,
+                   [this](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
+                     if (auto icon = imgViewFolderIcon.lock()) icon->setImage(image);
+                     awaitsThumbnail_ = info.PHImageResultIsDegradedKey;
+                   });
 
   const bool current = album && album->isAlbumSelected();
   setAccessibilityTraits(current ? UIAccessibilityTraitSelected : UIAccessibilityTraitNone);

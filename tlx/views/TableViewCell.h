@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "tlx/platform/photos/PHImageManager.h"
 #include "tlx/platform/uikit/UIImageView.h"
 #include "tlx/platform/uikit/UILabel.h"
 #include "tlx/platform/uikit/UITableView.h"
@@ -16,12 +17,20 @@ class TableViewCell : public UITableViewCell {
   static const Class& classObject();
 
   void awakeFromNib() override;
-  /// Shows the album, coloured by whether it is current. Waits for the thumbnail. The path is not read.
+  /// Shows the album, coloured by whether it is current, with the thumbnail that is at hand. The path is not read.
   void updateCell_forIndexPath(const std::shared_ptr<AlbumModel>& album, const NSIndexPath& indexPath);
+  /// Whether the thumbnail that was at hand, if any, is not the one that the album ought to have.
+  bool awaitsThumbnail() const { return awaitsThumbnail_; }
+  /// Asks for an album's thumbnail in the size that rows show.
+  static void requestThumbnail(const std::shared_ptr<const PHAsset>& asset, bool synchronous,
+                               PHImageResultHandler handler);
 
   std::weak_ptr<UIImageView> imgViewFolderIcon;
   std::weak_ptr<UILabel> lblFolderName;
   std::weak_ptr<UILabel> lblFolderImageNo;
+
+ private:
+  bool awaitsThumbnail_ = false;
 };
 
 }  // namespace tlx

@@ -100,7 +100,8 @@ PHImageRequestID ImageManager::requestImage(const std::shared_ptr<const PHAsset>
   }
   const PHImageRequestID id = request->id;
   if (options.synchronous) {
-    const Answer answer = makePicture(*request, {});
+    const bool atOnce = wantsPreview(options) && mainQueue_.isMainThread();
+    const Answer answer = atOnce ? whatIsAtHand(*request) : makePicture(*request, {});
     if (handler) handler(answer.image, answer.info);
     return id;
   }
@@ -368,6 +369,20 @@ ImageManager::Answer ImageManager::makePicture(Request& request, std::stop_token
   auto found = layers_.decode(wanted, std::get<Original>(fetched).path, record);
   if (record) recordLater(std::move(*record));
   return answerOf(std::move(found));
+}
+
+ImageManager::Answer ImageManager::whatIsAtHand(const Request& request) {
+  if (request.refused) return {nullptr, failure(*request.refused)};
+  auto located = items_.locate(request.key.identifier);
+  if (NSError* error = std::get_if<NSError>(&located)) return {nullptr, failure(std::move(*error))};
+  auto wanted = request.wanted({});
+  wanted.atOnce = true;
+  auto found = layers_.atHand(wanted, false);
+  Answer answer{std::move(found.image), {}};
+  answer.info.PHImageResultIsDegradedKey = !found.error && !(answer.image && found.isFinal);
+  answer.info.PHImageErrorKey = std::move(found.error);
+  answer.info.PHImageResultIsInCloudKey = std::get<ItemLocation>(located).path.empty();
+  return answer;
 }
 
 void ImageManager::recordLater(SharedThumbnails::Record record) {

@@ -121,6 +121,8 @@ class ImageManager final : public ImageManagerPort {
   void abandonUnwanted(const Request& request);
   /// The finished picture, from memory or made now; on any thread.
   Answer makePicture(Request& request, std::stop_token stop);
+  /// What there is already, on the main thread.
+  Answer whatIsAtHand(const Request& request);
   std::variant<Original, NSError> fetch(Request& request);
   void recordLater(SharedThumbnails::Record record);
   void deliver(RequestRef request, Answer answer, bool final);

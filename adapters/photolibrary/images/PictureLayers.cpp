@@ -89,6 +89,8 @@ PictureLayers::Found PictureLayers::embedded(const Wanted& wanted, const ItemLoc
   // takes a hundred times as long.
   const bool isTrue = traitsOf(item.format).embedded == EmbeddedPicture::InContainer;
   if (onlyFinal && !isTrue) return {};
+  // A JPEG's embedded picture fits into a segment of 64 KiB; others may be of any size.
+  if (wanted.atOnce && item.format != MediaFormat::Jpeg) return {};
   Picture picture = guarded([&] {
     return decoder_.decodeEmbedded(item.path, {wanted.key.target, wanted.key.mode, wanted.stop});
   });

@@ -22,6 +22,7 @@ class PictureLayers {
     ThumbnailKey key;
     bool thumbnail = false;  ///< to be looked at in a cell, and so need not be made of the original itself
     std::stop_token stop = {};
+    bool atOnce = false;  ///< somebody stands still meanwhile: nothing that a file could make slow
   };
   /// A picture, or why there is none, or neither.
   struct Found {

@@ -15,7 +15,9 @@ namespace tlx {
 /// Threads. Requests are made on the main thread, except synchronous ones, which may be made on any thread.
 /// - Asynchronous image requests answer on the main thread; videos and progress on a thread of the adapter's.
 /// - A synchronous request answers exactly once, before it returns, on the calling thread, and never waits for the main
-///   queue.
+///   queue. On the main thread an opportunistic or fast one answers from what is at hand within a few milliseconds: in
+///   memory, or kept with the file or beside it. The answer is degraded, with or without an image, where an
+///   asynchronous request for the same would bring a better one or say why there is none.
 /// - An opportunistic request that has the picture in memory answers within the call, before it returns its id. No
 /// other
 ///   request does.
