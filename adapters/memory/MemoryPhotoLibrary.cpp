@@ -184,6 +184,18 @@ void MemoryPhotoLibrary::changeQuietly(const Edit& change) {
   undelivered_.push_back(std::make_shared<const Change>(contents_, origins_));
 }
 
+void MemoryPhotoLibrary::changeAccess(PHAuthorizationStatus status) {
+  status_ = status;
+  fetched_.clear();
+  {
+    std::lock_guard lock(mutex_);
+    const bool any = status == PHAuthorizationStatusAuthorized;
+    undelivered_.push_back(
+        std::make_shared<const Change>(any ? contents_ : std::make_shared<const LibraryContents>(), origins_));
+  }
+  background_.perform([this] { deliverNextChange(); });
+}
+
 void MemoryPhotoLibrary::change(const Edit& edit) {
   changeQuietly(edit);
   background_.perform([this] { deliverNextChange(); });

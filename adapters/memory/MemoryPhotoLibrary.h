@@ -45,6 +45,8 @@ class MemoryPhotoLibrary final : public PhotoLibraryPort {
   // What follows is the test's side. Main thread, except `deliverNextChange`.
 
   void setStatus(PHAuthorizationStatus status) { status_ = status; }
+  /// The person grants access, or takes it away, on a page of the system's: what is open is told.
+  void changeAccess(PHAuthorizationStatus status);
   /// What the person will answer when asked; nothing leaves the prompt open until `answerPrompt`. Authorized at first.
   void setPromptAnswer(std::optional<PHAuthorizationStatus> answer) { promptAnswer_ = answer; }
   /// The person answers the open prompt.

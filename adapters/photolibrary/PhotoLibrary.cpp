@@ -111,8 +111,18 @@ void PhotoLibrary::recordTouched() {
     if (now != PHAuthorizationStatusNotDetermined) handlers.swap(waiting_);
   }
   if (now != PHAuthorizationStatusNotDetermined) withdrawQuestion();
+  tellOfAccess(before, handlers);
+}
+
+void PhotoLibrary::tellOfAccess(PHAuthorizationStatus before, const std::vector<AuthorizationHandler>& waiting) {
+  PHAuthorizationStatus now;
+  {
+    std::lock_guard lock(mutex_);
+    now = decision_;
+  }
   if (now == PHAuthorizationStatusAuthorized) catalogue_->waitUntilOpened();
-  for (const AuthorizationHandler& handler : handlers) handler(authorizationStatus());
+  for (const AuthorizationHandler& handler : waiting) handler(authorizationStatus());
+  if (now == before) return;
   if (now == PHAuthorizationStatusAuthorized) {
     const auto snapshot = catalogue_->snapshot();
     tell(std::make_shared<LibraryChange>(snapshot, ledger_), snapshot->generation());
@@ -147,21 +157,21 @@ void PhotoLibrary::withdrawQuestion() {
 bool PhotoLibrary::setPhotosAllowed(bool allowed) {
   withdrawQuestion();
   std::vector<AuthorizationHandler> handlers;
+  PHAuthorizationStatus before;
   bool remembered;
   {
     std::lock_guard deciding(decidingMutex_);
     {
       std::lock_guard lock(mutex_);
       handlers.swap(waiting_);
+      before = decision_;
       if (!options_.preauthorised) decision_ = allowed ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
     }
     remembered = record_.setPhotosAllowed(allowed);
   }
   if (!remembered) log_.log(notRemembered());
   if (allowed) catalogue_->start();
-  thread_.post([this, handlers = std::move(handlers)] {
-    for (const AuthorizationHandler& handler : handlers) handler(authorizationStatus());
-  });
+  thread_.post([this, before, handlers = std::move(handlers)] { tellOfAccess(before, handlers); });
   return remembered;
 }
 

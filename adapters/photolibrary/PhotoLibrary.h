@@ -75,8 +75,8 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
 
   /// What the person decided now, on a page of the host's: remembered, in force for every fetch from now on, and the
   /// answer to a question that is still open. Returns false when it could not be remembered, and so ends with the
-  /// library. With access the library opens as it does in the constructor. No change is announced: a picker learns its
-  /// access when it is made, so the program makes a new one. Main thread. What a program named itself stays readable.
+  /// library. With access the library opens as it does in the constructor. What this changes is announced as in
+  /// `rereadAccess`. Main thread. What a program named itself stays readable.
   bool setPhotosAllowed(bool allowed);
   /// What is remembered; asks the disk.
   std::optional<bool> photosAllowed() const { return record_.photosAllowed(); }
@@ -129,6 +129,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   void deliver(const std::shared_ptr<const Snapshot>& snapshot);
   void tell(const std::shared_ptr<const PHChange>& change, std::uint64_t generation);
   void recordTouched();
+  void tellOfAccess(PHAuthorizationStatus before, const std::vector<AuthorizationHandler>& waiting);
   std::optional<NSError> saveAll(const std::vector<PHAssetCreation>& creations);
   void holdNews(bool hold);
 

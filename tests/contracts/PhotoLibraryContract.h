@@ -34,7 +34,7 @@ class PhotoLibraryWorld : public ContractWorld {
   /// A video, such as a camera leaves behind, that says nothing of when it was taken.
   virtual AVRecording recording() = 0;
 
-  /// From now on access stands like this. False when the library knows no such state.
+  /// Somebody sets the access like this, and from now on it stands so. False when the library knows no such state.
   virtual bool setAccess(PHAuthorizationStatus status) = 0;
   /// What the person will answer when asked.
   virtual void setPromptAnswer(PHAuthorizationStatus status) = 0;
@@ -223,6 +223,19 @@ TEST_P(PhotoLibraryContract, WithoutAccessThereIsNothingToSee) {
     ASSERT_TRUE(albums && assets && byIdentifier) << "status " << status;
     EXPECT_EQ(albums->count() + assets->count() + byIdentifier->count(), 0u) << "status " << status;
   }
+}
+
+TEST_P(PhotoLibraryContract, AccessThatIsTakenAndGrantedIsAChange) {
+  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
+  const Changes changes(*world_);
+  const auto seen = fetch("Trip");
+  ASSERT_TRUE(world_->setAccess(PHAuthorizationStatusDenied));
+  ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(seen) != nullptr; }));
+  EXPECT_EQ(changes.detailsFor(seen)->fetchResultAfterChanges->count(), 0u) << "what was fetched is to be seen no more";
+  const auto before = changes.all().size();
+  ASSERT_TRUE(world_->setAccess(PHAuthorizationStatusAuthorized));
+  ASSERT_TRUE(world_->runUntil([&] { return changes.all().size() > before; }));
+  EXPECT_EQ(fetch("Trip")->count(), 1u);
 }
 
 TEST_P(PhotoLibraryContract, AsksThePersonOnceAndAnswersEachRequestOnce) {

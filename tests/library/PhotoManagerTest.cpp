@@ -111,6 +111,58 @@ TEST_F(PhotoManagerTest, OnlyOneStatusCountsAsAccess) {
   EXPECT_EQ(platform_.library.assetFetchCount(), 0);
 }
 
+TEST_F(PhotoManagerTest, FollowsAccessThatIsGrantedAndTakenElsewhere) {
+  platform_.library.edit([](LibraryContents& library) {
+    library.addSmartAlbum("Camera Roll", {photo("still")});
+    library.addUserAlbum("Films", {video("film")});
+  });
+  platform_.library.setStatus(PHAuthorizationStatusDenied);
+  const auto manager = make(2);
+  platform_.library.change([](LibraryContents& library) { library.add(video("film 2"), {"Films"}); });
+  platform_.runUntilIdle();
+  EXPECT_THAT(delegate_.take(), ElementsAre("refused")) << "changes are no business of who may not see them";
+  for (int round = 0; round < 2; ++round) {
+    platform_.library.changeAccess(PHAuthorizationStatusAuthorized);
+    platform_.runUntilIdle();
+    EXPECT_THAT(delegate_.take(), ElementsAre("authorized", "hide empty", "changed"));
+    EXPECT_THAT(titlesOf(*manager), ElementsAre("Films")) << "of the kind asked for";
+    platform_.library.changeAccess(PHAuthorizationStatusDenied);
+    platform_.runUntilIdle();
+    EXPECT_THAT(delegate_.take(), ElementsAre("refused", "changed"));
+    EXPECT_EQ(manager->getAlbumCount(), 0);
+  }
+}
+
+TEST_F(PhotoManagerTest, AChangeBeforeTheAnswerAboutAccessNeitherDoublesNorForgetsTheKind) {
+  platform_.library.edit([](LibraryContents& library) { library.addUserAlbum("Films", {video("film")}); });
+  platform_.library.setStatus(PHAuthorizationStatusNotDetermined);
+  platform_.library.setPromptAnswer(std::nullopt);
+  const auto manager = make(2);
+  delegate_.take();
+  platform_.library.setStatus(PHAuthorizationStatusAuthorized);
+  platform_.library.change([](LibraryContents& library) { library.addUserAlbum("Trip", {photo("still")}); });
+  platform_.runUntilIdle();
+  platform_.library.answerPrompt(PHAuthorizationStatusAuthorized);
+  platform_.runUntilIdle();
+  EXPECT_THAT(delegate_.take(), ElementsAre("authorized", "hide empty"));
+  EXPECT_THAT(titlesOf(*manager), ElementsAre("Films"));
+}
+
+TEST_F(PhotoManagerTest, HearsOfAChangeThatIsToldWhileItFetches) {
+  fillThreeAlbums();
+  const auto another = make();
+  delegate_.take();
+  delegate_.onMessage = [&](const std::string& message) {
+    if (message != "hide empty") return;
+    delegate_.onMessage = nullptr;
+    platform_.library.changeQuietly([](LibraryContents& library) { library.remove({"a"}); });
+    platform_.library.deliverNextChange();
+  };
+  const auto manager = make();
+  platform_.runUntilIdle();
+  EXPECT_EQ(manager->getAlbumModelAtIndex(0)->getMediaCount(), 2);
+}
+
 TEST_F(PhotoManagerTest, OrdersAlbumsAndSkipsWhatIsEmptyOrDeleted) {
   const std::vector<PHAsset> one = {photo("a")};
   struct Row {
@@ -244,6 +296,8 @@ TEST_F(PhotoManagerTest, MarksEveryCopyOfAnItem) {
   manager->setIsMediaSelected_withModelIdentifier(false, "shared");
   manager->setIsMediaSelected_withModelIdentifier(true, "unknown");
   EXPECT_EQ(marks(), (Marks{{"c"}, {}, {"c"}}));
+  EXPECT_THAT(manager->selectModels({"unknown", "shared", "a", "shared"}), ElementsAre(false, true, true, true));
+  EXPECT_EQ(marks(), (Marks{{"c", "shared", "a"}, {"shared"}, {"c", "shared"}}));
   manager->reset();
   EXPECT_EQ(marks(), (Marks{{}, {}, {}}));
   EXPECT_TRUE(manager->mediaExist("a"));

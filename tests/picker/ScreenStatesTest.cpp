@@ -61,6 +61,21 @@ TEST(ScreenStates, DeniedShowsWhyAndLeadsToTheSettings) {
   EXPECT_THAT(session.platform.application.openedURLs(), ElementsAre("app-settings:"));
   EXPECT_EQ(session.picker->btnAllowAccess.lock()->cornerRadius(), 8.0);
   EXPECT_TRUE(session.picker->btnAllowAccess.lock()->clipsToBounds());
+
+  session.platform.library.changeAccess(PHAuthorizationStatusAuthorized);
+  session.settle();
+  EXPECT_FALSE(isShown(session.picker->viewAccessContainer));
+  session.pick({"a"});
+  session.platform.library.changeAccess(PHAuthorizationStatusDenied);
+  session.settle();
+  EXPECT_TRUE(isShown(session.picker->viewAccessContainer));
+  EXPECT_FALSE(isShown(session.picker->viewNoPhotos)) << "nobody knows whether there are any";
+  EXPECT_TRUE(session.picker->btnAlbumPicker.lock()->isHidden());
+  EXPECT_EQ(session.picked(), Names());
+  session.platform.library.changeAccess(PHAuthorizationStatusAuthorized);
+  session.settle();
+  EXPECT_NE(session.item("a"), nullptr);
+  EXPECT_FALSE(session.picker->btnAlbumPicker.lock()->isHidden());
 }
 
 TEST(ScreenStates, FirstRequestWaitsForThePersonsAnswer) {
@@ -130,8 +145,12 @@ TEST(ScreenStates, LibraryChangeDropsWhatIsGoneAndMarksTheRest) {
   session.open();
   session.pick({"c", "a", "d"});
   const auto before = session.item("a");
-  session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"c", "d"}); });
+  session.platform.library.change([](memory::LibraryContents& contents) {
+    contents.remove({"c", "d"});
+    contents.renameAlbum("Camera Roll", "Kamera");
+  });
   session.settle();
+  EXPECT_EQ(session.picker->btnAlbumPicker.lock()->titleForState(UIControlStateNormal), "Kamera");
   EXPECT_EQ(session.picked(), Names({"a"}));
   EXPECT_NE(session.item("a"), before) << "records are new";
   EXPECT_TRUE(session.isMarked("a"));

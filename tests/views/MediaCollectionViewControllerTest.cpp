@@ -215,6 +215,18 @@ TEST_F(MediaGridTest, FlipsEveryCopyBeforeItTellsOfATap) {
   EXPECT_FALSE(overlayShown(2)) << "the delegate took the mark back";
 }
 
+TEST_F(MediaGridTest, DrawsATappedItemAgainWhereItStandsWhenTheDelegateIsDone) {
+  fillCameraRoll(3);
+  open();
+  delegate->whenPicked = [&](MediaModel& model) {
+    change([](memory::LibraryContents& library) { library.add(memory::photo("new", 2e6), {"Camera Roll"}); });
+    photoManager->selectModel(model.getMediaIdentifier());
+  };
+  tap(1);
+  EXPECT_EQ(cell(2)->representedAssetIdentifier, Identifier("p1"));
+  EXPECT_TRUE(overlayShown(2));
+}
+
 TEST_F(MediaGridTest, ShrugsOffATapOnARecordThatIsGone) {
   fillCameraRoll(3);
   open();
@@ -243,10 +255,25 @@ TEST_F(MediaGridTest, FollowsChangesOfItsOwnAlbumAlone) {
     library.addUserAlbum("Trip", photos("q", 2));
   });
   open();
-  const auto shown = grid->albumModel;
+  tap(1);
+  const auto requestsBefore = platform.images.requests().size();
   change([](memory::LibraryContents& library) { library.remove({"q0"}); });
-  EXPECT_EQ(grid->albumModel, shown) << "another album changed";
-  EXPECT_EQ(grid->collectionView()->numberOfItems(), 3);
+  EXPECT_EQ(platform.images.requests().size(), requestsBefore) << "another album changed: nothing is drawn again";
+  EXPECT_TRUE(overlayShown(1));
+  photoManager->reset();
+  grid->reload();
+  platform.runUntilIdle();
+  EXPECT_FALSE(overlayShown(1)) << "the manager's new records are the ones that count";
+
+  platform.library.changeQuietly([](memory::LibraryContents& library) { library.renameAlbum("Trip", "Journey"); });
+  platform.library.changeQuietly(
+      [](memory::LibraryContents& library) { library.add(photos("r", 1)[0], {"Camera Roll"}); });
+  for (int word = 1; word <= 2; ++word) {
+    platform.library.deliverNextChange();
+    platform.runUntilIdle();
+    EXPECT_EQ(cell(3)->representedAssetIdentifier, Identifier("p2")) << "the records are ahead of change " << word;
+  }
+  change([](memory::LibraryContents& library) { library.remove({"r0"}); });
 
   change([](memory::LibraryContents& library) { library.remove({"p0"}); });
   EXPECT_EQ(grid->albumModel, album(0)) << "the rebuilt record";

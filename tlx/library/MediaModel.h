@@ -43,6 +43,9 @@ class MediaModel {
     return identifierHash_ == identifier.hash() && mediaIdentifier() == identifier;
   }
 
+  /// Of `getMediaIdentifier`.
+  std::size_t identifierHash() const { return identifierHash_; }
+
   const std::shared_ptr<const PHAsset>& mediaAsset() const { return mediaAsset_; }
   /// The type and the identifier were taken from the asset when the record was made; another asset does not change
   /// them.

@@ -1,5 +1,7 @@
 #include "tlx/library/PhotoManager.h"
 
+#include <bitset>
+#include <unordered_map>
 #include <utility>
 
 #include "tlx/platform/Platform.h"
@@ -17,10 +19,13 @@ std::shared_ptr<PhotoManager> PhotoManager::photoManagerWithType_delegate(std::i
                                                                           PhotoManagerDelegate* delegate) {
   std::shared_ptr<PhotoManager> manager(new PhotoManager, &PhotoManager::letGo);
   manager->customDelegate = delegate;
-  manager->setPhotoMediaType(mediaType);
   auto library = PHPhotoLibrary::sharedPhotoLibrary();
+  const auto known = library->newestChange();
+  manager->setPhotoMediaType(mediaType);
   library->registerChangeObserver(*manager);
   manager->library_ = library;
+  // What was told while the albums were fetched has passed the manager by.
+  if (auto missed = library->newestChange(); missed != known) manager->photoLibraryDidChange(missed);
   return manager;
 }
 
@@ -55,7 +60,8 @@ void PhotoManager::stopObserving() {
 void PhotoManager::setPhotoMediaType(std::int64_t type) {
   const auto self = sharedAs(this);  // the delegate may let go of the manager when it hears
   mediaType = type;
-  if (!isUserAuthorized()) {
+  authorized_ = isUserAuthorized();
+  if (!authorized_) {
     tellDelegate(&PhotoManagerDelegate::userAuthorized, false);
     return;
   }
@@ -159,6 +165,33 @@ bool PhotoManager::mediaExist(const Identifier& identifier) {
   return false;
 }
 
+std::vector<bool> PhotoManager::selectModels(const std::vector<Identifier>& identifiers) {
+  std::vector<bool> found(identifiers.size());
+  if (identifiers.empty()) return found;
+  // Nearly every record is turned away by one bit of this small table, so that the pass runs as fast as memory is read.
+  constexpr std::size_t bits = 1 << 16;
+  std::bitset<bits> anyWithHash;
+  std::unordered_multimap<std::size_t, std::size_t> byHash;
+  for (std::size_t at = 0; at < identifiers.size(); ++at) {
+    anyWithHash.set(identifiers[at].hash() % bits);
+    byHash.emplace(identifiers[at].hash(), at);
+  }
+  for (const auto& album : albumList()) {
+    if (!album) continue;
+    album->visitMediaModels([&](MediaModel& model) {
+      if (!anyWithHash[model.identifierHash() % bits]) return true;
+      const auto [begin, end] = byHash.equal_range(model.identifierHash());
+      for (auto at = begin; at != end; ++at) {
+        if (!model.hasIdentifier(identifiers[at->second])) continue;
+        model.setIsMediaSelected(true);
+        found[at->second] = true;
+      }
+      return true;
+    });
+  }
+  return found;
+}
+
 void PhotoManager::setIsMediaSelected_withModelIdentifier(bool selected, const Identifier& identifier) {
   for (const auto& album : albumList()) {
     if (!album) continue;
@@ -190,8 +223,18 @@ void PhotoManager::photoLibraryDidChange(const std::shared_ptr<const PHChange>& 
 
 void PhotoManager::rebuildAfterChange(const std::shared_ptr<const PHChange>& change) {
   if (unregistered_) return;
+  // The answer to an open question fetches everything, with the kind asked for. Albums that a change had fetched before
+  // it would be there twice.
+  if (asking_) return;
+  const bool authorized = PHPhotoLibrary::authorizationStatus() == PHAuthorizationStatusAuthorized;
+  if (!authorized && !authorized_) return;
+  const auto self = sharedAs(this);
   albumList().clear();
-  fetchAlbumsWithMediaType(assetMediaType);
+  if (authorized == authorized_) {
+    fetchAlbumsWithMediaType(assetMediaType);
+  } else {
+    setPhotoMediaType(mediaType);
+  }
   tellDelegate(&PhotoManagerDelegate::photoLibraryChanged, change);
 }
 

@@ -15,7 +15,8 @@
 namespace tlx {
 
 /// The picker's one way to the photo library: asks for access, keeps the ordered list of albums that are not empty,
-/// builds it anew after every change of the library, and finds and marks items by their identifier.
+/// builds it anew after every change of the library, and finds and marks items by their identifier. When access is
+/// granted or taken away elsewhere, it reports access again, with the kind asked for.
 ///
 /// Main thread only, except `photoLibraryDidChange`. References to it are taken and let go on the main thread only.
 class PhotoManager : public NSObject, public PHPhotoLibraryChangeObserver {
@@ -53,6 +54,8 @@ class PhotoManager : public NSObject, public PHPhotoLibraryChangeObserver {
   /// These look at every record, over all albums; an item has one in each album that it is in.
   bool mediaExist(const Identifier& identifier);
   void selectModel(const Identifier& identifier) { setIsMediaSelected_withModelIdentifier(true, identifier); }
+  /// `selectModel` for each of many items, in one pass over the records. Answers for each what `mediaExist` would.
+  std::vector<bool> selectModels(const std::vector<Identifier>& identifiers);
   void setIsMediaSelected_withModelIdentifier(bool selected, const Identifier& identifier);
   void reset();
 
@@ -85,6 +88,7 @@ class PhotoManager : public NSObject, public PHPhotoLibraryChangeObserver {
   std::vector<std::shared_ptr<AlbumModel>> albumList_;
   std::weak_ptr<PHPhotoLibrary> library_;  // set while observing
   bool unregistered_ = false, asking_ = false;
+  bool authorized_ = false;  // as the delegate was told last
   std::atomic<int> changesUnderWay_ = 0;
 };
 

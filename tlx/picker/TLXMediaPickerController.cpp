@@ -174,7 +174,13 @@ void TLXMediaPickerController::userAuthorized(bool authorized) {
   setText(lblAllowAccess3, "access to your photos");
   setHidden(btnCamera, !authorized);
   setHidden(viewAccessContainer, authorized);
-  if (authorized) loadMedia();
+  if (authorized) {
+    loadMedia();
+  } else {
+    // Access may be taken away while albums are shown.
+    setHidden(btnAlbumPicker, true);
+    setHidden(viewNoPhotos, true);
+  }
 }
 
 void TLXMediaPickerController::showEmptyMediaWarning() {
@@ -190,16 +196,22 @@ void TLXMediaPickerController::hideEmptyMediaWarning() {
 void TLXMediaPickerController::photoLibraryChanged(const std::shared_ptr<const PHChange>& change) {
   ++libraryChanges_;
   const auto picked = arrPickedModel();
+  // All in one pass over the records, of which there may be a million for each of thousands of items.
+  std::vector<Identifier> wanted;
+  for (const auto& media : *picked) wanted.push_back(media->getMediaIdentifier());
+  for (const auto& media : arrUnsuccessfulMedia()) wanted.push_back(media->getMediaIdentifier());
+  const auto exists = photoManager ? photoManager->selectModels(wanted) : std::vector<bool>(wanted.size());
   for (auto index = picked->size(); index-- > 0;) {
-    if (mediaExist((*picked)[index])) continue;
+    if (exists[index]) continue;
     picked->erase(picked->begin() + static_cast<std::ptrdiff_t>(index));
     changeDoneButtonState(picked);
   }
-  if (photoManager) {
-    for (const auto& media : *picked) photoManager->selectModel(media->getMediaIdentifier());
-    for (const auto& media : arrUnsuccessfulMedia()) photoManager->selectModel(media->getMediaIdentifier());
-  }
   broadcastSelector_dataModel(&MediaPickerBroadcastProtocol::mediaPicker_photoLibraryChanged, change);
+  const auto shown = mediaCollectionViewCotroller ? mediaCollectionViewCotroller->albumModel : nullptr;
+  // The album may have another name by now.
+  if (auto title = btnAlbumPicker.lock(); title && shown) {
+    title->setTitle_forState(shown->getAlbumName(), UIControlStateNormal);
+  }
 }
 
 std::optional<UIFontRef> TLXMediaPickerController::fontsForKey(const std::string& key) {

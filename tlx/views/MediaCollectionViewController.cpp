@@ -1,5 +1,6 @@
 #include "tlx/views/MediaCollectionViewController.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -24,6 +25,15 @@ constexpr double kLineSpacingPad = 30.0;
 constexpr double kThumbnailSide = 130.0;
 /// Of the one subview of the header and of the footer that the code knows.
 constexpr std::int64_t kSupplementaryTag = 101;
+
+/// Whether both hold the same items in the same order.
+bool showsTheSame(const AlbumModel::Assets& before, const AlbumModel::Assets& after) {
+  if (before == after) return true;
+  return before && after &&
+         std::equal(before->begin(), before->end(), after->begin(), after->end(), [](const auto& a, const auto& b) {
+           return a == b || (a && b && a->localIdentifier == b->localIdentifier);
+         });
+}
 
 }  // namespace
 
@@ -107,10 +117,15 @@ void MediaCollectionViewController::mediaPicker_selectedAlbum(std::shared_ptr<Al
 
 void MediaCollectionViewController::mediaPicker_photoLibraryChanged(std::shared_ptr<const PHChange>,
                                                                     std::shared_ptr<const PHChange> change) {
-  if (!change || !change->changeDetailsForFetchResult(assetFetchResult)) return;
-  albumModel = photoManager ? photoManager->newAlbumModelForOldModel(albumModel) : nullptr;
-  assetFetchResult = albumModel ? albumModel->getAssetCollection() : nullptr;
-  reload();
+  const bool touched = change && change->changeDetailsForFetchResult(assetFetchResult);
+  // Marks are set in the manager's records, and those are new after every change.
+  const auto renewed = photoManager ? photoManager->newAlbumModelForOldModel(albumModel) : nullptr;
+  const auto assets = renewed ? renewed->getAssetCollection() : nullptr;
+  // The records may be those of a later change already, of which word is still to come.
+  const bool same = !touched && showsTheSame(assetFetchResult, assets);
+  albumModel = renewed;
+  assetFetchResult = assets;
+  if (!same) reload();
 }
 
 std::int64_t MediaCollectionViewController::collectionView_numberOfItemsInSection(UICollectionView& collectionView,
@@ -174,12 +189,17 @@ void MediaCollectionViewController::collectionView_didSelectItemAtIndexPath(UICo
   const auto model =
       albumModel ? albumModel->getMediaModelAtIndex(static_cast<std::uint64_t>(indexPath.item)) : nullptr;
   if (!model) return;
+  const auto tappedIn = albumModel;
   model->setIsMediaSelected(!model->isModelSelected());
   if (photoManager) {
     photoManager->setIsMediaSelected_withModelIdentifier(model->isModelSelected(), model->getMediaIdentifier());
   }
   if (auto delegate = customDelegate.lock()) delegate->pickedModel(model);
-  collectionView.reloadItemsAtIndexPaths({indexPath});
+  // The delegate may have taken its time, and the item may stand elsewhere by now.
+  const std::optional<NSIndexPath> now = albumModel == tappedIn ? indexPath
+                                                                : indexPathForElementWithModelIdentifier_inView(
+                                                                      model->getMediaIdentifier(), collectionView);
+  if (now) collectionView.reloadItemsAtIndexPaths({*now});
 }
 
 void MediaCollectionViewController::scrollViewDidScroll(UIScrollView& scrollView) {

@@ -53,7 +53,8 @@ class MediaCollectionViewController : public UICollectionViewController,
   std::string getFormattedText_suffix(std::int64_t count, const std::string& suffix) const;
 
   void mediaPicker_selectedAlbum(std::shared_ptr<AlbumModel>, std::shared_ptr<AlbumModel> album) override;
-  /// Reloads everything when the shown album's assets changed; an album that is gone leaves the grid empty.
+  /// Takes over the shown album's new record, and reloads everything when its assets changed; an album that is gone
+  /// leaves the grid empty.
   void mediaPicker_photoLibraryChanged(std::shared_ptr<const PHChange>,
                                        std::shared_ptr<const PHChange> change) override;
 

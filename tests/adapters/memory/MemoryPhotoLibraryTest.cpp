@@ -32,7 +32,7 @@ class MemoryLibraryWorld final : public PhotoLibraryWorld {
   }
   AVRecording recording() override { return {"/captures/1.mp4", {}, 3, nullptr}; }
   bool setAccess(PHAuthorizationStatus status) override {
-    platform_.library.setStatus(status);
+    platform_.library.changeAccess(status);
     return true;
   }
   void setPromptAnswer(PHAuthorizationStatus status) override { platform_.library.setPromptAnswer(status); }

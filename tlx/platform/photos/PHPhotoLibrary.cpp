@@ -65,10 +65,16 @@ void PHPhotoLibrary::unregisterChangeObserver(PHPhotoLibraryChangeObserver& obse
   std::erase(observers_, &observer);
 }
 
+std::shared_ptr<const PHChange> PHPhotoLibrary::newestChange() const {
+  std::lock_guard lock(mutex_);
+  return newestChange_;
+}
+
 void PHPhotoLibrary::deliver(const std::shared_ptr<const PHChange>& change) {
   // Told under the lock, so that an observer that has been taken out is never in the middle of a call. Observers only
   // post, hence nothing can wait for us in turn.
   std::lock_guard lock(mutex_);
+  newestChange_ = change;
   const auto observers = observers_;
   for (PHPhotoLibraryChangeObserver* observer : observers) {
     if (std::find(observers_.begin(), observers_.end(), observer) != observers_.end()) {

@@ -48,12 +48,16 @@ class PHPhotoLibrary {
   void registerChangeObserver(PHPhotoLibraryChangeObserver& observer);
   /// Main thread. After it has returned, the observer is not being called and will not be.
   void unregisterChangeObserver(PHPhotoLibraryChangeObserver& observer);
+  /// Any thread. The change that the library told of last, whether or not anybody heard; nothing before the first. Who
+  /// fetches before registering learns by it whether something was told between the two.
+  std::shared_ptr<const PHChange> newestChange() const;
 
  private:
   void deliver(const std::shared_ptr<const PHChange>& change);
 
-  std::recursive_mutex mutex_;                            // recursive: an observer may take itself out while it is told
+  mutable std::recursive_mutex mutex_;                    // recursive: an observer may take itself out while it is told
   std::vector<PHPhotoLibraryChangeObserver*> observers_;  // unretained: each takes itself out before it dies
+  std::shared_ptr<const PHChange> newestChange_;
 };
 
 }  // namespace tlx

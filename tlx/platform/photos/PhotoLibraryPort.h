@@ -59,6 +59,9 @@ class PhotoLibraryPort {
   /// Main thread. One handler; nothing ends it. It is called on a thread of the library's, holding no lock of the
   /// library's, one change after the other; when it is called, fetches on the main thread may already see the change.
   /// After a call that replaced or ended it has returned, the old handler is not running and is not called again.
+  ///
+  /// Access that is granted or taken away elsewhere, as on a settings page, is a change too, told after the answers to
+  /// requests that were waiting. What was fetched with access has details of it when access goes: nothing is left.
   virtual void setChangeHandler(ChangeHandler handler) = 0;
 
   /// Main thread; returns at once. Makes the assets, all or none, without touching what is there, and answers once, on

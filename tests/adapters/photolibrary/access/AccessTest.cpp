@@ -113,6 +113,9 @@ TEST_F(FilesAccess, ADecisionMadeElsewhereAnswersAnOpenQuestionAndHoldsAtOnce) {
   EXPECT_EQ(told, 0) << "changes are no business of a program that may not see them";
   EXPECT_TRUE(library->setPhotosAllowed(true));
   EXPECT_THAT(namesIn(*library, "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+  EXPECT_EQ(request(*library).get(), PHAuthorizationStatusAuthorized);
+  EXPECT_EQ(told, 1) << "access is a change";
+  library->setChangeHandler(nullptr);
 }
 
 TEST_F(FilesAccess, WhatSomebodyElseDecidesHoldsForWhatIsOpen) {

@@ -65,10 +65,10 @@ class FilesLibraryWorld final : public PhotoLibraryWorld {
     if (status == PHAuthorizationStatusRestricted) return false;
     if (status == PHAuthorizationStatusNotDetermined) {
       std::filesystem::remove(record_.path());
+      library_->rereadAccess();
     } else {
-      record_.setPhotosAllowed(status == PHAuthorizationStatusAuthorized);
+      library_->setPhotosAllowed(status == PHAuthorizationStatusAuthorized);
     }
-    library_->rereadAccess();
     return true;
   }
   void setPromptAnswer(PHAuthorizationStatus status) override { person_.answers = status; }
