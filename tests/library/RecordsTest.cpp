@@ -21,14 +21,6 @@ std::shared_ptr<AlbumModel> albumOf(std::vector<std::shared_ptr<const PHAsset>> 
       "album", std::make_shared<const PHFetchResult<PHAsset>>(std::move(assets)), "Album", count);
 }
 
-std::vector<std::string> identifiersOf(AlbumModel& album) {
-  std::vector<std::string> found;
-  for (std::size_t i = 0; i < album.arrMediaModel()->count(); ++i) {
-    found.push_back(album.arrMediaModel()->objectAtIndex(i)->getMediaIdentifier().string());
-  }
-  return found;
-}
-
 TEST(MediaModel, DurationText) {
   struct Row {
     PHAssetMediaType type;
@@ -37,16 +29,14 @@ TEST(MediaModel, DurationText) {
     const char* reason;
   };
   const Row rows[] = {
-      {PHAssetMediaTypeVideo, 9, "00:09", "two digits each"},
-      {PHAssetMediaTypeVideo, 59.9, "00:59", "fractions are dropped, not rounded"},
+      {PHAssetMediaTypeVideo, 59.9, "00:59", "two digits each; fractions are dropped, not rounded"},
       {PHAssetMediaTypeVideo, 60, "01:00", "a whole minute"},
       {PHAssetMediaTypeVideo, 3725, "62:05", "minutes do not become hours"},
       {PHAssetMediaTypeVideo, 0, "00:00", "a video that lasts nothing is still a video"},
       {PHAssetMediaTypeVideo, std::nan(""), "00:00", "a file may claim anything"},
       {PHAssetMediaTypeVideo, HUGE_VAL, "153722867280912930:07", "or everything"},
       {PHAssetMediaTypeImage, 9, std::nullopt, "photos have none"},
-      {PHAssetMediaTypeAudio, 9, std::nullopt, "nor has any other type"},
-      {static_cast<PHAssetMediaType>(7), 9, std::nullopt, "nor one without a name"},
+      {static_cast<PHAssetMediaType>(7), 9, std::nullopt, "nor has a type without a name"},
   };
   for (const Row& row : rows) {
     const auto model = MediaModel::initMediaModelWithPHAsset(assetOf("a", row.type, row.duration));
@@ -54,26 +44,17 @@ TEST(MediaModel, DurationText) {
   }
 }
 
-TEST(MediaModel, TypeAndIdentifierAreItsOwnOnceMade) {
+TEST(Records, AnItemKeepsItsTypeAndIdentifierAndAMediaReadsItsAssets) {
   const auto model = MediaModel::initMediaModelWithPHAsset(assetOf("a", PHAssetMediaTypeVideo, 5));
-  model->setMediaAsset(nullptr);
-  EXPECT_EQ(model->getMediaType(), PHAssetMediaTypeVideo);
-  EXPECT_EQ(model->getMediaIdentifier(), Identifier("a"));
-  EXPECT_TRUE(model->hasIdentifier("a"));
   model->setMediaAsset(assetOf("b"));
-  EXPECT_FALSE(model->hasIdentifier("b"));
+  EXPECT_EQ(model->getMediaType(), PHAssetMediaTypeVideo);
+  EXPECT_TRUE(model->hasIdentifier("a") && !model->hasIdentifier("b"));
   model->setMediaIdentifier("c");
-  EXPECT_TRUE(model->hasIdentifier("c"));
-  EXPECT_EQ(model->getMediaIdentifier(), Identifier("c"));
   model->setMediaAsset(nullptr);
+  EXPECT_TRUE(model->hasIdentifier("c") && model->getMediaIdentifier() == Identifier("c"));
   EXPECT_EQ(model->getVedioDurationString(), "00:00") << "the duration is the asset's, and there is none";
-}
 
-TEST(Media, ReadsTypeAndIdentifierFromTheAssetEachTime) {
   const auto media = Media::initMediaWithPHAsset(assetOf("a", PHAssetMediaTypeVideo));
-  EXPECT_EQ(media->fetchCompletionStatus(), 0);
-  EXPECT_EQ(media->getMediaImage(), nullptr);
-  EXPECT_EQ(media->getMediaVideoAsset(), nullptr);
   EXPECT_EQ(media->getMediaType(), PHAssetMediaTypeVideo);
   media->setMediaAsset(nullptr);
   EXPECT_EQ(media->getMediaType(), 0);
@@ -84,44 +65,38 @@ TEST(Media, StoresImagesUprightExceptAtCreation) {
   const auto upright = memory::solidPicture(4, 2, 0x808080);
   const auto turned = memory::solidPicture(4, 2, 0x808080, UIImageOrientationRight);
   EXPECT_EQ(Media::initMediaWithPHAsset_image(assetOf("a"), turned)->getMediaImage(), turned);
-
   const auto media = Media::initMediaWithPHAsset(assetOf("a"));
   media->setImage(upright);
   EXPECT_EQ(media->getMediaImage(), upright) << "an upright image is stored itself";
   media->setImage(turned);
-  ASSERT_NE(media->getMediaImage(), nullptr);
+  ASSERT_TRUE(media->getMediaImage());
   EXPECT_EQ(media->getMediaImage()->imageOrientation(), UIImageOrientationUp);
   EXPECT_EQ(media->getMediaImage()->size(), (CGSize{2, 4}));
   media->setImage(nullptr);
-  EXPECT_EQ(media->getMediaImage(), nullptr);
+  EXPECT_FALSE(media->getMediaImage());
 }
 
-TEST(AlbumModel, HasOneRecordForEachAssetThatIsThere) {
+TEST(AlbumModel, HasOneRecordForEachAssetThatIsThereAndAnotherWhenFilledAgain) {
   const auto album = albumOf({assetOf("a"), nullptr, assetOf("b", PHAssetMediaTypeVideo)}, 3);
-  EXPECT_THAT(identifiersOf(*album), ::testing::ElementsAre("a", "b"));
-  EXPECT_EQ(album->getMediaModelAtIndex(1)->getMediaType(), PHAssetMediaTypeVideo);
-  EXPECT_EQ(album->getMediaModelAtIndex(2), nullptr);
-  EXPECT_EQ(album->getMediaModelAtIndex(std::numeric_limits<std::uint64_t>::max()), nullptr);
+  const auto identifiers = [&] {
+    std::vector<std::string> found;
+    for (std::uint64_t i = 0; const auto model = album->getMediaModelAtIndex(i); ++i) {
+      found.push_back(model->getMediaIdentifier().string());
+    }
+    return found;
+  };
+  EXPECT_THAT(identifiers(), testing::ElementsAre("a", "b"));
+  EXPECT_FALSE(album->getMediaModelAtIndex(std::numeric_limits<std::uint64_t>::max()));
   EXPECT_EQ(album->getMediaCount(), 3) << "as given, not as counted";
   EXPECT_EQ(album->getAssetForThumb()->localIdentifier, Identifier("a"));
-}
-
-TEST(AlbumModel, FillingItAgainAppendsASecondCopy) {
-  const auto album = albumOf({assetOf("a"), assetOf("b")}, 2);
   const auto first = album->getMediaModelAtIndex(0);
   album->initMediaModels();
-  EXPECT_THAT(identifiersOf(*album), ::testing::ElementsAre("a", "b", "a", "b"));
+  EXPECT_THAT(identifiers(), testing::ElementsAre("a", "b", "a", "b"));
   EXPECT_EQ(album->getMediaModelAtIndex(0), first) << "records that are there do not move";
-  EXPECT_NE(album->getMediaModelAtIndex(2), first);
-}
-
-TEST(AlbumModel, WithoutAssetsEverythingAnswersNothing) {
-  for (const auto& album : {albumOf({}, 0), std::make_shared<AlbumModel>()}) {
-    album->initMediaModels();
-    EXPECT_EQ(album->getMediaModelAtIndex(0), nullptr);
-    EXPECT_EQ(album->getAssetForThumb(), nullptr);
-    ASSERT_NE(album->arrMediaModel(), nullptr);
-    EXPECT_EQ(album->arrMediaModel()->count(), 0u);
+  for (const auto& empty : {albumOf({}, 0), std::make_shared<AlbumModel>()}) {
+    empty->initMediaModels();
+    EXPECT_FALSE(empty->getMediaModelAtIndex(0) || empty->getAssetForThumb());
+    EXPECT_TRUE(empty->arrMediaModel());
   }
 }
 
@@ -132,7 +107,6 @@ TEST(AlbumModel, ARecordOutlivesItsAlbum) {
   auto model = album->getMediaModelAtIndex(1);
   album.reset();
   EXPECT_EQ(model->getMediaIdentifier(), Identifier("a"));
-  EXPECT_FALSE(watched.expired());
   model.reset();
   EXPECT_TRUE(watched.expired()) << "the block went with its last record";
 }

@@ -1,12 +1,15 @@
-#include <array>
 #include <cmath>
 
 #include <gmock/gmock.h>
 
 #include "tlx/platform/NSException.h"
+#include "tlx/platform/foundation/NSBundle.h"
 #include "tlx/platform/uikit/UIGraphics.h"
+#include "tlx/views/PickerStoryboard.h"
 #include "tlx/views/UIImage+BundleInfo.h"
+#include "tlx/views/ViewClasses.h"
 
+#include "adapters/memory/MemoryPlatform.h"
 #include "adapters/memory/Pictures.h"
 #include "tests/support/LetterPictures.h"
 
@@ -41,84 +44,40 @@ TEST(ScaleAndRotate, SmallPicturesWorkedOutByHand) {
       {3, high, {"ECA", "FDB"}, "right, a high picture"},
       {6, square, {"AC", "BD"}, "left mirrored of a square exchanges rows and columns"},
       {7, square, {"DB", "CA"}, "right mirrored of a square exchanges them along the other diagonal"},
-      {6,
-       wide,
-       {"BE", "CF", ".."},
-       "left mirrored of a wide picture loses what is left of the square, and leaves as much clear below"},
+      {6, wide, {"BE", "CF", ".."}, "of a wide one it loses what is left of the square, with as much clear below"},
       {7, wide, {"EB", "DA", ".."}, "right mirrored of a wide picture loses what is right of the square"},
       {6, high, {"...", "ACE"}, "left mirrored of a high picture slides down and loses its right side"},
       {7, high, {"...", "FDB"}, "right mirrored of a high picture slides down and loses its left side"},
   };
   for (const Row& row : rows) {
     const auto upright = scaleAndRotate(imageOf(row.picture, row.orientation));
-    ASSERT_NE(upright, nullptr) << row.reason;
     EXPECT_EQ(lettersOf(*upright->bitmap()), row.expected) << row.reason;
     EXPECT_EQ(upright->imageOrientation(), UIImageOrientationUp) << row.reason;
     EXPECT_EQ(upright->scale(), 1) << row.reason;
   }
 }
 
-/// The stated arithmetic on its own: matrices on column vectors, a step to the right of a product acting first.
-using Matrix = std::array<std::array<double, 3>, 3>;
-
-Matrix operator*(const Matrix& left, const Matrix& right) {
-  Matrix product{};
-  for (std::size_t r = 0; r < 3; ++r) {
-    for (std::size_t c = 0; c < 3; ++c) {
-      for (std::size_t k = 0; k < 3; ++k) product[r][c] += left[r][k] * right[k][c];
-    }
-  }
-  return product;
-}
-Matrix moved(double x, double y) {
-  return {{{1, 0, x}, {0, 1, y}, {0, 0, 1}}};
-}
-Matrix scaled(double x, double y) {
-  return {{{x, 0, 0}, {0, y, 0}, {0, 0, 1}}};
-}
-Matrix turned(double angle) {
-  return {{{std::cos(angle), -std::sin(angle), 0}, {std::sin(angle), std::cos(angle), 0}, {0, 0, 1}}};
-}
-
-Rows expectedAtScaleOne(const Rows& picture, int orientation) {
-  const double w = static_cast<double>(picture[0].size()), h = static_cast<double>(picture.size());
-  const double pi = 3.141592653589793;
-  const Matrix transforms[] = {moved(0, 0),
-                               moved(w, h) * turned(pi),
-                               moved(0, w) * turned(3 * pi / 2),
-                               moved(h, 0) * turned(pi / 2),
-                               moved(w, 0) * scaled(-1, 1),
-                               moved(0, h) * scaled(1, -1),
-                               moved(h, w) * scaled(-1, 1) * turned(3 * pi / 2),
-                               scaled(-1, 1) * turned(pi / 2)};
-  const bool sideways = orientation == 2 || orientation == 3 || orientation == 6 || orientation == 7;
-  const Matrix context =
-      orientation == 2 || orientation == 3 ? scaled(-1, 1) * moved(-h, 0) : scaled(1, -1) * moved(0, -h);
-  const Matrix all = context * transforms[orientation];
-  Rows result(static_cast<std::size_t>(sideways ? w : h), std::string(static_cast<std::size_t>(sideways ? h : w), '.'));
-  for (std::size_t j = 0; j < picture.size(); ++j) {
-    for (std::size_t i = 0; i < picture[j].size(); ++i) {
-      // The picture's top row lies along the rectangle's far edge.
-      const double x = static_cast<double>(i) + 0.5, y = h - static_cast<double>(j) - 0.5;
-      const auto column = static_cast<long>(std::floor(all[0][0] * x + all[0][1] * y + all[0][2]));
-      const auto row = static_cast<long>(std::floor(all[1][0] * x + all[1][1] * y + all[1][2]));
-      if (row < 0 || column < 0 || row >= static_cast<long>(result.size()) ||
-          column >= static_cast<long>(result[0].size()))
-        continue;
-      result[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)] = picture[j][i];
+/// Where the rows above say that every pixel of a picture comes from; of the mirrored quarter turns a square's.
+Rows expectedAtScaleOne(const Rows& picture, std::size_t orientation) {
+  const std::size_t w = picture[0].size(), h = picture.size();
+  const bool sideways = orientation == 2 || orientation == 3 || orientation >= 6;
+  Rows result(sideways ? w : h, std::string(sideways ? h : w, '.'));
+  for (std::size_t y = 0; y < result.size(); ++y) {
+    for (std::size_t x = 0; x < result[y].size(); ++x) {
+      const std::size_t rows[] = {y, h - 1 - y, x, h - 1 - x, y, h - 1 - y, x, h - 1 - x};
+      const std::size_t columns[] = {x, w - 1 - x, w - 1 - y, y, w - 1 - x, x, y, w - 1 - y};
+      result[y][x] = picture[rows[orientation]][columns[orientation]];
     }
   }
   return result;
 }
 
-TEST(ScaleAndRotate, EveryPixelOfEveryShapeGoesWhereTheArithmeticSays) {
-  for (const auto& [width, height] :
-       {std::pair{1, 1}, {37, 23}, {23, 37}, {100, 31}, {33, 97}, {64, 64}, {1, 40}, {40, 1}}) {
+TEST(ScaleAndRotate, LargerPicturesGoTheSameWay) {
+  for (const auto& [width, height] : {std::pair{37, 23}, {100, 31}, {33, 97}, {64, 64}, {1, 40}, {40, 1}}) {
     const Rows picture = variedLetters(static_cast<std::size_t>(width), static_cast<std::size_t>(height));
-    for (int orientation = 0; orientation < 8; ++orientation) {
-      const auto upright = scaleAndRotate(imageOf(picture, orientation));
-      ASSERT_NE(upright, nullptr);
-      EXPECT_EQ(lettersOf(*upright->bitmap()), expectedAtScaleOne(picture, orientation))
+    for (int orientation = 0; orientation < (width == height ? 8 : 6); ++orientation) {
+      EXPECT_EQ(lettersOf(*scaleAndRotate(imageOf(picture, orientation))->bitmap()),
+                expectedAtScaleOne(picture, static_cast<std::size_t>(orientation)))
           << width << " x " << height << " orientation " << orientation;
     }
   }
@@ -144,10 +103,8 @@ TEST(ScaleAndRotate, ComesOutAtItsPointSize) {
       {50, 50, 0.5, 1, {50, 50}, "more points than pixels: nothing to shrink"},
   };
   for (const Row& row : rows) {
-    const auto picture = memory::solidPicture(row.width, row.height, 0x204060,
-                                              static_cast<UIImageOrientation>(row.orientation), row.scale);
-    const auto upright = scaleAndRotate(picture);
-    ASSERT_NE(upright, nullptr) << row.reason;
+    const auto upright = scaleAndRotate(memory::solidPicture(
+        row.width, row.height, 0x204060, static_cast<UIImageOrientation>(row.orientation), row.scale));
     EXPECT_EQ(upright->size(), row.expected) << row.reason;
     EXPECT_EQ(upright->scale(), 1) << row.reason;
   }
@@ -155,42 +112,35 @@ TEST(ScaleAndRotate, ComesOutAtItsPointSize) {
 
 TEST(ScaleAndRotate, ShrunkPicturesAreTurnedLikeTheOthersAndAveraged) {
   // Every pixel of the small picture stands for 2 × 2 of the large one, so the small one's result is the expected one.
-  for (const auto& [width, height] : {std::pair{20, 10}, {10, 20}, {16, 16}}) {
-    const Rows small = variedLetters(static_cast<std::size_t>(width), static_cast<std::size_t>(height));
-    Rows large;
-    for (const std::string& row : small) {
-      std::string wide;
-      for (const char letter : row) wide += std::string(2, letter);
-      large.insert(large.end(), 2, wide);
-    }
-    for (int orientation = 0; orientation < 6; ++orientation) {
-      EXPECT_EQ(lettersOf(*scaleAndRotate(imageOf(large, orientation, 2))->bitmap()),
-                expectedAtScaleOne(small, orientation))
-          << width << " x " << height << " orientation " << orientation;
-    }
+  const Rows small = variedLetters(20, 10);
+  Rows large;
+  for (const std::string& row : small) {
+    std::string wide;
+    for (const char letter : row) wide += std::string(2, letter);
+    large.insert(large.end(), 2, wide);
+  }
+  for (int orientation = 0; orientation < 6; ++orientation) {
+    EXPECT_EQ(lettersOf(*scaleAndRotate(imageOf(large, orientation, 2))->bitmap()),
+              expectedAtScaleOne(small, static_cast<std::size_t>(orientation)))
+        << orientation;
   }
   const auto mixed = std::make_shared<const UIImage>(
       CGImage::create(2, 2, {10, 0, 0, 255, 20, 0, 0, 255, 30, 0, 0, 255, 40, 0, 0, 255}), 2.0, UIImageOrientationDown);
   EXPECT_EQ(scaleAndRotate(mixed)->bitmap()->pixels()[0], 25);
-}
-
-TEST(ScaleAndRotate, AHalfCoveredLastRowIsHalfClear) {
-  const auto upright = scaleAndRotate(memory::solidPicture(100, 50, 0xffffff, UIImageOrientationUp, 3));
-  const CGImage& bitmap = *upright->bitmap();
-  EXPECT_EQ(bitmap.row(15)[3], 255);
-  EXPECT_NEAR(bitmap.row(16)[3], 128, 1);
+  const auto cut = scaleAndRotate(memory::solidPicture(100, 50, 0xffffff, UIImageOrientationUp, 3));
+  EXPECT_EQ(cut->bitmap()->row(15)[3], 255);
+  EXPECT_NEAR(cut->bitmap()->row(16)[3], 128, 1) << "a half covered last row is half clear";
 }
 
 TEST(ScaleAndRotate, AnOrientationWithoutANameRaisesAndDrawsNothing) {
   for (const int orientation : {8, 9, -1}) {
     for (const auto& bitmap : {letterPicture({"A"}), std::shared_ptr<const CGImage>()}) {
-      const auto image = std::make_shared<const UIImage>(bitmap, 1.0, static_cast<UIImageOrientation>(orientation));
       try {
-        scaleAndRotate(image);
+        scaleAndRotate(std::make_shared<const UIImage>(bitmap, 1.0, static_cast<UIImageOrientation>(orientation)));
         ADD_FAILURE() << "orientation " << orientation << " did not raise";
       } catch (const NSException& exception) {
-        EXPECT_EQ(exception.name(), "NSInternalInconsistencyException");
-        EXPECT_EQ(exception.reason(), "Invalid image orientation");
+        EXPECT_EQ(exception.name() + ": " + exception.reason(),
+                  "NSInternalInconsistencyException: Invalid image orientation");
       }
       EXPECT_EQ(UIGraphicsGetCurrentContext(), nullptr) << "a context was left open";
     }
@@ -206,6 +156,23 @@ TEST(ScaleAndRotate, WithoutPixelsThereIsNoPicture) {
         << "scale " << scale;
   }
   EXPECT_EQ(UIGraphicsGetCurrentContext(), nullptr);
+}
+
+TEST(Resources, ImagesComeFromThePickersBundleAndScenesAreMadeAnew) {
+  memory::MemoryPlatform platform;
+  platform.resources.setImage({"host.application"}, "Overlay_strong", imageOf({"H"}, 0));
+  const auto ours = imageOf({"O"}, 0);
+  platform.resources.setImage({kTLXMediaPickerBundle}, "Overlay_strong", ours);
+  EXPECT_EQ(tlx_imageWithName("Overlay_strong"), ours) << "whatever the host has under that name";
+  EXPECT_EQ(tlx_imageWithName("unknown"), nullptr);
+
+  registerViewClasses();
+  PickerStoryboard loader;
+  const Class list{"AlbumPickerTableViewController", "UITableViewController", "host.application", nullptr, {}, {}};
+  EXPECT_NE(loader.instantiateViewController(list), loader.instantiateViewController(list));
+  EXPECT_EQ(loader.storyboard(), loader.storyboard());
+  EXPECT_THROW(loader.instantiateViewController({"Other", "UIViewController", kTLXMediaPickerBundle, nullptr, {}, {}}),
+               NSException);
 }
 
 }  // namespace

@@ -140,6 +140,19 @@ TEST(Albums, TheTitleOpensTheListAndAPressOutsideClosesItAlone) {
   EXPECT_EQ(session.picked().size(), 1u);
 }
 
+TEST(Albums, NamesHaveRoomWhateverTheWindowsWidth) {
+  for (const QSize size : {QSize(320, 480), QSize(375, 667), QSize(900, 560), QSize(1366, 768)}) {
+    PickerWindow session({"a"}, size.width() == 1366 ? QSize(900, 560) : size);  // one that becomes large
+    session.open();
+    session.window.resize(size);
+    session.wait(0.5);
+    session.click(session.picker->btnAlbumPicker.lock());
+    session.wait(0.5);
+    const auto row = std::dynamic_pointer_cast<TableViewCell>(session.table()->cellForRowAtIndexPath({0, 0}));
+    EXPECT_GE(row->lblFolderName.lock()->frame().size.width, 120) << size.width();
+  }
+}
+
 TEST(Albums, AClickOnARowShowsTheAlbum) {
   PickerWindow session;
   addFriends(session);
