@@ -26,7 +26,7 @@ class Destination {
   virtual void networkChanged() {}
 };
 
-/// Where flags come from a read of the kernel alone.
+/// A destination whose flags are read from the kernel each time, with nothing to resolve.
 class ReadDestination final : public Destination {
  public:
   using Read = std::function<std::optional<SCNetworkReachabilityFlags>()>;
@@ -43,9 +43,9 @@ using Resolve = std::function<std::vector<sockaddr_storage>(const std::string& h
 std::vector<sockaddr_storage> resolveWithSystem(const std::string& hostName);
 
 /// A host by its name, resolved on a thread of its own: at first, and after each change of the network. Its flags are 0
-/// until there is an answer, then those of the first of its addresses that can be reached; they count until there are
-/// others. Without an answer it is asked again after one second, two, four, up to a minute, for a route is often there
-/// before the resolver knows.
+/// until there is an answer, then those of the first of its addresses that can be reached; the addresses count until
+/// others are found. Without an answer it is asked again after one second, two, four, up to a minute, for a route is
+/// often there before the resolver knows.
 ///
 /// Nobody waits for the thread, since a resolver may take half a minute: it ends by itself when the destination is
 /// gone, and touches nothing but what it shares.

@@ -16,7 +16,7 @@ struct Link {
   unsigned flags = 0;  ///< IFF_…
   unsigned type = 0;   ///< ARPHRD_…
 
-  /// Packets get out of it. A link that is up but has no carrier keeps its routes, hence the question.
+  /// Whether packets get out of it. Routes do not tell: a link that is up but has lost its carrier keeps them.
   bool carries() const;
   bool isPointToPoint() const;
   /// Neighbours can be found on it without a router.

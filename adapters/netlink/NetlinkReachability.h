@@ -14,8 +14,8 @@ class NetworkWatch;
 /// Network reachability as the kernel knows it: its links and routes, read afresh each time, without a daemon. "::"
 /// stands for the default route of IPv6 alone. Any thread. Targets may outlive it.
 ///
-/// Changes are noticed within a tenth of a second. Whoever follows a target hears of flags that differ from those
-/// before, never of flags that could not be read.
+/// Changes are noticed within a tenth of a second. Whoever follows a target is told flags that differ from those
+/// told before, and nothing while flags cannot be read.
 class NetlinkReachability final : public ReachabilityPort {
  public:
   /// `sysfs` is where the kinds of links are told.

@@ -15,7 +15,7 @@ class NetlinkTarget::Following final : public NetworkFollower, public std::enabl
   const Destination& destination() const { return *destination_; }
 
   void setCallback(Callback callback) {
-    // What the former one holds goes after the lock.
+    // The former callback is destroyed after the lock is released, as `callback`.
     std::lock_guard lock(mutex_);
     callback_.swap(callback);
   }

@@ -24,6 +24,29 @@ inline Names namesOf(const MediaList& list) {
   return names;
 }
 
+/// An album of that name of photos, the first one newest; names that begin with "v" are videos.
+inline void addCameraRoll(memory::MemoryPhotoLibrary& library, const Names& items) {
+  library.edit([&](memory::LibraryContents& contents) {
+    double age = 0;
+    std::vector<PHAsset> assets;
+    for (const auto& item : items) {
+      age += 1;
+      assets.push_back(item.front() == 'v' ? memory::video(item, -age) : memory::photo(item, -age));
+    }
+    contents.addSmartAlbum("Camera Roll", assets);
+  });
+}
+
+/// The first view of that class below another, depth first.
+template <class View>
+std::shared_ptr<View> findBelow(UIView& above) {
+  for (const auto& view : above.subviews()) {
+    if (auto wanted = std::dynamic_pointer_cast<View>(view)) return wanted;
+    if (auto wanted = findBelow<View>(*view)) return wanted;
+  }
+  return nullptr;
+}
+
 /// A host that writes down what it hears and answers what a test tells it to.
 class PickerHost : public TLXMediaPickerControllerDelegate {
  public:
@@ -73,18 +96,8 @@ class PickerHost : public TLXMediaPickerControllerDelegate {
 ///     EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c"}));
 class PickerSession {
  public:
-  /// A camera roll of photos, the first one newest; names that begin with "v" are videos.
-  explicit PickerSession(const Names& items = {"a", "b", "c"}) {
-    platform.library.edit([&](memory::LibraryContents& contents) {
-      double age = 0;
-      std::vector<PHAsset> assets;
-      for (const auto& item : items) {
-        age += 1;
-        assets.push_back(item.front() == 'v' ? memory::video(item, -age) : memory::photo(item, -age));
-      }
-      contents.addSmartAlbum("Camera Roll", assets);
-    });
-  }
+  /// A camera roll of these items.
+  explicit PickerSession(const Names& items = {"a", "b", "c"}) { addCameraRoll(platform.library, items); }
 
   memory::MemoryPlatform platform;
   PickerHost host{platform.messageLog};
@@ -134,7 +147,7 @@ class PickerSession {
   }
   bool pressDone() { return picker->btnDone.lock()->press(); }
 
-  std::shared_ptr<TLXDownloadProgress> panel() { return find<TLXDownloadProgress>(*picker->view()); }
+  std::shared_ptr<TLXDownloadProgress> panel() { return findBelow<TLXDownloadProgress>(*picker->view()); }
   bool overlayIsShown() { return !panel()->superview()->isHidden(); }
   std::string percent() { return panel()->lblDownloadProgress.lock()->text(); }
 
@@ -183,16 +196,6 @@ class PickerSession {
     script.progress = std::move(progress);
     script.seconds = seconds;
     return script;
-  }
-
- private:
-  template <class View>
-  static std::shared_ptr<View> find(UIView& below) {
-    for (const auto& view : below.subviews()) {
-      if (auto wanted = std::dynamic_pointer_cast<View>(view)) return wanted;
-      if (auto wanted = find<View>(*view)) return wanted;
-    }
-    return nullptr;
   }
 };
 

@@ -15,7 +15,7 @@ namespace {
 /// A review needs no more pixels than a screen has.
 constexpr int kReviewSide = 2048;
 
-/// The photo as it is to be seen.
+/// The photo turned upright, as it is to be seen.
 QImage upright(const UIImage& photo) {
   QImage image = toQImage(photo);
   if (std::max(image.width(), image.height()) > kReviewSide) {
@@ -140,7 +140,7 @@ void CaptureModel::retake() {
 void CaptureModel::use() {
   if (stage_ != Reviewing) return;
   setStage(Saving);
-  // In a turn of its own: whoever takes it may take this screen away.
+  // In a later turn of the event loop: whoever is handed it may destroy this screen.
   UIImagePickerControllerInfo info{photo_ ? kUTTypeImage : kUTTypeMovie, photo_, recording_};
   QMetaObject::invokeMethod(
       this,
@@ -176,7 +176,7 @@ void CaptureModel::previewChanged() {
 void CaptureModel::devicesChanged() {
   if (!session_) return;
   devices_ = session_->devices();
-  // What was missing has been plugged in.
+  // A camera that was missing has been plugged in.
   if (stage_ == Failed && failure_ == CameraErrorNoDevice && !devices_.empty()) open({});
   Q_EMIT changed();
 }
@@ -204,7 +204,7 @@ void CaptureModel::recordingEnded(const std::optional<AVRecording>& recording, c
 void CaptureModel::failed(const NSError& error) {
   failure_ = error.code;
   sees_ = false;
-  // What was taken before can still be kept.
+  // A photo or video that was taken before the failure can still be kept.
   if (stage_ == Reviewing || stage_ == Saving) return;
   setStage(Failed, wordsFor(error));
 }

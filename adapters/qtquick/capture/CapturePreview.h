@@ -14,9 +14,9 @@ namespace tlx::qtquick {
 class CapturePreview : public QQuickItem {
   Q_OBJECT
   QML_ELEMENT
-  /// As in a looking glass.
+  /// Left and right exchanged, as in a mirror: how people expect to see themselves.
   Q_PROPERTY(bool mirrored READ isMirrored WRITE setMirrored NOTIFY mirroredChanged)
-  /// Where the picture stands in the item.
+  /// The rectangle of the item that the picture fills.
   Q_PROPERTY(QRectF picture READ picture NOTIFY pictureChanged)
 
  public:
@@ -26,7 +26,7 @@ class CapturePreview : public QQuickItem {
   void setMirrored(bool mirrored);
   QRectF picture() const;
 
-  /// Opaque pictures only. Nothing shows nothing.
+  /// Takes opaque pictures only; an absent one leaves the preview empty.
   void show(const std::shared_ptr<const CGImage>& picture);
   void show(QImage picture);
 

@@ -57,7 +57,7 @@ FocusScope {
         Accessible.name: screen.reviewing ? (screen.model.movie ? "Video taken, " + screen.model.elapsed : "Photo taken")
                                           : "Camera picture, " + screen.model.cameraName
     }
-    // The shutter closes and opens.
+    // A short blackening, as of a shutter, tells that a photo was taken.
     Rectangle {
         id: blink
         anchors.fill: preview

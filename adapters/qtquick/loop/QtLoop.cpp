@@ -20,8 +20,8 @@ QEvent::Type stepEvent() {
   return type;
 }
 
-/// Performs steps on the thread that made it, while that thread's event loop runs. Keeps its own queue, because events
-/// for a thread that has ended would wait for ever.
+/// Performs steps on the thread that made it, while that thread's event loop runs. Keeps its own queue, so that it can
+/// be emptied when the thread ends: events posted to an ended thread would keep what they hold for ever.
 class ThreadLoop final : public QObject, public RunLoop {
  public:
   ThreadLoop() { connect(thread(), &QThread::finished, this, &ThreadLoop::close, Qt::DirectConnection); }
@@ -41,7 +41,7 @@ class ThreadLoop final : public QObject, public RunLoop {
     std::lock_guard lock(mutex_);
     open_ = false;
     dropped.swap(steps_);
-    // `dropped` goes after the lock: what the steps hold may come back here.
+    // `dropped` is destroyed after the lock is released: destroying a step may call this loop again.
   }
 
  protected:
@@ -71,7 +71,7 @@ QtMainQueue::QtMainQueue() {
 }
 
 QtMainQueue::~QtMainQueue() {
-  // Steps let go of what they hold on this thread, which may post once more while it goes.
+  // Steps are destroyed on this thread, and what they hold may post once more from its destructor.
   for (;;) {
     std::deque<std::function<void()>> left;
     {
@@ -145,7 +145,7 @@ void QtTimers::cancel(TimerId timer) {
   auto found = entries_.find(timer);
   if (found == entries_.end()) return;
   order_.erase({found->second.due, timer});
-  const auto keep = found->second.fire;  // what the closure holds may cancel timers as it goes
+  const auto keep = found->second.fire;  // destroying the closure may cancel other timers
   entries_.erase(found);
   arm();
 }
@@ -210,10 +210,11 @@ std::shared_ptr<RunLoop> QtRunLoops::current() {
   if (!QAbstractEventDispatcher::instance()) return nullptr;
   std::lock_guard lock(mutex_);
   auto& kept = loops_[std::this_thread::get_id()];
-  // Threads' names are given again: what is kept may be the loop of one that has ended.
+  // The system reuses thread ids: the loop kept under this id may be that of a thread that has ended.
   auto loop = std::static_pointer_cast<ThreadLoop>(kept.lock());
   if (!loop || !loop->isOpen()) {
-    // The last reference may go on any thread; the loop's own thread deletes it, or nobody would.
+    // The last reference may be dropped on any thread. An open loop is deleted on its own thread; one whose thread has
+    // ended is deleted at once, since nobody would serve the request.
     loop = std::shared_ptr<ThreadLoop>(new ThreadLoop, [](ThreadLoop* object) {
       if (object->isOpen()) {
         object->deleteLater();

@@ -39,7 +39,7 @@ class QtMainQueue final : public QObject, public MainQueuePort {
   bool woken_ = false;
 };
 
-/// All timers on one of Qt's, so that those due together fire in the order they were started.
+/// Serves all timers with one QTimer, so that those due together fire in the order they were started.
 class QtTimers final : public QObject, public TimerPort {
   Q_OBJECT
 

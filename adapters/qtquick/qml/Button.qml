@@ -29,7 +29,7 @@ ButtonView {
         }
     }
     Rectangle {
-        // Within what clips its content there is room for a mark only inside.
+        // A button that clips its content would cut a mark drawn around it: there the mark is drawn inside.
         readonly property int outside: button.clip ? -3 : 2
         anchors { fill: parent; margins: -outside }
         radius: (button.cornerRadius > 0 ? button.cornerRadius : button.radius) + outside

@@ -5,9 +5,9 @@ LabelView {
     id: label
     property int alignment: Theme.mirrored ? Text.AlignRight : Text.AlignLeft
     property int lines: 1
-    /// Drawn smaller rather than cut.
+    /// A text that is too long is drawn smaller instead of being cut.
     property bool fits: false
-    /// Its code names one colour, made for a light ground.
+    /// The view names its colour, which is meant for a light ground and must be adapted on a dark one.
     property bool followsGround: false
     color: Theme.text
 

@@ -18,7 +18,7 @@ Flickable {
     Connections {
         target: scroller.view
         function onOffsetChanged() {
-            // What the scroller itself reported comes back too, when the content grows beneath a finger.
+            // An offset that the scroller itself reported may come back, when the content grows beneath a finger.
             if (scroller.dragging || Math.abs(scroller.contentY - scroller.view.offset) < 0.01) return
             scroller.cancelFlick()
             scroller.contentY = scroller.view.offset
@@ -42,7 +42,7 @@ Flickable {
         width: place.width
         height: place.height
         color: "transparent"
-        // Not the accent: a picked photo has a frame of that colour already.
+        // Not in the accent colour, in which the frame of a picked photo is drawn.
         border { width: 3; color: Theme.text }
         Rectangle {
             anchors { fill: parent; margins: 3 }

@@ -27,7 +27,7 @@ QtObject {
     readonly property int barHeight: 61
     readonly property int headerHeight: 62 // of the grid
 
-    /// The same hue, as readable on a dark ground as `ink` is on a light one.
+    /// `ink`'s hue, made light enough to be as readable on a dark ground as `ink` is on a light one.
     function onGround(ink: color): color {
         if (!dark || ink.hslLightness >= 0.5) return ink
         return Qt.hsla(ink.hslHue, ink.hslSaturation * 0.7, 1.1 - ink.hslLightness, ink.a)

@@ -61,7 +61,7 @@ bool Appearance::eventFilter(QObject*, QEvent* event) {
 }
 
 void Appearance::askDesktop() {
-  // Without a bus named there is none to ask, and none is started for it.
+  // Where the environment names no session bus, none is asked, and the bus library may not start one.
   if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) return;
   QDBusConnection bus = QDBusConnection::sessionBus();
   if (!bus.isConnected()) return;

@@ -21,7 +21,7 @@ class Appearance final : public QObject {
   QML_SINGLETON
 
  public:
-  /// With a parent named, so that an engine cannot make one of its own.
+  /// No default parent: without a default constructor the QML engine cannot make an instance of its own.
   explicit Appearance(QObject* parent);
   /// For scenes: the engine's own, which was given to it by `giveTo`.
   static Appearance* create(QQmlEngine* engine, QJSEngine*);

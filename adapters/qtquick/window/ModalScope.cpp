@@ -34,7 +34,7 @@ void ModalScope::follow() {
 void ModalScope::cover() {
   before_ = window()->activeFocusItem();
   for (QQuickItem* item = parentItem(); item && item->parentItem(); item = item->parentItem()) {
-    // What comes later among the children lies above: a question, a page of the program's.
+    // Later children lie above this one and stay enabled: a question, or a page of the program's.
     for (QQuickItem* beside : item->parentItem()->childItems()) {
       if (beside == item) break;
       if (!beside->isEnabled()) continue;

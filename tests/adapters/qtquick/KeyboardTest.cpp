@@ -1,5 +1,3 @@
-#include <QKeySequence>
-
 #include "adapters/qtquick/views/ScrollItem.h"
 #include "adapters/qtquick/window/QtQuestion.h"
 #include "adapters/qtquick/window/QtSignIn.h"
@@ -11,24 +9,15 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-/// The item that the keyboard's mark stands on, as a person sees it; −1 when none is marked.
-std::int64_t markedItem(PickerWindow& session, UIScrollView& scrolled) {
+/// The item or row that the keyboard's mark stands on, as a person sees it; −1 when none is marked.
+template <class Cells>
+std::int64_t markedAmong(const Cells& cells, UIScrollView& scrolled) {
   auto* item = dynamic_cast<qtquick::ScrollItem*>(scrolled.renderer());
   if (!item || item->focusFrame().isEmpty()) return -1;
   const QRectF mark = item->canvas()->mapRectToScene(item->focusFrame());
-  for (const auto& below : scrolled.subviews()) {
-    auto* cell = qtquick::itemForView(below, nullptr);
-    if (!cell || cell->mapRectToScene({0, 0, cell->width(), cell->height()}) != mark) continue;
-    if (auto* grid = dynamic_cast<UICollectionView*>(&scrolled)) {
-      for (const auto& [index, shown] : grid->visibleCells()) {
-        if (shown == below) return index;
-      }
-    }
-    if (auto* table = dynamic_cast<UITableView*>(&scrolled)) {
-      for (const auto& [row, shown] : table->visibleCells()) {
-        if (shown == below) return row;
-      }
-    }
+  for (const auto& [index, shown] : cells) {
+    auto* cell = qtquick::itemForView(shown, nullptr);
+    if (cell && cell->mapRectToScene({0, 0, cell->width(), cell->height()}) == mark) return index;
   }
   return -1;
 }
@@ -36,50 +25,47 @@ std::int64_t markedItem(PickerWindow& session, UIScrollView& scrolled) {
 TEST(Keyboard, MovesAMarkOverTheGridAndPicks) {
   PickerWindow session(PickerWindow::numbered(398));  // four to a row; the last row holds two
   session.open();
-  EXPECT_EQ(markedItem(session, session.grid()), -1);
+  const auto marked = [&] { return markedAmong(session.grid().visibleCells(), session.grid()); };
+  EXPECT_EQ(marked(), -1);
   const struct {
-    Qt::Key key;
+    const char* key;
     std::int64_t item;
     const char* why;
   } rows[] = {
-      {Qt::Key_Down, 0, "the first key shows where one is"},
-      {Qt::Key_Left, 0, "there is nothing before the first"},
-      {Qt::Key_Up, 0, "nor above it"},
-      {Qt::Key_Right, 1, ""},
-      {Qt::Key_Down, 5, ""},
-      {Qt::Key_Down, 9, ""},
-      {Qt::Key_PageDown, 33, "six rows fit"},
-      {Qt::Key_PageUp, 9, ""},
-      {Qt::Key_PageUp, 1, "the same column of the first row"},
-      {Qt::Key_End, 397, ""},
-      {Qt::Key_Right, 397, "there is nothing after the last"},
-      {Qt::Key_Up, 393, ""},
-      {Qt::Key_Right, 394, ""},
-      {Qt::Key_Down, 397, "the last row is reached where it lacks the column"},
-      {Qt::Key_PageDown, 397, ""},
-      {Qt::Key_Home, 0, ""},
+      {"Down", 0, "the first key shows where one is"},
+      {"Left", 0, "there is nothing before the first"},
+      {"Up", 0, "nor above it"},
+      {"Right", 1, ""},
+      {"Down", 5, ""},
+      {"PgDown", 29, "six rows fit"},
+      {"PgUp", 5, ""},
+      {"PgUp", 1, "the same column of the first row"},
+      {"End", 397, ""},
+      {"Right", 397, "there is nothing after the last"},
+      {"Up", 393, ""},
+      {"Right", 394, ""},
+      {"Down", 397, "the last row is reached where it lacks the column"},
+      {"PgDown", 397, ""},
+      {"Home", 0, ""},
   };
   for (const auto& row : rows) {
-    session.press(row.key);
-    EXPECT_EQ(markedItem(session, session.grid()), row.item) << row.key << ' ' << row.why;
+    session.type({row.key});
+    EXPECT_EQ(marked(), row.item) << row.key << ' ' << row.why;
     const QPointF centre = session.centre(session.cell(row.item));
     EXPECT_TRUE(centre.y() > 61 && centre.y() < 667) << row.item << " is scrolled into view";
   }
   EXPECT_EQ(session.grid().contentOffset().y, session.grid().minimumOffsetY()) << "the header comes with the first row";
 
-  session.press(Qt::Key_Right);
-  session.press(Qt::Key_Space);
-  session.press(Qt::Key_Right);
-  session.press(Qt::Key_Return);
+  session.type({"Right", "Space", "Right", "Return"});
   EXPECT_THAT(session.picked(), ElementsAre("p1", "p2"));
   session.press(Qt::Key_Space);
   EXPECT_THAT(session.picked(), ElementsAre("p1"));
 
   session.window.resize(700, 500);
   session.wait(0.3);
-  EXPECT_EQ(markedItem(session, session.grid()), 2) << "the mark follows its cell";
+  EXPECT_EQ(marked(), 2) << "the mark follows its cell";
   session.change([](memory::LibraryContents& contents) { contents.add(memory::photo("new", 0), {"Camera Roll"}); });
-  EXPECT_EQ(markedItem(session, session.grid()), 3) << "and its photo";
+  EXPECT_EQ(marked(), 3) << "and its photo";
   session.press(Qt::Key_Space);
   EXPECT_THAT(session.picked(), ElementsAre("p1", "p2"));
   session.change([](memory::LibraryContents& contents) {
@@ -87,27 +73,9 @@ TEST(Keyboard, MovesAMarkOverTheGridAndPicks) {
     for (int i = 0; i < 398; ++i) gone.push_back("p" + std::to_string(i));
     contents.remove({gone.begin(), gone.end()});
   });
-  EXPECT_EQ(markedItem(session, session.grid()), 0) << "what is left";
+  EXPECT_EQ(marked(), 0) << "what is left";
   session.clickItem(0);
-  EXPECT_EQ(markedItem(session, session.grid()), -1) << "a hand on the mouse needs no mark";
-}
-
-TEST(Keyboard, DoneAndCancelHaveKeysThatGoThroughTheirButtons) {
-  PickerWindow session;
-  session.open();
-  session.log.take();
-  session.press(Qt::Key_Return, Qt::ControlModifier);
-  session.wait(1);
-  EXPECT_THAT(session.log.take(), IsEmpty()) << "nothing is picked, so Done is disabled";
-  session.clickItem(3);
-  session.wait(1);
-  session.press(Qt::Key_Enter, Qt::ControlModifier);
-  session.wait(1);
-  ASSERT_EQ(session.host.deliveries.size(), 1u);
-  EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("d"));
-  session.log.take();
-  session.press(Qt::Key_Escape);
-  EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed"));
+  EXPECT_EQ(marked(), -1) << "a hand on the mouse needs no mark";
 }
 
 TEST(Keyboard, TheAlbumListIsOpenedChosenFromAndLeft) {
@@ -124,12 +92,9 @@ TEST(Keyboard, TheAlbumListIsOpenedChosenFromAndLeft) {
   session.press(Qt::Key_Space);
   session.wait(0.5);
   ASSERT_TRUE(session.sees(session.table()));
-  session.press(Qt::Key_Down);
-  session.press(Qt::Key_Down);
-  session.press(Qt::Key_Down);
-  EXPECT_EQ(markedItem(session, *session.table()), 2);
-  session.press(Qt::Key_Escape);
-  session.wait(0.5);
+  session.type({"Down", "Down", "Down"});
+  EXPECT_EQ(markedAmong(session.table()->visibleCells(), *session.table()), 2);
+  session.type({"Escape"});
   EXPECT_FALSE(session.sees(session.table()));
   EXPECT_EQ(session.title(), "Camera Roll");
   EXPECT_THAT(session.log.take(), IsEmpty()) << "Escape went no further than the list";
@@ -137,18 +102,18 @@ TEST(Keyboard, TheAlbumListIsOpenedChosenFromAndLeft) {
   session.press(Qt::Key_Space);
   session.wait(0.5);
   ASSERT_TRUE(session.sees(session.table())) << "the keyboard is back at the title button";
-  session.press(Qt::Key_End);
-  session.press(Qt::Key_Return);
-  session.press(Qt::Key_Return);
-  session.wait(0.5);
+  session.type({"End", "Return", "Return"});
   EXPECT_EQ(session.title(), "Garden");
   EXPECT_FALSE(session.sees(session.table()));
 }
 
-TEST(Keyboard, BeneathAnythingPresentedKeysDoNothing) {
+TEST(Keyboard, DoneAndCancelHaveKeysThatReachNothingBeneathWhatIsPresented) {
   PickerWindow session({"va", "b", "c"});
   session.script("va", PickerSession::failing());
   session.open();
+  session.log.take();
+  session.press(Qt::Key_Return, Qt::ControlModifier);
+  EXPECT_THAT(session.log.take(), IsEmpty()) << "nothing is picked, so Done is disabled";
   session.clickItem(0);
   session.clickItem(1);
   session.wait(1);
@@ -159,18 +124,18 @@ TEST(Keyboard, BeneathAnythingPresentedKeysDoNothing) {
   EXPECT_THAT(session.log.take(), IsEmpty()) << "the list is open";
   session.press(Qt::Key_Escape);
   session.wait(0.5);
-  session.press(Qt::Key_Return, Qt::ControlModifier);
+  session.press(Qt::Key_Enter, Qt::ControlModifier);
   session.wait(1);
-  ASSERT_THAT(session.choices(), ElementsAre("Continue", "Cancel"));
   session.press(Qt::Key_Return, Qt::ControlModifier);
-  session.press(Qt::Key_Tab);
-  session.press(Qt::Key_Tab);
-  session.press(Qt::Key_Tab);
+  for (int i = 0; i < 3; ++i) session.press(Qt::Key_Tab);
   EXPECT_THAT(session.choices(), ElementsAre("Continue", "Cancel")) << "Tab stays among the question's buttons";
   session.press(Qt::Key_Escape);
   session.wait(1);
   EXPECT_THAT(session.choices(), IsEmpty());
   EXPECT_THAT(session.picked(), IsEmpty()) << "Escape is the question's Cancel";
+  session.log.take();
+  session.press(Qt::Key_Escape);
+  EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed"));
 }
 
 TEST(Keyboard, ADownloadIsCancelledByEscapeAndCoversWhatIsBeneath) {
@@ -200,12 +165,6 @@ TEST(Keyboard, ADownloadIsCancelledByEscapeAndCoversWhatIsBeneath) {
 TEST(Keyboard, AQuestionOfTheHostsIsNotAnsweredByWhatWasBeingTyped) {
   PickerWindow session;
   session.open();
-  int answer = -1;
-  const auto ask = [&] {
-    return std::make_unique<qtquick::QtQuestion>(session.platform->window(), session.platform->engine(),
-                                                 qtquick::QtQuestion::Text{"May it?", "", {{"No", true}, {"Yes"}}},
-                                                 [&](std::size_t choice) { answer = static_cast<int>(choice); });
-  };
   const struct {
     Names keys;
     int answer;
@@ -216,13 +175,11 @@ TEST(Keyboard, AQuestionOfTheHostsIsNotAnsweredByWhatWasBeingTyped) {
               {{"Shift+Backtab", "Return"}, 1, "the last"},
               {{"Escape"}, 0, "what cancels"}};
   for (const auto& row : rows) {
-    answer = -1;
-    const auto question = ask();
-    session.wait(0.5);
-    for (const auto& key : row.keys) {
-      const auto stroke = QKeySequence(QString::fromStdString(key))[0];
-      session.press(stroke.key(), stroke.keyboardModifiers());
-    }
+    int answer = -1;
+    const qtquick::QtQuestion question(session.platform->window(), session.platform->engine(),
+                                       {"May it?", "", {{"No", true}, {"Yes"}}},
+                                       [&](std::size_t choice) { answer = static_cast<int>(choice); });
+    session.type(row.keys);
     EXPECT_EQ(answer, row.answer) << row.why;
   }
   EXPECT_THAT(session.picked(), IsEmpty());
@@ -245,15 +202,9 @@ TEST(Keyboard, ANameAndAPasswordAreTypedAndGivenOrNot) {
                                      [&](const std::optional<qtquick::QtSignIn::Said>& given) {
                                        said = given ? given->user + " " + given->password : "no";
                                      });
-    session.wait(0.5);
-    for (const auto& key : row.keys) {
-      const auto stroke = QKeySequence(QString::fromStdString(key))[0];
-      session.press(stroke.key(), stroke.keyboardModifiers());
-    }
-    session.wait(0.1);
+    session.type(row.keys);
     EXPECT_EQ(said, row.said) << row.why;
   }
-  EXPECT_THAT(session.picked(), IsEmpty());
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <QAnimationDriver>
 #include <QCoreApplication>
 #include <QImage>
+#include <QKeySequence>
 #include <QQuickItem>
 #include <QWheelEvent>
 #include <algorithm>
@@ -51,28 +52,11 @@ void walk(QQuickItem& item, const Visit& visit) {
   for (QQuickItem* child : item.childItems()) walk(*child, visit);
 }
 
-template <class View>
-std::shared_ptr<View> findBelow(UIView& above) {
-  for (const auto& view : above.subviews()) {
-    if (auto wanted = std::dynamic_pointer_cast<View>(view)) return wanted;
-    if (auto wanted = findBelow<View>(*view)) return wanted;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 PickerWindow::PickerWindow(const Names& items, QSize size) {
   AnimationTime::instance();
-  library.edit([&](memory::LibraryContents& contents) {
-    double age = 0;
-    std::vector<PHAsset> assets;
-    for (const auto& item : items) {
-      age += 1;
-      assets.push_back(item.front() == 'v' ? memory::video(item, -age) : memory::photo(item, -age));
-    }
-    contents.addSmartAlbum("Camera Roll", assets);
-  });
+  addCameraRoll(library, items);
   for (const auto& item : items) script(item, {});
   window.resize(size);
   window.show();
@@ -200,6 +184,15 @@ void PickerWindow::wheel(const QPointF& point, int degrees) {
 void PickerWindow::press(Qt::Key key, Qt::KeyboardModifiers modifiers) {
   QTest::keyClick(&window, key, modifiers);
   wait(0.05);
+}
+
+void PickerWindow::type(const Names& keys) {
+  wait(0.5);
+  for (const auto& key : keys) {
+    const auto stroke = QKeySequence(QString::fromStdString(key))[0];
+    press(stroke.key(), stroke.keyboardModifiers());
+  }
+  wait(0.5);
 }
 
 std::vector<QQuickItem*> PickerWindow::alertButtons() {

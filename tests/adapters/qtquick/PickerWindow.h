@@ -63,6 +63,8 @@ class PickerWindow {
   void drag(const QPointF& from, const QPointF& to);
   void wheel(const QPointF& point, int degrees);
   void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+  /// Presses keys by their names ("Shift+Tab") when what is shown has come to rest, and lets it come to rest again.
+  void type(const Names& keys);
   /// Presses an alert's button; fails the test where there is none.
   void choose(const std::string& title);
 
