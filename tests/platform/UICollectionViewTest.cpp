@@ -8,6 +8,7 @@
 
 #include "tlx/platform/uikit/UICollectionView.h"
 #include "tlx/platform/uikit/UIWindow.h"
+#include "tlx/platform/uikit/ViewRendererPort.h"
 
 #include "adapters/memory/MemoryPlatform.h"
 
