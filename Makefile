@@ -37,12 +37,11 @@ asan: packages
 	  $(WITHOUT_DRIVER) ASAN_OPTIONS=detect_stack_use_after_return=1 && \
 	  $(CTEST) -j$(JOBS) -E '^(Cloud)?Window\.' && ASAN_OPTIONS=$$ASAN_OPTIONS:detect_leaks=0 $(CTEST) -R '^(Cloud)?Window\.'
 
-# A captured photo is marked when its picture comes within half a second of its save, which it does not here.
 tsan: packages
 	cmake --preset tsan
 	cmake --build --preset tsan -j$(JOBS)
 	cd build/tsan && TSAN_OPTIONS=ignore_noninstrumented_modules=1:suppressions=$(CURDIR)/tests/support/tsan.supp $(WITHOUT_DRIVER) \
-	  $(CTEST) -j$(JOBS) -E '^Capture\.TakesAPhotoAndAVideo'
+	  $(CTEST) -j$(JOBS)
 
 tidy: packages
 	cmake --preset tidy

@@ -77,6 +77,7 @@ PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, Syst
       record_(options_.configFolder + "/access", options_.host),
       ledger_(std::make_shared<FetchLedger>()),
       decision_(PHAuthorizationStatusNotDetermined),
+      news_(std::make_shared<HeldNews>([this] { thread_.post([this] { deliver(catalogue_->snapshot()); }); })),
       catalogue_(std::make_unique<Catalogue>(std::move(source), options_.cacheFolder, log, ledger_,
                                              [this](const auto& snapshot) { announce(snapshot); })) {
   if (!options_.preauthorised) {
@@ -138,6 +139,7 @@ PhotoLibrary::~PhotoLibrary() {
 void PhotoLibrary::stop() {
   accessWatch_.reset();
   withdrawQuestion();
+  news_->close();
   saver_.stop();
   // The other two threads use each other: the one that calls out ends first, and the other's last words go nowhere.
   thread_.stop();
@@ -282,7 +284,7 @@ void PhotoLibrary::deliver(const std::shared_ptr<const Snapshot>& snapshot) {
   {
     std::lock_guard lock(mutex_);
     if (snapshot->generation() <= told_ || decision_ != PHAuthorizationStatusAuthorized) return;
-    if (SerialThread::Clock::now() < newsNotBefore_) return;  // it is told when the wait is over
+    if (news_->isHeld()) return;  // the newest state is delivered when the hold ends
   }
   tell(std::make_shared<LibraryChange>(snapshot, ledger_), snapshot->generation());
 }

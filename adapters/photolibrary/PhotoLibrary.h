@@ -16,6 +16,7 @@
 #include "adapters/photolibrary/access/PhotoConsent.h"
 #include "adapters/photolibrary/base/SerialThread.h"
 #include "adapters/photolibrary/catalogue/Catalogue.h"
+#include "adapters/photolibrary/catalogue/HeldNews.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {
@@ -107,8 +108,8 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::shared_ptr<const PHFetchResult<PHAsset>> fetchAssetsWithLocalIdentifiers(
       const std::vector<Identifier>& identifiers) override;
   void setChangeHandler(ChangeHandler handler) override;
-  /// What is made goes into the folder "Camera" below the first root that takes files. Word of it waits half a second,
-  /// so that whoever saved has asked for the picture by then.
+  /// What is made goes into the folder "Camera" below the first root that takes files. Whoever saves a photo and does
+  /// not ask for its picture within ten seconds hears of the change then.
   void performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) override;
 
   // ItemStore.
@@ -116,6 +117,9 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::variant<Original, NSError> fetchOriginal(const Identifier& identifier, const FetchOptions& options) override;
   std::variant<Preview, NSError> fetchPreview(const Identifier& identifier, int pixels,
                                               const std::stop_token& stop) override;
+  std::shared_ptr<const void> beginRequest(const Identifier& identifier) override {
+    return news_->beginRequest(identifier);
+  }
 
  private:
   struct Asking;
@@ -131,7 +135,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   void recordTouched();
   void tellOfAccess(PHAuthorizationStatus before, const std::vector<AuthorizationHandler>& waiting);
   std::optional<NSError> saveAll(const std::vector<PHAssetCreation>& creations);
-  void holdNews(bool hold);
+  void expectRequests(const std::vector<PHAssetCreation>& creations);
 
   const Options options_;
   SystemLogPort& log_;
@@ -149,8 +153,7 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   std::uint64_t fetched_ = 0;  ///< the generation of the newest snapshot that a fetch was answered from
   std::uint64_t told_ = 0;     ///< the generation that the handler knows of
 
-  SerialThread::Clock::time_point newsNotBefore_;
-
+  const std::shared_ptr<HeldNews> news_;
   SerialThread thread_;
   SerialThread saver_;  ///< writes files, waits for them to be known
   std::unique_ptr<Catalogue> catalogue_;

@@ -10,8 +10,9 @@
 namespace tlx::photolibrary {
 namespace {
 
-/// Whoever saved something wants to have it in hand, picture and all, when they hear that the library has changed.
-constexpr std::chrono::milliseconds kNewsWaits{500};
+/// How long word of a saved photo waits for a request for its picture from somebody who never makes one. A main thread
+/// that is busy for longer than this has worse troubles.
+constexpr std::chrono::seconds kAskedForBy{10};
 
 /// Where nobody can tell whether a file is still being written, the library waits for a while before it shows it.
 constexpr std::chrono::seconds kShownBy{5};
@@ -37,11 +38,14 @@ void PhotoLibrary::performChanges(std::vector<PHAssetCreation> creations, Change
     return;
   }
   saver_.post([this, creations = std::move(creations), completion = std::move(completion)] {
-    holdNews(true);
+    news_->beginSave();
     auto error = saveAll(creations);
+    if (!error) expectRequests(creations);
     // A program that is ending gets no answer; what was saved stays.
-    thread_.post([completion, error = std::move(error)] { completion(!error, error); });
-    holdNews(false);
+    thread_.post([this, completion, error = std::move(error)] {
+      completion(!error, error);
+      news_->endSave();
+    });
   });
 }
 
@@ -83,13 +87,16 @@ std::optional<NSError> PhotoLibrary::saveAll(const std::vector<PHAssetCreation>&
   return std::nullopt;
 }
 
-void PhotoLibrary::holdNews(bool hold) {
-  const auto until = hold ? SerialThread::Clock::time_point::max() : SerialThread::Clock::now() + kNewsWaits;
-  {
-    std::lock_guard lock(mutex_);
-    newsNotBefore_ = until;
+/// Before the completion is called: it may ask at once. A video is in the saver's hand when the completion has
+/// returned.
+void PhotoLibrary::expectRequests(const std::vector<PHAssetCreation>& creations) {
+  std::vector<Identifier> photos;
+  for (const PHAssetCreation& creation : creations) {
+    if (creation.image) photos.push_back(creation.placeholder->localIdentifier());
   }
-  if (!hold) thread_.postAt(until, [this] { deliver(catalogue_->snapshot()); });
+  news_->expectRequests(photos);
+  thread_.postAt(SerialThread::Clock::now() + kAskedForBy,
+                 [news = news_, photos = std::move(photos)] { news->stopExpecting(photos); });
 }
 
 }  // namespace tlx::photolibrary

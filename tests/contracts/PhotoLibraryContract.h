@@ -34,6 +34,9 @@ class PhotoLibraryWorld : public ContractWorld {
   /// A video, such as a camera leaves behind, that says nothing of when it was taken.
   virtual AVRecording recording() = 0;
 
+  /// Asks for a saved photo's picture, as whoever saved it does, and has the answer.
+  virtual void askForPicture(const Identifier& item) = 0;
+
   /// Somebody sets the access like this, and from now on it stands so. False when the library knows no such state.
   virtual bool setAccess(PHAuthorizationStatus status) = 0;
   /// What the person will answer when asked.
@@ -372,6 +375,7 @@ TEST_P(PhotoLibraryContract, SavesWhatWasCapturedAndTellsOfIt) {
   EXPECT_THAT(dates(made), testing::ElementsAre(5000, 6000));
   EXPECT_EQ(made->objectAtIndex(0)->mediaType, PHAssetMediaTypeImage);
   EXPECT_EQ(made->objectAtIndex(1)->mediaType, PHAssetMediaTypeVideo);
+  world_->askForPicture(photo.placeholder->localIdentifier());
   ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(roll) != nullptr; }));
   EXPECT_THAT(dates(changes.detailsFor(roll)->fetchResultAfterChanges), testing::ElementsAre(6000, 5000, 1000));
 

@@ -93,6 +93,7 @@ PHImageRequestID ImageManager::requestImage(const std::shared_ptr<const PHAsset>
   request->key = request->asked;
   request->key.target = pixelTarget(targetSize, options);
   request->options = options;
+  request->begun = items_.beginRequest(request->asked.identifier);
   {
     const std::lock_guard lock(mutex_);
     request->number = ++lastNumber_;
@@ -166,6 +167,7 @@ void ImageManager::cancelImageRequest(PHImageRequestID id) {
   }
   withdraw(*request, {RequestQueue::Preview, RequestQueue::Picture, RequestQueue::Behind});
   request->imageHandler.reset();
+  request->begun.reset();
 }
 
 void ImageManager::abandonUnwanted(const Request& request) {
@@ -416,6 +418,7 @@ void ImageManager::deliver(RequestRef request, Answer answer, bool final) {
       take(request->id);
     }
     if (handler && *handler) (*handler)(answer.image, answer.info);
+    if (final) request->begun.reset();
   });
 }
 

@@ -67,6 +67,13 @@ class ItemStore {
     return noPreview();
   }
 
+  /// Told, on any thread, that somebody asks for the item's picture. What is answered is let go once the request has
+  /// had its last answer or was cancelled; it may outlive the store.
+  virtual std::shared_ptr<const void> beginRequest(const Identifier& identifier) {
+    (void)identifier;
+    return nullptr;
+  }
+
  protected:
   static NSError noPreview() {
     return {kPhotoLibraryErrorDomain, PhotoLibraryErrorNotFound, "There is no preview of this item."};

@@ -31,6 +31,7 @@ class MemoryLibraryWorld final : public PhotoLibraryWorld {
     });
   }
   AVRecording recording() override { return {"/captures/1.mp4", {}, 3, nullptr}; }
+  void askForPicture(const Identifier&) override {}
   bool setAccess(PHAuthorizationStatus status) override {
     platform_.library.changeAccess(status);
     return true;

@@ -65,9 +65,14 @@ class PhotoLibraryPort {
   virtual void setChangeHandler(ChangeHandler handler) = 0;
 
   /// Main thread; returns at once. Makes the assets, all or none, without touching what is there, and answers once, on
-  /// any thread. On success fetches on the main thread find them by their placeholders' identifiers from then on; word
-  /// of the change follows. A request without an image or a video fails. This one answers within the call: a library
-  /// that takes nothing in.
+  /// any thread. On success fetches on the main thread find them by their placeholders' identifiers from then on.
+  ///
+  /// Word of the change, and of whatever else happens meanwhile, comes when whoever saved has their items in hand:
+  /// after the completion has returned, and so behind what it posts to the main queue; and, where the library itself
+  /// makes the pictures, after the requests for a new photo's picture have been answered and their handlers have
+  /// returned. A photo that nobody asks for keeps it waiting for a bounded time only.
+  ///
+  /// A request without an image or a video fails. This one answers within the call: a library that takes nothing in.
   virtual void performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) {
     completion(false, NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorUnsupported, "The library takes nothing in."});
   }

@@ -61,6 +61,7 @@ class FilesLibraryWorld final : public PhotoLibraryWorld {
     folder_.put("../capture", photolibrary::test::sampleVideo());
     return {(folder_.pictures() / "../capture").string(), {}, 1, nullptr};
   }
+  void askForPicture(const Identifier& item) override { library_->beginRequest(item); }
   bool setAccess(PHAuthorizationStatus status) override {
     if (status == PHAuthorizationStatusRestricted) return false;
     if (status == PHAuthorizationStatusNotDetermined) {

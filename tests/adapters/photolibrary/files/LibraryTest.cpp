@@ -1,6 +1,8 @@
 // What a library on real folders shows: which files, in which albums, in which order, with which dates.
 
+#include <atomic>
 #include <filesystem>
+#include <future>
 #include <utility>
 
 #include <fcntl.h>
@@ -237,6 +239,34 @@ TEST_F(FilesLibrary, SeveralRootsAreOneLibrary) {
   EXPECT_EQ(library.authorizationStatus(), PHAuthorizationStatusAuthorized);
   EXPECT_THAT(namesIn(library, "Camera Roll"), ElementsAre("third.jpg", "second.jpg", "first.jpg"));
   EXPECT_THAT(titles(library), ElementsAre("Videos", "in", ".inner"));
+}
+
+TEST_F(FilesLibrary, WordOfASaveWaitsForWhoeverAsksForItsPicture) {
+  PhotoLibrary& library = open();
+  std::atomic<int> changes = 0;
+  library.setChangeHandler([&](const auto&) {
+    ++changes;
+    changes.notify_all();
+  });
+  const PHAssetCreation photo{std::make_shared<UIImage>(CGImage::create(4, 3, std::vector<std::uint8_t>(48, 200))),
+                              {},
+                              {},
+                              std::make_shared<PHObjectPlaceholder>()};
+  std::promise<std::shared_ptr<const void>> asked;
+  library.performChanges(
+      {photo}, [&](bool, const auto&) { asked.set_value(library.beginRequest(photo.placeholder->localIdentifier())); });
+  auto request = asked.get_future().get();
+  ASSERT_TRUE(request);
+  folder_.putPhoto("meanwhile.jpg", 1000);
+  look();
+  std::promise<void> allToldBefore;
+  library.requestAuthorization([&](PHAuthorizationStatus) { allToldBefore.set_value(); });
+  allToldBefore.get_future().wait();
+  EXPECT_EQ(changes, 0);
+  request.reset();
+  changes.wait(0);
+  EXPECT_FALSE(library.beginRequest(photo.placeholder->localIdentifier())) << "later requests hold nothing back";
+  library.setChangeHandler(nullptr);
 }
 
 TEST_F(FilesLibrary, LocatesItsItems) {
