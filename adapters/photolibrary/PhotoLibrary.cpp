@@ -13,8 +13,10 @@
 namespace tlx::photolibrary {
 namespace {
 
-std::unique_ptr<Source> folderSource(const std::vector<std::string>& roots, SystemLogPort& log) {
-  return std::make_unique<FolderSource>(roots.empty() ? defaultRoots() : roots, log);
+std::unique_ptr<Source> folderSource(const PhotoLibrary::Options& options, SystemLogPort& log) {
+  return std::make_unique<FolderSource>(
+      options.roots.empty() ? defaultRoots() : options.roots, log,
+      options.followLinksAnywhere ? FolderSource::Links::Anywhere : FolderSource::Links::WithinRoots);
 }
 
 PhotoLibrary::Options withDefaults(PhotoLibrary::Options options) {
@@ -69,7 +71,7 @@ struct PhotoLibrary::Asking : std::enable_shared_from_this<Asking> {
 };
 
 PhotoLibrary::PhotoLibrary(const Options& options, SystemLogPort& log)
-    : PhotoLibrary(options, folderSource(options.roots, log), log) {}
+    : PhotoLibrary(options, folderSource(options, log), log) {}
 
 PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log)
     : options_(withDefaults(std::move(options))),

@@ -43,11 +43,12 @@ namespace tlx::photolibrary {
 class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
  public:
   struct Options {
-    std::vector<std::string> roots;   ///< folders; empty for the XDG pictures and videos folders
-    std::string host;                 ///< the program on whose behalf access is asked and remembered
-    bool preauthorised = false;       ///< the person named the folders: nobody need be asked, nothing is remembered
-    PhotoConsent* consent = nullptr;  ///< unretained: outlives the library; without one, asking is refused
-    std::string cacheFolder;          ///< for the index; empty for tlx-media-picker in the XDG cache folder
+    std::vector<std::string> roots;    ///< folders; empty for the XDG pictures and videos folders
+    bool followLinksAnywhere = false;  ///< symbolic links, also where they lead out of the roots
+    std::string host;                  ///< the program on whose behalf access is asked and remembered
+    bool preauthorised = false;        ///< the person named the folders: nobody need be asked, nothing is remembered
+    PhotoConsent* consent = nullptr;   ///< unretained: outlives the library; without one, asking is refused
+    std::string cacheFolder;           ///< for the index; empty for tlx-media-picker in the XDG cache folder
     std::string configFolder;  ///< for the access records; empty for tlx-media-picker in the XDG configuration folder
   };
   /// `log` outlives the library.

@@ -1,8 +1,10 @@
 #include "adapters/photolibrary/base/FileStatus.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <iterator>
 
 #include <fcntl.h>
 #include <sys/statfs.h>
@@ -14,6 +16,35 @@ namespace {
 
 std::int64_t nanoseconds(const struct statx_timestamp& time) {
   return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+/// By their numbers in linux/magic.h and, where that has none, in the kernel's own sources.
+bool isPseudo(std::uint64_t kind) {
+  static constexpr std::uint32_t kKinds[] = {
+      0x00009fa0,  // proc
+      0x62656572,  // sysfs
+      0x64626720,  // debugfs
+      0x74726163,  // tracefs
+      0x73636673,  // securityfs
+      0x62656570,  // configfs
+      0x0027e0eb,  // cgroup
+      0x63677270,  // cgroup 2
+      0x07655821,  // resctrl
+      0xcafe4a11,  // bpf
+      0x42494e4d,  // binfmt_misc
+      0x00001cd1,  // devpts
+      0xde5e81e4,  // efivarfs
+      0x6165676c,  // pstore
+      0x19800202,  // mqueue
+      0x958458f6,  // hugetlbfs
+      0x6e736673,  // namespaces
+      0x65735543,  // FUSE's control
+      0x67596969,  // rpc_pipefs
+      0xf97cff8c,  // SELinux
+      0x43415d53,  // Smack
+      0xabba1974,  // Xen
+  };
+  return std::find(std::begin(kKinds), std::end(kKinds), static_cast<std::uint32_t>(kind)) != std::end(kKinds);
 }
 
 }  // namespace
@@ -36,13 +67,15 @@ std::optional<FileStatus> FileStatusReader::read(int folder, const std::string& 
   status.device = makedev(raw.stx_dev_major, raw.stx_dev_minor);
   status.key.number = raw.stx_ino;
   if (raw.stx_mask & STATX_BTIME) status.key.born = nanoseconds(raw.stx_btime);
-  status.key.fileSystem = fileSystemOf(status.device, folder, name);
+  const FileSystem fileSystem = fileSystemOf(status.device, folder, name);
+  status.key.fileSystem = fileSystem.id;
+  status.pseudo = fileSystem.pseudo;
   status.bytes = static_cast<std::int64_t>(raw.stx_size);
   status.modified = nanoseconds(raw.stx_mtime);
   return status;
 }
 
-std::uint64_t FileStatusReader::fileSystemOf(std::uint64_t device, int folder, const std::string& name) {
+FileStatusReader::FileSystem FileStatusReader::fileSystemOf(std::uint64_t device, int folder, const std::string& name) {
   std::lock_guard lock(mutex_);
   if (const auto known = fileSystems_.find(device); known != fileSystems_.end()) return known->second;
   struct statfs raw;
@@ -53,13 +86,14 @@ std::uint64_t FileStatusReader::fileSystemOf(std::uint64_t device, int folder, c
     const FileDescriptor file(::openat(folder, name.c_str(), O_PATH | O_CLOEXEC));
     result = file ? ::fstatfs(file.get(), &raw) : -1;
   }
-  std::uint64_t id = 0;
-  static_assert(sizeof raw.f_fsid == sizeof id);
-  if (result == 0) std::memcpy(&id, &raw.f_fsid, sizeof id);
+  FileSystem known;
+  static_assert(sizeof raw.f_fsid == sizeof known.id);
+  if (result == 0) std::memcpy(&known.id, &raw.f_fsid, sizeof known.id);
   // Some network and user-space file systems have no id: the device is then all there is.
-  if (id == 0) id = device;
-  if (result == 0) fileSystems_.emplace(device, id);
-  return id;
+  if (known.id == 0) known.id = device;
+  if (result != 0) return known;
+  known.pseudo = isPseudo(static_cast<std::uint64_t>(raw.f_type));
+  return fileSystems_.emplace(device, known).first->second;
 }
 
 FileDescriptor openRegularFile(int folder, const std::string& name, const FileStatus& expected, bool followLink) {

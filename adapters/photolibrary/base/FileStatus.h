@@ -40,9 +40,10 @@ struct FileStatus {
   FileKey key;
   std::int64_t bytes = 0;
   std::int64_t modified = 0;  ///< nanoseconds since 1970 UTC
+  bool pseudo = false;        ///< on a file system that shows the kernel's state and holds nobody's files
 };
 
-/// Asks for the status of files, and remembers each device's file system id. Any thread.
+/// Asks for the status of files, and remembers each device's file system. Any thread.
 class FileStatusReader {
  public:
   /// `name` relative to the open folder, or absolute; empty for the folder itself. Nothing, with errno set, when it
@@ -50,10 +51,14 @@ class FileStatusReader {
   std::optional<FileStatus> read(int folder, const std::string& name, bool followLink);
 
  private:
-  std::uint64_t fileSystemOf(std::uint64_t device, int folder, const std::string& name);
+  struct FileSystem {
+    std::uint64_t id = 0;
+    bool pseudo = false;
+  };
+  FileSystem fileSystemOf(std::uint64_t device, int folder, const std::string& name);
 
   std::mutex mutex_;
-  std::map<std::uint64_t, std::uint64_t> fileSystems_;  ///< by device number
+  std::map<std::uint64_t, FileSystem> fileSystems_;  ///< by device number
 };
 
 /// Opens a regular file for reading and nothing else: never waits for a FIFO, never takes a terminal, leaves the access

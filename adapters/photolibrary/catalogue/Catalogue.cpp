@@ -4,6 +4,8 @@
 #include <chrono>
 #include <utility>
 
+#include "adapters/photolibrary/catalogue/GoneIndexes.h"
+
 namespace tlx::photolibrary {
 namespace {
 
@@ -108,6 +110,8 @@ void Catalogue::work(const std::stop_token& stop) {
       scansDone_ = wanted;
     }
     changed_.notify_all();
+    if (index_ && !std::exchange(swept_, true))
+      removeGoneIndexes(cacheFolder_, index_->path(), std::chrono::system_clock::now());
   }
 }
 

@@ -87,7 +87,8 @@ class Catalogue {
   std::unique_ptr<Index> index_;  ///< the thread's, like what follows
   RejectedFiles rejected_;
   bool complete_ = false;
-  std::vector<bool> readable_;                              ///< by root, when it was last tried
+  bool swept_ = false;          ///< the cache folder, of other libraries' indexes that nobody needs any more
+  std::vector<bool> readable_;  ///< by root, when it was last tried
   std::unordered_map<std::string, Identifier> otherNames_;  ///< paths that lead to a known item too
   bool secondWays_ = false;
   std::set<std::string> told_;  ///< what the log knows of

@@ -1,6 +1,19 @@
 #include "adapters/photolibrary/catalogue/Database.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace tlx::photolibrary {
+namespace {
+
+/// By its path: to open and close a database's file by hand would release the locks that SQLite holds on it.
+void closeToOthers(const std::string& path) {
+  struct stat status;
+  const bool own = ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
+  if (own && (status.st_mode & 077) != 0) ::chmod(path.c_str(), 0600);
+}
+
+}  // namespace
 
 Statement::Statement(sqlite3* database, const char* sql) {
   sqlite3_stmt* statement = nullptr;
@@ -49,6 +62,9 @@ Database::Database(const std::string& path) {
   status_ =
       sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
   handle_.reset(handle);
+  // A new file is empty still. The journal's files take their permissions from it; those of an earlier version may be
+  // there.
+  for (const char* const suffix : {"", "-wal", "-shm"}) closeToOthers(path + suffix);
   if (handle) sqlite3_extended_result_codes(handle, 0);
 }
 

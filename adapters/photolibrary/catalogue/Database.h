@@ -27,6 +27,8 @@ class Statement {
 
   std::int64_t integer(int column) const { return sqlite3_column_int64(statement_.get(), column); }
   double real(int column) const { return sqlite3_column_double(statement_.get(), column); }
+  /// Whether the value is what `bytes` gives, and no number or text that would be ordered otherwise.
+  bool isBytes(int column) const { return sqlite3_column_type(statement_.get(), column) == SQLITE_BLOB; }
   /// Valid until the next step.
   std::string_view bytes(int column) const;
 
@@ -42,7 +44,7 @@ class Statement {
 /// An open SQLite file, used by one thread.
 class Database {
  public:
-  /// Opens or makes the file; see `status`.
+  /// Opens the file, or makes it for its owner alone; see `status`.
   explicit Database(const std::string& path);
 
   int status() const { return status_; }

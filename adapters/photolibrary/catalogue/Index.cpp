@@ -1,18 +1,21 @@
 #include "adapters/photolibrary/catalogue/Index.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <map>
 #include <system_error>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace tlx::photolibrary {
 namespace {
 
 /// Part of the file's name too, so that programs built with different versions each keep their own.
 constexpr int kVersion = 2;
-constexpr int kApplication = 0x544c5850;
 
 constexpr char kSchema[] = R"(
   BEGIN IMMEDIATE;
@@ -57,6 +60,56 @@ Statement& bindKey(Statement& statement, const FileKey& key) {
       .bind(key.born);
 }
 
+bool isFormat(std::uint8_t stored) {
+  switch (static_cast<MediaFormat>(stored)) {
+    case MediaFormat::Unknown:
+    case MediaFormat::Jpeg:
+    case MediaFormat::Png:
+    case MediaFormat::WebP:
+    case MediaFormat::Gif:
+    case MediaFormat::Tiff:
+    case MediaFormat::Heic:
+    case MediaFormat::Avif:
+    case MediaFormat::JpegXl:
+    case MediaFormat::Mp4:
+    case MediaFormat::Mov:
+    case MediaFormat::Matroska:
+    case MediaFormat::WebM:
+    case MediaFormat::Avi:
+    case MediaFormat::ThreeGp:
+    case MediaFormat::MpegTs:
+      return true;
+  }
+  return false;
+}
+
+bool isFileName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." && name.find_first_of(std::string_view("/\0", 2)) == name.npos;
+}
+
+/// Whether the folder can be what it says: `relative` below `root`, or any absolute path of a trash.
+bool isSound(const Folder& folder, const std::string& root) {
+  if (folder.path.empty() || folder.identifier.empty() || folder.path.find('\0') != std::string::npos) return false;
+  if (folder.trashed) return folder.path.front() == '/';
+  std::string path = root;
+  for (std::string_view rest = folder.relative; !rest.empty();) {
+    const std::string_view name = rest.substr(0, rest.find('/'));
+    if (!isFileName(name)) return false;
+    path = pathIn(path, name);
+    rest.remove_prefix(std::min(name.size() + 1, rest.size()));
+  }
+  return path == folder.path;
+}
+
+/// Makes the last folder of the path for this person alone. One that everybody may write to is left as it is.
+void makePrivateFolder(const std::string& path) {
+  std::error_code failed;
+  std::filesystem::create_directories(path, failed);
+  struct stat status;
+  if (::stat(path.c_str(), &status) != 0 || status.st_uid != ::geteuid()) return;
+  if ((status.st_mode & 077) != 0 && (status.st_mode & S_ISVTX) == 0) ::chmod(path.c_str(), 0700);
+}
+
 /// What is stored of an item as one value: taking a row of sixteen columns apart would take more than twice the time of
 /// opening. The file never leaves the machine, so the machine's own byte order does.
 struct StoredFacts {
@@ -88,6 +141,14 @@ struct StoredFacts {
             {},
             facts.sidecar};
   }
+  /// Whether the rest of the program can live with it. The file may be damaged, or somebody else's work.
+  bool isSound() const {
+    const bool video = kind == PHAssetMediaTypeVideo;
+    if (!video && kind != PHAssetMediaTypeImage) return false;
+    if (!isFormat(format) || (format != 0 && video != isVideo(static_cast<MediaFormat>(format)))) return false;
+    return std::isfinite(duration) && duration >= 0 && bytes >= 0 && width >= 0 && height >= 0 && orientation >= 1 &&
+           orientation <= 8;
+  }
   void copyTo(Item& item) const {
     item.duration = duration;
     item.mediaType = static_cast<PHAssetMediaType>(kind);
@@ -109,8 +170,7 @@ static_assert(sizeof(StoredFacts) == 72, "the size on disk");
 
 std::unique_ptr<Index> Index::open(const std::string& cacheFolder, const std::vector<std::string>& roots,
                                    const Log& log) {
-  std::error_code failed;
-  std::filesystem::create_directories(cacheFolder, failed);
+  makePrivateFolder(cacheFolder);
   std::unique_ptr<Index> index(new Index(cacheFolder + "/" + fileName(roots), roots));
   Beginning beginning = index->begin();
   if (beginning == Beginning::NotOurs) {
@@ -140,7 +200,12 @@ Index::Beginning Index::begin() {
   }
   const std::int64_t application = integerOf(*database_, "PRAGMA application_id");
   const std::int64_t version = integerOf(*database_, "PRAGMA user_version");
-  if (application == kApplication && version == kVersion) return Beginning::Good;
+  if (application == kApplication && version == kVersion) {
+    // Whoever opens it has a use for it: see `removeGoneIndexes`.
+    const bool marked = integerOf(*database_, "SELECT value FROM facts WHERE name = 'absent'") != 0;
+    if (marked) database_->execute("DELETE FROM facts WHERE name = 'absent'");
+    return Beginning::Good;
+  }
   if (application != 0 || version != 0 || integerOf(*database_, "SELECT count(*) FROM sqlite_master") != 0) {
     problem_ = "is of another make";
     return Beginning::NotOurs;
@@ -189,10 +254,12 @@ std::optional<Index::Content> Index::load(const std::function<bool(std::size_t r
     const auto root = std::find(roots_.begin(), roots_.end(), folders.bytes(2));
     const auto number = static_cast<std::size_t>(root - roots_.begin());
     if (root == roots_.end() || !open[number]) continue;
-    positions.emplace(folders.integer(0), static_cast<std::uint32_t>(content.folders.size()));
-    content.folders.push_back(
+    auto folder =
         std::make_shared<Folder>(Folder{std::string(folders.bytes(1)), number, std::string(folders.bytes(3)),
-                                        folders.integer(4) != 0, keyOf(folders, 6), std::string(folders.bytes(5))}));
+                                        folders.integer(4) != 0, keyOf(folders, 6), std::string(folders.bytes(5))});
+    if (!isSound(*folder, *root)) continue;
+    positions.emplace(folders.integer(0), static_cast<std::uint32_t>(content.folders.size()));
+    content.folders.push_back(std::move(folder));
     expected += folders.integer(9);
   }
   if (folders.status() != SQLITE_DONE) return unreadable();
@@ -214,6 +281,8 @@ std::optional<Index::Content> Index::load(const std::function<bool(std::size_t r
     const std::string_view stored = items.bytes(4);
     if (position == kLeftOut || stored.size() != sizeof facts) continue;
     std::memcpy(&facts, stored.data(), sizeof facts);
+    const bool ordered = items.isBytes(1) && items.isBytes(2) && std::isfinite(items.real(0));
+    if (!ordered || !facts.isSound() || !isFileName(items.bytes(1)) || items.bytes(2).empty()) continue;
     auto asset = blocks.add(items.bytes(2), items.bytes(1), [&](Item& item) {
       item.folder = position;
       item.creationDate = items.real(0);

@@ -42,10 +42,14 @@ struct IndexChanges {
 /// index unusable and says why through `problem`; the library then goes on in memory.
 class Index {
  public:
+  /// In the head of every index's file.
+  static constexpr std::int64_t kApplication = 0x544c5850;
+
   using Log = std::function<void(const std::string&)>;
 
-  /// Makes folder and file where there are none. A file that is damaged or of another make is set aside (".broken"),
-  /// with a word in the log, and a new one begun. Nothing when there can be none; the log says why.
+  /// Makes folder and file where there are none; both are their owner's alone (0700, 0600) from then on. A file that is
+  /// damaged or of another make is set aside (".broken"), with a word in the log, and a new one begun. Nothing when
+  /// there can be none; the log says why.
   static std::unique_ptr<Index> open(const std::string& cacheFolder, const std::vector<std::string>& roots,
                                      const Log& log);
 
@@ -55,7 +59,8 @@ class Index {
     bool complete =
         false;  ///< false for one that never held the whole library: it was new, or its making was cut short
   };
-  /// Leaves out what lies under roots that `readable` refuses. Nothing when it cannot be read.
+  /// Leaves out what lies under roots that `readable` refuses, and every row that no item or folder can be: such a file
+  /// is read again by the next look. Nothing when it cannot be read.
   std::optional<Content> load(const std::function<bool(std::size_t root)>& readable);
   /// The files that are no photos or videos: wanted for the scan only, so that opening need not wait for them.
   std::optional<RejectedFiles> loadRejected();

@@ -9,12 +9,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "adapters/photolibrary/files/FolderWalk.h"
-
 namespace tlx::photolibrary {
 
-FolderSource::FolderSource(const std::vector<std::string>& roots, SystemLogPort& log, const FolderWatch::Timing& timing)
-    : log_(log), timing_(timing) {
+FolderSource::FolderSource(const std::vector<std::string>& roots, SystemLogPort& log, Links links,
+                           const FolderWatch::Timing& timing)
+    : log_(log), links_(links), timing_(timing) {
   for (const std::string& root : roots) {
     std::error_code failed;
     std::filesystem::path absolute = std::filesystem::absolute(root, failed);
@@ -44,7 +43,7 @@ WalkOutcome FolderSource::walk(const KnownFiles& known, WalkListener& listener, 
 WalkOutcome FolderSource::walkPart(const KnownFiles& known, WalkListener& listener, const WalkScope& scope,
                                    std::stop_token stop) {
   const auto start = std::chrono::steady_clock::now();
-  WalkOutcome outcome = FolderWalk(roots_, known, listener, scope, watch_.get(), std::move(stop)).run();
+  WalkOutcome outcome = FolderWalk(roots_, known, listener, scope, links_, watch_.get(), std::move(stop)).run();
   if (watch_) watch_->tookFor(std::chrono::steady_clock::now() - start);
   return outcome;
 }

@@ -6,6 +6,7 @@
 
 #include "tlx/platform/foundation/SystemLogPort.h"
 
+#include "adapters/photolibrary/files/FolderWalk.h"
 #include "adapters/photolibrary/files/FolderWatch.h"
 #include "adapters/photolibrary/source/Source.h"
 
@@ -15,9 +16,12 @@ namespace tlx::photolibrary {
 /// behind a link to a single file is looked at again with the link only.
 class FolderSource final : public Source {
  public:
-  /// Relative roots are taken from the current folder; symbolic links in them are kept as they are named. `log`
-  /// outlives the source.
-  FolderSource(const std::vector<std::string>& roots, SystemLogPort& log, const FolderWatch::Timing& timing = {});
+  using Links = FolderWalk::Links;
+
+  /// Relative roots are taken from the current folder; symbolic links in them are kept as they are named. Links below
+  /// them are followed where they lead below a root, or anywhere. `log` outlives the source.
+  FolderSource(const std::vector<std::string>& roots, SystemLogPort& log, Links links = Links::WithinRoots,
+               const FolderWatch::Timing& timing = {});
 
   const std::vector<std::string>& roots() const override { return roots_; }
   bool rootReadable(std::size_t root) const override;
@@ -29,6 +33,7 @@ class FolderSource final : public Source {
 
  private:
   SystemLogPort& log_;
+  const Links links_;
   const FolderWatch::Timing timing_;
   std::vector<std::string> roots_;
   std::unique_ptr<FolderWatch> watch_;

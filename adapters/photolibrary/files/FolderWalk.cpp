@@ -66,6 +66,10 @@ std::string realPath(const std::string& path) {
   return real ? std::string(real.get()) : path;
 }
 
+bool liesIn(const std::string& path, const std::string& folder) {
+  return path == folder || (path.starts_with(folder) && (folder == "/" || path[folder.size()] == '/'));
+}
+
 /// Whether a walk of `upper` meets `path` anyway.
 bool isWalkedFrom(const std::string& upper, const std::string& path) {
   const std::string prefix = upper == "/" ? upper : upper + "/";
@@ -83,14 +87,17 @@ FolderWalk::Place FolderWalk::Place::below(const std::string& name) const {
 }
 
 FolderWalk::FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, WalkListener& listener,
-                       const WalkScope& scope, FolderWatch* watch, std::stop_token stop)
+                       const WalkScope& scope, Links links, FolderWatch* watch, std::stop_token stop)
     : roots_(roots),
       known_(known),
       listener_(listener),
       scope_(scope),
+      followed_(links),
       watch_(watch),
       stop_(std::move(stop)),
-      crew_(std::max(1u, std::thread::hardware_concurrency())) {}
+      crew_(std::max(1u, std::thread::hardware_concurrency())) {
+  for (const std::string& root : roots_) realRoots_.push_back(realPath(root));
+}
 
 WalkOutcome FolderWalk::run() {
   addParts();
@@ -105,8 +112,7 @@ WalkOutcome FolderWalk::run() {
 
 /// The roots that no other root's walk meets, the first last: the crew takes the newest job first.
 std::vector<std::size_t> FolderWalk::ownRoots() const {
-  std::vector<std::string> real;
-  for (const std::string& root : roots_) real.push_back(realPath(root));
+  const std::vector<std::string>& real = realRoots_;
   std::vector<std::size_t> own;
   for (std::size_t i = roots_.size(); i-- > 0;) {
     bool covered = false;
@@ -155,6 +161,7 @@ std::optional<FolderWalk::Place> FolderWalk::placeOf(const std::string& folder,
     const bool excluded = statuses_.read(AT_FDCWD, pathIn(place->path, ".nomedia"), false).has_value();
     if (name.empty() || name.starts_with('.') || excluded) return std::nullopt;
   }
+  if (followed_ == Links::WithinRoots && !leadsBelowARoot(realPath(folder))) return std::nullopt;
   place->followLink = true;
   return place;
 }
@@ -213,6 +220,11 @@ std::shared_ptr<FolderWalk::OpenFolder> FolderWalk::open(const Place& place, con
   const auto status = folder->descriptor ? statuses_.read(folder->descriptor.get(), "", false) : std::nullopt;
   if (!status) {
     rememberUnreachable(place, errno);
+    return nullptr;
+  }
+  if (status->pseudo) {
+    std::lock_guard lock(mutex_);
+    if (place.isRoot()) outcome_.skipped.emplace_back(place.path, "the system keeps no files there");
     return nullptr;
   }
   folder->place = place;
@@ -334,7 +346,7 @@ void FolderWalk::look(const OpenFolder& folder, const std::string& name, bool fo
   } else if (status->kind == FileStatus::Kind::Link && !folder.place.trashed) {
     std::lock_guard lock(mutex_);
     links_.push_back({folder.place, name});
-  } else if (status->kind == FileStatus::Kind::Regular && status->bytes > 0) {
+  } else if (status->kind == FileStatus::Kind::Regular && status->bytes > 0 && !status->pseudo) {
     const auto sidecar = sidecarOf(folder, name);
     const bool isItem = isKnown && known->position != Snapshot::kNowhere;
     const bool asItWas =
@@ -478,11 +490,25 @@ bool FolderWalk::isMetElsewhere(const FileStatus& folder, const std::string& pat
 }
 
 bool FolderWalk::leadsAboveARoot(const std::string& path) const {
-  const std::string prefix = path == "/" ? path : path + "/";
-  return std::any_of(roots_.begin(), roots_.end(), [&](const std::string& root) {
-    const std::string real = realPath(root);
-    return real == path || real.starts_with(prefix);
-  });
+  return std::any_of(realRoots_.begin(), realRoots_.end(), [&](const std::string& root) { return liesIn(root, path); });
+}
+
+bool FolderWalk::leadsBelowARoot(const std::string& path) const {
+  return std::any_of(realRoots_.begin(), realRoots_.end(), [&](const std::string& root) { return liesIn(path, root); });
+}
+
+/// `target` is the real path that the link leads to.
+bool FolderWalk::mayFollow(const Link& link, const std::string& target, bool toFolder) {
+  if (toFolder && leadsAboveARoot(target)) return false;
+  if (followed_ == Links::Anywhere || leadsBelowARoot(target)) return true;
+  // A word for each folder, and for each folder that holds such files: there may be thousands.
+  std::lock_guard lock(mutex_);
+  if (toFolder) {
+    outcome_.skipped.emplace_back(pathIn(link.place.path, link.name), "the link leads out of the library's folders");
+  } else if (outcome_.skipped.empty() || outcome_.skipped.back().first != link.place.path) {
+    outcome_.skipped.emplace_back(link.place.path, "some are links that lead out of the library's folders");
+  }
+  return false;
 }
 
 void FolderWalk::followLinks() {
@@ -506,10 +532,12 @@ void FolderWalk::followLinks() {
       for (; link != next; ++link) {
         const Place target = place.below(link->name);
         const auto status = statuses_.read(folder.descriptor.get(), link->name, true);
-        if (!status) continue;
-        if (status->kind == FileStatus::Kind::Regular) {
+        const bool toFile = status && status->kind == FileStatus::Kind::Regular;
+        const bool toFolder = status && status->kind == FileStatus::Kind::Folder;
+        if ((!toFile && !toFolder) || status->pseudo || !mayFollow(*link, realPath(target.path), toFolder)) continue;
+        if (toFile) {
           look(folder, link->name, true, findings);
-        } else if (status->kind == FileStatus::Kind::Folder && !leadsAboveARoot(realPath(target.path))) {
+        } else {
           if (isMetElsewhere(*status, target.path)) {
             outcome_.secondWays = true;
             continue;

@@ -21,18 +21,21 @@ namespace tlx::photolibrary {
 
 /// One look at folder trees and the trash, by one worker per core.
 ///
-/// Left out: hidden files and folders, a folder with a file `.nomedia` and all below it (a root itself excepted: naming
-/// it is asking for it), empty files, and whatever is not a regular file. Real folders are walked first and symbolic
-/// links followed afterwards, in order of their paths, so that a folder or file is met plainly where it can be,
-/// whatever the workers' luck; a folder is entered once, and a link to a root or above one is not followed. A file that
-/// is being written stays what it was, or unseen, until it is whole. What cannot be reached by a path, being too deep,
-/// is passed over with a word.
+/// Left out: hidden files and folders, file systems that only show the kernel's state (`FileStatus::pseudo`), a folder
+/// with a file `.nomedia` and all below it (a root itself excepted: naming it is asking for it), empty files, and
+/// whatever is not a regular file. Real folders are walked first and symbolic links followed afterwards, in order of
+/// their paths, so that a folder or file is met plainly where it can be, whatever the workers' luck; a folder is
+/// entered once, a link to a root or above one is never followed, and one that leads nowhere below a root is not, with
+/// a word, unless links are said to lead anywhere. A file that is being written stays what it was, or unseen, until it
+/// is whole. What cannot be reached by a path, being too deep, is passed over with a word.
 class FolderWalk {
  public:
+  enum class Links { WithinRoots, Anywhere };
+
   /// `watch` is told of every folder that is entered, and what to look at again later; nothing for a look by itself.
   /// All references outlive the walk.
   FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, WalkListener& listener,
-             const WalkScope& scope, FolderWatch* watch, std::stop_token stop);
+             const WalkScope& scope, Links links, FolderWatch* watch, std::stop_token stop);
   WalkOutcome run();
 
  private:
@@ -89,6 +92,8 @@ class FolderWalk {
   void followLinks();
   bool mustWait(const OpenFolder& folder, const std::string& name, const FileStatus& status, int file) const;
   bool leadsAboveARoot(const std::string& path) const;
+  bool leadsBelowARoot(const std::string& path) const;
+  bool mayFollow(const Link& link, const std::string& target, bool toFolder);
   bool isMetElsewhere(const FileStatus& folder, const std::string& path) const;
   void rememberUnreachable(const Place& place, int error);
 
@@ -96,10 +101,12 @@ class FolderWalk {
   const KnownFiles& known_;
   WalkListener& listener_;
   const WalkScope& scope_;
+  const Links followed_;
   FolderWatch* const watch_;
   std::stop_token stop_;
   WorkCrew crew_;
   mutable FileStatusReader statuses_;
+  std::vector<std::string> realRoots_;  ///< where the roots' own links lead
 
   std::mutex mutex_;                                           ///< guards what follows
   std::set<std::pair<std::uint64_t, std::uint64_t>> visited_;  ///< folders by device and inode
