@@ -73,7 +73,10 @@ std::size_t statusOfAll(const std::string& folder) {
 class Follower {
  public:
   Follower(const fs::path& top, const fs::path& cache, const FolderWatch::Timing& timing)
-      : library_(options(top, cache), std::make_unique<FolderSource>(std::vector{top.string()}, log_, timing), log_) {
+      : library_(
+            options(top, cache),
+            std::make_unique<FolderSource>(std::vector{top.string()}, log_, FolderSource::Links::WithinRoots, timing),
+            log_) {
     library_.waitUntilScanned();
     library_.setChangeHandler([this](const auto&) {
       {

@@ -60,29 +60,6 @@ Statement& bindKey(Statement& statement, const FileKey& key) {
       .bind(key.born);
 }
 
-bool isFormat(std::uint8_t stored) {
-  switch (static_cast<MediaFormat>(stored)) {
-    case MediaFormat::Unknown:
-    case MediaFormat::Jpeg:
-    case MediaFormat::Png:
-    case MediaFormat::WebP:
-    case MediaFormat::Gif:
-    case MediaFormat::Tiff:
-    case MediaFormat::Heic:
-    case MediaFormat::Avif:
-    case MediaFormat::JpegXl:
-    case MediaFormat::Mp4:
-    case MediaFormat::Mov:
-    case MediaFormat::Matroska:
-    case MediaFormat::WebM:
-    case MediaFormat::Avi:
-    case MediaFormat::ThreeGp:
-    case MediaFormat::MpegTs:
-      return true;
-  }
-  return false;
-}
-
 bool isFileName(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && name.find_first_of(std::string_view("/\0", 2)) == name.npos;
 }
@@ -143,9 +120,9 @@ struct StoredFacts {
   }
   /// Whether the rest of the program can live with it. The file may be damaged, or somebody else's work.
   bool isSound() const {
-    const bool video = kind == PHAssetMediaTypeVideo;
-    if (!video && kind != PHAssetMediaTypeImage) return false;
-    if (!isFormat(format) || (format != 0 && video != isVideo(static_cast<MediaFormat>(format)))) return false;
+    if (kind != PHAssetMediaTypeImage && kind != PHAssetMediaTypeVideo) return false;
+    const auto known = static_cast<MediaFormat>(format);
+    if (known != MediaFormat::Unknown && traitsOf(known).mediaType != kind) return false;
     return std::isfinite(duration) && duration >= 0 && bytes >= 0 && width >= 0 && height >= 0 && orientation >= 1 &&
            orientation <= 8;
   }

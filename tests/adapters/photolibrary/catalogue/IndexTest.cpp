@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -16,6 +17,7 @@
 #include <unistd.h>
 
 #include "adapters/photolibrary/catalogue/Database.h"
+#include "adapters/photolibrary/catalogue/GoneIndexes.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 
 namespace tlx::photolibrary::test {
@@ -139,6 +141,100 @@ TEST_F(FilesIndex, DamagedOrForeignIndexesAreSetAsideWithAWord) {
     EXPECT_TRUE(fs::exists(indexFile().string() + ".broken"));
   }
   EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesIndex, RowsThatNoItemCanBeAreReadFromTheFilesAgain) {
+  scanned();
+  const auto truth = everythingIn(*scanned());
+  struct Row {
+    const char* what;
+    std::string sql;
+    std::size_t left;  ///< of two items
+  };
+  const auto facts = [](int at, const char* bytes) {
+    const std::string from = std::to_string(at + 1),
+                      rest = std::to_string(at + 1 + static_cast<int>(std::strlen(bytes)) / 2);
+    return "UPDATE items SET facts = substr(facts,1," + std::to_string(at) + ") || x'" + bytes + "' || substr(facts," +
+           rest + ") WHERE name = x'6f6e652e6a7067'";
+  };
+  const Row rows[] = {
+      {"kind 0", facts(56, "00"), 1},
+      {"kind 3", facts(56, "03"), 1},
+      {"a photo's format in a video", facts(56, "02"), 1},
+      {"no format", facts(57, "63"), 1},
+      {"orientation 9", facts(58, "09"), 1},
+      {"duration is no number", facts(0, "000000000000f87f"), 1},
+      {"length below nothing", facts(8, "ffffffffffffffff"), 1},
+      {"width below nothing", facts(48, "ffffffff"), 1},
+      {"facts too short", "UPDATE items SET facts = x'01' WHERE name = x'6f6e652e6a7067'", 1},
+      {"a date without end", "UPDATE items SET created = 9e999 WHERE name = x'6f6e652e6a7067'", 1},
+      {"a name that leads elsewhere", "UPDATE items SET name = x'2e2e2f78' WHERE name = x'6f6e652e6a7067'", 1},
+      {"a name that is text", "UPDATE items SET name = 'one.jpg' WHERE name = x'6f6e652e6a7067'", 1},
+      {"no identifier", "UPDATE items SET identifier = x'' WHERE name = x'6f6e652e6a7067'", 1},
+      {"a folder that lies elsewhere", "UPDATE folders SET path = x'2f657463' WHERE relative = x''", 1},
+      {"a folder above", "UPDATE folders SET relative = x'2e2e' WHERE relative = x''", 1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    ASSERT_TRUE(Database(indexFile().string()).execute(row.sql.c_str()));
+    const auto library = open();
+    library->waitUntilOpened();
+    const auto early = namesIn(*library, "Camera Roll");
+    EXPECT_TRUE(early.size() == row.left || everythingIn(*library) == truth) << testing::PrintToString(early);
+    library->waitUntilScanned();
+    EXPECT_EQ(everythingIn(*library), truth);
+    EXPECT_EQ(everythingIn(*scanned()), truth) << "put right";
+  }
+  EXPECT_THAT(log_.lines(), IsEmpty());
+}
+
+TEST_F(FilesIndex, IsItsOwnersAlone) {
+  const fs::path cache = folder_.top() / "cache";
+  for (const bool earlier : {false, true}) {
+    if (earlier) {
+      fs::permissions(cache, static_cast<fs::perms>(0755));
+      fs::permissions(indexFile(), static_cast<fs::perms>(0644));
+    }
+    const auto library = scanned();
+    EXPECT_EQ(fs::status(cache).permissions(), static_cast<fs::perms>(0700));
+    for (const auto& entry : fs::directory_iterator(cache))
+      EXPECT_EQ(entry.status().permissions(), static_cast<fs::perms>(0600)) << entry.path();
+  }
+}
+
+TEST_F(FilesIndex, GoesWhenItsRootsHaveBeenAwayForLong) {
+  scanned();
+  const fs::path cache = folder_.top() / "cache", index = indexFile();
+  const auto today = std::chrono::system_clock::now();
+  using std::chrono::hours;
+  struct Row {
+    const char* what;
+    bool rootThere;
+    bool opened;
+    hours later;
+    bool stays;
+  };
+  const Row rows[] = {
+      {"the root is there", true, false, hours(0), true},
+      {"unmounted today, seen first after a year", false, false, hours(24 * 365), true},
+      {"not for long enough", false, false, hours(24 * (365 + 179)), true},
+      {"there again: counted anew", true, false, hours(24 * (365 + 180)), true},
+      {"away again", false, false, hours(24 * 600), true},
+      {"opened meanwhile: counted anew", false, true, hours(24 * 700), true},
+      {"away since then", false, false, hours(24 * 790), true},
+      {"for long", false, false, hours(24 * (700 + 181)), false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    std::error_code none;
+    if (row.rootThere) fs::rename(folder_.top() / "away", folder_.pictures(), none);
+    if (!row.rootThere) fs::rename(folder_.pictures(), folder_.top() / "away", none);
+    if (row.opened) scanned();
+    removeGoneIndexes(cache.string(), index.string(), today + row.later);
+    EXPECT_TRUE(fs::exists(index)) << "the one that is kept";
+    removeGoneIndexes(cache.string(), "another", today + row.later);
+    EXPECT_EQ(fs::exists(index), row.stays);
+  }
 }
 
 TEST_F(FilesIndex, WithoutAPlaceForAnIndexTheLibraryLivesInMemory) {

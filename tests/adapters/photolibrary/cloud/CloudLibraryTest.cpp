@@ -329,6 +329,7 @@ class CloudLibraryWorld final : public PhotoLibraryWorld, CloudWorld {
     served_.put("../capture", photolibrary::test::sampleVideo());
     return {(served_.root() / "../capture").string(), {}, 1, nullptr};
   }
+  void askForPicture(const Identifier& item) override { cloud_.library().beginRequest(item); }
   bool setAccess(PHAuthorizationStatus) override { return false; }
   void setPromptAnswer(PHAuthorizationStatus) override {}
   int promptCount() const override { return 0; }

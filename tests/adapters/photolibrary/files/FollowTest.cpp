@@ -34,8 +34,8 @@ class FilesFollowed : public testing::Test {
   }
   PhotoLibrary& open(const FolderWatch::Timing& timing = quick()) {
     const auto options = folder_.options();
-    library_ =
-        std::make_unique<PhotoLibrary>(options, std::make_unique<FolderSource>(options.roots, log_, timing), log_);
+    library_ = std::make_unique<PhotoLibrary>(
+        options, std::make_unique<FolderSource>(options.roots, log_, FolderSource::Links::Anywhere, timing), log_);
     library_->setChangeHandler([this](const auto&) {
       {
         std::lock_guard lock(mutex_);
@@ -178,6 +178,7 @@ TEST_F(FilesFollowed, EveryKindOfStepLeadsWhereAFreshLookWould) {
     ASSERT_TRUE(comesTo([&] { return roll() == row.roll; })) << testing::PrintToString(roll());
     auto options = folder_.options();
     options.cacheFolder = (folder_.top() / "fresh").string();
+    options.followLinksAnywhere = true;
     fs::remove_all(options.cacheFolder);
     PhotoLibrary fresh(options, log_);
     fresh.waitUntilScanned();

@@ -96,18 +96,34 @@ TEST_F(FilesLibrary, TakesHugeFilesFullFoldersAndBottomlessTrees) {
   EXPECT_EQ(library_->details(identifierOf(*library_, "huge.jpg"))->bytes, 3'000'000'000);
 }
 
-TEST_F(FilesLibrary, FollowsLinksOutOfTheRootOnceEach) {
+TEST_F(FilesLibrary, FollowsLinksBelowItsRootsOrWhereItIsToldToButNeverIntoTheKernel) {
   const fs::path elsewhere = folder_.top() / "elsewhere";
-  fs::create_directories(elsewhere / "inner");
   folder_.putPhoto("../elsewhere/one.jpg", 1000);
   folder_.putPhoto("../elsewhere/inner/two.jpg", 2000);
   folder_.putPhoto("../single.jpg", 3000);
+  folder_.putPhoto(".hidden/four.jpg", 4000);
   fs::create_directory_symlink(elsewhere, folder_.pictures() / "b link");
   fs::create_directory_symlink(elsewhere, folder_.pictures() / "a link");
   fs::create_directory_symlink(elsewhere, elsewhere / "inner" / "round");
   fs::create_symlink(folder_.top() / "single.jpg", folder_.pictures() / "linked.jpg");
-  EXPECT_THAT(namesIn(open(), "Camera Roll"), ElementsAre("linked.jpg", "two.jpg", "one.jpg"));
-  EXPECT_THAT(titles(*library_), ElementsAre("pictures", "a link", "inner"));
+  fs::create_directory_symlink(folder_.pictures() / ".hidden", folder_.pictures() / "named");
+  fs::create_directory_symlink("/proc", folder_.pictures() / "kernel");
+  fs::create_symlink("/proc/self/exe", folder_.pictures() / "program.jpg");
+  EXPECT_THAT(namesIn(open(), "Camera Roll"), ElementsAre("four.jpg"));
+  EXPECT_THAT(log_.lines(), testing::IsSupersetOf({testing::HasSubstr("a link are left out: the link leads out")}));
+  library_.reset();
+  auto options = folder_.options();
+  options.followLinksAnywhere = true;
+  library_ = std::make_unique<PhotoLibrary>(options, log_);
+  library_->waitUntilScanned();
+  EXPECT_THAT(namesIn(*library_, "Camera Roll"), ElementsAre("four.jpg", "linked.jpg", "two.jpg", "one.jpg"))
+      << "each once";
+  EXPECT_THAT(titles(*library_), ElementsAre("pictures", "a link", "inner", "named"));
+  library_.reset();
+  options.roots = {"/proc"};
+  PhotoLibrary kernel(options, log_);
+  kernel.waitUntilScanned();
+  EXPECT_THAT(log_.lines().back(), testing::HasSubstr("/proc are left out"));
 }
 
 TEST_F(FilesLibrary, DatesComeFromMetadataElseFromTheNameElseFromTheFile) {
