@@ -1,10 +1,11 @@
 #include "adapters/photolibrary/PhotoLibrary.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <utility>
+
+#include <glib.h>
 
 #include "adapters/photolibrary/base/XdgFolders.h"
 #include "adapters/photolibrary/catalogue/LibraryChange.h"
@@ -28,19 +29,12 @@ PhotoLibrary::Options withDefaults(PhotoLibrary::Options options) {
 /// The address of a file on this machine, or the escaped form of one on a server.
 std::string uriOf(const std::string& path) {
   const std::size_t host = path.starts_with('/') ? std::string::npos : path.find("://");
-  const std::size_t plainEnd = host == std::string::npos ? 0 : std::min(path.find('/', host + 3), path.size());
-  std::string uri = plainEnd == 0 ? "file://" : path.substr(0, plainEnd);
-  for (const char c : std::string_view(path).substr(plainEnd)) {
-    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                       (c != '\0' && std::string_view("/-_.~!$&'()*+,=:@").find(c) != std::string_view::npos);
-    if (plain) {
-      uri += c;
-    } else {
-      char escaped[4];
-      std::snprintf(escaped, sizeof escaped, "%%%02X", static_cast<unsigned char>(c));
-      uri += escaped;
-    }
-  }
+  const std::size_t top = host == std::string::npos ? 0 : std::min(path.find('/', host + 3), path.size());
+  // A server's addresses are escaped as those of files are.
+  char* const text = top == 0 ? g_filename_to_uri(path.c_str(), nullptr, nullptr)
+                              : g_uri_escape_string(path.c_str() + top, "/!$&'()*+,=:@", FALSE);
+  std::string uri = path.substr(0, top) + (text ? text : "");
+  g_free(text);
   return uri;
 }
 

@@ -61,11 +61,11 @@ void CloudCredentials::setAsker(Asker asker) {
 }
 
 std::optional<photolibrary::Credentials> CloudCredentials::ask(const std::string& address,
-                                                               const std::function<bool()>& wanted) {
+                                                               const std::stop_token& stop) {
   constexpr std::chrono::milliseconds kGlance{20};
   std::unique_lock oneAtATime(asking_, std::defer_lock);
   while (!oneAtATime.try_lock_for(kGlance)) {
-    if (!wanted()) return std::nullopt;
+    if (stop.stop_requested()) return std::nullopt;
   }
   struct Said {
     std::mutex mutex;
@@ -87,13 +87,13 @@ std::optional<photolibrary::Credentials> CloudCredentials::ask(const std::string
     return true;
   };
   for (bool isPut = false; !isPut;) {
-    if (!mayAsk_ || !wanted()) return std::nullopt;
+    if (!mayAsk_ || stop.stop_requested()) return std::nullopt;
     isPut = put();
     if (!isPut) std::this_thread::sleep_for(kGlance);
   }
   std::unique_lock lock(said->mutex);
   while (!said->changed.wait_for(lock, kGlance, [&] { return said->answered; })) {
-    if (!wanted()) return std::nullopt;
+    if (stop.stop_requested()) return std::nullopt;
   }
   return said->credentials;
 }
@@ -108,7 +108,7 @@ void CloudCredentials::accepted(const std::string& address, const photolibrary::
 }
 
 std::optional<photolibrary::Credentials> CloudCredentials::credentialsFor(const std::string& address,
-                                                                          const std::function<bool()>& wanted) {
+                                                                          const std::stop_token& stop) {
   while (true) {
     Place place;
     {
@@ -118,7 +118,7 @@ std::optional<photolibrary::Credentials> CloudCredentials::credentialsFor(const 
       if (place == Place::End) return std::nullopt;
       next = static_cast<Place>(static_cast<int>(place) + 1);
     }
-    if (auto found = place == Place::Person ? ask(address, wanted) : lookIn(place, address)) return found;
+    if (auto found = place == Place::Person ? ask(address, stop) : lookIn(place, address)) return found;
   }
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -31,13 +32,13 @@ class CloudCredentials final : public photolibrary::CredentialSource {
   void setAsker(Asker asker);
 
   std::optional<photolibrary::Credentials> credentialsFor(const std::string& address,
-                                                          const std::function<bool()>& wanted) override;
+                                                          const std::stop_token& stop) override;
   void accepted(const std::string& address, const photolibrary::Credentials& credentials) override;
 
  private:
   enum class Place { File, Environment, Keyring, Person, End };
   std::optional<photolibrary::Credentials> lookIn(Place place, const std::string& address) const;
-  std::optional<photolibrary::Credentials> ask(const std::string& address, const std::function<bool()>& wanted);
+  std::optional<photolibrary::Credentials> ask(const std::string& address, const std::stop_token& stop);
 
   struct Entry {
     std::string address;

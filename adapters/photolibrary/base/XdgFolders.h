@@ -6,7 +6,7 @@
 namespace tlx::photolibrary {
 
 /// The desktop's standard folders for this person, absolute, without a closing slash. A variable that is unset or not
-/// absolute gives way to its default below the home folder.
+/// absolute gives way to its default below the home folder. What the environment said first holds for the process.
 std::string xdgCacheHome();   ///< $XDG_CACHE_HOME or ~/.cache
 std::string xdgConfigHome();  ///< $XDG_CONFIG_HOME or ~/.config
 std::string xdgDataHome();    ///< $XDG_DATA_HOME or ~/.local/share

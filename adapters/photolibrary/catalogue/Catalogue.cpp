@@ -167,30 +167,16 @@ WalkScope Catalogue::scan(const WalkScope& asked, const std::stop_token& stop) {
   const KnownFiles known(base, rejected_);
   ScanPass pass(base, rejected_, scope);
 
-  std::mutex mutex;
-  std::condition_variable ended;
-  bool walked = false;
   WalkOutcome outcome;
   std::jthread walker([&] {
-    WalkOutcome result =
-        scope.isEverything() ? source_->walk(known, pass, stop) : source_->walkPart(known, pass, scope, stop);
-    std::lock_guard lock(mutex);
-    outcome = std::move(result);
-    walked = true;
-    ended.notify_all();
+    outcome = scope.isEverything() ? source_->walk(known, pass, stop) : source_->walkPart(known, pass, scope, stop);
+    pass.walkEnded();
   });
 
   milliseconds interval = kFirstState;
   auto last = Clock::now();
   std::size_t enough = kFirstItems;
-  while (true) {
-    {
-      std::unique_lock lock(mutex);
-      if (ended.wait_for(lock, milliseconds(10), [&] { return walked; })) break;
-    }
-    const std::size_t waiting = pass.waiting();
-    const bool due = Clock::now() - last >= interval;
-    if (complete_ ? waiting < kNewsWorthTelling : waiting == 0 || !(due || waiting >= enough)) continue;
+  while (complete_ ? pass.waitForFinds(kNewsWorthTelling, std::nullopt) : pass.waitForFinds(enough, last + interval)) {
     take(pass.takeOver());
     interval = std::min(interval * 2, kRarestState);
     enough = SIZE_MAX;

@@ -8,8 +8,12 @@
 #include <map>
 #include <system_error>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "adapters/photolibrary/base/FileStatus.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -167,11 +171,14 @@ bool Index::startOver(const Log& log) {
 }
 
 Index::Beginning Index::begin() {
+  // Two that make the file in the same moment would find it locked without being made to wait: they take turns.
+  const FileDescriptor folder(::open(folderOf(path_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder) ::flock(folder.get(), LOCK_EX);
   database_ = std::make_unique<Database>(path_);
   if (database_->status() != SQLITE_OK) return failure();
   // No waiting for the disk on each commit: losing the last moments to a power failure costs a second look at some
   // files.
-  if (!database_->execute("PRAGMA busy_timeout=5000") || !switchToSharedJournal() ||
+  if (!database_->execute("PRAGMA busy_timeout=5000") || !database_->execute("PRAGMA journal_mode=WAL") ||
       !database_->execute("PRAGMA synchronous=NORMAL; PRAGMA cache_size=-8192")) {
     return failure();
   }
@@ -190,16 +197,6 @@ Index::Beginning Index::begin() {
   const std::string marks = "PRAGMA application_id=" + std::to_string(kApplication) +
                             "; PRAGMA user_version=" + std::to_string(kVersion) + "; COMMIT";
   return database_->execute(kSchema) && database_->execute(marks.c_str()) ? Beginning::Good : failure();
-}
-
-/// Two processes that make the file in the same moment may find it locked here without being made to wait.
-bool Index::switchToSharedJournal() {
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    if (database_->execute("PRAGMA journal_mode=WAL")) return true;
-    if (database_->status() != SQLITE_BUSY && database_->status() != SQLITE_LOCKED) return false;
-    sqlite3_sleep(20);
-  }
-  return false;
 }
 
 Index::Beginning Index::failure() {

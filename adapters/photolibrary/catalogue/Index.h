@@ -80,7 +80,6 @@ class Index {
 
   Index(std::string path, std::vector<std::string> roots) : path_(std::move(path)), roots_(std::move(roots)) {}
   Beginning begin();
-  bool switchToSharedJournal();
   Beginning failure();
   std::nullopt_t unreadable();
   void setAside();

@@ -61,6 +61,7 @@ void ScanPass::found(FolderFindings&& findings) {
   if (findings.fresh.empty() && findings.unchanged.empty() && !folderAt_.contains(findings.folder.path)) return;
   const std::uint32_t folder = folderPosition(std::move(findings.folder));
   for (FoundItem& item : findings.fresh) fresh_.push_back({folder, std::move(item)});
+  changed_.notify_one();
 }
 
 std::uint32_t ScanPass::folderPosition(Folder&& folder) {
@@ -77,9 +78,22 @@ std::uint32_t ScanPass::folderPosition(Folder&& folder) {
   return entry->second;
 }
 
-std::size_t ScanPass::waiting() const {
+void ScanPass::walkEnded() {
   std::lock_guard lock(mutex_);
-  return fresh_.size();
+  walked_ = true;
+  changed_.notify_one();
+}
+
+bool ScanPass::waitForFinds(std::size_t enough, std::optional<std::chrono::steady_clock::time_point> due) {
+  std::unique_lock lock(mutex_);
+  const auto isEnough = [&] { return walked_ || fresh_.size() >= enough; };
+  if (due) {
+    changed_.wait(lock, [&] { return walked_ || !fresh_.empty(); });
+    changed_.wait_until(lock, *due, isEnough);
+  } else {
+    changed_.wait(lock, isEnough);
+  }
+  return !walked_;
 }
 
 ScanPass::State ScanPass::takeOver() {

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -26,8 +29,11 @@ class ScanPass final : public WalkListener {
   ScanPass(std::shared_ptr<const Snapshot> base, const RejectedFiles& rejected, const WalkScope& scope);
 
   void found(FolderFindings&& findings) override;
-  /// How many finds no state has taken over yet. Any thread.
-  std::size_t waiting() const;
+  /// No more is found. Any thread.
+  void walkEnded();
+  /// Waits until so many finds wait to be taken over, or some do and it is that time, if there is one. False when the
+  /// walk has ended.
+  bool waitForFinds(std::size_t enough, std::optional<std::chrono::steady_clock::time_point> due);
 
   /// A state of the library and how the index gets there.
   struct State {
@@ -76,7 +82,9 @@ class ScanPass final : public WalkListener {
   const RejectedFiles& knownRejected_;
   const WalkScope& scope_;
 
-  mutable std::mutex mutex_;        ///< guards what follows, up to the empty line
+  mutable std::mutex mutex_;  ///< guards what follows, up to the empty line
+  std::condition_variable changed_;
+  bool walked_ = false;
   std::vector<std::uint8_t> seen_;  ///< by position in the base: a `Sight`
   std::vector<Fresh> fresh_;
   RejectedFiles rejected_;

@@ -69,29 +69,35 @@ void Snapshot::findDoubles() {
   shown_ = live_;
   if (std::none_of(folders_.begin(), folders_.end(), [](const auto& folder) { return folder->onServer(); })) return;
   const auto count = static_cast<std::uint32_t>(live_->count());
-  const auto seconds = [](const Item& item) { return static_cast<std::int64_t>(std::floor(item.creationDate)); };
-  const auto keyOf = [&](const Item& item) {
-    return std::hash<std::string_view>()(item.name) ^ static_cast<std::size_t>(item.facts.bytes * 31 + seconds(item));
+  struct Content {
+    std::string_view name;
+    std::int64_t bytes;
+    double second;
+    bool operator==(const Content&) const = default;
   };
-  const auto same = [&](const Item& a, const Item& b) {
-    return a.facts.bytes == b.facts.bytes && seconds(a) == seconds(b) && std::string_view(a.name) == b.name;
+  const auto contentOf = [&](std::uint32_t i) {
+    const Item& item = itemAt(i);
+    return Content{item.name, item.facts.bytes, std::floor(item.creationDate)};
+  };
+  const auto hash = [](const Content& content) {
+    return std::hash<std::string_view>()(content.name) * 31 + std::hash<std::int64_t>()(content.bytes) * 31 +
+           std::hash<double>()(content.second);
   };
   const auto onServer = [&](std::uint32_t i) { return folders_[itemAt(i).folder]->onServer(); };
-  const auto rootOf = [&](std::uint32_t i) { return folders_[itemAt(i).folder]->root; };
-  std::unordered_multimap<std::size_t, std::uint32_t> remote;
+  /// The less, the rather it is shown.
+  const auto rank = [&](std::uint32_t i) { return std::pair(onServer(i), folders_[itemAt(i).folder]->root); };
+  std::unordered_map<Content, std::uint32_t, decltype(hash)> first(0, hash);  // of those with a copy on a server
   for (std::uint32_t i = 0; i < count; ++i) {
-    if (onServer(i)) remote.emplace(keyOf(itemAt(i)), i);
+    if (onServer(i)) first.emplace(contentOf(i), i);
   }
   for (std::uint32_t i = 0; i < count; ++i) {
-    const auto [first, last] = remote.equal_range(keyOf(itemAt(i)));
-    for (auto other = first; other != last; ++other) {
-      const std::uint32_t there = other->second;
-      const bool goesBefore = !onServer(i) || rootOf(i) < rootOf(there);
-      if (there == i || !goesBefore || !same(itemAt(i), itemAt(there))) continue;
-      const auto [entry, isNew] = doubles_.emplace(there, i);
-      const auto rank = [&](std::uint32_t at) { return std::pair(onServer(at), rootOf(at)); };
-      if (!isNew && rank(i) < rank(entry->second)) entry->second = i;
-    }
+    const auto found = first.find(contentOf(i));
+    if (found != first.end() && rank(i) < rank(found->second)) found->second = i;
+  }
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (!onServer(i)) continue;
+    const std::uint32_t shown = first.find(contentOf(i))->second;
+    if (rank(shown) < rank(i)) doubles_.emplace(i, shown);
   }
   if (doubles_.empty()) return;
   Assets shown;

@@ -38,7 +38,6 @@ class Snapshot {
   /// Positions run through the live items, then the trashed ones.
   const std::shared_ptr<const PHAsset>& assetAt(std::uint32_t position) const;
   const Item& itemAt(std::uint32_t position) const { return itemOf(*assetAt(position)); }
-  bool trashedAt(std::uint32_t position) const { return position >= live_->count(); }
   const AssetResult& live() const { return live_; }
   const AssetResult& trashed() const { return trashed_; }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <functional>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "adapters/photolibrary/cloud/CloudAddress.h"
@@ -13,10 +13,9 @@ namespace tlx::photolibrary {
 class CredentialSource {
  public:
   virtual ~CredentialSource() = default;
-  /// Asked again when the server refuses what it was given; then others. May wait for a person, for as
-  /// long as `wanted`, to be asked often, says. Nothing when there are no more.
-  virtual std::optional<Credentials> credentialsFor(const std::string& address,
-                                                    const std::function<bool()>& wanted) = 0;
+  /// Asked again when the server refuses what it was given; then others. May wait for a person, until it
+  /// is stopped. Nothing when there are no more.
+  virtual std::optional<Credentials> credentialsFor(const std::string& address, const std::stop_token& stop) = 0;
   /// The server took them.
   virtual void accepted(const std::string& address, const Credentials& credentials) {
     (void)address, (void)credentials;

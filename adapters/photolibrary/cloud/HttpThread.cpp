@@ -17,7 +17,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr qint64 kBuffer = 256 << 10;
-constexpr std::chrono::milliseconds kGlance{10};
 
 /// Whether any address of this machine leads to others.
 bool hasNetwork() {
@@ -94,7 +93,7 @@ HttpHead headOf(const QNetworkReply& reply) {
 /// One answer on its way from the thread that receives it to the one that waits.
 struct Passage {
   std::mutex mutex;
-  std::condition_variable changed;
+  std::condition_variable_any changed;
   std::optional<HttpHead> head;
   QByteArray bytes;
   bool ended = false;
@@ -169,10 +168,10 @@ HttpThread::~HttpThread() {
 }
 
 std::optional<NSError> HttpThread::exchange(const HttpRequest& request, const Credentials& credentials,
-                                            HttpReceiver& receiver) {
+                                            HttpReceiver& receiver, const std::stop_token& stop) {
   const QUrl url = QUrl::fromEncoded(QByteArray::fromStdString(request.url + request.query));
   const std::string server = url.authority(QUrl::FullyEncoded).toStdString();
-  if (!receiver.wanted()) return cloudError(CloudErrorCancelled, "The transfer was cancelled.");
+  if (stop.stop_requested()) return cloudError(CloudErrorCancelled, "The transfer was cancelled.");
   QNetworkRequest asked(url);
   asked.setRawHeader("User-Agent", "tlx-media-picker");
   for (const auto& [name, value] : request.headers) {
@@ -211,14 +210,15 @@ std::optional<NSError> HttpThread::exchange(const HttpRequest& request, const Cr
     QNetworkReply::NetworkError error;
     {
       std::unique_lock lock(passage->mutex);
-      passage->changed.wait_for(
-          lock, kGlance, [&] { return passage->ended || !passage->bytes.isEmpty() || (!begun && passage->head); });
+      passage->changed.wait_until(lock, stop, lastSign + patience_, [&] {
+        return passage->ended || !passage->bytes.isEmpty() || (!begun && passage->head);
+      });
       head = passage->head;
       bytes.swap(passage->bytes);
       ended = passage->ended;
       error = passage->error;
     }
-    if (!receiver.wanted()) return cloudError(CloudErrorCancelled, "The transfer was cancelled.");
+    if (stop.stop_requested()) return cloudError(CloudErrorCancelled, "The transfer was cancelled.");
     if (head && !begun) {
       begun = true;
       lastSign = Clock::now();
@@ -234,7 +234,7 @@ std::optional<NSError> HttpThread::exchange(const HttpRequest& request, const Cr
       if (error == QNetworkReply::NoError && begun) return std::nullopt;
       return errorOfConnection(error, begun, server);
     }
-    if (Clock::now() - lastSign > patience_) {
+    if (Clock::now() - lastSign >= patience_) {
       return cloudError(CloudErrorTimedOut, server + " does not answer.");
     }
   }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,9 +42,8 @@ class HttpReceiver {
     (void)head;
     return std::nullopt;
   }
+  /// Likewise.
   virtual std::optional<NSError> take(const char* bytes, std::size_t count) = 0;
-  /// Asked every few milliseconds; false ends the exchange at once.
-  virtual bool wanted() = 0;
 };
 
 /// Requests to servers, made by a thread of its own and waited for by others, several at once. Bodies are handed on as
@@ -56,8 +56,9 @@ class HttpThread {
   /// Nobody may be waiting.
   ~HttpThread();
 
-  /// Returns when the answer has been taken whole, or why it was not. Any thread.
-  std::optional<NSError> exchange(const HttpRequest& request, const Credentials& credentials, HttpReceiver& receiver);
+  /// Returns when the answer has been taken whole, or why it was not. `stop` ends it at once. Any thread.
+  std::optional<NSError> exchange(const HttpRequest& request, const Credentials& credentials, HttpReceiver& receiver,
+                                  const std::stop_token& stop);
 
  private:
   struct Thread;

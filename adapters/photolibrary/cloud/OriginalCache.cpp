@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -19,6 +20,8 @@ namespace {
 
 constexpr char kPart[] = ".part";
 constexpr char kTag[] = ".tag";
+/// Another process lets its lock go without a word.
+constexpr std::chrono::seconds kOtherProcess{1};
 
 /// A lock on a file that is still where it was opened.
 int openLocked(const std::string& path, int flags, int lock) {
@@ -69,18 +72,39 @@ std::variant<std::unique_ptr<OriginalCache::Draft>, OriginalCache::Busy, NSError
   std::filesystem::create_directories(folder_, ignored);
   std::filesystem::permissions(folder_, std::filesystem::perms::owner_all, ignored);
   const std::string path = pathOf(name) + kPart;
+  Busy busy;
+  {
+    const std::lock_guard lock(mutex_);
+    busy.ended = ended_;
+  }
   const int fd = openLocked(path, O_RDWR | O_CREAT, LOCK_EX);
-  if (fd < 0 && errno == EWOULDBLOCK) return Busy{};
+  if (fd < 0 && errno == EWOULDBLOCK) return busy;
   if (fd < 0) {
     return cloudError(isFull(errno) ? CloudErrorDiskFull : CloudErrorServer,
                       folder_ + " cannot be written to (" + std::strerror(errno) + ").");
   }
   std::unique_ptr<Draft> draft(new Draft(*this, name, fd));
-  makeRoom(std::max<std::int64_t>(bytes - draft->written(), 0), bound_);
+  if (!makeRoom(std::max<std::int64_t>(bytes - draft->written(), 0), bound_)) {
+    draft->discard();
+    return cloudError(CloudErrorDiskFull, "There is no room for it in " + folder_ + ".");
+  }
   return draft;
 }
 
-void OriginalCache::makeRoom(std::int64_t bytes, std::int64_t bound) const {
+void OriginalCache::waitForOthers(const Busy& busy, const std::stop_token& stop) const {
+  std::unique_lock lock(mutex_);
+  changed_.wait_for(lock, stop, kOtherProcess, [&] { return ended_ != busy.ended; });
+}
+
+void OriginalCache::draftEnded() const {
+  {
+    const std::lock_guard lock(mutex_);
+    ++ended_;
+  }
+  changed_.notify_all();
+}
+
+bool OriginalCache::makeRoom(std::int64_t bytes, std::int64_t bound) const {
   const std::lock_guard oneAtATime(sweeping_);
   struct Copy {
     std::filesystem::file_time_type used;
@@ -89,7 +113,7 @@ void OriginalCache::makeRoom(std::int64_t bytes, std::int64_t bound) const {
   };
   std::vector<Copy> copies;
   std::error_code failed;
-  std::int64_t total = bytes;
+  std::int64_t total = 0;
   for (std::filesystem::directory_iterator each(folder_, failed), end; !failed && each != end; each.increment(failed)) {
     std::error_code gone;
     const auto size = static_cast<std::int64_t>(each->file_size(gone));
@@ -98,9 +122,11 @@ void OriginalCache::makeRoom(std::int64_t bytes, std::int64_t bound) const {
     total += size;
     copies.push_back({used, size, each->path()});
   }
+  const auto disk = std::filesystem::space(folder_, failed);
+  if (!failed && static_cast<std::uint64_t>(bytes) > disk.available + static_cast<std::uint64_t>(total)) return false;
   std::sort(copies.begin(), copies.end(), [](const Copy& a, const Copy& b) { return a.used < b.used; });
   for (const Copy& copy : copies) {
-    if (total <= bound) break;
+    if (total <= bound - bytes) break;
     const int fd = openLocked(copy.path, O_RDONLY, LOCK_EX);
     if (fd < 0) continue;  // in use
     std::error_code ignored;
@@ -108,6 +134,7 @@ void OriginalCache::makeRoom(std::int64_t bytes, std::int64_t bound) const {
     if (copy.path.extension() == kPart) std::filesystem::remove(copy.path.string() + kTag, ignored);
     ::close(fd);
   }
+  return true;
 }
 
 OriginalCache::Draft::Draft(const OriginalCache& cache, std::string name, int fd)
@@ -115,12 +142,13 @@ OriginalCache::Draft::Draft(const OriginalCache& cache, std::string name, int fd
   std::ifstream kept(cache_.pathOf(name_) + kPart + kTag);
   std::getline(kept, tag_);
   struct stat status {};
-  // Bytes without a tag are nobody knows what's.
+  // Without the server's tag nobody could tell whether the rest that it sends belongs to the same content.
   if (::fstat(fd_, &status) == 0 && !tag_.empty()) written_ = status.st_size;
 }
 
 OriginalCache::Draft::~Draft() {
   ::close(fd_);
+  cache_.draftEnded();
 }
 
 NSError OriginalCache::Draft::failure(int error) const {

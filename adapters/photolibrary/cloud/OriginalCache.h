@@ -1,10 +1,12 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <variant>
 
@@ -59,18 +61,28 @@ class OriginalCache {
     std::int64_t written_ = 0;
     std::string tag_;
   };
-  struct Busy {};  ///< somebody else is making it
-  /// Makes room for `bytes` first.
+  /// Somebody else is making it; how many drafts had ended by then.
+  struct Busy {
+    std::uint64_t ended = 0;
+  };
+  /// Makes room for `bytes` first. More than the whole disk could hold is refused, and takes nothing away.
   std::variant<std::unique_ptr<Draft>, Busy, NSError> begin(const std::string& name, std::int64_t bytes) const;
+  /// Waits until it may be worth while to begin again, or to stop.
+  void waitForOthers(const Busy& busy, const std::stop_token& stop) const;
 
  private:
   std::string pathOf(const std::string& name) const { return folder_ + "/" + name; }
-  /// Removes what was used longest ago until the rest and `bytes` keep within `bound`.
-  void makeRoom(std::int64_t bytes, std::int64_t bound) const;
+  /// Removes what was used longest ago until the rest and `bytes` keep within `bound`. False, with nothing removed,
+  /// when all of it would not be room enough.
+  bool makeRoom(std::int64_t bytes, std::int64_t bound) const;
+  void draftEnded() const;
 
   const std::string folder_;
   const std::int64_t bound_;
   mutable std::mutex sweeping_;
+  mutable std::mutex mutex_;  ///< guards what follows
+  mutable std::condition_variable_any changed_;
+  mutable std::uint64_t ended_ = 0;  ///< drafts of this object's
 };
 
 }  // namespace tlx::photolibrary

@@ -6,6 +6,7 @@
 #include <set>
 #include <system_error>
 
+#include <glib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,26 +16,12 @@ namespace tlx::photolibrary {
 namespace fs = std::filesystem;
 namespace {
 
-int hexValue(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-  return -1;
-}
-
+/// A text that is escaped wrongly stands for itself.
 std::string percentDecoded(const std::string& text) {
-  std::string plain;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const bool escaped = text[i] == '%' && i + 2 < text.size();
-    const int high = escaped ? hexValue(text[i + 1]) : -1, low = escaped ? hexValue(text[i + 2]) : -1;
-    if (high >= 0 && low >= 0) {
-      plain += static_cast<char>(high * 16 + low);
-      i += 2;
-    } else {
-      plain += text[i];
-    }
-  }
-  return plain;
+  char* const plain = g_uri_unescape_string(text.c_str(), nullptr);
+  std::string decoded = plain ? plain : text;
+  g_free(plain);
+  return decoded;
 }
 
 /// A record is a few lines: whatever is longer is none.

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 // clang-format off
 #include <cstdio>
@@ -119,14 +120,26 @@ LibraryFolder::LibraryFolder() {
   if (!::mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
   top_ = std::filesystem::canonical(name);
   std::filesystem::create_directory(pictures());
-  if (const char* const earlier = std::getenv("XDG_DATA_HOME")) earlierDataHome_ = earlier;
-  ::setenv("XDG_DATA_HOME", (top_ / "data").c_str(), 1);
+  std::filesystem::remove_all(trashFolder());
 }
 
 LibraryFolder::~LibraryFolder() {
-  ::setenv("XDG_DATA_HOME", earlierDataHome_.c_str(), 1);
   std::error_code ignored;
   std::filesystem::remove_all(top_, ignored);
+}
+
+std::filesystem::path LibraryFolder::trashFolder() {
+  // Where data lie is asked of the environment once in a process.
+  static const struct Data {
+    Data() { ::setenv("XDG_DATA_HOME", path.c_str(), 1); }
+    ~Data() {
+      std::error_code ignored;
+      std::filesystem::remove_all(path, ignored);
+    }
+    const std::filesystem::path path =
+        std::filesystem::temp_directory_path() / ("tlx-data-" + std::to_string(::getpid()));
+  } data;
+  return data.path / "Trash";
 }
 
 void LibraryFolder::put(const std::string& path, const std::vector<std::uint8_t>& bytes, double modified) const {
@@ -141,7 +154,7 @@ void LibraryFolder::put(const std::string& path, const std::vector<std::uint8_t>
 }
 
 void LibraryFolder::trash(const std::string& path) const {
-  const std::filesystem::path bin = top_ / "data" / "Trash", from = pictures() / path;
+  const std::filesystem::path bin = trashFolder(), from = pictures() / path;
   std::filesystem::create_directories(bin / "files");
   std::filesystem::create_directories(bin / "info");
   std::string escaped;

@@ -34,8 +34,8 @@ std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo = {});
 /// An MP4 header of that many seconds and a video track, and nothing to play.
 std::vector<std::uint8_t> sampleVideo(double seconds = 1);
 
-/// A folder of the test's own with `pictures`, `cache`, `config` and `data` in it, gone with it. While it lives the XDG
-/// data folder is its own, so that no test looks into the person's trash.
+/// A folder of the test's own with `pictures`, `cache` and `config` in it, gone with it. The trash is the test
+/// program's own, empty at first, so that no test looks into the person's.
 class LibraryFolder {
  public:
   LibraryFolder();
@@ -45,6 +45,7 @@ class LibraryFolder {
 
   std::filesystem::path pictures() const { return top_ / "pictures"; }
   std::filesystem::path top() const { return top_; }
+  static std::filesystem::path trashFolder();
 
   /// `path` below the pictures; folders are made. `modified` in seconds since 1970, 0 to leave it be.
   void put(const std::string& path, const std::vector<std::uint8_t>& bytes, double modified = 0) const;
@@ -56,7 +57,6 @@ class LibraryFolder {
 
  private:
   std::filesystem::path top_;
-  std::string earlierDataHome_;
 };
 
 /// What a fetch by album title finds: the names of the files, in order. Smart albums and the person's own alike.

@@ -121,7 +121,7 @@ void CollectionWalk::enter(Collection* collection) {
           files.push_back({std::move(name), std::move(member)});
         }
       },
-      [this] { return wanted(); });
+      stop_);
   if (failed) return fail(*collection, *failed);
   if (excluded && collection->parent) return;
 
@@ -162,9 +162,7 @@ bool CollectionWalk::keepUnchanged(Collection& collection) {
   if (found == knownFolders_.end() || collection.fileId.empty() || collection.etag.empty()) return false;
   const Folders& folders = known_.snapshot().folders();
   if (static_cast<std::uint64_t>(folders[found->second]->key.born) != hashOf(collection.etag)) return false;
-  const std::string below = collection.folder.path + "/";
-  for (const auto& [path, position] : knownFolders_) {
-    if (position != found->second && !path.starts_with(below)) continue;
+  const auto keep = [&](const std::string& path, std::uint32_t position) {
     FolderFindings findings;
     findings.folder = *folders[position];
     findings.folder.root = 0;
@@ -176,6 +174,12 @@ bool CollectionWalk::keepUnchanged(Collection& collection) {
       }
     }
     listener_.found(std::move(findings));
+  };
+  keep(found->first, found->second);
+  const std::string below = collection.folder.path + "/";
+  for (auto each = knownFolders_.lower_bound(below); each != knownFolders_.end() && each->first.starts_with(below);
+       ++each) {
+    keep(each->first, each->second);
   }
   return true;
 }
@@ -258,8 +262,7 @@ FoundItem CollectionWalk::examined(const Collection& collection, const File& fil
     found.duration = known->duration;
     found.facts = known->facts;
   } else if (!lost_) {
-    const auto probed =
-        probeRemote(server_, collection.path + "/" + file.name, *file.member.bytes, [this] { return wanted(); });
+    const auto probed = probeRemote(server_, collection.path + "/" + file.name, *file.member.bytes, stop_);
     if (const auto* info = std::get_if<MediaInfo>(&probed)) {
       found.mediaType = info->mediaType;
       if (info->captureDate) {

@@ -3,13 +3,13 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <set>
 #include <stop_token>
 #include <string>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -73,7 +73,7 @@ class CollectionWalk {
   WalkListener& listener_;
   const std::stop_token stop_;
   WorkCrew crew_;
-  std::unordered_map<std::string, std::uint32_t> knownFolders_;  ///< by path, those of this server
+  std::map<std::string, std::uint32_t> knownFolders_;  ///< by path, those of this server
 
   std::mutex mutex_;  ///< guards what follows
   std::vector<std::unique_ptr<Collection>> collections_;

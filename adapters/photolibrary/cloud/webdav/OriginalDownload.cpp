@@ -1,15 +1,12 @@
 #include "adapters/photolibrary/cloud/webdav/OriginalDownload.h"
 
 #include <algorithm>
-#include <chrono>
 #include <optional>
-#include <thread>
 #include <utility>
 
 namespace tlx::photolibrary {
 namespace {
 
-constexpr std::chrono::milliseconds kGlance{10};
 constexpr double kSmallestStep = 1.0 / 512;
 /// How often a transfer is gone on with in one go, however little further each time brings it.
 constexpr int kAttempts = 20;
@@ -54,13 +51,10 @@ class BodyReceiver final : public HttpReceiver {
     const double now = static_cast<double>(draft_.written()) / static_cast<double>(file_.bytes);
     if (options_.progress && (now - reported_ >= kSmallestStep || (now >= 1 && reported_ < 1))) {
       reported_ = now;
-      stopped_ = !options_.progress(now);
-      if (stopped_) return cancelledError();
+      if (!options_.progress(now)) return cancelledError();
     }
     return std::nullopt;
   }
-
-  bool wanted() override { return !stopped_ && !options_.stop.stop_requested(); }
 
  private:
   /// Listings of some servers know no ETags although their answers carry them.
@@ -70,7 +64,6 @@ class BodyReceiver final : public HttpReceiver {
   const RemoteFile& file_;
   const ItemStore::FetchOptions& options_;
   double& reported_;
-  bool stopped_ = false;
 };
 
 std::variant<Original, NSError> transfer(Server& server, OriginalCache::Draft& draft, const RemoteFile& file,
@@ -87,7 +80,7 @@ std::variant<Original, NSError> transfer(Server& server, OriginalCache::Draft& d
       request.headers.emplace_back("If-Range", draft.tag());
     }
     BodyReceiver receiver(draft, file, options, reported);
-    auto failed = server.exchange(std::move(request), file.path, receiver);
+    auto failed = server.exchange(std::move(request), file.path, receiver, options.stop);
     if (!failed && draft.written() != file.bytes) {
       failed = cloudError(CloudErrorConnectionLost, "The server ended its answer early.");
     }
@@ -138,7 +131,7 @@ std::variant<Original, NSError> downloadOriginal(Server& server, const OriginalC
       }
       return transfer(server, **draft, file, options);
     }
-    std::this_thread::sleep_for(kGlance);
+    cache.waitForOthers(std::get<OriginalCache::Busy>(begun), options.stop);
   }
 }
 

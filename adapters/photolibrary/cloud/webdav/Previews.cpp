@@ -4,9 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <algorithm>
-#include <chrono>
 #include <memory>
-#include <thread>
 #include <utility>
 #include <variant>
 
@@ -15,24 +13,21 @@
 namespace tlx::photolibrary {
 namespace {
 
-constexpr std::chrono::milliseconds kGlance{10};
 constexpr std::size_t kLargestAnswer = 8 << 20;
 constexpr char kDoor[] = "/remote.php/";
 
 /// A small answer, held whole.
 class SmallReceiver final : public HttpReceiver {
  public:
-  SmallReceiver(std::string& bytes, const std::function<bool()>& wanted) : bytes_(bytes), wanted_(wanted) {}
+  explicit SmallReceiver(std::string& bytes) : bytes_(bytes) {}
   std::optional<NSError> take(const char* bytes, std::size_t count) override {
     if (bytes_.size() + count > kLargestAnswer) return cloudError(CloudErrorServer, "The answer has no end.");
     bytes_.append(bytes, count);
     return std::nullopt;
   }
-  bool wanted() override { return wanted_(); }
 
  private:
   std::string& bytes_;
-  const std::function<bool()>& wanted_;
 };
 
 /// The address of a file as the preview service names it: below the person's own top folder.
@@ -48,7 +43,7 @@ std::string ownPath(const std::string& path) {
 
 }  // namespace
 
-bool Previews::hasService(const std::function<bool()>& wanted) {
+bool Previews::hasService(const std::stop_token& stop) {
   const std::lock_guard lock(mutex_);
   if (service_ != Service::Unasked) return service_ == Service::Present;
   const std::string& path = server_.address().path + "/";
@@ -58,11 +53,12 @@ bool Previews::hasService(const std::function<bool()>& wanted) {
     return false;
   }
   std::string answer;
-  SmallReceiver receiver(answer, wanted);
+  SmallReceiver receiver(answer);
   HttpRequest request;
   request.headers = {{"OCS-APIRequest", "true"}};
   request.query = "?format=json";
-  const auto failed = server_.exchange(request, path.substr(0, door) + "/ocs/v2.php/cloud/capabilities", receiver);
+  const auto failed =
+      server_.exchange(request, path.substr(0, door) + "/ocs/v2.php/cloud/capabilities", receiver, stop);
   // A server that cannot be reached now may be asked again.
   if (failed && failed->code != CloudErrorNotFound && failed->code != CloudErrorServer) return false;
   const QJsonObject said = QJsonDocument::fromJson(QByteArray::fromStdString(answer)).object();
@@ -76,14 +72,14 @@ bool Previews::hasService(const std::function<bool()>& wanted) {
 }
 
 std::optional<Original> Previews::make(const std::string& name, const std::function<bool(std::string& bytes)>& bring,
-                                       const std::function<bool()>& wanted) const {
-  while (wanted()) {
+                                       const std::stop_token& stop) const {
+  while (!stop.stop_requested()) {
     if (auto made = cache_.take(name, OriginalCache::kAnySize)) return made;
     auto begun = cache_.begin(name, kHeadBytes);
     if (std::holds_alternative<NSError>(begun)) return std::nullopt;
     auto* const draft = std::get_if<std::unique_ptr<OriginalCache::Draft>>(&begun);
     if (!draft) {
-      std::this_thread::sleep_for(kGlance);
+      cache_.waitForOthers(std::get<OriginalCache::Busy>(begun), stop);
       continue;
     }
     std::string bytes;
@@ -100,8 +96,7 @@ std::optional<Original> Previews::make(const std::string& name, const std::funct
 
 std::optional<Preview> Previews::fetch(const RemoteFile& file, MediaFormat format, int pixels,
                                        const std::stop_token& stop) {
-  const std::function<bool()> wanted = [&] { return !stop.stop_requested(); };
-  if (hasService(wanted)) {
+  if (hasService(stop)) {
     int side = 256;
     while (side < pixels && side < 1024) side *= 2;
     const std::string size = std::to_string(side);
@@ -110,11 +105,11 @@ std::optional<Preview> Previews::fetch(const RemoteFile& file, MediaFormat forma
         [&](std::string& bytes) {
           HttpRequest request;
           request.query = "?file=" + escapedPath(ownPath(file.path)) + "&x=" + size + "&y=" + size + "&a=1&forceIcon=0";
-          SmallReceiver receiver(bytes, wanted);
+          SmallReceiver receiver(bytes);
           const std::string top = file.path.substr(0, file.path.find(kDoor));
-          return !server_.exchange(std::move(request), top + "/index.php/core/preview.png", receiver);
+          return !server_.exchange(std::move(request), top + "/index.php/core/preview.png", receiver, stop);
         },
-        wanted);
+        stop);
     if (made) return Preview{*std::move(made), false};
   }
   if (isVideo(format)) return std::nullopt;
@@ -122,9 +117,9 @@ std::optional<Preview> Previews::fetch(const RemoteFile& file, MediaFormat forma
       file.copy + ".head",
       [&](std::string& bytes) {
         HttpHead head;
-        return !server_.read(file.path, 0, std::min(file.bytes, kHeadBytes), bytes, head, wanted);
+        return !server_.read(file.path, 0, std::min(file.bytes, kHeadBytes), bytes, head, stop);
       },
-      wanted);
+      stop);
   if (!made) return std::nullopt;
   return Preview{*std::move(made), file.bytes > kHeadBytes};
 }

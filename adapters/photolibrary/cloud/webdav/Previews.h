@@ -3,6 +3,7 @@
 #include <functional>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "adapters/photolibrary/cloud/OriginalCache.h"
@@ -28,9 +29,9 @@ class Previews {
  private:
   enum class Service { Unasked, None, Present };
 
-  bool hasService(const std::function<bool()>& wanted);
+  bool hasService(const std::stop_token& stop);
   std::optional<Original> make(const std::string& name, const std::function<bool(std::string& bytes)>& bring,
-                               const std::function<bool()>& wanted) const;
+                               const std::stop_token& stop) const;
 
   Server& server_;              // unretained: outlives the object by contract
   const OriginalCache& cache_;  // unretained: outlives the object by contract

@@ -47,11 +47,11 @@ class SparseFile {
 }  // namespace
 
 std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& path, std::int64_t bytes,
-                                             const std::function<bool()>& wanted) {
+                                             const std::stop_token& stop) {
   SparseFile file(bytes);
   std::string head;
   HttpHead answer;
-  if (auto failed = server.read(path, 0, std::min(bytes, kHeadBytes), head, answer, wanted)) return *std::move(failed);
+  if (auto failed = server.read(path, 0, std::min(bytes, kHeadBytes), head, answer, stop)) return *std::move(failed);
   const MediaFormat format = sniffFormat(reinterpret_cast<const std::uint8_t*>(head.data()), head.size());
   if (format == MediaFormat::Unknown) return libraryError(PhotoLibraryErrorUnsupported, path + " is no photo or video");
   MediaInfo bare;
@@ -65,7 +65,7 @@ std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& 
   for (std::int64_t at = 0, step = 0; boxed && at + 16 <= bytes && step < 32; ++step) {
     std::string header = at + 16 <= size ? head.substr(static_cast<std::size_t>(at), 16) : std::string();
     if (header.empty()) {
-      if (auto failed = server.read(path, at, 16, header, answer, wanted)) return *std::move(failed);
+      if (auto failed = server.read(path, at, 16, header, answer, stop)) return *std::move(failed);
       if (header.size() < 16) break;
     }
     const std::int64_t length = boxLength(header);
@@ -74,7 +74,7 @@ std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& 
     if (!file.write(at, header)) return bare;
     if (isTable && at + length > size && length <= kLargestTable) {
       std::string table;
-      if (auto failed = server.read(path, at, length, table, answer, wanted)) return *std::move(failed);
+      if (auto failed = server.read(path, at, length, table, answer, stop)) return *std::move(failed);
       if (!file.write(at, table)) return bare;
     }
     if (isTable) break;

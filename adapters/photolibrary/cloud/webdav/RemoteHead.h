@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
+#include <stop_token>
 #include <string>
 #include <variant>
 
@@ -17,6 +17,6 @@ inline constexpr std::int64_t kHeadBytes = 64 * 1024;
 /// contents. `PhotoLibraryErrorUnsupported` for what is no photo or video, an error of the cloud's domain when the
 /// server could not be asked. A file of a known format whose header does not fit in is told by its format alone.
 std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& path, std::int64_t bytes,
-                                             const std::function<bool()>& wanted);
+                                             const std::stop_token& stop);
 
 }  // namespace tlx::photolibrary

@@ -1,10 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
-#include <functional>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 
 #include "adapters/photolibrary/cloud/CloudAddress.h"
@@ -22,26 +23,27 @@ class Server {
 
   /// As `HttpThread::exchange`, for an unescaped path. When the server wants other credentials, the source is
   /// asked for some until it has no more; from then on what the server refuses it refuses for good.
-  std::optional<NSError> exchange(HttpRequest request, const std::string& path, HttpReceiver& receiver);
+  std::optional<NSError> exchange(HttpRequest request, const std::string& path, HttpReceiver& receiver,
+                                  const std::stop_token& stop);
 
   /// Lists a collection: itself and its members, in the server's order.
-  std::optional<NSError> list(const std::string& path, const ListingReader::Found& found,
-                              const std::function<bool()>& wanted);
+  std::optional<NSError> list(const std::string& path, const ListingReader::Found& found, const std::stop_token& stop);
   /// The first bytes of a file, up to `count` from `first`; fewer at its end. `head` is told before.
   std::optional<NSError> read(const std::string& path, std::int64_t first, std::int64_t count, std::string& bytes,
-                              HttpHead& head, const std::function<bool()>& wanted);
+                              HttpHead& head, const std::stop_token& stop);
 
   const CloudAddress& address() const { return address_; }
 
  private:
-  bool renew(std::uint64_t used, const std::function<bool()>& wanted);
+  bool renew(std::uint64_t used, const std::stop_token& stop);
 
   const CloudAddress address_;
   CredentialSource* const source_;  // unretained: outlives the server by contract
   HttpThread http_;
 
-  std::timed_mutex asking_;  ///< held while the source is asked
-  std::mutex mutex_;         ///< guards what follows
+  std::mutex mutex_;  ///< guards what follows
+  std::condition_variable_any answered_;
+  bool asking_ = false;  ///< the source, for credentials
   Credentials credentials_;
   std::uint64_t generation_ = 0;  ///< of the credentials
   bool exhausted_ = false, told_ = false;

@@ -151,7 +151,7 @@ TEST(CloudLibrary, WrongCredentialsAreNoAccess) {
   struct Asked final : CredentialSource {
     std::vector<Credentials> answers{{"al", "sesame"}, {"al", "wrong"}};
     std::vector<std::string> accepted_;
-    std::optional<Credentials> credentialsFor(const std::string&, const std::function<bool()>&) override {
+    std::optional<Credentials> credentialsFor(const std::string&, const std::stop_token&) override {
       if (answers.empty()) return std::nullopt;
       Credentials next = answers.back();
       answers.pop_back();

@@ -189,6 +189,10 @@ TEST(OriginalCache, KeepsWithinItsBoundWhatWasUsedLast) {
   put("d");
   EXPECT_EQ(filesIn(top.file("cache")), (std::set<std::string>{"c", "d"})) << "what is in use stays";
   EXPECT_FALSE(cache.take("d", 399)) << "of another length, so not it";
+  for (const std::int64_t bytes : {std::int64_t{1} << 62, INT64_MAX}) {
+    EXPECT_TRUE(std::holds_alternative<NSError>(cache.begin("e", bytes))) << "more than any disk holds";
+  }
+  EXPECT_EQ(filesIn(top.file("cache")), (std::set<std::string>{"c", "d"})) << "and nothing had to go for it";
   EXPECT_TRUE(std::holds_alternative<NSError>(OriginalCache("/proc/none", 10).begin("a", 1)));
 }
 

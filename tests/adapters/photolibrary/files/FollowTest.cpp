@@ -154,7 +154,7 @@ TEST_F(FilesFollowed, EveryKindOfStepLeadsWhereAFreshLookWould) {
       {"the first name goes", [&] { fs::remove(at("a.jpg")); }, {"second.jpg", "c.jpg", "fence.jpg"}},
       {"thrown away", [&] { folder_.trash("fence.jpg"); }, {"second.jpg", "c.jpg"}},
       {"brought back",
-       [&] { fs::rename(folder_.top() / "data/Trash/files/fence.jpg", at("fence.jpg")); },
+       [&] { fs::rename(LibraryFolder::trashFolder() / "files/fence.jpg", at("fence.jpg")); },
        {"second.jpg", "c.jpg", "fence.jpg"}},
       {"hidden", [&] { fs::rename(at("second.jpg"), at(".second.jpg")); }, {"c.jpg", "fence.jpg"}},
       {"it was no photo",
@@ -169,8 +169,8 @@ TEST_F(FilesFollowed, EveryKindOfStepLeadsWhereAFreshLookWould) {
       {"and is followed again", [&] { fs::remove(at("text.jpg")); }, {"c.jpg"}},
   };
   folder_.putPhoto("a.jpg", 1000);
-  fs::create_directories(folder_.top() / "data/Trash/files");
-  fs::create_directories(folder_.top() / "data/Trash/info");
+  fs::create_directories(LibraryFolder::trashFolder() / "files");
+  fs::create_directories(LibraryFolder::trashFolder() / "info");
   open();
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);

@@ -236,7 +236,7 @@ TEST_F(FilesLibrary, WhatIsThrownAwayMovesToRecentlyDeletedAndBack) {
   EXPECT_THAT(namesIn(*library_, "Recently Deleted"), ElementsAre("in it.jpg", "with space.jpg"));
   EXPECT_EQ(identifierOf(*library_, "with space.jpg"), identifier);
   EXPECT_THAT(titles(*library_), ElementsAre("pictures"));
-  fs::rename(folder_.top() / "data/Trash/files/with space.jpg", folder_.pictures() / "trip/with space.jpg");
+  fs::rename(LibraryFolder::trashFolder() / "files/with space.jpg", folder_.pictures() / "trip/with space.jpg");
   look();
   EXPECT_THAT(namesIn(*library_, "Camera Roll"), ElementsAre("with space.jpg", "kept.jpg"));
   EXPECT_EQ(identifierOf(*library_, "with space.jpg"), identifier);
