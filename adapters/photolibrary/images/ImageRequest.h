@@ -29,10 +29,10 @@ struct ImageManager::Request {
   std::shared_ptr<const PHVideoResultHandler> videoHandler;
   std::stop_source stop;
   std::shared_ptr<const void> begun;  // of an image request: the item store's; the main thread's alone, as the handler
-  std::atomic<bool> behind{false};   // no longer looked at
-  std::optional<Preview> preview;    // once it has come from elsewhere
-  std::optional<Original> original;  // likewise
-  std::optional<NSError> refused;    // why there will be none
+  std::atomic<bool> behind{false};    // no longer looked at
+  std::optional<Preview> preview;     // once it has come from elsewhere
+  std::optional<Original> original;   // likewise
+  std::optional<NSError> refused;     // why there will be none
   bool inCloud = false;
   bool lookedAtHand = false, askedForPreview = false;
 
