@@ -217,7 +217,7 @@ void ImageManager::pictureStage(const RequestRef& request) {
 void ImageManager::makeForAll(const RequestRef& request) {
   const bool preheats = request->id == PHInvalidImageRequestID;
   if (!request->original && isElsewhere(request->key.identifier)) {
-    // Why it cannot be had is this request's own affair.
+    // The reason why the original cannot be had belongs to this request alone: another may be allowed to fetch it.
     if (!preheats) deliver(request, makePicture(*request, request->stop.get_token()), true);
     return;
   }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <vector>
 
 #include "adapters/photolibrary/base/LibraryError.h"
@@ -19,9 +20,25 @@ NSError damaged(const JpegReader& reader) {
   return libraryError(PhotoLibraryErrorDamaged, reader.error().empty() ? "truncated or damaged" : reader.error());
 }
 
+/// Room for a row of pixels, off the boundaries of vectors: where a row begins on one, the decoding library stores it
+/// past the cache, and whoever reads it next waits for the memory.
+class RowBuffer {
+ public:
+  explicit RowBuffer(std::size_t bytes) : room_(bytes + alignment + offset) {
+    const auto start = reinterpret_cast<std::uintptr_t>(room_.data());
+    row_ = room_.data() + (alignment - start % alignment) % alignment + offset;
+  }
+  std::uint8_t* data() { return row_; }
+
+ private:
+  static constexpr std::size_t alignment = 64, offset = 16;
+  std::vector<std::uint8_t> room_;
+  std::uint8_t* row_;
+};
+
 Picture readRows(JpegReader& reader, const Crop& crop, PictureBuilder& builder, const DecodeContext& context) {
   const PixelSize scaled = reader.scaledSize();
-  std::vector<std::uint8_t> row(static_cast<std::size_t>(scaled.width) * 4);
+  RowBuffer row(static_cast<std::size_t>(scaled.width) * 4);
   for (std::int32_t y = 0; y < crop.top + crop.size.height; ++y) {
     if (context.isCancelled()) return libraryError(PhotoLibraryErrorCancelled, "cancelled");
     if (!reader.readRow(row.data())) return damaged(reader);
