@@ -137,7 +137,8 @@ void PhotoLibrary::stop() {
   withdrawQuestion();
   news_->close();
   saver_.stop();
-  // The other two threads use each other: the one that calls out ends first, and the other's last words go nowhere.
+  // The catalogue's thread posts to this one, which waits for the catalogue: this one, which calls handlers, ends first,
+  // and what the catalogue posts afterwards is dropped.
   thread_.stop();
 }
 
@@ -199,7 +200,7 @@ void PhotoLibrary::requestAuthorization(AuthorizationHandler handler) {
   if (!options_.consent) {
     question->answer(false);
   } else {
-    // Whoever is asked holds the only way to answer; once it is let go, nobody will.
+    // Whoever is asked gets the only copy of this link: when it goes unanswered, the question has ended.
     const std::shared_ptr<Asking> link(question.get(), [question](Asking* ended) { ended->answer(std::nullopt); });
     options_.consent->askForPhotos(options_.host, [link](bool allowed) { link->answer(allowed); });
   }
@@ -264,8 +265,8 @@ void PhotoLibrary::setChangeHandler(ChangeHandler handler) {
   {
     std::unique_lock lock(mutex_);
     handler_.swap(next);
-    // What every fetch has seen is no news to the new handler; what came after the last fetch is, for there was nobody
-    // to tell.
+    // The new handler need not hear of what fetches have seen already. What came after the last fetch nobody was told
+    // of: it is told now.
     told_ = fetched_ != 0 ? std::min(fetched_, current->generation()) : current->generation();
     if (!thread_.isCurrent()) handlerReturned_.wait(lock, [this] { return !handlerRunning_; });
   }

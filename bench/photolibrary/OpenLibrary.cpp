@@ -94,7 +94,7 @@ double processor(const std::function<void()>& work) {
   return bench::processorSecondsOf(work);
 }
 
-/// From the disk, so it is the wall's time that counts.
+/// In wall time, since waiting for the disk takes no processor time.
 double wall(const std::function<void()>& work) {
   const auto start = std::chrono::steady_clock::now();
   work();

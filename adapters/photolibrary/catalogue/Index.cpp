@@ -128,7 +128,7 @@ struct StoredFacts {
     const auto known = static_cast<MediaFormat>(format);
     if (known != MediaFormat::Unknown && traitsOf(known).mediaType != kind) return false;
     return std::isfinite(duration) && duration >= 0 && bytes >= 0 && width >= 0 && height >= 0 && orientation >= 1 &&
-           orientation <= 8;
+           orientation <= 8 && dateOrigin <= static_cast<std::uint8_t>(DateOrigin::Sidecar);
   }
   void copyTo(Item& item) const {
     item.duration = duration;

@@ -186,7 +186,7 @@ std::optional<NSError> HttpThread::exchange(const HttpRequest& request, const Cr
   asked.setAttribute(QNetworkRequest::AuthenticationReuseAttribute, QNetworkRequest::Manual);
 
   const auto passage = std::make_shared<Passage>();
-  // Owned by the other thread; asked to go by `Leave`, before which it stays.
+  // Lives on the other thread, which deletes it when `Leave` asks for that.
   auto* const access = thread_->access;
   auto exchange = std::make_shared<Exchange*>(nullptr);
   QMetaObject::invokeMethod(access, [=, verb = request.verb, body = request.body] {

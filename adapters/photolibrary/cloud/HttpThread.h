@@ -42,7 +42,7 @@ class HttpReceiver {
     (void)head;
     return std::nullopt;
   }
-  /// Likewise.
+  /// A piece of the body. An error ends the exchange.
   virtual std::optional<NSError> take(const char* bytes, std::size_t count) = 0;
 };
 

@@ -23,7 +23,8 @@ constexpr char kTag[] = ".tag";
 /// Another process lets its lock go without a word.
 constexpr std::chrono::seconds kOtherProcess{1};
 
-/// A lock on a file that is still where it was opened.
+/// Opens a file and locks it, anew when it was removed or replaced in between. Answers -1 with errno when somebody else
+/// holds it or it cannot be opened.
 int openLocked(const std::string& path, int flags, int lock) {
   while (true) {
     const int fd = ::open(path.c_str(), flags | O_CLOEXEC | O_NOFOLLOW, 0600);

@@ -206,7 +206,7 @@ void FolderWalk::addTrash() {
 
 void FolderWalk::rememberUnreachable(const Place& place, int error) {
   std::lock_guard lock(mutex_);
-  // A root that is not there is a disk that is not plugged in more often than a library thrown away.
+  // A missing root is usually a disk that is not plugged in: what is known of it stays.
   if (mayPass(error) || place.isRoot()) outcome_.unreachable.push_back(place.path);
   const bool isGone = error == ENOENT || error == ENOTDIR || error == ELOOP;
   if (!isGone) outcome_.skipped.emplace_back(place.path, std::generic_category().message(error));

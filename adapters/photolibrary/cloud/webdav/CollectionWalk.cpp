@@ -37,7 +37,7 @@ bool isSettled(const NSError& error) {
   return error.domain != kCloudPhotoLibraryErrorDomain;
 }
 
-/// Whether the server said so itself, so that others of its collections may be asked for.
+/// Whether the failure is about this one file or collection, so that the server may be asked for others.
 bool isAboutOne(const NSError& error) {
   return error.code == CloudErrorNotFound || error.code == CloudErrorForbidden || error.code == CloudErrorServer;
 }
@@ -68,16 +68,17 @@ WalkOutcome CollectionWalk::run() {
   collections_.push_back(std::move(root));
   crew_.add([this, first] { enter(first); });
   crew_.run();
-  if (wanted()) confirm();
-  return {wanted(), std::move(unreachable_), std::move(skipped_)};
+  if (!stop_.stop_requested()) confirm();
+  return {!stop_.stop_requested(), std::move(unreachable_), std::move(skipped_)};
 }
 
 void CollectionWalk::fail(Collection& collection, const NSError& error) {
   for (Collection* each = &collection; each; each = each->parent) each->whole = false;
-  if (!wanted()) return;
+  if (stop_.stop_requested()) return;
   if (!isAboutOne(error)) lose(error);
   const std::lock_guard lock(mutex_);
-  // Gone since its parent was listed; a root that is gone is a mistake sooner than a library thrown away.
+  // A collection may go after its parent was listed. A missing root is usually a mistake of the server's: what is known
+  // of it stays.
   if (error.code == CloudErrorNotFound && collection.parent) return;
   unreachable_.push_back(collection.folder.path);
   if (!problem_) problem_ = error;
@@ -96,7 +97,7 @@ NSError CollectionWalk::whyLost() {
 }
 
 void CollectionWalk::enter(Collection* collection) {
-  if (!wanted()) return;
+  if (stop_.stop_requested()) return;
   if (lost_) return fail(*collection, whyLost());
   std::vector<File> files;
   std::vector<std::pair<std::string, ListedMember>> below;
@@ -206,7 +207,7 @@ void CollectionWalk::compare(Collection* collection, std::vector<File> files) {
     } else if (same->position == Snapshot::kNowhere) {
       findings.rejected.push_back({file.name, same->key, same->bytes, same->modified});
     } else if (known_.snapshot().itemAt(same->position).facts.format == MediaFormat::Unknown) {
-      others.push_back(std::move(file));  // there was no looking inside until now
+      others.push_back(std::move(file));  // its header could not be read until now
     } else {
       findings.unchanged.push_back(same->position);
     }
@@ -233,7 +234,7 @@ void CollectionWalk::examine(Collection* collection, const std::vector<File>& fi
   for (const File& file : files) {
     bool rejected = false;
     FoundItem found = examined(*collection, file, rejected);
-    if (!wanted()) return;
+    if (stop_.stop_requested()) return;
     if (rejected) {
       findings.rejected.push_back({file.name, found.facts.key, found.facts.bytes, found.facts.modified});
     } else {
@@ -279,7 +280,8 @@ FoundItem CollectionWalk::examined(const Collection& collection, const File& fil
                                     (info->screenshot ? ItemMarkScreenshot : 0));
     } else {
       rejected = isSettled(std::get<NSError>(probed));
-      if (!rejected && !isAboutOne(std::get<NSError>(probed)) && wanted()) lose(std::get<NSError>(probed));
+      if (!rejected && !isAboutOne(std::get<NSError>(probed)) && !stop_.stop_requested())
+        lose(std::get<NSError>(probed));
     }
   }
   if (!isCaptureDate(found.facts.dateOrigin)) {

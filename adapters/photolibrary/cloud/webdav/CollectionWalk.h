@@ -65,7 +65,6 @@ class CollectionWalk {
   void lose(const NSError& error);
   NSError whyLost();
   void confirm();
-  bool wanted() const { return !stop_.stop_requested(); }
 
   Server& server_;
   const std::uint64_t fileSystem_;

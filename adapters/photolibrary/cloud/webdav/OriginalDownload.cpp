@@ -19,7 +19,7 @@ NSError changedError() {
   return cloudError(CloudErrorChanged, "It has changed on its server since it was listed.");
 }
 
-/// Whether a part of what comes under this tag may be put together with another part that did.
+/// Whether all answers with this tag hold the same bytes, so that a part of one goes on where a part of another ended.
 bool isStrong(const std::string& etag) {
   return etag.starts_with('"');
 }

@@ -23,7 +23,7 @@ std::int64_t boxLength(const std::string& header) {
   return large > static_cast<std::uint64_t>(INT64_MAX) ? 0 : static_cast<std::int64_t>(large);
 }
 
-/// A file's pieces at their places, with nothing between them that takes room.
+/// A file in memory that holds some pieces of another at their places; what lies between them takes no room.
 class SparseFile {
  public:
   explicit SparseFile(std::int64_t bytes) : fd_(::memfd_create("head", MFD_CLOEXEC)) {
@@ -81,7 +81,7 @@ std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& 
     at += length;
   }
   auto probed = probeMedia(file.fd(), path);
-  // What is damaged may only lack what was not read.
+  // It may look damaged only because parts of it were not read.
   const NSError* const failed = std::get_if<NSError>(&probed);
   if (failed && failed->code != PhotoLibraryErrorUnsupported) return bare;
   return probed;

@@ -156,15 +156,6 @@ TEST_F(FilesAccess, WhatSomebodyElseDecidesHoldsForWhatIsOpen) {
   library->setChangeHandler(nullptr);
 }
 
-TEST_F(FilesAccess, NobodyIsCalledOnceItHasStopped) {
-  const auto library = open("host", nullptr);
-  bool called = false;
-  library->stop();
-  library->requestAuthorization([&](PHAuthorizationStatus) { called = true; });
-  library->stop();
-  EXPECT_FALSE(called);
-}
-
 TEST_F(FilesAccess, NobodyToAskIsNoAccessAndNotRemembered) {
   const auto library = open("host", nullptr);
   EXPECT_EQ(request(*library).get(), PHAuthorizationStatusDenied);

@@ -27,6 +27,19 @@ class Application final : public testing::Environment {
 
 }  // namespace
 
+Served::Served() {
+  std::filesystem::create_directories(root());
+  std::filesystem::create_directories(scratch());
+}
+
+void Served::put(const std::string& name, const std::vector<std::uint8_t>& bytes, double date) const {
+  const auto path = root() / name;
+  std::filesystem::create_directories(path.parent_path());
+  writeFile(path, bytes);
+  const std::chrono::sys_seconds time{std::chrono::seconds(static_cast<std::int64_t>(date))};
+  std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(time));
+}
+
 Cloud::Cloud(const std::string& url) : Cloud(url, patient(std::chrono::seconds(30))) {}
 
 Cloud::Cloud(const std::string& url, WebDavSource::Settings settings, std::vector<std::string> folders)

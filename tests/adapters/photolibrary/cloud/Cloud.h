@@ -7,8 +7,21 @@
 
 #include "adapters/photolibrary/cloud/webdav/WebDavSource.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary::test {
+
+/// A folder that a server serves, and one for the server's own files.
+class Served {
+ public:
+  Served();
+  std::filesystem::path root() const { return top_.file("served"); }
+  std::filesystem::path scratch() const { return top_.file("server"); }
+  void put(const std::string& name, const std::vector<std::uint8_t>& bytes, double date = 1'600'000'000) const;
+
+ private:
+  TemporaryFolder top_;
+};
 
 /// A library on a server's folder, with a cache of its own.
 class Cloud {

@@ -1,17 +1,14 @@
 #include <filesystem>
-#include <fstream>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MainLoop.h"
-#include "adapters/memory/MemoryPlatform.h"
 #include "adapters/photolibrary/images/ImageManager.h"
 #include "tests/adapters/photolibrary/cloud/Cloud.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 #include "tests/contracts/ImageManagerContract.h"
-#include "tests/contracts/PhotoLibraryContract.h"
 #include "tests/support/WebServers.h"
 
 namespace tlx::photolibrary {
@@ -20,34 +17,13 @@ namespace {
 using test::Cloud;
 using test::samplePhoto;
 using test::sampleVideo;
+using test::Served;
 using tlx::test::answer;
 using tlx::test::listed;
 using tlx::test::multistatus;
 using tlx::test::Nginx;
 using tlx::test::Rclone;
 using tlx::test::ScriptedServer;
-
-/// A folder that a server serves.
-class Served {
- public:
-  std::filesystem::path root() const { return top_.file("served"); }
-  std::filesystem::path scratch() const { return top_.file("server"); }
-  Served() {
-    std::filesystem::create_directories(root());
-    std::filesystem::create_directories(scratch());
-  }
-  void put(const std::string& name, const std::vector<std::uint8_t>& bytes, double date = 1'600'000'000) const {
-    const auto path = root() / name;
-    std::filesystem::create_directories(path.parent_path());
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    const std::chrono::sys_seconds time{std::chrono::seconds(static_cast<std::int64_t>(date))};
-    std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(time));
-  }
-
- private:
-  test::TemporaryFolder top_;
-};
 
 TEST(CloudLibrary, TwoServersOfDifferentMakeShowTheSame) {
   if (!Nginx::installed() || !Rclone::installed()) GTEST_SKIP() << "nginx or rclone is not installed";
@@ -287,59 +263,8 @@ namespace {
 
 using photolibrary::test::Cloud;
 
-/// What both worlds share: a folder, nginx over it, a library on that and on an empty folder of this machine's, which
-/// takes what is captured.
-class CloudWorld {
- protected:
-  CloudWorld()
-      : server_(served_.root(), served_.scratch()),
-        cloud_(server_.url(), Cloud::patient(std::chrono::seconds(30)), {local_.root()}) {}
-
-  photolibrary::Served served_, local_;
-  tlx::test::Nginx server_;
-  Cloud cloud_;
-};
-
-class CloudLibraryWorld final : public PhotoLibraryWorld, CloudWorld {
- public:
-  MainQueuePort& mainQueue() override { return platform_.loop; }
-  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
-  void settle() override {
-    cloud_.library().waitUntilScanned();
-    platform_.loop.runUntilIdle();
-  }
-  PhotoLibraryPort& library() override { return cloud_.library(); }
-  void put(const std::vector<Item>& items) override {
-    for (const Item& item : items) {
-      const bool video = item.mediaType == PHAssetMediaTypeVideo;
-      (item.album == "Camera" ? local_ : served_)
-          .put(item.album + "/" + item.name,
-               video ? photolibrary::test::sampleVideo() : photolibrary::test::samplePhoto(), item.creationDate);
-    }
-    cloud_.rescan();
-  }
-  void take(const std::vector<std::string>& names) override {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(served_.root())) {
-      if (std::find(names.begin(), names.end(), entry.path().filename()) != names.end())
-        std::filesystem::remove(entry.path());
-    }
-    cloud_.rescan();
-  }
-  AVRecording recording() override {
-    served_.put("../capture", photolibrary::test::sampleVideo());
-    return {(served_.root() / "../capture").string(), {}, 1, nullptr};
-  }
-  void askForPicture(const Identifier& item) override { cloud_.library().beginRequest(item); }
-  bool setAccess(PHAuthorizationStatus) override { return false; }
-  void setPromptAnswer(PHAuthorizationStatus) override {}
-  int promptCount() const override { return 0; }
-
- private:
-  memory::MemoryPlatform platform_;
-};
-
 /// Every item is on the server.
-class CloudImageWorld final : public ImageManagerWorld, CloudWorld {
+class CloudImageWorld final : public ImageManagerWorld {
  public:
   MainQueuePort& mainQueue() override { return loop_; }
   bool runUntil(const std::function<bool()>& done) override { return loop_.runUntil(done); }
@@ -399,20 +324,19 @@ class CloudImageWorld final : public ImageManagerWorld, CloudWorld {
     return settings;
   }
 
+  photolibrary::test::Served served_;
+  tlx::test::Nginx server_{served_.root(), served_.scratch()};
+  Cloud cloud_{server_.url()};
   memory::Background background_;
   memory::MainLoop loop_{background_};
   photolibrary::ImageManager images_{cloud_.library(), loop_, settings()};
   int files_ = 0;
 };
 
-std::unique_ptr<PhotoLibraryWorld> makeCloudWorld() {
-  return std::make_unique<CloudLibraryWorld>();
-}
 std::unique_ptr<ImageManagerWorld> makeCloudImageWorld() {
   return std::make_unique<CloudImageWorld>();
 }
 
-INSTANTIATE_TEST_SUITE_P(Cloud, PhotoLibraryContract, testing::Values(&makeCloudWorld));
 INSTANTIATE_TEST_SUITE_P(Cloud, ImageManagerContract, testing::Values(&makeCloudImageWorld));
 
 }  // namespace

@@ -89,17 +89,6 @@ TEST_F(FilesIdentity, IsNeverAnotherFiles) {
   }
 }
 
-TEST_F(FilesIdentity, OneFileWithTwoNamesIsOneItem) {
-  folder_.putPhoto("b/name.jpg", 1000);
-  fs::create_directory(folder_.pictures() / "a");
-  fs::create_hard_link(folder_.pictures() / "b/name.jpg", folder_.pictures() / "a/other.jpg");
-  open();
-  EXPECT_THAT(namesIn(*library_, "Camera Roll"), testing::ElementsAre("other.jpg")) << "the first by path";
-  const std::string item = identifierOf(*library_, "other.jpg");
-  fs::remove(folder_.pictures() / "a/other.jpg");
-  EXPECT_EQ(look("name.jpg"), item);
-}
-
 TEST(FileKeys, DeriveDistinctIdentifiersOfFifteenPlainCharacters) {
   std::set<std::string> all;
   for (std::uint64_t i = 0; i < 1000; ++i) {
