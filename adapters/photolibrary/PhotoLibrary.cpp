@@ -137,8 +137,8 @@ void PhotoLibrary::stop() {
   withdrawQuestion();
   news_->close();
   saver_.stop();
-  // The catalogue's thread posts to this one, which waits for the catalogue: this one, which calls handlers, ends first,
-  // and what the catalogue posts afterwards is dropped.
+  // The catalogue's thread posts to this one, which waits for the catalogue: this one, which calls handlers, ends
+  // first, and what the catalogue posts afterwards is dropped.
   thread_.stop();
 }
 
