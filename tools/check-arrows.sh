@@ -38,11 +38,14 @@ adapters/photolibrary/images/headers: tlx/platform/... adapters/photolibrary/bas
 adapters/photolibrary/images/codecs: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/headers
 adapters/photolibrary/images/cache: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/headers adapters/photolibrary/images/codecs
 adapters/photolibrary/images: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/...
+adapters/photolibrary/decoding: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/codecs
+adapters/photolibrary/decoding/worker: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/decoding adapters/photolibrary/images/codecs
 adapters/photolibrary/files: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/catalogue adapters/photolibrary/images/headers adapters/photolibrary/images/codecs
 adapters/photolibrary/cloud: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source
 adapters/photolibrary/cloud/webdav: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/catalogue adapters/photolibrary/cloud adapters/photolibrary/images/headers
 adapters/photolibrary: tlx/platform/... adapters/photolibrary/...
 apps/tlx-media-picker: tlx/... adapters/...
+apps/tlx-media-decoder: adapters/photolibrary/...
 ROWS
 }
 

@@ -20,6 +20,8 @@
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/base/XdgFolders.h"
 #include "adapters/photolibrary/cloud/webdav/WebDavSource.h"
+#include "adapters/photolibrary/decoding/ConfinedDecoders.h"
+#include "adapters/photolibrary/decoding/DecoderFolder.h"
 #include "adapters/photolibrary/files/FolderSource.h"
 #include "adapters/photolibrary/images/ImageManager.h"
 #include "adapters/photolibrary/source/SourceSet.h"
@@ -119,7 +121,14 @@ int run(int argc, char** argv, const Arguments& arguments) {
   }
   std::vector<const photolibrary::WebDavSource*> clouds;
   photolibrary::PhotoLibrary library(options, sourceOf(arguments, credentials, log, clouds), log);
-  photolibrary::ImageManager images(library, loops.mainQueue);
+  photolibrary::ImageManager::Settings imageSettings;
+  imageSettings.decoders = [&log](photolibrary::PixelStore& pixels) {
+    photolibrary::ConfinedDecoders::Settings settings;
+    settings.folder = photolibrary::decoderFolder();
+    settings.log = [&log](const std::string& line) { log.log(line); };
+    return std::make_unique<photolibrary::ConfinedDecoders>(pixels, settings);
+  };
+  photolibrary::ImageManager images(library, loops.mainQueue, std::move(imageSettings));
   TellingImages telling(images, [&library](const PHAsset& asset, bool video, const NSError& cause) {
     const auto details = library.details(asset.localIdentifier);
     const std::string place = !details                   ? asset.localIdentifier.string()

@@ -152,8 +152,9 @@ int main() {
   std::printf("a JPEG of 4000 x 3000 and %.1f MB\n", static_cast<double>(std::filesystem::file_size(twelve)) / 1e6);
 
   PixelStore store(pixels);
-  ImageDecoder decoder(store);
-  const ImageDecoder::Request cell{{130, 130}, PHImageContentModeAspectFill};
+  DirectDecoders direct(store);
+  FilePictures decoder(direct);
+  const PictureRequest cell{{130, 130}, PHImageContentModeAspectFill};
   bool kept = bench::sideBySide(
       "thumbnail 130 x 130 / scaled decode", 1 / 0.9, 15,
       [&] { return bench::secondsOf([&] { bench::keep(std::get<0>(decoder.decode(twelve, cell)).get()); }); },

@@ -5,7 +5,9 @@
 #include <utility>
 
 #include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/ImageRequest.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -37,12 +39,14 @@ ImageManager::ImageManager(ItemStore& items, MainQueuePort& mainQueue, Settings 
     : items_(items),
       mainQueue_(mainQueue),
       pixels_(settings.pixelFolder, settings.pixels),
-      layers_(items, pixels_, settings.thumbnailBytes, settings.largestThumbnail, std::move(settings.shared)),
+      decoders_(settings.decoders ? settings.decoders(pixels_) : std::make_unique<DirectDecoders>(pixels_)),
+      layers_(items, *decoders_, pixels_, settings.thumbnailBytes, settings.largestThumbnail,
+              std::move(settings.shared)),
       screenScale_(std::max(1.0, settings.screenScale)),
       alive_(std::make_shared<std::atomic<bool>>(true)),
       mostRecordBytes_(settings.recordBytes),
       fetchers_(settings.fetchers),
-      workers_(workerCount(settings.workers), &ImageDecoder::leaveThread) {}
+      workers_(workerCount(settings.workers), [this] { decoders_->leaveThread(); }) {}
 
 ImageManager::~ImageManager() {
   stop();
@@ -267,7 +271,7 @@ void ImageManager::videoStage(const RequestRef& request) {
     info = failure(std::move(*error), request->inCloud);
   } else {
     Original& original = std::get<Original>(fetched);
-    auto probed = probeVideo(original.path);
+    auto probed = FilePictures(*decoders_).tracks(original.path);
     if (NSError* unreadable = std::get_if<NSError>(&probed)) {
       info = failure(std::move(*unreadable));
     } else {

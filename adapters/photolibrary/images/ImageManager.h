@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <mutex>
@@ -19,6 +20,7 @@
 #include "adapters/photolibrary/images/PictureLayers.h"
 #include "adapters/photolibrary/images/RequestQueue.h"
 #include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/source/DecodersPort.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {
@@ -45,6 +47,8 @@ namespace tlx::photolibrary {
 class ImageManager final : public ImageManagerPort {
  public:
   struct Settings {
+    /// Makes the decoders, which put their pictures' pixels into the store; without it they work in this process.
+    std::function<std::unique_ptr<DecodersPort>(PixelStore& pixels)> decoders = {};
     unsigned workers = 0;                                ///< 0 for one per processor
     unsigned fetchers = 2;                               ///< threads that wait for originals from elsewhere
     std::size_t thumbnailBytes = std::size_t{64} << 20;  ///< of finished thumbnails kept in memory
@@ -130,6 +134,7 @@ class ImageManager final : public ImageManagerPort {
   ItemStore& items_;          // unretained: outlives the manager by contract
   MainQueuePort& mainQueue_;  // unretained: outlives the manager by contract
   PixelStore pixels_;
+  std::unique_ptr<DecodersPort> decoders_;
   PictureLayers layers_;
   std::atomic<double> screenScale_;
   /// False once the manager is gone: steps that still wait on the main queue then do nothing.

@@ -3,27 +3,15 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
-#include <exception>
-#include <new>
 #include <utility>
 #include <vector>
 
 #include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/images/codecs/PictureBuilder.h"
+#include "adapters/photolibrary/images/codecs/UprightSink.h"
 
 namespace tlx::photolibrary {
 namespace {
-
-/// Damaged files reach deep into other people's code; what that throws is an answer like any other.
-template <class Make>
-Picture guarded(Make make) {
-  try {
-    return make();
-  } catch (const std::bad_alloc&) {
-    return libraryError(PhotoLibraryErrorNoSpace, "no memory for a picture");
-  } catch (const std::exception& error) {
-    return libraryError(PhotoLibraryErrorDamaged, error.what());
-  }
-}
 
 PixelSize sizeOf(const CGImage& image) {
   return {static_cast<std::int32_t>(image.width()), static_cast<std::int32_t>(image.height())};
@@ -39,24 +27,25 @@ bool haveTheSameShape(PixelSize a, PixelSize b) {
 }
 
 /// The same picture with fewer pixels.
-Picture shrunk(const std::shared_ptr<const CGImage>& image, PixelSize size, DecodeContext context) {
+Picture shrunk(const std::shared_ptr<const CGImage>& image, PixelSize size, PixelStore& store) {
   if (sizeOf(*image) == size) return image;
   // Its colour is premultiplied already, which is what `opaque` leaves alone.
-  auto builder = PictureBuilder::start(context.store, {sizeOf(*image), size, 1, true, nullptr});
+  UprightSink sink(store);
+  auto builder = PictureBuilder::start(sink, {sizeOf(*image), size, 1, true, nullptr});
   if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
   std::vector<std::uint8_t> row(image->width() * CGImage::bytesPerPixel);
   for (std::size_t y = 0; y < image->height(); ++y) {
     std::memcpy(row.data(), image->row(y), row.size());
     std::get<0>(builder)->add(row.data());
   }
-  return std::get<0>(builder)->finish();
+  return sink.finish();
 }
 
 }  // namespace
 
-PictureLayers::PictureLayers(ItemStore& items, PixelStore& pixels, std::size_t memory, std::size_t largestInMemory,
-                             SharedThumbnails::Settings shared)
-    : items_(items), pixels_(pixels), decoder_(pixels), memory_(memory, largestInMemory), shared_(std::move(shared)) {}
+PictureLayers::PictureLayers(ItemStore& items, DecodersPort& decoders, PixelStore& pixels, std::size_t memory,
+                             std::size_t largestInMemory, SharedThumbnails::Settings shared)
+    : items_(items), pixels_(pixels), files_(decoders), memory_(memory, largestInMemory), shared_(std::move(shared)) {}
 
 std::shared_ptr<const UIImage> PictureLayers::inMemory(const ThumbnailKey& key) {
   const auto located = items_.locate(key.identifier);
@@ -77,7 +66,7 @@ PictureLayers::Found PictureLayers::atHand(const Wanted& wanted, bool onlyFinal)
   if (!item || !wanted.thumbnail) return {};
   if (auto image = memory_.find(wanted.key, {item->modified, item->bytes})) return {std::move(image), std::nullopt};
   if (const auto subject = shared_.subjectOf(*item)) {
-    auto bitmap = shared_.find(*subject, wanted.key.target, wanted.key.mode, context(wanted));
+    auto bitmap = shared_.find(*subject, wanted.key.target, wanted.key.mode, pixels_);
     if (bitmap) return keep(wanted, *item, std::move(bitmap));
     if (auto error = shared_.failure(*subject)) return {nullptr, std::move(error)};
   }
@@ -91,9 +80,7 @@ PictureLayers::Found PictureLayers::embedded(const Wanted& wanted, const ItemLoc
   if (onlyFinal && !isTrue) return {};
   // A JPEG's embedded picture fits into a segment of 64 KiB; others may be of any size.
   if (wanted.atOnce && item.format != MediaFormat::Jpeg) return {};
-  Picture picture = guarded([&] {
-    return decoder_.decodeEmbedded(item.path, {wanted.key.target, wanted.key.mode, wanted.stop});
-  });
+  Picture picture = files_.decodeEmbedded(item.path, {wanted.key.target, wanted.key.mode, wanted.stop}, wanted.atOnce);
   auto* bitmap = std::get_if<0>(&picture);
   if (!bitmap) return {};
   const PixelSize enough = fittedSize({item.width, item.height}, wanted.key.target, wanted.key.mode);
@@ -106,11 +93,9 @@ PictureLayers::Found PictureLayers::fromPreview(const Wanted& wanted, const Prev
   const auto located = items_.locate(wanted.key.identifier);
   const ItemLocation* item = std::get_if<ItemLocation>(&located);
   if (!item) return {};
-  Picture picture = guarded([&] {
-    const ImageDecoder::Request request{wanted.key.target, wanted.key.mode, wanted.stop};
-    const std::string& path = preview.file.path;
-    return preview.head ? decoder_.decodeEmbedded(path, request) : decoder_.decode(path, request);
-  });
+  const PictureRequest request{wanted.key.target, wanted.key.mode, wanted.stop};
+  const std::string& path = preview.file.path;
+  Picture picture = preview.head ? files_.decodeEmbedded(path, request) : files_.decode(path, request);
   if (std::holds_alternative<NSError>(picture)) return {};
   return keep(wanted, *item, std::get<0>(std::move(picture)));
 }
@@ -121,7 +106,7 @@ PictureLayers::Found PictureLayers::decode(const Wanted& wanted, const std::stri
   if (NSError* error = std::get_if<NSError>(&located)) return {nullptr, std::move(*error)};
   const ItemLocation& item = std::get<ItemLocation>(located);
   const CGSize target = wanted.key.target;
-  ImageDecoder::Request request{target, wanted.key.mode, wanted.stop};
+  PictureRequest request{target, wanted.key.mode, wanted.stop};
   const PixelSize whole{item.width, item.height};
   const auto subject = wanted.thumbnail ? shared_.subjectOf(item) : std::nullopt;
   const int side = subject ? SharedThumbnails::sideFor(whole, target, wanted.key.mode) : 0;
@@ -130,7 +115,7 @@ PictureLayers::Found PictureLayers::decode(const Wanted& wanted, const std::stri
     request.mode = PHImageContentModeAspectFit;
   }
   const auto start = std::chrono::steady_clock::now();
-  Picture picture = guarded([&] { return decoder_.decode(path, request); });
+  Picture picture = files_.decode(path, request);
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
   const bool unchanged = subject && shared_.subjectOf(item) == subject;
   if (NSError* error = std::get_if<NSError>(&picture)) {
@@ -144,7 +129,7 @@ PictureLayers::Found PictureLayers::decode(const Wanted& wanted, const std::stri
     }
     const PixelSize expected = fittedSize(whole, target, wanted.key.mode);
     const bool fits = haveTheSameShape(sizeOf(*large), whole) && covers(sizeOf(*large), expected);
-    picture = shrunk(large, fits ? expected : fittedSize(sizeOf(*large), target, wanted.key.mode), context(wanted));
+    picture = shrunk(large, fits ? expected : fittedSize(sizeOf(*large), target, wanted.key.mode), pixels_);
     if (NSError* error = std::get_if<NSError>(&picture)) return {nullptr, std::move(*error)};
   }
   return keep(wanted, item, std::get<0>(std::move(picture)));

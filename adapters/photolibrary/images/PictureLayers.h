@@ -7,9 +7,10 @@
 
 #include "tlx/platform/uikit/UIImage.h"
 
+#include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/cache/SharedThumbnails.h"
 #include "adapters/photolibrary/images/cache/ThumbnailCache.h"
-#include "adapters/photolibrary/images/codecs/ImageDecoder.h"
+#include "adapters/photolibrary/images/codecs/PixelStore.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {
@@ -33,9 +34,9 @@ class PictureLayers {
     explicit operator bool() const { return image || error; }
   };
 
-  /// `items` and `pixels` outlive the object.
-  PictureLayers(ItemStore& items, PixelStore& pixels, std::size_t memory, std::size_t largestInMemory,
-                SharedThumbnails::Settings shared);
+  /// `items`, `decoders` and `pixels` outlive the object.
+  PictureLayers(ItemStore& items, DecodersPort& decoders, PixelStore& pixels, std::size_t memory,
+                std::size_t largestInMemory, SharedThumbnails::Settings shared);
 
   std::shared_ptr<const UIImage> inMemory(const ThumbnailKey& key);
   /// What needs no decoding of the original. `onlyFinal` leaves out what would have to be replaced by something better.
@@ -52,12 +53,10 @@ class PictureLayers {
  private:
   Found embedded(const Wanted& wanted, const ItemLocation& item, bool onlyFinal);
   Found keep(const Wanted& wanted, const ItemLocation& item, std::shared_ptr<const CGImage> bitmap);
-  DecodeContext context(const Wanted& wanted) { return {pixels_, noTransforms_, wanted.stop}; }
 
   ItemStore& items_;    // unretained: outlives the object by contract
   PixelStore& pixels_;  // unretained: outlives the object by contract
-  ImageDecoder decoder_;
-  ColorTransforms noTransforms_;
+  FilePictures files_;
   ThumbnailCache memory_;
   SharedThumbnails shared_;
 };

@@ -48,6 +48,8 @@ struct MediaInfo {
 /// Answers `PhotoLibraryErrorUnsupported` for what is no photo or video, sound alone in a video's container among it,
 /// `PhotoLibraryErrorDamaged` for what is empty, unreadable as what it claims to be, or a video without a frame, and
 /// other errors for a file that cannot be read now. Whether a video plays is for the fetch to say.
+std::variant<MediaInfo, NSError> probeMedia(int fd);
+/// The same, with errors that name the file.
 std::variant<MediaInfo, NSError> probeMedia(int fd, const std::string& path);
 
 /// The capture date that an open XMP file beside a photo tells, in seconds since 1970 UTC. Any thread.
@@ -58,6 +60,7 @@ struct VideoInfo {
   std::vector<AVAssetTrack> tracks;
   double duration = 0;
 };
+std::variant<VideoInfo, NSError> probeVideo(int fd);
 std::variant<VideoInfo, NSError> probeVideo(const std::string& path);
 
 }  // namespace tlx::photolibrary

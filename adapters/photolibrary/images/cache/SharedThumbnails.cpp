@@ -17,6 +17,7 @@
 
 #include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/base/XdgFolders.h"
+#include "adapters/photolibrary/images/codecs/UprightSink.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -185,7 +186,7 @@ std::optional<PngThumbnail> SharedThumbnails::read(const std::string& folder, co
 }
 
 std::shared_ptr<const CGImage> SharedThumbnails::find(const Subject& subject, CGSize target, PHImageContentMode mode,
-                                                      DecodeContext context) const {
+                                                      PixelStore& pixels) const {
   const int least = sideFor(subject.size, target, mode);
   if (least == 0) return nullptr;
   const PixelSize wanted = fittedSize(subject.size, target, mode);
@@ -197,13 +198,14 @@ std::shared_ptr<const CGImage> SharedThumbnails::find(const Subject& subject, CG
     const PixelSize shape = fittedSize(subject.size, {double(side), double(side)}, PHImageContentModeAspectFit);
     if (std::abs(png->size.width - shape.width) > 2 || std::abs(png->size.height - shape.height) > 2) continue;
     const PixelSize result{std::min(wanted.width, png->size.width), std::min(wanted.height, png->size.height)};
-    auto builder = PictureBuilder::start(context.store, {png->size, result, 1, png->opaque, nullptr});
+    UprightSink sink(pixels);
+    auto builder = PictureBuilder::start(sink, {png->size, result, 1, png->opaque, nullptr});
     if (std::holds_alternative<NSError>(builder)) return nullptr;
     const std::size_t stride = static_cast<std::size_t>(png->size.width) * 4;
     for (std::int32_t y = 0; y < png->size.height; ++y) {
       std::get<0>(builder)->add(png->rgba.data() + static_cast<std::size_t>(y) * stride);
     }
-    return std::get<0>(builder)->finish();
+    return sink.finish();
   }
   return nullptr;
 }

@@ -15,6 +15,7 @@
 
 #include "adapters/photolibrary/images/cache/PngThumbnail.h"
 #include "adapters/photolibrary/images/codecs/PictureBuilder.h"
+#include "adapters/photolibrary/images/codecs/PixelStore.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {
@@ -66,7 +67,7 @@ class SharedThumbnails {
 
   /// The picture for `target` and `mode`, made of a thumbnail that is large enough. Nothing when there is none.
   std::shared_ptr<const CGImage> find(const Subject& subject, CGSize target, PHImageContentMode mode,
-                                      DecodeContext context) const;
+                                      PixelStore& pixels) const;
   /// Why this library could not show the file, if it has tried and recorded that, and the file is still the same.
   std::optional<NSError> failure(const Subject& subject) const;
 

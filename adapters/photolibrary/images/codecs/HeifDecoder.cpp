@@ -27,7 +27,7 @@ std::shared_ptr<const ColorTransform> transformOf(const heif_image_handle* handl
 }
 
 /// `result` is a size of the picture as the library hands it over: upright.
-Picture decodeHandle(const heif_image_handle* handle, PixelSize result, const DecodeContext& context) {
+Failure decodeHandle(const heif_image_handle* handle, PixelSize result, const DecodeContext& context) {
   const std::unique_ptr<heif_decoding_options, HeifRelease> options(heif_decoding_options_alloc());
   options->convert_hdr_to_8bit = 1;
   heif_image* decoded = nullptr;
@@ -48,24 +48,28 @@ Picture decodeHandle(const heif_image_handle* handle, PixelSize result, const De
   }
   const bool opaque = heif_image_handle_has_alpha_channel(handle) == 0;
   auto builder =
-      PictureBuilder::start(context.store, {size, result, 1, opaque, transformOf(handle, context.transforms)});
+      PictureBuilder::start(context.sink, {size, result, 1, opaque, transformOf(handle, context.transforms)});
   if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
   for (std::int32_t y = 0; y < size.height; ++y) {
     if (context.isCancelled()) return libraryError(PhotoLibraryErrorCancelled, "cancelled");
     std::get<0>(builder)->add(pixels + static_cast<std::ptrdiff_t>(y) * stride);
   }
-  return std::get<0>(builder)->finish();
+  return std::nullopt;
 }
 
 }  // namespace
 
-Picture decodeHeif(FileBytes& file, PixelSize result, DecodeContext context) {
+void prepareHeif() {
+  heif_init(nullptr);
+}
+
+Failure decodeHeif(FileBytes& file, PixelSize result, DecodeContext context) {
   const HeifFile heif(file);
   if (!heif.primary()) return libraryError(PhotoLibraryErrorDamaged, heif.error());
   return decodeHandle(heif.primary(), result, context);
 }
 
-Picture decodeHeifThumbnail(FileBytes& file, const ImageDecoder::Request& request, DecodeContext context) {
+Failure decodeHeifThumbnail(FileBytes& file, const PictureRequest& request, DecodeContext context) {
   static constexpr std::int64_t maxPixels = 4'000'000;  // it is there to be quick
   static constexpr double shapeTolerance = 0.03;        // sides of a few hundred pixels are rounded
   const HeifFile heif(file);

@@ -1,6 +1,7 @@
 #include "adapters/photolibrary/images/codecs/ImageDecoder.h"
 
-#include <fstream>
+#include <cstring>
+#include <utility>
 
 #include "adapters/photolibrary/base/LibraryError.h"
 
@@ -9,73 +10,48 @@ namespace {
 
 constexpr std::int64_t muchMemory = std::int64_t{512} << 20;
 
-/// Memory that the machine has to give, without making it swap; a great deal where it does not say.
-std::int64_t availableMemory() {
-  std::ifstream stream("/proc/meminfo");
-  std::string word;
-  std::int64_t kilobytes = 0;
-  while (stream >> word) {
-    if (word == "MemAvailable:" && stream >> kilobytes) return kilobytes * 1024;
-  }
-  return std::int64_t{1} << 40;
-}
-
-Picture named(Picture picture, const std::string& path) {
-  if (NSError* error = std::get_if<NSError>(&picture)) {
-    error->localizedDescription = path + ": " + error->localizedDescription;
-  }
-  return picture;
-}
-
 std::int64_t memoryFor(const PhotoHeader& header) {
   const std::int64_t pixels = PixelSize{header.width, header.height}.pixels();
   return header.pieceBytes * 2 + (header.streams ? 0 : pixels * traitsOf(header.format).heldBytesAPixel);
 }
 
-bool needsMuchMemory(const PhotoHeader& header) {
-  return memoryFor(header) > muchMemory;
-}
-
 /// Calls `use` with the file's bytes and format.
 template <class Use>
-Picture withFile(const std::string& path, Use use) {
-  const auto opened = OpenFile::open(path);
-  if (const NSError* error = std::get_if<NSError>(&opened)) return *error;
-  FileBytes file(std::get<0>(opened)->fd());
-  if (file.error() != 0) return fileError(file.error(), path);
-  if (file.size() == 0) return libraryError(PhotoLibraryErrorDamaged, path + ": the file is empty");
-  return named(use(file, sniffFormat(file.window().data(), file.window().size())), path);
+Failure withFile(int descriptor, Use use) {
+  FileBytes file(descriptor);
+  if (file.error() != 0) return libraryError(PhotoLibraryErrorUnreadable, std::strerror(file.error()));
+  if (file.size() == 0) return libraryError(PhotoLibraryErrorDamaged, "the file is empty");
+  return use(file, sniffFormat(file.window().data(), file.window().size()));
 }
 
 }  // namespace
 
-ImageDecoder::ImageDecoder(PixelStore& store) : store_(store) {}
+ImageDecoder::ImageDecoder(LargeGate gate) : gate_(std::move(gate)) {}
 
-Picture ImageDecoder::decode(const std::string& path, const Request& request) {
-  return withFile(path, [&](FileBytes& file, MediaFormat format) -> Picture {
+Failure ImageDecoder::decode(int file, const PictureRequest& request, RowSink& sink) {
+  return withFile(file, [&](FileBytes& bytes, MediaFormat format) -> Failure {
     if (format == MediaFormat::Unknown) return libraryError(PhotoLibraryErrorUnsupported, "no photo or video");
-    if (!isVideo(format)) return decodePhoto(file, format, request);
-    return decodePoster(file, format, request, {store_, transforms_, request.stop});
+    if (!isVideo(format)) return decodePhoto(bytes, format, request, sink);
+    return decodePoster(bytes, format, request, {sink, transforms_, request.stop});
   });
 }
 
-Picture ImageDecoder::decodePhoto(FileBytes& file, MediaFormat format, const Request& request) {
+Failure ImageDecoder::decodePhoto(FileBytes& file, MediaFormat format, const PictureRequest& request, RowSink& sink) {
   HeaderExtras extras;
   const auto read = readPhotoHeader(file, format, &extras);
   if (const NSError* error = std::get_if<NSError>(&read)) return *error;
   const PhotoHeader& header = std::get<PhotoHeader>(read);
-  if (auto refused = refusal(header, file.size())) return std::move(*refused);
-  const PixelSize upright{header.uprightWidth(), header.uprightHeight()};
-  std::unique_lock<std::mutex> alone;
-  if (needsMuchMemory(header)) {
-    alone = std::unique_lock(large_);
-    if (memoryFor(header) > availableMemory() / 4 * 3) {
-      return libraryError(PhotoLibraryErrorNoSpace, "there is not enough memory for its pixels");
-    }
+  if (auto refused = refusal(header, file.size())) return refused;
+  std::shared_ptr<void> alone;
+  if (memoryFor(header) > muchMemory) {
+    auto opened = gate_(memoryFor(header));
+    if (NSError* error = std::get_if<NSError>(&opened)) return std::move(*error);
+    alone = std::get<0>(std::move(opened));
   }
 
+  const PixelSize upright{header.uprightWidth(), header.uprightHeight()};
   const PixelSize result = fittedSize(upright, request.target, request.mode);
-  const DecodeContext context{store_, transforms_, request.stop};
+  const DecodeContext context{sink, transforms_, request.stop};
   switch (traitsOf(format).decoder) {
     case PixelDecoder::Jpeg:
       return decodeJpeg(file, header, extras.profile, result, context);
@@ -90,7 +66,7 @@ Picture ImageDecoder::decodePhoto(FileBytes& file, MediaFormat format, const Req
   return libraryError(PhotoLibraryErrorUnsupported, "no photo");
 }
 
-std::optional<NSError> ImageDecoder::refusal(const PhotoHeader& header, std::int64_t fileBytes) {
+Failure ImageDecoder::refusal(const PhotoHeader& header, std::int64_t fileBytes) {
   const PixelSize size{header.width, header.height};
   const auto tooLarge = [](const std::string& text) { return libraryError(PhotoLibraryErrorTooLarge, text); };
   const std::string sides = std::to_string(size.width) + " x " + std::to_string(size.height) + " pixels";
@@ -110,9 +86,9 @@ std::optional<NSError> ImageDecoder::refusal(const PhotoHeader& header, std::int
   return std::nullopt;
 }
 
-Picture ImageDecoder::decodeEmbedded(const std::string& path, const Request& request) {
-  return withFile(path, [&](FileBytes& file, MediaFormat format) -> Picture {
-    const DecodeContext context{store_, transforms_, request.stop, false};
+Failure ImageDecoder::decodeEmbedded(int descriptor, const PictureRequest& request, RowSink& sink) {
+  return withFile(descriptor, [&](FileBytes& file, MediaFormat format) -> Failure {
+    const DecodeContext context{sink, transforms_, request.stop, false};
     switch (traitsOf(format).embedded) {
       case EmbeddedPicture::InContainer:
         return decodeHeifThumbnail(file, request, context);

@@ -36,7 +36,7 @@ class RowBuffer {
   std::uint8_t* row_;
 };
 
-Picture readRows(JpegReader& reader, const Crop& crop, PictureBuilder& builder, const DecodeContext& context) {
+Failure readRows(JpegReader& reader, const Crop& crop, PictureBuilder& builder, const DecodeContext& context) {
   const PixelSize scaled = reader.scaledSize();
   RowBuffer row(static_cast<std::size_t>(scaled.width) * 4);
   for (std::int32_t y = 0; y < crop.top + crop.size.height; ++y) {
@@ -45,7 +45,7 @@ Picture readRows(JpegReader& reader, const Crop& crop, PictureBuilder& builder, 
     if (y >= crop.top) builder.add(row.data() + static_cast<std::size_t>(crop.left) * 4);
   }
   if (context.strict && reader.isDamaged()) return damaged(reader);
-  return builder.finish();
+  return std::nullopt;
 }
 
 /// The middle of `size` that has the shape of `shape`; all of it when the two differ by no more than rounding does.
@@ -63,7 +63,7 @@ Crop middleOfShape(PixelSize size, PixelSize shape) {
 
 }  // namespace
 
-Picture decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result, DecodeContext context) {
+Failure decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result, DecodeContext context) {
   JpegReader reader(file, context.strict, context.stop);
   if (!reader.readHeader()) return damaged(reader);
   // Print colours, and profiles for other than RGB, are converted by the library that knows them all.
@@ -77,13 +77,13 @@ Picture decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, Pi
     return context.isCancelled() ? libraryError(PhotoLibraryErrorCancelled, "cancelled") : damaged(reader);
   }
   const PixelSize scaled = reader.scaledSize();
-  auto builder = PictureBuilder::start(context.store,
-                                       {scaled, stored, header.turn, true, context.transforms.fromProfile(profile)});
+  auto builder =
+      PictureBuilder::start(context.sink, {scaled, stored, header.turn, true, context.transforms.fromProfile(profile)});
   if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
   return readRows(reader, {0, 0, scaled}, *std::get<0>(builder), context);
 }
 
-Picture decodeEmbeddedJpeg(Bytes jpeg, PixelSize shape, std::int32_t turn, const ImageDecoder::Request& request,
+Failure decodeEmbeddedJpeg(Bytes jpeg, PixelSize shape, std::int32_t turn, const PictureRequest& request,
                            DecodeContext context) {
   static constexpr std::int64_t maxPixels = 4'000'000;  // it is there to be quick
   JpegReader reader(jpeg);
@@ -103,7 +103,7 @@ Picture decodeEmbeddedJpeg(Bytes jpeg, PixelSize shape, std::int32_t turn, const
   }
   const Crop crop = middleOfShape(reader.scaledSize(), shape);
   const PixelSize stored{std::min(needed.width, crop.size.width), std::min(needed.height, crop.size.height)};
-  auto builder = PictureBuilder::start(context.store, {crop.size, stored, turn, true, nullptr});
+  auto builder = PictureBuilder::start(context.sink, {crop.size, stored, turn, true, nullptr});
   if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
   return readRows(reader, crop, *std::get<0>(builder), context);
 }

@@ -27,21 +27,17 @@ void unpremultiply(std::uint8_t* rgba, std::size_t pixels) {
 
 }  // namespace
 
-std::variant<std::unique_ptr<PictureBuilder>, NSError> PictureBuilder::start(PixelStore& store, const Plan& plan) {
+std::variant<std::unique_ptr<PictureBuilder>, NSError> PictureBuilder::start(RowSink& sink, const Plan& plan) {
   const PixelSize size = plan.result;
   if (size.width < 1 || size.height < 1 || size.width > plan.rows.width || size.height > plan.rows.height) {
     return libraryError(PhotoLibraryErrorDamaged, "its sizes contradict one another");
   }
-  auto room = store.reserve(static_cast<std::size_t>(plan.result.pixels()) * CGImage::bytesPerPixel);
-  if (const NSError* error = std::get_if<NSError>(&room)) return *error;
-  return std::unique_ptr<PictureBuilder>(new PictureBuilder(plan, std::get<0>(std::move(room))));
+  if (auto failed = sink.begin(plan.result, plan.turn)) return *std::move(failed);
+  return std::unique_ptr<PictureBuilder>(new PictureBuilder(plan, sink));
 }
 
-PictureBuilder::PictureBuilder(const Plan& plan, std::shared_ptr<PixelBlock> block)
-    : plan_(plan),
-      block_(std::move(block)),
-      writer_(plan.result, plan.turn, block_->data()),
-      resampler_(plan.rows, plan.result, [this](std::uint8_t* rgba) { place(rgba); }) {}
+PictureBuilder::PictureBuilder(const Plan& plan, RowSink& sink)
+    : plan_(plan), sink_(sink), resampler_(plan.rows, plan.result, [this](std::uint8_t* rgba) { place(rgba); }) {}
 
 void PictureBuilder::add(std::uint8_t* rgba) {
   if (!plan_.opaque) premultiply(rgba, static_cast<std::size_t>(plan_.rows.width));
@@ -55,16 +51,7 @@ void PictureBuilder::place(std::uint8_t* rgba) {
     plan_.transform->apply(rgba, width);
     if (!plan_.opaque) premultiply(rgba, width);
   }
-  writer_.add(rgba);
-}
-
-std::shared_ptr<const CGImage> PictureBuilder::finish() {
-  writer_.flush();
-  block_->settle();
-  const PixelSize upright = plan_.turn >= 5 ? plan_.result.turned() : plan_.result;
-  const auto width = static_cast<std::size_t>(upright.width);
-  return CGImage::createWithOwner(width, static_cast<std::size_t>(upright.height), width * CGImage::bytesPerPixel,
-                                  block_->data(), block_);
+  sink_.add(rgba);
 }
 
 }  // namespace tlx::photolibrary

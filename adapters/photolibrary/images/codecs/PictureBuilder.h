@@ -11,17 +11,14 @@
 
 #include "adapters/photolibrary/images/codecs/ColorTransform.h"
 #include "adapters/photolibrary/images/codecs/FittedSize.h"
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
 #include "adapters/photolibrary/images/codecs/RowResampler.h"
-#include "adapters/photolibrary/images/codecs/UprightWriter.h"
+#include "adapters/photolibrary/images/codecs/RowSink.h"
 
 namespace tlx::photolibrary {
 
-using Picture = std::variant<std::shared_ptr<const CGImage>, NSError>;
-
 /// What every decoder works with.
 struct DecodeContext {
-  PixelStore& store;
+  RowSink& sink;
   ColorTransforms& transforms;
   /// Looked at between rows; once stopped, the decoder gives up.
   std::stop_token stop = {};
@@ -31,8 +28,8 @@ struct DecodeContext {
   bool isCancelled() const { return stop.stop_requested(); }
 };
 
-/// Where every decoder ends: takes decoded rows from the top as they are stored and makes the finished picture of them,
-/// resampled, in sRGB, premultiplied and upright. One thread.
+/// Where every decoder ends: takes decoded rows from the top as they are stored and hands on those of the finished
+/// picture, resampled, in sRGB and premultiplied; whoever takes them turns it upright. One thread.
 class PictureBuilder {
  public:
   struct Plan {
@@ -45,19 +42,17 @@ class PictureBuilder {
 
   /// An error where there is no room, or the plan is for no picture: a side without length, or a longer one than
   /// decoded.
-  static std::variant<std::unique_ptr<PictureBuilder>, NSError> start(PixelStore& store, const Plan& plan);
+  static std::variant<std::unique_ptr<PictureBuilder>, NSError> start(RowSink& sink, const Plan& plan);
 
   /// The next row, colour not premultiplied. The row is written to.
   void add(std::uint8_t* rgba);
-  std::shared_ptr<const CGImage> finish();
 
  private:
-  PictureBuilder(const Plan& plan, std::shared_ptr<PixelBlock> block);
+  PictureBuilder(const Plan& plan, RowSink& sink);
   void place(std::uint8_t* rgba);
 
   Plan plan_;
-  std::shared_ptr<PixelBlock> block_;
-  UprightWriter writer_;
+  RowSink& sink_;  // unretained: outlives the builder by contract
   RowResampler resampler_;
 };
 

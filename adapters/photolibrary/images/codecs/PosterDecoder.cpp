@@ -64,8 +64,17 @@ Frame nextFrame(AVFormatContext& format, AVCodecContext& codec, int stream, cons
   return nullptr;
 }
 
-Picture pictureOf(const AVFrame& frame, const AVStream& stream, const ImageDecoder::Request& request,
-                  const DecodeContext& context) {
+/// A frame as it is to be shown, before it is turned.
+struct Poster {
+  PixelSize size;
+  std::int32_t turn = 1;
+  std::size_t stride = 0;
+  std::vector<std::uint8_t> pixels;
+
+  std::uint8_t* row(std::int32_t y) { return pixels.data() + static_cast<std::size_t>(y) * stride; }
+};
+
+std::variant<Poster, NSError> posterOf(const AVFrame& frame, const AVStream& stream, const PictureRequest& request) {
   const std::int32_t turn = turnOfQuarters[quarterTurns(stream)];
   const AVRational pixel = frame.sample_aspect_ratio.num > 0 ? frame.sample_aspect_ratio : stream.sample_aspect_ratio;
   const double stretch = pixel.num > 0 && pixel.den > 0 ? av_q2d(pixel) : 1;
@@ -86,34 +95,39 @@ Picture pictureOf(const AVFrame& frame, const AVStream& stream, const ImageDecod
                            1 << 16);
   // The scaler writes whole vectors, past the end of a row.
   const std::size_t stride = (static_cast<std::size_t>(stored.width) * 4 + 127) / 64 * 64;
-  std::vector<std::uint8_t> pixels(stride * static_cast<std::size_t>(stored.height) + 64);
-  std::uint8_t* planes[4] = {pixels.data(), nullptr, nullptr, nullptr};
+  Poster poster{stored, turn, stride, std::vector<std::uint8_t>(stride * static_cast<std::size_t>(stored.height) + 64)};
+  std::uint8_t* planes[4] = {poster.pixels.data(), nullptr, nullptr, nullptr};
   const int strides[4] = {static_cast<int>(stride), 0, 0, 0};
   if (sws_scale(scaler.get(), frame.data, frame.linesize, 0, frame.height, planes, strides) <= 0) {
     return libraryError(PhotoLibraryErrorDamaged, "the frame cannot be converted");
   }
-  auto builder = PictureBuilder::start(context.store, {stored, stored, turn, true, nullptr});
-  if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
-  for (std::int32_t y = 0; y < stored.height; ++y) {
-    std::uint8_t* row = pixels.data() + static_cast<std::size_t>(y) * stride;
-    for (std::int32_t x = 0; x < stored.width; ++x) row[x * 4 + 3] = 255;
-    std::get<0>(builder)->add(row);
-  }
-  return std::get<0>(builder)->finish();
+  return poster;
 }
 
-bool isBlack(const CGImage& picture) {
-  std::uint64_t sum = 0;
-  for (std::size_t y = 0; y < picture.height(); ++y) {
-    const std::uint8_t* row = picture.row(y);
-    for (std::size_t x = 0; x < picture.width(); ++x) sum += std::max({row[x * 4], row[x * 4 + 1], row[x * 4 + 2]});
+Failure handOn(Poster& poster, RowSink& sink) {
+  if (auto failed = sink.begin(poster.size, poster.turn)) return failed;
+  for (std::int32_t y = 0; y < poster.size.height; ++y) {
+    std::uint8_t* row = poster.row(y);
+    for (std::int32_t x = 0; x < poster.size.width; ++x) row[x * 4 + 3] = 255;
+    sink.add(row);
   }
-  return sum / (picture.width() * picture.height()) < 12;
+  return std::nullopt;
+}
+
+bool isBlack(Poster& poster) {
+  std::uint64_t sum = 0;
+  for (std::int32_t y = 0; y < poster.size.height; ++y) {
+    const std::uint8_t* row = poster.row(y);
+    for (std::int32_t x = 0; x < poster.size.width; ++x) {
+      sum += std::max({row[x * 4], row[x * 4 + 1], row[x * 4 + 2]});
+    }
+  }
+  return sum / static_cast<std::uint64_t>(poster.size.pixels()) < 12;
 }
 
 }  // namespace
 
-Picture decodePoster(FileBytes& file, MediaFormat format, const ImageDecoder::Request& request, DecodeContext context) {
+Failure decodePoster(FileBytes& file, MediaFormat format, const PictureRequest& request, DecodeContext context) {
   const VideoFile video(file, format);
   const AVStream* stream = video.videoStream();
   if (!video.context()) return libraryError(PhotoLibraryErrorDamaged, "the container cannot be read");
@@ -122,7 +136,7 @@ Picture decodePoster(FileBytes& file, MediaFormat format, const ImageDecoder::Re
   if (!codec) return libraryError(PhotoLibraryErrorUnsupported, "no decoder for its video");
 
   const auto duration = static_cast<double>(video.context()->duration);
-  std::shared_ptr<const CGImage> black;
+  std::optional<Poster> black;
   for (const double place : places) {
     if (place > 0) {
       const auto when = static_cast<std::int64_t>(duration * place);
@@ -138,12 +152,12 @@ Picture decodePoster(FileBytes& file, MediaFormat format, const ImageDecoder::Re
     }
     if (context.isCancelled()) return libraryError(PhotoLibraryErrorCancelled, "cancelled");
     if (!frame) continue;
-    Picture picture = pictureOf(*frame, *stream, request, context);
-    if (std::holds_alternative<NSError>(picture)) return picture;
-    if (!isBlack(*std::get<0>(picture))) return picture;
-    if (!black) black = std::get<0>(std::move(picture));
+    auto poster = posterOf(*frame, *stream, request);
+    if (NSError* error = std::get_if<NSError>(&poster)) return std::move(*error);
+    if (!isBlack(std::get<Poster>(poster))) return handOn(std::get<Poster>(poster), context.sink);
+    if (!black) black = std::get<Poster>(std::move(poster));
   }
-  if (black) return black;
+  if (black) return handOn(*black, context.sink);
   return libraryError(PhotoLibraryErrorDamaged, "no frame can be decoded");
 }
 

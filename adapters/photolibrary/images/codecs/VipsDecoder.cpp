@@ -177,7 +177,11 @@ void ImageDecoder::leaveThread() {
   if (vipsHasStarted) vips_thread_shutdown();
 }
 
-Picture decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context) {
+void prepareVips() {
+  startVips();
+}
+
+Failure decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context) {
   if (!startVips()) return libraryError(PhotoLibraryErrorUnsupported, "libvips does not start");
   const PixelSize stored = header.swapsSides() ? result.turned() : result;
   const FileSource source(file);
@@ -195,7 +199,7 @@ Picture decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize res
   if (!toEightBit(image)) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
 
   const int bands = vips_image_get_bands(image.get());
-  auto builder = PictureBuilder::start(context.store, {size, stored, header.turn, bands != 2 && bands < 4, transform});
+  auto builder = PictureBuilder::start(context.sink, {size, stored, header.turn, bands != 2 && bands < 4, transform});
   if (const NSError* error = std::get_if<NSError>(&builder)) return *error;
 
   const bool evaluated = takeRows(image.get(), *std::get<0>(builder), context);
@@ -204,7 +208,7 @@ Picture decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize res
     return libraryError(PhotoLibraryErrorCancelled, "cancelled");
   }
   if (!evaluated) return libraryError(PhotoLibraryErrorDamaged, takeMessage());
-  return std::get<0>(builder)->finish();
+  return std::nullopt;
 }
 
 }  // namespace tlx::photolibrary

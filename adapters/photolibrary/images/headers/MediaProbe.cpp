@@ -1,6 +1,7 @@
 #include "adapters/photolibrary/source/MediaProbe.h"
 
-#include <algorithm>
+#include <cstring>
+#include <utility>
 
 #include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/images/headers/FileBytes.h"
@@ -26,42 +27,18 @@ MediaInfo infoOf(const PhotoHeader& header) {
   return info;
 }
 
-std::variant<MediaInfo, NSError> infoOf(VideoFile&& video, MediaFormat format, const std::string& path) {
-  if (!video.context()) return libraryError(PhotoLibraryErrorDamaged, path + ": the container cannot be read");
-  if (!video.videoStream()) return libraryError(PhotoLibraryErrorUnsupported, path + " has no video track");
-  if (!video.hasFrames()) return libraryError(PhotoLibraryErrorDamaged, path + " has no frame");
-  MediaInfo info;
-  info.format = format;
-  info.mediaType = PHAssetMediaTypeVideo;
-  const VideoInfo content = video.info();
-  info.duration = content.duration;
-  info.captureDate = video.captureDate();
-  if (info.captureDate) info.dateOrigin = DateOrigin::Metadata;
-  const auto track = std::find_if(content.tracks.begin(), content.tracks.end(),
-                                  [](const AVAssetTrack& each) { return each.mediaType == AVMediaTypeVideo; });
-  if (track != content.tracks.end()) {
-    info.width = track->width;
-    info.height = track->height;
-  }
-  return info;
-}
-
 }  // namespace
 
-std::variant<MediaInfo, NSError> probeMedia(int fd, const std::string& path) {
+std::variant<MediaInfo, NSError> probeMedia(int fd) {
   FileBytes file(fd);
-  if (file.error() != 0) return fileError(file.error(), path);
-  if (file.size() == 0) return libraryError(PhotoLibraryErrorDamaged, path + " is empty");
+  if (file.error() != 0) return libraryError(PhotoLibraryErrorUnreadable, std::strerror(file.error()));
+  if (file.size() == 0) return libraryError(PhotoLibraryErrorDamaged, "the file is empty");
   const MediaFormat format = sniffFormat(file.window().data(), file.window().size());
-  if (format == MediaFormat::Unknown) {
-    return libraryError(PhotoLibraryErrorUnsupported, path + " is no photo or video");
-  }
-  if (isVideo(format)) return infoOf(VideoFile(file, format), format, path);
+  if (format == MediaFormat::Unknown) return libraryError(PhotoLibraryErrorUnsupported, "no photo or video");
+  if (isVideo(format)) return probeVideoHeader(file, format);
 
   const auto header = readPhotoHeader(file, format);
-  if (const NSError* error = std::get_if<NSError>(&header)) {
-    return libraryError(static_cast<PhotoLibraryErrorCode>(error->code), path + ": " + error->localizedDescription);
-  }
+  if (const NSError* error = std::get_if<NSError>(&header)) return *error;
   return infoOf(std::get<PhotoHeader>(header));
 }
 
@@ -73,16 +50,10 @@ std::optional<double> probeSidecar(int fd) {
   return facts.packetDate;
 }
 
-std::variant<VideoInfo, NSError> probeVideo(const std::string& path) {
-  const auto opened = OpenFile::open(path);
-  if (const NSError* error = std::get_if<NSError>(&opened)) return *error;
-  FileBytes file(std::get<0>(opened)->fd());
-  if (file.error() != 0) return fileError(file.error(), path);
-  const MediaFormat format = sniffFormat(file.window().data(), file.window().size());
-  if (!isVideo(format)) return libraryError(PhotoLibraryErrorUnsupported, path + " is no video");
-  const VideoFile video(file, format);
-  if (!video.context()) return libraryError(PhotoLibraryErrorDamaged, path + ": the container cannot be read");
-  return video.info();
+std::variant<MediaInfo, NSError> probeMedia(int fd, const std::string& path) {
+  auto probed = probeMedia(fd);
+  if (NSError* error = std::get_if<NSError>(&probed)) *error = named(std::move(*error), path);
+  return probed;
 }
 
 }  // namespace tlx::photolibrary

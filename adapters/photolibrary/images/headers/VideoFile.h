@@ -48,6 +48,9 @@ class VideoFile {
   AVFormatContext* context_ = nullptr;
 };
 
+/// What the header of a video tells, for `probeMedia`.
+std::variant<MediaInfo, NSError> probeVideoHeader(FileBytes& file, MediaFormat format);
+
 /// Clockwise quarter turns, 0 to 3, that stand the stream's picture upright.
 int quarterTurns(const AVStream& stream);
 

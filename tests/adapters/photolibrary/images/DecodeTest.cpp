@@ -2,7 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "adapters/photolibrary/images/codecs/ImageDecoder.h"
+#include "adapters/photolibrary/images/FilePictures.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary {
@@ -26,7 +27,8 @@ class Decoding : public testing::Test {
 
   TemporaryFolder folder_;
   PixelStore store_{folder_.file("pixels")};
-  ImageDecoder decoder_{store_};
+  DirectDecoders direct_{store_};
+  FilePictures decoder_{direct_};
 };
 
 /// Where red, green, blue and white of a stored picture stand once it is turned as EXIF's numbers say.

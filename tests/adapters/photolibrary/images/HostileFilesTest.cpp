@@ -7,8 +7,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/cache/PngThumbnail.h"
-#include "adapters/photolibrary/images/codecs/ImageDecoder.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary {
@@ -57,7 +58,7 @@ class HostileFiles : public testing::Test {
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     probeMedia(fd, path);
     ::close(fd);
-    probeVideo(path);
+    decoder_.tracks(path);
     const Buffer bytes = readFile(path);
     PngThumbnail::read(bytes, 1024, [](const PngTexts&) { return true; });
   }
@@ -70,7 +71,8 @@ class HostileFiles : public testing::Test {
 
   TemporaryFolder folder_;
   PixelStore store_{folder_.file("pixels")};
-  ImageDecoder decoder_{store_};
+  DirectDecoders direct_{store_};
+  FilePictures decoder_{direct_};
 };
 
 /// Changes files as damage and malice do.

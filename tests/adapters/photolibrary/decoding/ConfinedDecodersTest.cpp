@@ -1,0 +1,230 @@
+#include <atomic>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <random>
+#include <thread>
+
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include "adapters/photolibrary/decoding/ConfinedDecoders.h"
+#include "adapters/photolibrary/images/codecs/FittedSize.h"
+
+namespace tlx::photolibrary::test {
+namespace {
+
+/// A file that tells the hostile worker what to do.
+FileDescriptor order(const std::string& deed) {
+  FileDescriptor file(memfd_create("order", MFD_CLOEXEC));
+  EXPECT_EQ(write(file.get(), deed.data(), deed.size()), static_cast<ssize_t>(deed.size()));
+  return file;
+}
+
+std::vector<pid_t> children() {
+  std::vector<pid_t> found;
+  for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+    std::ifstream list(thread.path() / "children");
+    for (pid_t child = 0; list >> child;) found.push_back(child);
+  }
+  return found;
+}
+
+class ConfinedDecoding : public testing::Test {
+ protected:
+  ConfinedDecoders::Settings settings() {
+    ConfinedDecoders::Settings settings;
+    settings.folder = TLX_HOSTILE_WORKERS;
+    settings.log = [this](const std::string& line) {
+      const std::lock_guard lock(mutex_);
+      log_.push_back(line);
+    };
+    return settings;
+  }
+  Picture decode(ConfinedDecoders& decoders, const std::string& deed, std::stop_token cancelled = {}) {
+    const FileDescriptor file = order(deed);
+    return decoders.decode({file.get(), {{}, PHImageContentModeAspectFit, std::move(cancelled)}});
+  }
+  static std::string told(const Picture& picture) {
+    const NSError* error = std::get_if<NSError>(&picture);
+    return error ? std::to_string(error->code) + " " + error->localizedDescription : "a picture";
+  }
+  /// Whether it is the painted one of that size, whole and turned.
+  static std::string flaw(const Picture& picture, PixelSize stored, std::int32_t turn) {
+    const auto* image = std::get_if<0>(&picture);
+    if (!image) return told(picture);
+    const PixelSize upright = turn >= 5 ? stored.turned() : stored;
+    if ((*image)->width() != static_cast<std::size_t>(upright.width) ||
+        (*image)->height() != static_cast<std::size_t>(upright.height)) {
+      return "a picture of another size";
+    }
+    for (std::int32_t y = 0; y < upright.height; ++y) {
+      for (std::int32_t x = 0; x < upright.width; ++x) {
+        // Orientation 6 puts the stored picture's first row at the right edge.
+        const std::int32_t column = turn == 6 ? y : x, row = turn == 6 ? stored.height - 1 - x : y;
+        const std::uint8_t* pixel = (*image)->row(static_cast<std::size_t>(y)) + x * 4;
+        if (pixel[0] != static_cast<std::uint8_t>(column) || pixel[1] != static_cast<std::uint8_t>(row) ||
+            pixel[2] != static_cast<std::uint8_t>(stored.width)) {
+          return "another pixel at " + std::to_string(x) + ", " + std::to_string(y);
+        }
+      }
+    }
+    return "";
+  }
+
+  std::mutex mutex_;
+  std::vector<std::string> log_;
+  PixelStore pixels_{std::filesystem::temp_directory_path() / "tlx-confined-test"};
+};
+
+TEST_F(ConfinedDecoding, BringsPicturesWholeAndUprightHoweverLarge) {
+  ConfinedDecoders decoders(pixels_, settings());
+  const struct {
+    PixelSize size;
+    std::int32_t turn;
+    const char* reason;
+  } rows[] = {{{1, 1}, 1, "the smallest"},
+              {{120, 80}, 6, "a cell's, turned by the picker"},
+              {{3001, 1999}, 1, "many times the ring, which no number of rows fills exactly"},
+              {{2000, 1500}, 6, "turned, and larger than the ring"},
+              {{1 << 18, 3}, 1, "the longest row"}};
+  for (const auto& [size, turn, reason] : rows) {
+    const auto picture = decode(decoders, "paint " + std::to_string(size.width) + " " + std::to_string(size.height) +
+                                              " " + std::to_string(turn));
+    EXPECT_EQ(flaw(picture, size, turn), "") << reason;
+  }
+  EXPECT_TRUE(log_.empty()) << log_.front();
+}
+
+TEST_F(ConfinedDecoding, WhateverADecoderDoesEndsWithItsOwnPicture) {
+  ConfinedDecoders decoders(pixels_, settings());
+  const struct {
+    const char* deed;
+    const char* result;
+  } rows[] = {
+      {"null", "3 its decoder crashed"},
+      {"abort", "3 its decoder crashed"},
+      {"recurse", "3 its decoder crashed"},
+      {"exit", "3 its decoder crashed"},
+      {"eat", "7 no memory for a picture"},
+      {"exec", "3 its decoder crashed"},
+      {"fork", "3 its decoder crashed"},
+      {"socket", "3 its decoder crashed"},
+      {"kill", "3 its decoder crashed"},
+      {"code", "3 its decoder crashed"},
+      {"shrink", "3 its decoder crashed"},
+      {"open", "4 held"},
+      {"reopen", "4 held"},
+      {"environment", "4 held"},
+      {"lie-size", "3 its decoder crashed"},
+      {"lie-turn", "3 its decoder crashed"},
+      {"lie-id", "3 its decoder crashed"},
+      {"lie-end", "3 its decoder crashed"},
+      {"lie-rows", "3 its decoder crashed"},
+      {"lie-many-rows", "3 its decoder crashed"},
+      {"lie-info", "3 its decoder crashed"},
+      {"lie-short", "3 its decoder crashed"},
+      {"needs-memory", "4 held"},
+  };
+  for (const auto& [deed, result] : rows) {
+    EXPECT_EQ(told(decode(decoders, deed)), result) << deed;
+    EXPECT_EQ(flaw(decode(decoders, "paint 40 30"), {40, 30}, 1), "") << "after " << deed;
+  }
+  EXPECT_TRUE(log_.empty()) << log_.front();
+}
+
+TEST_F(ConfinedDecoding, WhoNeverEndsIsEnded) {
+  auto impatient = settings();
+  impatient.processorSeconds = 0;
+  ConfinedDecoders bounded(pixels_, impatient);
+  EXPECT_EQ(told(decode(bounded, "spin")), "5 it takes too long to decode") << "by its processor time";
+  impatient.patience = std::chrono::milliseconds(50);
+  ConfinedDecoders hurried(pixels_, impatient);
+  EXPECT_EQ(told(decode(hurried, "sleep")), "5 it takes too long to decode") << "by the clock";
+}
+
+TEST_F(ConfinedDecoding, TakesBackWhatItWasToldWithTheSameWords) {
+  ConfinedDecoders decoders(pixels_, settings());
+  std::stop_source cancelled;
+  std::jthread cancel([&] { cancelled.request_stop(); });
+  EXPECT_EQ(told(decode(decoders, "until-cancelled", cancelled.get_token())), "6 cancelled");
+}
+
+TEST_F(ConfinedDecoding, OneOfManyThatCrashesTakesNoneOfTheOthersAlong) {
+  ConfinedDecoders decoders(pixels_, settings());
+  std::vector<FileDescriptor> files;
+  std::vector<DecodersPort::Wanted> wanted;
+  for (int i = 0; i < 24; ++i) files.push_back(order(i % 8 == 5 ? "null" : "paint 60 40"));
+  for (const FileDescriptor& file : files) wanted.push_back({file.get()});
+  const auto pictures = decoders.decodeEmbedded(wanted);
+  ASSERT_EQ(pictures.size(), 24u);
+  for (std::size_t i = 0; i < pictures.size(); ++i) {
+    EXPECT_EQ(flaw(pictures[i], {60, 40}, 1), i % 8 == 5 ? "3 its decoder crashed" : "") << i;
+  }
+}
+
+TEST_F(ConfinedDecoding, TwoHundredKillsLoseNoPicture) {
+  ConfinedDecoders decoders(pixels_, settings());
+  std::atomic<int> made{0}, wrong{0}, kills{0};
+  {
+    std::vector<std::jthread> threads;
+    for (int t = 0; t < 2; ++t) {
+      threads.emplace_back([&] {
+        while (made < 1000 || kills < 200) {
+          if (!flaw(decode(decoders, "paint 200 150"), {200, 150}, 1).empty()) ++wrong;
+          ++made;
+        }
+      });
+    }
+    std::mt19937 random(7);
+    while (kills < 200) {
+      const auto living = children();
+      if (!living.empty() && kill(living[random() % living.size()], SIGKILL) == 0) ++kills;
+      // The next one comes a few pictures later.
+      for (const int seen = made; kills < 200 && made < seen + 4;) std::this_thread::yield();
+    }
+  }
+  EXPECT_EQ(wrong, 0);
+}
+
+TEST_F(ConfinedDecoding, WithoutAProgramPicturesFailAndTheReasonIsSaidOnce) {
+  auto nowhere = settings();
+  nowhere.folder = "/nowhere";
+  ConfinedDecoders decoders(pixels_, nowhere);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(told(decode(decoders, "paint 4 4")), "4 the decoders' program is not to be had");
+  }
+  EXPECT_EQ(log_.size(), workerKinds);
+}
+
+TEST_F(ConfinedDecoding, WorkersGoWithTheProcessThatStartedThem) {
+  int pipes[2];
+  ASSERT_EQ(pipe(pipes), 0);
+  const pid_t host = fork();
+  if (host == 0) {
+    ConfinedDecoders decoders(pixels_, settings());
+    std::jthread busy([&] { decode(decoders, "spin"); });
+    pid_t worker = 0;
+    while (worker == 0) {
+      const auto living = children();
+      if (!living.empty()) worker = living.front();
+    }
+    [[maybe_unused]] const ssize_t written = write(pipes[1], &worker, sizeof(worker));
+    pause();
+  }
+  pid_t worker = 0;
+  ASSERT_EQ(read(pipes[0], &worker, sizeof(worker)), static_cast<ssize_t>(sizeof(worker)));
+  const FileDescriptor process(static_cast<int>(syscall(SYS_pidfd_open, worker, 0)));
+  ASSERT_TRUE(process);
+  kill(host, SIGKILL);
+  waitpid(host, nullptr, 0);
+  pollfd gone{process.get(), POLLIN, 0};
+  EXPECT_EQ(poll(&gone, 1, 30'000), 1);
+}
+
+}  // namespace
+}  // namespace tlx::photolibrary::test
