@@ -32,7 +32,7 @@ struct Task {
   int file = -1;  ///< open for reading; the caller's
   std::stop_token stop;
   bool atOnce = false;  ///< as in `DecodersPort::Wanted`
-  Result result;  ///< nothing until it is done
+  Result result;        ///< nothing until it is done
 
   bool isDone() const { return result.index() != 0; }
 };
