@@ -41,6 +41,8 @@ TEST(UICollectionViewFlowLayout, FillsRowsFromEdgeToEdge) {
     layout.setSectionInset(row.inset);
     laidOut(layout, {row.item, 10}, row.spacing, 5, 1000, row.width);
     ASSERT_EQ(layout.itemsPerRow(), row.perRow) << row.why;
+    EXPECT_EQ(layout.collectionViewContentSize().height,
+              row.inset.top + std::ceil(1000.0 / static_cast<double>(row.perRow)) * 15 - 5 + row.inset.bottom);
     EXPECT_NEAR(layout.frameForItemAtIndex(row.perRow == 1 ? 0 : 1).origin.x, row.second, 1e-9) << row.why;
     EXPECT_NEAR(CGRectGetMaxX(layout.frameForItemAtIndex(row.perRow - 1)), row.lastEnd, 1e-9) << row.why;
     EXPECT_EQ(layout.frameForItemAtIndex(999).origin.x, layout.frameForItemAtIndex(999 % row.perRow).origin.x)

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <set>
 #include <utility>
@@ -228,6 +229,8 @@ TEST_F(GridTest, RestsAtMinusItsInsetAndWhereAFingerHoldsIt) {
   scrollTo(500);
   grid->setContentInset({0, 0, 0, 0});
   EXPECT_EQ(grid->contentOffset().y, 500) << "only content at rest at its start stays there";
+  grid->scrolledTo({0, std::nan("")});
+  EXPECT_EQ(grid->contentOffset().y, 500);
   for (const double held : {-40.0, grid->maximumOffsetY() + 40}) {
     scrollTo(held);
     reload();

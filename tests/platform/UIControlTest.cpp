@@ -150,5 +150,21 @@ TEST_F(ButtonTest, WantsALayoutAfterEachChangeThatMattersAndNotOtherwise) {
   }
 }
 
+TEST_F(ButtonTest, IsLaidOutUntilAPassRepeatsTheOneBeforeButNoMoreThanThrice) {
+  class Restless : public UIButton {
+   public:
+    CGRect imageRectForContentRect(const CGRect&) override { return CGRectMake(std::min(++asked, last), 0, 1, 1); }
+    int asked = 0, last = 0;
+  };
+  for (const auto& [last, asked] : {std::pair(1, 2), {2, 3}, {100, 3}}) {
+    const auto restless = std::make_shared<Restless>();
+    restless->last = last;
+    restless->setImage_forState(memory::solidPicture(1, 1, 0), UIControlStateNormal);
+    restless->layoutIfNeeded();
+    EXPECT_EQ(restless->asked, asked);
+    EXPECT_EQ(restless->imageView()->frame().origin.x, std::min(last, 3));
+  }
+}
+
 }  // namespace
 }  // namespace tlx

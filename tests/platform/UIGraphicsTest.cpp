@@ -95,18 +95,30 @@ TEST(BitmapContext, EveryWayOfResamplingKeepsAnEvenColour) {
   }
 }
 
+TEST(BitmapContext, ShrinkingAtAnAngleAveragesWhatAPixelCovers) {
+  std::vector<std::uint8_t> stripes;
+  for (int y = 0; y < 200; ++y) {
+    for (int x = 0; x < 200; ++x) stripes.insert(stripes.end(), {static_cast<std::uint8_t>(y % 2 * 200), 0, 0, 255});
+  }
+  CGBitmapContext context({20, 20});
+  context.translateCTM(10, 10);
+  context.concatCTM(CGAffineTransformMakeRotation(0.3));
+  context.drawImage(CGRectMake(-10, -10, 20, 20), CGImage::create(200, 200, std::move(stripes)));
+  for (const std::size_t at : {8, 9, 10, 11}) EXPECT_NEAR(colourAt(*context.makeImage(), at, at)[0], 100, 5);
+}
+
 TEST(BitmapContext, WhatIsCoveredInPartIsClearForTheRest) {
-  for (const bool turned : {false, true}) {
+  for (const auto& [turned, pixels] : {std::pair(false, 9u), {true, 9u}, {false, 1u}, {true, 1u}}) {
     CGBitmapContext context({4, 4});
     context.concatCTM(turned ? CGAffineTransform{0, 1, 1, 0, 0, 0} : CGAffineTransform{});
-    context.drawImage(CGRectMake(0.5, 1, 2.25, 2), solid(9, 8, {0, 0, 200, 200}));
+    context.drawImage(CGRectMake(0.5, 1, 2.25, 2), solid(pixels, pixels, {0, 0, 200, 200}));
     std::vector<int> along, across;
     for (std::size_t at = 0; at < 4; ++at) {
       along.push_back(colourAt(*context.makeImage(), turned ? 1 : at, turned ? at : 1)[3]);
       across.push_back(colourAt(*context.makeImage(), turned ? at : 1, turned ? 1 : at)[3]);
     }
-    EXPECT_THAT(along, ElementsAre(100, 200, 150, 0)) << turned;
-    EXPECT_THAT(across, ElementsAre(0, 200, 200, 0)) << turned;
+    EXPECT_THAT(along, ElementsAre(100, 200, 150, 0)) << turned << pixels;
+    EXPECT_THAT(across, ElementsAre(0, 200, 200, 0)) << turned << pixels;
   }
   CGBitmapContext oblique({20, 20});
   oblique.translateCTM(10, 10);

@@ -91,6 +91,9 @@ TEST_F(TableTest, ATapSelectsUntilTheRowIsDeselectedOrReloaded) {
   const auto cell = table->cellForRowAtIndexPath({0, 0});
   EXPECT_FALSE(table->tappedAt({0, 3}));
   EXPECT_TRUE(table->tappedAt({0, 2}));
+  show(3);
+  EXPECT_EQ(table->indexPathForSelectedRow(), std::nullopt) << "a reload selects nothing";
+  EXPECT_TRUE(table->tappedAt({0, 2}));
   table->deselectRowAtIndexPath_animated({0, 1}, true);
   EXPECT_EQ(table->indexPathForSelectedRow(), (NSIndexPath{0, 2})) << "another row's";
   table->deselectRowAtIndexPath_animated({0, 2}, true);
@@ -104,7 +107,7 @@ TEST_F(TableTest, ATapSelectsUntilTheRowIsDeselectedOrReloaded) {
   controller->count = 1;
   table->reloadData();
   EXPECT_FALSE(table->tappedAt({0, 2})) << "gone since the last frame";
-  EXPECT_THAT(controller->tapped, ElementsAre(2, 0));
+  EXPECT_THAT(controller->tapped, ElementsAre(2, 2, 0));
 }
 
 }  // namespace

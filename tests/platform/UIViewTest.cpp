@@ -3,8 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tlx/platform/foundation/NSTimer.h"
-#include "tlx/platform/uikit/UIViewController.h"
+#include "tlx/platform/uikit/UIScrollView.h"
 #include "tlx/platform/uikit/UIWindow.h"
 
 #include "adapters/memory/MemoryPlatform.h"
@@ -76,12 +75,32 @@ TEST(UIView, WhatStretchesWithItsSuperviewDoesAndIsFoundByItsTag) {
   EXPECT_EQ(view->frame(), CGRectMake(5, 6, 40, 20));
   EXPECT_EQ(above->viewWithTag(7), other);
   EXPECT_EQ(above->viewWithTag(8), nullptr);
-  EXPECT_EQ(view->convertRectToWindow(CGRectMake(1, 1, 2, 2)), CGRectMake(16, 27, 2, 2));
   above->addSubview(other);
   EXPECT_THAT(above->subviews(), ElementsAre(view, other)) << "on top of the others";
   EXPECT_THAT(view->subviews(), IsEmpty());
   view->setCenter({40, 40});
   EXPECT_EQ(view->frame(), CGRectMake(20, 30, 40, 20));
+}
+
+TEST(UIView, KnowsItsPlaceInTheWindowAndIsToldWhenItComesAndGoes) {
+  class Told : public UIView {
+   public:
+    void didMoveToWindow() override { moves.push_back(window() != nullptr); }
+    std::vector<bool> moves;
+  };
+  memory::MemoryPlatform platform;
+  const auto window = platform.application.window();
+  const auto scroller = std::make_shared<UIScrollView>();
+  const auto view = std::make_shared<Told>();
+  scroller->setFrame(CGRectMake(10, 20, 50, 50));
+  view->setFrame(CGRectMake(5, 100, 9, 9));
+  scroller->addSubview(view);
+  scroller->setContentOffset({0, 90});
+  EXPECT_EQ(view->convertRectToWindow(CGRectMake(1, 1, 2, 2)), CGRectMake(16, 31, 2, 2));
+  EXPECT_THAT(view->moves, IsEmpty());
+  window->addSubview(scroller);
+  scroller->removeFromSuperview();
+  EXPECT_THAT(view->moves, ElementsAre(true, false));
 }
 
 TEST(UIView, LaysOutUntilNothingMoreIsAskedForButNotForEver) {
@@ -102,65 +121,6 @@ TEST(UIView, LaysOutUntilNothingMoreIsAskedForButNotForEver) {
   view.setNeedsLayout();
   view.layoutIfNeeded();
   EXPECT_LT(view.passes, 100);
-}
-
-TEST(NSTimer, EndsWithItsTargetOrItsLastReference) {
-  class Target {
-   public:
-    void fire() { ++fired; }
-    int fired = 0;
-  };
-  memory::MemoryPlatform platform;
-  auto target = std::make_shared<Target>();
-  const auto start = [&](bool repeats) {
-    return NSTimer::scheduledTimerWithTimeInterval_target_selector_repeats(1, target, &Target::fire, repeats);
-  };
-  auto once = start(false), again = start(true), left = start(true);
-  left.reset();
-  platform.advance(2.5);
-  EXPECT_EQ(target->fired, 3);
-  EXPECT_FALSE(once->isValid());
-  EXPECT_TRUE(again->isValid());
-  target.reset();
-  platform.advance(1);
-  EXPECT_FALSE(again->isValid());
-}
-
-class ScreensTest : public testing::Test {
- protected:
-  memory::MemoryPlatform platform;
-  std::shared_ptr<UIViewController> below = std::make_shared<UIViewController>(),
-                                    screen = std::make_shared<UIViewController>(),
-                                    above = std::make_shared<UIViewController>();
-};
-
-TEST_F(ScreensTest, AreDismissedAlsoWhileWhatTheyPresentedIsOnItsWayOut) {
-  below->presentViewController_animated_completion(screen, false, nullptr);
-  screen->presentViewController_animated_completion(above, false, nullptr);
-  std::vector<std::string> ended;
-  const auto dismiss = [&](const std::string& name) {
-    screen->dismissViewControllerAnimated_completion(true, [&ended, name] { ended.push_back(name); });
-  };
-  dismiss("above");
-  platform.advance(0.1);
-  dismiss("screen");
-  dismiss("nothing");
-  EXPECT_TRUE(screen->isBeingDismissed());
-  platform.advance(1);
-  EXPECT_THAT(ended, ElementsAre("above", "screen"));
-  EXPECT_EQ(above->presentingViewController(), nullptr);
-  EXPECT_EQ(screen->presentingViewController(), nullptr);
-  EXPECT_EQ(below->presentedViewController(), nullptr);
-  EXPECT_EQ(screen->view()->superview(), nullptr);
-}
-
-TEST_F(ScreensTest, LeaveTheWindowWithWhoeverPresentedThem) {
-  below->presentViewController_animated_completion(screen, false, nullptr);
-  EXPECT_EQ(screen->view()->superview(), platform.application.window());
-  EXPECT_EQ(platform.presentation.top(), screen);
-  below.reset();
-  EXPECT_EQ(screen->view()->superview(), nullptr);
-  EXPECT_EQ(platform.presentation.top(), nullptr);
 }
 
 }  // namespace
