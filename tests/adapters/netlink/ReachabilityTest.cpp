@@ -1,5 +1,4 @@
 #include <condition_variable>
-#include <future>
 
 #include <arpa/inet.h>
 
@@ -13,6 +12,12 @@ namespace tlx::contracts {
 namespace {
 
 using test::OwnNetwork;
+
+std::unique_ptr<ReachabilityTarget> defaultRoute(ReachabilityPort& port) {
+  sockaddr_in any{};
+  any.sin_family = AF_INET;
+  return port.createWithAddress(reinterpret_cast<const sockaddr*>(&any));
+}
 
 /// A machine with one cable and a default route over it.
 class NetlinkWorld final : public ReachabilityWorld {
@@ -35,9 +40,7 @@ class NetlinkWorld final : public ReachabilityWorld {
   void setReachable(bool reachable) override {
     // Made anew, it is the last to be told: what the others are told of this change was on its way before.
     performOnOtherLoop([this] {
-      sockaddr_in any{};
-      any.sin_family = AF_INET;
-      witness_ = port_.createWithAddress(reinterpret_cast<const sockaddr*>(&any));
+      witness_ = defaultRoute(port_);
       witness_->setCallback([this](SCNetworkReachabilityFlags) {
         witnessed_ = true;
         platform_.loop.post([] {});
@@ -64,11 +67,6 @@ class NetlinkReachability : public testing::Test {
   void SetUp() override {
     if (!OwnNetwork::entered()) GTEST_SKIP() << "no network namespaces are allowed here";
     ASSERT_TRUE(network.run(OwnNetwork::cable("wire", "10.1.0.1/24") + "route add default via 10.1.0.2\n"));
-  }
-  static std::unique_ptr<ReachabilityTarget> defaultRoute(ReachabilityPort& port) {
-    sockaddr_in any{};
-    any.sin_family = AF_INET;
-    return port.createWithAddress(reinterpret_cast<const sockaddr*>(&any));
   }
   static std::vector<sockaddr_storage> addresses(const char* text) {
     std::vector<sockaddr_storage> list(1);
@@ -206,13 +204,11 @@ TEST_F(NetlinkReachability, AsksTheSystemsResolver) {
   ASSERT_TRUE(network.run("link set lo up\n"));
   netlink::NetlinkReachability port;
   Mailbox<SCNetworkReachabilityFlags> heard;
-  for (const char* name : {"127.0.0.1", "::1"}) {
-    auto target = port.createWithName(name);
-    target->setCallback([&](SCNetworkReachabilityFlags flags) { heard.put(flags); });
-    ASSERT_TRUE(target->schedule(loop.loop()));
-    EXPECT_TRUE(target->flags() == Flags(0x30002) || heard.take() == Flags(0x30002)) << name;
-    loop.performAndWait([&] { target.reset(); });
-  }
+  auto target = port.createWithName("::1");
+  target->setCallback([&](SCNetworkReachabilityFlags flags) { heard.put(flags); });
+  ASSERT_TRUE(target->schedule(loop.loop()));
+  EXPECT_TRUE(target->flags() == Flags(0x30002) || heard.take() == Flags(0x30002));
+  loop.performAndWait([&] { target.reset(); });
 }
 
 TEST_F(NetlinkReachability, TargetsComeAndGoWhileTheNetworkChanges) {
