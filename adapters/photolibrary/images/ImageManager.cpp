@@ -246,7 +246,7 @@ void ImageManager::makeForAll(const RequestRef& request) {
                          making->abandoned.stop_requested();
   for (const RequestRef& each : making->wanters) {
     if (abandoned && !each->isCancelled()) {
-      // It came when the decoding had been given up already.
+      // This one asked when the decoding had been cancelled already: it needs one of its own.
       const bool preheating = each->id == PHInvalidImageRequestID;
       enqueue(workers_, preheating ? RequestQueue::Preheat : RequestQueue::Picture, each,
               preheating ? &ImageManager::preheatStage : &ImageManager::pictureStage);
@@ -393,7 +393,7 @@ ImageManager::Answer ImageManager::whatIsAtHand(const Request& request) {
 
 void ImageManager::recordLater(SharedThumbnails::Record record) {
   const std::int64_t bytes = record.bytes();
-  // What there is no room for is written when it is next made.
+  // Without room for it now, the thumbnail is written when the picture is next decoded.
   if (recordBytes_ + bytes > mostRecordBytes_) return;
   recordBytes_ += bytes;
   std::int64_t number = 0;
@@ -412,7 +412,7 @@ void ImageManager::deliver(RequestRef request, Answer answer, bool final) {
     if (!*alive) return;
     const auto handler = request->imageHandler;
     if (final) {
-      // The worker is through with them, and what they keep is to die here.
+      // The worker needs them no more; whatever their closures own is destroyed here, on the main thread.
       request->imageHandler.reset();
       request->options.progressHandler = nullptr;
     }

@@ -110,7 +110,8 @@ class ImageManager final : public ImageManagerPort {
   void pictureStage(const RequestRef& request);
   void videoStage(const RequestRef& request);
   void preheatStage(const RequestRef& request);
-  /// Whether the request has gone to wait for what is elsewhere, its preview or its original, to come back to `then`.
+  /// Sends the request to wait for its preview, or its original, that lies elsewhere, and to go on with `then`. False
+  /// when there is nothing to wait for.
   bool sentForPreview(const RequestRef& request, RequestQueue::Lane lane, Stage then);
   bool sentToFetch(const RequestRef& request, RequestQueue::Lane lane, Stage then);
   bool isElsewhere(const Identifier& identifier) const;

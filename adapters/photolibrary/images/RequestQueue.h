@@ -50,7 +50,7 @@ class RequestQueue {
   using Waiting = std::map<std::int64_t, Work, std::greater<>>;
   void run();
   Waiting* next();
-  /// Whether what is no preview has to wait until `previewsUntil_`.
+  /// Whether pictures have to wait until `previewsUntil_`, so that a thread is free for the next preview.
   bool keepsThreadForPreviews() const;
   bool isIdle();
 

@@ -1,52 +1,14 @@
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-// clang-format off
-#include <cstdio>
-#include <jpeglib.h>
-// clang-format on
-
-#include <cmath>
 #include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace tlx::photolibrary::test {
-namespace {
-
-void append(std::vector<std::uint8_t>& bytes, std::uint64_t value, int count) {
-  while (count-- > 0) bytes.push_back(count < 8 ? static_cast<std::uint8_t>(value >> (8 * count)) : 0);
-}
-void append(std::vector<std::uint8_t>& bytes, const std::string& text) {
-  bytes.insert(bytes.end(), text.begin(), text.end());
-}
-
-/// A big-endian EXIF block with a rating, and a capture date with its offset in the inner directory.
-std::vector<std::uint8_t> exifOf(const SamplePhoto& photo) {
-  std::vector<std::uint8_t> exif;
-  append(exif, std::string("Exif\0\0MM\0*\0\0\0\10", 14));
-  append(exif, 2, 2);
-  append(exif, 0x4746'0003'0000'0001, 8);
-  append(exif, static_cast<std::uint64_t>(photo.rating) << 16, 4);
-  append(exif, 0x8769'0004'0000'0001, 8);
-  append(exif, 38, 4);
-  append(exif, 0, 4);
-  append(exif, 2, 2);
-  append(exif, 0x9003'0002'0000'0014, 8);
-  append(exif, 68, 4);
-  append(exif, 0x9011'0002'0000'0007, 8);
-  append(exif, 88, 4);
-  append(exif, 0, 4);
-  append(exif, photo.captured + std::string(20 - photo.captured.size(), '\0'));
-  append(exif, photo.offset + std::string(7 - photo.offset.size(), '\0'));
-  return exif;
-}
-
-}  // namespace
-
 void KeptLog::log(const std::string& line) {
   std::lock_guard lock(mutex_);
   lines_.push_back(line);
@@ -55,64 +17,6 @@ void KeptLog::log(const std::string& line) {
 std::vector<std::string> KeptLog::lines() const {
   std::lock_guard lock(mutex_);
   return lines_;
-}
-
-std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo) {
-  jpeg_compress_struct jpeg;
-  jpeg_error_mgr errors;
-  jpeg.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&jpeg);
-  unsigned char* data = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&jpeg, &data, &size);
-  jpeg.image_width = 4;
-  jpeg.image_height = 3;
-  jpeg.input_components = 1;
-  jpeg.in_color_space = JCS_GRAYSCALE;
-  jpeg_set_defaults(&jpeg);
-  jpeg_start_compress(&jpeg, TRUE);
-  if (!photo.captured.empty() || photo.rating) {
-    const auto exif = exifOf(photo);
-    jpeg_write_marker(&jpeg, JPEG_APP0 + 1, exif.data(), static_cast<unsigned>(exif.size()));
-  }
-  unsigned char row[4] = {0, 80, 160, 240};
-  JSAMPROW rows[] = {row};
-  for (int y = 0; y < 3; ++y) jpeg_write_scanlines(&jpeg, rows, 1);
-  jpeg_finish_compress(&jpeg);
-  std::vector<std::uint8_t> bytes(data, data + size);
-  jpeg_destroy_compress(&jpeg);
-  std::free(data);
-  return bytes;
-}
-
-std::vector<std::uint8_t> sampleVideo(double seconds) {
-  using Bytes = std::vector<std::uint8_t>;
-  const auto box = [](const char* type, const std::vector<Bytes>& contents) {
-    Bytes bytes(4);
-    append(bytes, type);
-    for (const Bytes& content : contents) bytes.insert(bytes.end(), content.begin(), content.end());
-    for (int i = 0; i < 4; ++i)
-      bytes[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(bytes.size() >> (24 - 8 * i));
-    return bytes;
-  };
-  const auto zeros = [](std::size_t count) { return Bytes(count); };
-  const auto number = [](std::uint64_t value, int count) {
-    Bytes bytes;
-    append(bytes, value, count);
-    return bytes;
-  };
-  const auto text = [](const char* letters) { return Bytes(letters, letters + 4); };
-  const Bytes time = number(1000, 4), length = number(static_cast<std::uint64_t>(std::llround(seconds * 1000)), 4);
-  const Bytes picture = box("jpeg", {zeros(6), number(1, 2), zeros(16), number(96, 2), number(64, 2), zeros(50)});
-  const Bytes table = box("stbl", {box("stsd", {zeros(4), number(1, 4), picture}), box("stts", {zeros(8)}),
-                                   box("stsc", {zeros(8)}), box("stsz", {zeros(12)}), box("stco", {zeros(8)})});
-  const Bytes media = box("mdia", {box("mdhd", {zeros(12), time, length, zeros(4)}),
-                                   box("hdlr", {zeros(8), text("vide"), zeros(13)}), box("minf", {table})});
-  const Bytes track = box("trak", {box("tkhd", {zeros(12), number(1, 4), zeros(4), length, zeros(60)}), media});
-  Bytes bytes = box("ftyp", {text("isom"), number(512, 4), text("isom"), text("mp42")});
-  const Bytes movie = box("moov", {box("mvhd", {zeros(12), time, length, zeros(80)}), track});
-  bytes.insert(bytes.end(), movie.begin(), movie.end());
-  return bytes;
 }
 
 LibraryFolder::LibraryFolder() {

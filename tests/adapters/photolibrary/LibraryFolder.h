@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "adapters/photolibrary/PhotoLibrary.h"
+#include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary::test {
 
@@ -23,16 +24,6 @@ class KeptLog final : public SystemLogPort {
   mutable std::mutex mutex_;
   std::vector<std::string> lines_;
 };
-
-/// A photo as a few hundred bytes of JPEG.
-struct SamplePhoto {
-  std::string captured;  ///< "YYYY:MM:DD hh:mm:ss" for its metadata; empty for none
-  std::string offset;    ///< "+hh:mm" beside it
-  int rating = 0;        ///< stars
-};
-std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo = {});
-/// An MP4 header of that many seconds and a video track, and nothing to play.
-std::vector<std::uint8_t> sampleVideo(double seconds = 1);
 
 /// A folder of the test's own with `pictures`, `cache` and `config` in it, gone with it. The trash is the test
 /// program's own, empty at first, so that no test looks into the person's.

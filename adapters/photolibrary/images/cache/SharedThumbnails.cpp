@@ -27,7 +27,7 @@ constexpr char softwareKey[] = "Software", uriKey[] = "Thumb::URI", timeKey[] = 
                sizeKey[] = "Thumb::Size", errorKey[] = "X-TLXMediaPicker::Error";
 constexpr char temporaryMark[] = ".tlx-";
 constexpr std::int64_t second = 1'000'000'000;
-/// A file changed so lately may change again within the same second, which its time would not show.
+/// A file that was changed less than this ago may change again within the same second, which its time would not show.
 constexpr std::int64_t settledAfter = 2 * second;
 constexpr std::int64_t pauseAfterFailure = 60 * second;
 constexpr std::int64_t temporariesLive = 3600;  // seconds

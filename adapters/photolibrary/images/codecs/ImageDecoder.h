@@ -53,8 +53,8 @@ class ImageDecoder {
 /// One decoder per library, for `ImageDecoder`. `result` is the finished picture's size, upright. When they answer no
 /// failure, the sink has the whole picture.
 Failure decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result, DecodeContext context);
-/// For what is not worth a decoder of its own; 8-bit RGBA and sRGB come from libvips. Sets up libvips for the process
-/// at first use: no operation cache, no messages on standard error.
+/// For all formats that have no decoder of their own here; 8-bit RGBA and sRGB come from libvips. Sets up libvips for
+/// the process at first use: no operation cache, no messages on standard error.
 Failure decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context);
 /// Starts libvips, or loads what libheif loads, now, for a process that will soon be unable to.
 void prepareVips();

@@ -105,7 +105,7 @@ bool JpegReader::refill() {
 boolean JpegReader::fill(j_decompress_ptr jpeg) {
   auto* source = reinterpret_cast<Source*>(jpeg->src);
   if (source->reader->refill()) return TRUE;
-  // A closing mark in place of what is missing; whether anything was still needed shows as a warning.
+  // The file has ended: the library gets an end-of-image marker, and warns if it still needed data.
   source->reader->ended_ = true;
   source->base.next_input_byte = endOfImage;
   source->base.bytes_in_buffer = sizeof(endOfImage);
@@ -141,8 +141,7 @@ bool JpegReader::isRgbOrGrey() const {
 
 bool JpegReader::canHoldItsSize(std::int64_t bytes) const {
   if (jpeg_.arith_code) return true;
-  // Huffman codes have at least one bit, and a run of empty blocks in a later scan stands beside a bit a block in the
-  // first one: 64 pixels a bit.
+  // A Huffman code has at least one bit, and the first scan has at least one code for each block of 64 pixels.
   return size().pixels() / 64 / 8 <= bytes;
 }
 
@@ -172,7 +171,8 @@ bool JpegReader::readRow(std::uint8_t* rgba) {
 bool JpegReader::isDamaged() {
   if (damaged_) return true;
   if (jpeg_.unread_marker != 0 || ended_) return false;
-  // Bytes between the last block and the closing mark: padding, or what a decoder that lost its way did not reach.
+  // Bytes between the last block and the end-of-image marker are padding, or blocks that a decoder misled by damage did
+  // not come to.
   std::uint8_t before = 0;
   for (int looked = 0; looked < 1 << 20; ++looked) {
     if (source_.base.bytes_in_buffer == 0 && !refill()) return false;

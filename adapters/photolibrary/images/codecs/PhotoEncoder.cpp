@@ -21,7 +21,7 @@ struct JumpingErrors {
   std::jmp_buf jump;
 };
 
-/// Compresses into a buffer of malloc's. Holds nothing with a destructor, since failing jumps out of it.
+/// Compresses into a buffer for the caller to free(). No object here may have a destructor: an error leaves by longjmp.
 bool compress(const CGImage& bitmap, const std::uint8_t* exif, unsigned exifSize, unsigned char** data,
               unsigned long* size) {
   jpeg_compress_struct jpeg;

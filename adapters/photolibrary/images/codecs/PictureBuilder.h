@@ -22,7 +22,7 @@ struct DecodeContext {
   ColorTransforms& transforms;
   /// Looked at between rows; once stopped, the decoder gives up.
   std::stop_token stop = {};
-  /// Whether what is truncated or damaged makes an error. Otherwise whatever there is makes the picture.
+  /// Whether a truncated or damaged file is an error; otherwise the picture is made of what can be read.
   bool strict = true;
 
   bool isCancelled() const { return stop.stop_requested(); }

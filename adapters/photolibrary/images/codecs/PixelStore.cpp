@@ -28,7 +28,7 @@ class SmallBlock final : public PixelBlock {
   std::size_t size_;
 };
 
-/// Pages of the kernel's, given back to it at once with the last reference.
+/// Pages mapped for one picture, unmapped with the last reference.
 class MappedBlock final : public PixelBlock {
  public:
   using Counter = std::shared_ptr<std::atomic<std::size_t>>;

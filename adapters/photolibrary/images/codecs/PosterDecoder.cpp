@@ -46,7 +46,7 @@ Codec openCodec(const AVStream& stream) {
   return codec;
 }
 
-/// The next frame that the decoder does not skip, from where the file stands; nothing when none comes.
+/// The next frame that the decoder does not skip, from the file's current position; nothing when there is none.
 Frame nextFrame(AVFormatContext& format, AVCodecContext& codec, int stream, const DecodeContext& context) {
   const Packet packet(av_packet_alloc());
   Frame frame(av_frame_alloc());

@@ -20,7 +20,7 @@ class UprightWriter {
   void add(const std::uint8_t* rgba);
   /// Whether all rows have come.
   bool complete() const { return row_ == stored_.height; }
-  /// Puts down what is gathered; called by itself with the last row.
+  /// Writes the rows gathered so far; happens by itself after the last row.
   void flush();
 
  private:

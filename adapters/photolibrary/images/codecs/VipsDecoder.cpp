@@ -32,7 +32,7 @@ bool startVips() {
   return started;
 }
 
-/// The library's text of what went wrong, which is one for the process, so that another thread's may stand beside it.
+/// The library's error text. It keeps one for the whole process, so another thread's message may be in it as well.
 std::string takeMessage() {
   std::string text = vips_error_buffer();
   vips_error_clear();

@@ -35,7 +35,7 @@ class OpenFile {
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
 
-  /// Refuses what is no regular file (a pipe would wait for ever). An error of the library's domain otherwise.
+  /// An error for a file that cannot be opened, and for what is no regular file: reading a pipe could wait for ever.
   static std::variant<std::unique_ptr<OpenFile>, NSError> open(const std::string& path);
   int fd() const { return fd_; }
 

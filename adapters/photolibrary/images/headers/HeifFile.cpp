@@ -10,7 +10,7 @@
 namespace tlx::photolibrary {
 namespace {
 
-/// The library refuses sides above this; pixels are limited by whoever decodes.
+/// The library refuses longer sides than this; the number of pixels is limited in `ImageDecoder`.
 constexpr int maxSide = 65535;
 
 }  // namespace

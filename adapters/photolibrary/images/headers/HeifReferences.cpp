@@ -40,7 +40,7 @@ bool eachBox(FileBytes& file, std::uint64_t from, std::uint64_t to, const std::f
     }
     if (size == 0) size = to - from;
     if (size < header) return false;
-    // Pixels that reach past the end are a truncated file's, which the library reports by itself.
+    // Pixels that reach past the end of the file mean that it is truncated, which the decoding library reports itself.
     if (size > to - from) return box.type == typeOf("mdat");
     box.content = from + header;
     box.end = from + size;

@@ -14,7 +14,7 @@ namespace tlx::photolibrary {
 namespace {
 
 constexpr int ratingTag = 0x4746;
-/// The option by which libexif adds to a block what a standard wants there, today's date for one.
+/// The option that makes libexif add missing mandatory tags to a block; one of them is today's date.
 constexpr auto repairBlocks = static_cast<ExifDataOption>(1 << 1);
 
 struct ExifDataRelease {

@@ -36,7 +36,8 @@ void readXmp(std::string_view packet, PhotoFacts& facts);
 /// is no date.
 std::optional<double> parseCaptureDate(std::string_view date, std::string_view offset, std::string_view fraction);
 
-/// "YYYY-MM-DDThh:mm:ss.fffffZ" and what is left when parts are missing from its end, with the same rules.
+/// A date as XMP and videos write it, "YYYY-MM-DDThh:mm:ss.fffZ", of which everything after the day may be missing. The
+/// rules are those of `parseCaptureDate`.
 std::optional<double> parseIsoDate(std::string_view text);
 
 /// Whether a free text of the metadata says that the picture is a screenshot.

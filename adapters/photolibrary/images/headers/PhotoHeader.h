@@ -30,7 +30,7 @@ struct PhotoHeader {
   std::int32_t uprightHeight() const { return swapsSides() ? width : height; }
 };
 
-/// What a header carries beside facts, wanted only by whoever makes a picture.
+/// What a header carries besides facts; only decoding needs it.
 struct HeaderExtras {
   std::vector<std::uint8_t> thumbnail;  ///< the JPEG embedded in the EXIF block
   std::vector<std::uint8_t> profile;    ///< a JPEG's colour profile

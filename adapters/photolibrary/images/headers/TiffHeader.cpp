@@ -27,7 +27,7 @@ void readTiffHeader(FileBytes& file, PhotoHeader& header) {
   TIFF* tiff = source.get();
   if (!tiff) return;
 
-  // Raw sensor data keeps a reduced picture where the picture belongs.
+  // Files of raw sensor data have a reduced picture in the first directory, where other TIFFs have the picture itself.
   std::uint32_t kind = 0;
   if (TIFFGetField(tiff, TIFFTAG_SUBFILETYPE, &kind) == 1 && (kind & FILETYPE_REDUCEDIMAGE) != 0) return;
   std::uint32_t width = 0, height = 0;

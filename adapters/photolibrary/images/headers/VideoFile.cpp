@@ -71,7 +71,7 @@ VideoFile::VideoFile(FileBytes& file, MediaFormat format) : file_(file), allowan
   context_->pb = io_;
   context_->flags |= AVFMT_FLAG_CUSTOM_IO;
   context_->max_streams = 64;
-  // A file that names others gets none of them.
+  // Other files that the container refers to are not opened.
   context_->io_open = [](AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) { return AVERROR(EPERM); };
   if (avformat_open_input(&context_, nullptr, demuxer, nullptr) < 0) {
     context_ = nullptr;
@@ -153,7 +153,7 @@ VideoInfo VideoFile::info() const {
 
 std::optional<double> VideoFile::captureDate() const {
   if (!context_) return std::nullopt;
-  // A key that ends so carries the local date with its offset; the plain creation time is the container's, in UTC.
+  // A key with this ending carries the local date with its offset; the plain creation time is the container's, in UTC.
   const AVDictionaryEntry* entry = nullptr;
   while ((entry = av_dict_get(context_->metadata, "", entry, AV_DICT_IGNORE_SUFFIX))) {
     if (std::string_view(entry->key).ends_with(".creationdate")) {

@@ -60,6 +60,9 @@ TEST_F(Decoding, TurnsUprightExactlyOnceInEveryFormat) {
     for (int turn = 1; turn <= 8; ++turn) {
       const std::string path = folder_.file(row.file);
       row.write(path, turn);
+      const auto info = std::get<MediaInfo>(probe(path));
+      EXPECT_EQ(info.width, turn >= 5 ? 48 : 64) << row.file << ", orientation " << turn << ", of the header alone";
+      EXPECT_EQ(info.height, turn >= 5 ? 64 : 48) << row.file << ", orientation " << turn;
       for (const CGSize target : {CGSize{}, CGSize{24, 24}}) {
         const Picture picture = decode(path, target);
         ASSERT_EQ(codeOf(picture), 0) << row.file << " " << turn << ": "
@@ -188,44 +191,41 @@ TEST_F(Decoding, ATruncatedPictureIsAnErrorInEveryFormat) {
 }
 
 TEST_F(Decoding, SaysWhyThereIsNoPicture) {
-  const std::string huge = folder_.file("huge.png");
-  writePicture(huge, {});
-  auto bytes = readFile(huge);
-  bytes[16] = bytes[20] = 0;
-  bytes[17] = bytes[21] = 1;  // 65,536 and some on each side
-  writeFile(huge, bytes);
-  const std::string empty = folder_.file("empty.jpg"), text = folder_.file("text.jpg"), deaf = folder_.file("deaf.mov");
-  writeFile(empty, {});
-  writeFile(text, {'n', 'o', ' ', 'p', 'h', 'o', 't', 'o', ' ', 'a', 't', ' ', 'a', 'l', 'l'});
+  const auto file = [&](const char* name, const std::vector<std::uint8_t>& bytes) {
+    writeFile(folder_.file(name), bytes);
+    return folder_.file(name);
+  };
+  // Sides of that many pixels and some, in a file of a kilobyte.
+  const auto bomb = [&](const char* name, std::uint8_t high) {
+    writePicture(folder_.file(name), {.progressive = true});
+    auto bytes = readFile(folder_.file(name));
+    for (std::size_t i = 0; i + 9 < bytes.size(); ++i) {
+      if (bytes[i] == 0xff && bytes[i + 1] == 0xc2) bytes[i + 5] = bytes[i + 7] = high;
+    }
+    return file(name, bytes);
+  };
+  const std::string deaf = folder_.file("deaf.mov");
   writeClip(deaf, {.video = false, .audio = true});
-  // A frame of 65,000 x 65,000 pixels in a kilobyte.
-  const std::string bomb = folder_.file("bomb.jpg");
-  writePicture(bomb, {.progressive = true});
-  bytes = readFile(bomb);
-  for (std::size_t i = 0; i + 9 < bytes.size(); ++i) {
-    if (bytes[i] == 0xff && bytes[i + 1] == 0xc2) bytes[i + 5] = bytes[i + 7] = 0xfd;
+  const std::pair<std::string, std::int64_t> rows[] = {
+      {folder_.file("none.jpg"), PhotoLibraryErrorNotFound},
+      {folder_.path().string(), PhotoLibraryErrorUnsupported},
+      {"/dev/zero", PhotoLibraryErrorUnsupported},
+      {file("empty.jpg", {}), PhotoLibraryErrorDamaged},
+      {file("stub.jpg", {0xff, 0xd8, 0xff}), PhotoLibraryErrorDamaged},
+      {file("text.jpg", std::vector<std::uint8_t>(100, 'a')), PhotoLibraryErrorUnsupported},
+      {deaf, PhotoLibraryErrorUnsupported},
+      {bomb("65,000.jpg", 0xfd), PhotoLibraryErrorTooLarge},
+      {bomb("16,384.jpg", 0x40), PhotoLibraryErrorTooLarge},
+  };
+  for (const auto& [path, code] : rows) {
+    EXPECT_EQ(codeOf(decode(path)), code) << path;
+    if (code == PhotoLibraryErrorTooLarge || path.find(".") == std::string::npos) continue;
+    const auto probed = probe(path);
+    ASSERT_TRUE(std::holds_alternative<NSError>(probed)) << path;
+    if (code != PhotoLibraryErrorNotFound) {
+      EXPECT_EQ(std::get<NSError>(probed).code, code) << path;
+    }
   }
-  writeFile(bomb, bytes);
-
-  EXPECT_EQ(codeOf(decode(folder_.file("none.jpg"))), PhotoLibraryErrorNotFound);
-  EXPECT_EQ(codeOf(decode(folder_.path().string())), PhotoLibraryErrorUnsupported);
-  EXPECT_EQ(codeOf(decode("/dev/zero")), PhotoLibraryErrorUnsupported);
-  EXPECT_EQ(codeOf(decode(empty)), PhotoLibraryErrorDamaged);
-  EXPECT_EQ(codeOf(decode(text)), PhotoLibraryErrorUnsupported);
-  EXPECT_EQ(codeOf(decode(deaf)), PhotoLibraryErrorUnsupported);
-  EXPECT_EQ(codeOf(decode(huge)), PhotoLibraryErrorTooLarge);
-  EXPECT_EQ(codeOf(decode(bomb)), PhotoLibraryErrorTooLarge);
-}
-
-TEST_F(Decoding, APictureLargerThanItsFileCanHoldIsRefusedBeforeMemoryIsSpent) {
-  const std::string path = folder_.file("bomb.jpg");
-  writePicture(path, {.progressive = true});
-  auto bytes = readFile(path);
-  for (std::size_t i = 0; i + 9 < bytes.size(); ++i) {
-    if (bytes[i] == 0xff && bytes[i + 1] == 0xc2) bytes[i + 5] = bytes[i + 7] = 0x40;  // 16,384 and some on each side
-  }
-  writeFile(path, bytes);
-  EXPECT_EQ(codeOf(decode(path)), PhotoLibraryErrorTooLarge);
 }
 
 TEST_F(Decoding, AnEmbeddedPictureHasThePhotosOwnShape) {

@@ -363,25 +363,6 @@ TEST_F(ManagingImages, ASynchronousRequestDoesNotWaitForTheQueue) {
   EXPECT_TRUE(waitForAnswers(10));
 }
 
-TEST_F(ManagingImages, RunningWorkThatIsCancelledAnswersNoMore) {
-  start(1);
-  Gate gate;
-  items_.setGate([&](const std::string&) { gate.pass(); });
-  auto life = std::make_shared<int>();
-  const std::weak_ptr<int> alive = life;
-  const PHImageRequestID id =
-      images_->requestImage(photo("a"), cell, PHImageContentModeAspectFill, options(highQuality),
-                            [this, life = std::move(life)](const std::shared_ptr<const UIImage>&, const PHImageInfo&) {
-                              answers_.push_back("a");
-                            });
-  gate.waitForHeld(1);
-  images_->cancelImageRequest(id);
-  EXPECT_TRUE(alive.expired()) << "let go on the main thread, at once";
-  gate.open();
-  settle();
-  EXPECT_TRUE(answers_.empty());
-}
-
 TEST_F(ManagingImages, CallsNothingOnceItIsGone) {
   start(1);
   Gate gate;
@@ -405,38 +386,6 @@ TEST_F(ManagingImages, ADeliveredPictureOutlivesTheManager) {
   ASSERT_TRUE(loop_.runUntil([&] { return kept != nullptr; }));
   images_.reset();
   EXPECT_EQ(lettersOf(*kept->bitmap()), "RG/BW");
-}
-
-TEST_F(ManagingImages, HundredsOfRequestsFromAFastScrollAreAllAnsweredOnce) {
-  start();
-  std::vector<Asset> assets;
-  for (int i = 0; i < 12; ++i) assets.push_back(photo(std::to_string(i), i % 2 == 0));
-  const int client = 0;
-  std::vector<PHImageRequestID> ids;
-  std::size_t finals = 0, cancelledAnswers = 0;
-  for (int round = 0; round < 300; ++round) {
-    const Asset& asset = assets[static_cast<std::size_t>(round) % assets.size()];
-    const bool cancel = round % 7 == 0;
-    const CGSize size{40.0 + round % 50, 40};
-    const auto id = images_->requestImage(asset, size, PHImageContentModeAspectFill, options(opportunistic),
-                                          [&, cancel](const std::shared_ptr<const UIImage>&, const PHImageInfo& info) {
-                                            if (!info.PHImageResultIsDegradedKey)
-                                              ++(cancel ? cancelledAnswers : finals);
-                                          });
-    if (cancel) ids.push_back(id);
-    if (round % 3 == 0) images_->startCachingImages(&client, assets, size, PHImageContentModeAspectFill, {});
-    if (round % 5 == 0) images_->stopCachingImagesForAllAssets(&client);
-    if (round % 11 == 0) loop_.runUntilIdle();
-    if (round % 13 == 0) {
-      for (const auto each : ids) images_->cancelImageRequest(each);
-      ids.clear();
-    }
-  }
-  const std::size_t before = cancelledAnswers;
-  for (const auto each : ids) images_->cancelImageRequest(each);
-  settle();
-  EXPECT_EQ(finals, 300u - 43u);
-  EXPECT_EQ(cancelledAnswers, before) << "none after its cancellation";
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include "adapters/photolibrary/images/cache/ThumbnailCache.h"
 #include "adapters/photolibrary/images/codecs/PixelStore.h"
 #include "adapters/photolibrary/images/codecs/RowResampler.h"
-#include "adapters/photolibrary/images/codecs/UprightWriter.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary {
@@ -66,32 +65,6 @@ TEST(RowResampler, LetsNoColourExceedItsAlpha) {
   }
   const auto result = resample({40, 40}, {23, 23}, rgba);
   for (std::size_t i = 0; i < result.size(); i += 4) EXPECT_LE(result[i], result[i + 3]);
-}
-
-TEST(UprightWriter, PutsEveryPixelWhereItsOrientationSays) {
-  // 19 rows: more than are gathered at once, and not a multiple.
-  const PixelSize stored{5, 19};
-  for (int turn = 1; turn <= 8; ++turn) {
-    std::vector<std::uint32_t> upright(static_cast<std::size_t>(stored.pixels()));
-    UprightWriter writer(stored, turn, reinterpret_cast<std::uint8_t*>(upright.data()));
-    for (std::uint32_t y = 0; y < 19; ++y) {
-      std::uint32_t row[5];
-      for (std::uint32_t x = 0; x < 5; ++x) row[x] = y * 100 + x;
-      writer.add(reinterpret_cast<const std::uint8_t*>(row));
-    }
-    EXPECT_TRUE(writer.complete());
-    const std::size_t width = turn >= 5 ? 19 : 5, height = turn >= 5 ? 5 : 19;
-    const auto at = [&](std::size_t x, std::size_t y) { return upright[y * width + x]; };
-    // Where the stored picture's corners are found: its first row's ends and its last row's ends.
-    const std::size_t right = width - 1, bottom = height - 1;
-    const std::uint32_t found[4] = {at(0, 0), at(right, 0), at(0, bottom), at(right, bottom)};
-    const std::uint32_t a = 0, b = 4, c = 1800, d = 1804;
-    const std::uint32_t expected[9][4] = {{},           {a, b, c, d}, {b, a, d, c}, {d, c, b, a}, {c, d, a, b},
-                                          {a, c, b, d}, {c, a, d, b}, {d, b, c, a}, {b, d, a, c}};
-    for (int corner = 0; corner < 4; ++corner) EXPECT_EQ(found[corner], expected[turn][corner]) << "turn " << turn;
-    std::sort(upright.begin(), upright.end());
-    EXPECT_EQ(std::unique(upright.begin(), upright.end()), upright.end()) << "turn " << turn;
-  }
 }
 
 std::size_t residentBytes() {

@@ -13,10 +13,13 @@ extern "C" {
 #include <stdexcept>
 #include <tuple>
 
+#include <fcntl.h>
 #include <jxl/encode.h>
 #include <libheif/heif.h>
 #include <stdlib.h>
+#include <unistd.h>
 #include <vips/vips.h>
+#include <zlib.h>
 
 /// The encoder that makes the HEICs of these tests keeps some of its memory; it is no part of the product.
 extern "C" const char* __lsan_default_suppressions();
@@ -68,36 +71,26 @@ ImageRef makeImage(const PictureOptions& options) {
       vips_image_new_from_memory_copy(rgba.data(), rgba.size(), options.width, options.height, 4, VIPS_FORMAT_UCHAR));
   image->Type = VIPS_INTERPRETATION_sRGB;
   VipsImage* next = nullptr;
-  check(vips_extract_band(image.get(), &next, 0, "n", 3, nullptr) == 0, "bands");
-  image = own(next);
-  if (options.grey) {
-    check(vips_colourspace(image.get(), &next, VIPS_INTERPRETATION_B_W, nullptr) == 0, "grey");
+  const auto step = [&](int failed, const char* what) {
+    check(failed == 0, what);
     image = own(next);
-  }
-  if (options.cmyk) {
-    check(vips_icc_transform(image.get(), &next, "cmyk", "input_profile", "srgb", nullptr) == 0, "print colours");
-    image = own(next);
-  }
+  };
+  step(vips_extract_band(image.get(), &next, 0, "n", 3, nullptr), "bands");
+  if (options.grey) step(vips_colourspace(image.get(), &next, VIPS_INTERPRETATION_B_W, nullptr), "grey");
+  if (options.cmyk) step(vips_icc_transform(image.get(), &next, "cmyk", "input_profile", "srgb", nullptr), "ink");
   if (options.bits == 16) {
-    check(vips_colourspace(image.get(), &next, options.grey ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_RGB16,
-                           nullptr) == 0,
-          "16 bits");
-    image = own(next);
+    const auto kind = options.grey ? VIPS_INTERPRETATION_GREY16 : VIPS_INTERPRETATION_RGB16;
+    step(vips_colourspace(image.get(), &next, kind, nullptr), "16 bits");
   }
   if (options.alpha != 255) {
-    check(vips_bandjoin_const1(image.get(), &next, options.bits == 16 ? options.alpha * 257 : options.alpha, nullptr) ==
-              0,
-          "alpha");
-    image = own(next);
+    const int alpha = options.bits == 16 ? options.alpha * 257 : options.alpha;
+    step(vips_bandjoin_const1(image.get(), &next, alpha, nullptr), "alpha");
   }
   if (!options.profile.empty() && !options.cmyk) {
-    check(vips_icc_transform(image.get(), &next, options.profile.c_str(), "input_profile", "srgb", nullptr) == 0,
-          "profile");
-    image = own(next);
+    step(vips_icc_transform(image.get(), &next, options.profile.c_str(), "input_profile", "srgb", nullptr), "profile");
   }
   if (options.orientation != 1) {
-    check(vips_copy(image.get(), &next, nullptr) == 0, "copy");
-    image = own(next);
+    step(vips_copy(image.get(), &next, nullptr), "copy");
     vips_image_set_int(image.get(), VIPS_META_ORIENTATION, options.orientation);
   }
   return image;
@@ -136,17 +129,20 @@ std::vector<std::uint8_t> exifBlock(int orientation, const std::vector<std::uint
   return bytes;
 }
 
+void insertJpegExif(std::vector<std::uint8_t>& file, const std::vector<std::uint8_t>& block) {
+  std::vector<std::uint8_t> segment{0xff, 0xe1};
+  append16(segment, static_cast<unsigned>(block.size() + 8));
+  segment.insert(segment.end(), {'E', 'x', 'i', 'f', 0, 0});
+  segment.insert(segment.end(), block.begin(), block.end());
+  file.insert(file.begin() + 2, segment.begin(), segment.end());
+}
+
 /// libvips writes no EXIF into a PNG.
 void insertPngExif(const std::string& path, int orientation) {
   const std::vector<std::uint8_t> block = exifBlock(orientation, {});
   std::vector<std::uint8_t> chunk{'e', 'X', 'I', 'f'};
   chunk.insert(chunk.end(), block.begin(), block.end());
-  std::uint32_t crc = 0xffffffff;
-  for (const std::uint8_t byte : chunk) {
-    crc ^= byte;
-    for (int bit = 0; bit < 8; ++bit) crc = crc >> 1 ^ (crc & 1 ? 0xedb88320 : 0);
-  }
-  append32(chunk, ~crc);
+  append32(chunk, static_cast<unsigned>(crc32(0, chunk.data(), static_cast<unsigned>(chunk.size()))));
   std::vector<std::uint8_t> length;
   append32(length, static_cast<unsigned>(block.size()));
   chunk.insert(chunk.begin(), length.begin(), length.end());
@@ -325,12 +321,8 @@ void writeJpegWithThumbnail(const std::string& path, int width, int height, int 
   const std::vector<std::uint8_t> block = exifBlock(orientation, {small, small + size});
   g_free(buffer);
 
-  std::vector<std::uint8_t> segment{0xff, 0xe1};
-  append16(segment, static_cast<unsigned>(block.size() + 8));
-  segment.insert(segment.end(), {'E', 'x', 'i', 'f', 0, 0});
-  segment.insert(segment.end(), block.begin(), block.end());
   std::vector<std::uint8_t> file = readFile(path);
-  file.insert(file.begin() + 2, segment.begin(), segment.end());
+  insertJpegExif(file, block);
   writeFile(path, file);
 }
 
@@ -420,6 +412,78 @@ void writeClip(const std::string& path, const ClipOptions& options) {
   avcodec_free_context(&codec);
   avio_closep(&format->pb);
   avformat_free_context(format);
+}
+
+std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo) {
+  static const std::vector<std::uint8_t> plain = [] {
+    void* buffer = nullptr;
+    size_t size = 0;
+    const ImageRef image = makeImage({.width = 4, .height = 3, .grey = true});
+    check(vips_jpegsave_buffer(image.get(), &buffer, &size, "strip", TRUE, nullptr) == 0, "a photo");
+    std::vector<std::uint8_t> bytes(static_cast<std::uint8_t*>(buffer), static_cast<std::uint8_t*>(buffer) + size);
+    g_free(buffer);
+    return bytes;
+  }();
+  std::vector<std::uint8_t> file = plain;
+  if (photo.captured.empty() && photo.rating == 0) return file;
+  // A rating, and a capture date with its offset in the inner directory.
+  std::vector<std::uint8_t> exif{'M', 'M', 0, 42, 0, 0, 0, 8};
+  append16(exif, 2);
+  appendEntry(exif, 0x4746, 3, static_cast<unsigned>(photo.rating));
+  appendEntry(exif, 0x8769, 4, 38);
+  append32(exif, 0);
+  append16(exif, 2);
+  const auto text = [&](unsigned tag, unsigned length, unsigned offset) {
+    append16(exif, tag);
+    append16(exif, 2);
+    append32(exif, length);
+    append32(exif, offset);
+  };
+  text(0x9003, 20, 68);
+  text(0x9011, 7, 88);
+  append32(exif, 0);
+  for (const auto& [value, length] : {std::pair(photo.captured, 20u), std::pair(photo.offset, 7u)}) {
+    exif.insert(exif.end(), value.begin(), value.end());
+    exif.resize(exif.size() + length - value.size());
+  }
+  insertJpegExif(file, exif);
+  return file;
+}
+
+std::vector<std::uint8_t> sampleVideo(double seconds) {
+  using Bytes = std::vector<std::uint8_t>;
+  const auto box = [](const char* type, const std::vector<Bytes>& contents) {
+    Bytes bytes(4);
+    bytes.insert(bytes.end(), type, type + 4);
+    for (const Bytes& content : contents) bytes.insert(bytes.end(), content.begin(), content.end());
+    for (std::size_t i = 0; i < 4; ++i) bytes[i] = static_cast<std::uint8_t>(bytes.size() >> (24 - 8 * i));
+    return bytes;
+  };
+  const auto zeros = [](std::size_t count) { return Bytes(count); };
+  const auto number = [](unsigned value, int count) {
+    Bytes bytes;
+    count == 2 ? append16(bytes, value) : append32(bytes, value);
+    return bytes;
+  };
+  const auto text = [](const char* letters) { return Bytes(letters, letters + 4); };
+  const Bytes time = number(1000, 4), length = number(static_cast<unsigned>(std::lround(seconds * 1000)), 4);
+  const Bytes picture = box("jpeg", {zeros(6), number(1, 2), zeros(16), number(96, 2), number(64, 2), zeros(50)});
+  const Bytes table = box("stbl", {box("stsd", {zeros(4), number(1, 4), picture}), box("stts", {zeros(8)}),
+                                   box("stsc", {zeros(8)}), box("stsz", {zeros(12)}), box("stco", {zeros(8)})});
+  const Bytes media = box("mdia", {box("mdhd", {zeros(12), time, length, zeros(4)}),
+                                   box("hdlr", {zeros(8), text("vide"), zeros(13)}), box("minf", {table})});
+  const Bytes track = box("trak", {box("tkhd", {zeros(12), number(1, 4), zeros(4), length, zeros(60)}), media});
+  Bytes bytes = box("ftyp", {text("isom"), number(512, 4), text("isom"), text("mp42")});
+  const Bytes movie = box("moov", {box("mvhd", {zeros(12), time, length, zeros(80)}), track});
+  bytes.insert(bytes.end(), movie.begin(), movie.end());
+  return bytes;
+}
+
+std::variant<MediaInfo, NSError> probe(const std::string& path) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  auto result = probeMedia(fd, path);
+  ::close(fd);
+  return result;
 }
 
 std::string xmpPacket(const std::string& attributes, const std::string& elements) {

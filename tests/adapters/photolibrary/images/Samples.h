@@ -9,6 +9,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "tlx/platform/coregraphics/CGImage.h"
@@ -70,6 +71,19 @@ struct ClipOptions {
   bool video = true, audio = false;
 };
 void writeClip(const std::string& path, const ClipOptions& options = {});
+
+/// A photo as a few hundred bytes of JPEG.
+struct SamplePhoto {
+  std::string captured;  ///< "YYYY:MM:DD hh:mm:ss" for its metadata; empty for none
+  std::string offset;    ///< "+hh:mm" beside it
+  int rating = 0;        ///< stars
+};
+std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo = {});
+/// An MP4 header of that many seconds and a video track, and nothing to play.
+std::vector<std::uint8_t> sampleVideo(double seconds = 1);
+
+/// As `probeMedia`, of the file at the path.
+std::variant<MediaInfo, NSError> probe(const std::string& path);
 
 /// An XMP packet that describes a picture by these attributes and elements.
 std::string xmpPacket(const std::string& attributes, const std::string& elements = {});
