@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "adapters/photolibrary/images/codecs/ImageDecoder.h"
+#include "adapters/photolibrary/images/FilePictures.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "adapters/photolibrary/images/headers/PhotoFacts.h"
 #include "adapters/photolibrary/source/MediaProbe.h"
 #include "adapters/photolibrary/source/NameDate.h"
@@ -206,7 +207,8 @@ TEST(ProbingMedia, PassesOverWhateverStandsBetweenTheSegmentsOfAJpeg) {
       {"stray\xff\0bytes"s, "what is no marker"}, {"\xff\xd0\xff\x01", "markers without content"},
       {full, "a segment of full length"},         {std::string(70'000, 'x'), "more than is read at once"}};
   PixelStore store(folder.file("pixels"));
-  ImageDecoder decoder(store);
+  DirectDecoders direct(store);
+  FilePictures decoder(direct);
   for (const auto& [gap, reason] : gaps) {
     auto padded = whole;
     // After the EXIF segment, and before each of the others.
