@@ -1,7 +1,9 @@
 #include <cmath>
 
+#include "tlx/platform/foundation/NSTimer.h"
 #include "tlx/views/AlbumPickerTableViewController.h"
 
+#include "adapters/memory/Pictures.h"
 #include "tests/support/PickerSession.h"
 
 namespace tlx::test {
@@ -119,25 +121,6 @@ TEST_F(AlbumListPresentation, PressOutsideTogglesByTheTagAndDismisses) {
   EXPECT_TRUE(listIsOnScreen());
 }
 
-TEST_F(AlbumListPresentation, FastTogglesEndAsTheLastOne) {
-  open();
-  for (int presses = 1; presses <= 3; ++presses) {
-    session.picker->btnPressed(title);
-    session.platform.advance(0.05);
-  }
-  session.settle();
-  expectLooks(true, "after three presses");
-}
-
-TEST_F(AlbumListPresentation, OtherTagsDoNothing) {
-  open();
-  const auto button = std::make_shared<UIButton>();
-  session.picker->btnPressed(button);
-  session.picker->btnPressed(nullptr);
-  EXPECT_TRUE(session.platform.messages().empty());
-  expectLooks(false, "as before");
-}
-
 TEST_F(AlbumListPresentation, AlbumThatIsDeletedWhileTheListIsOpenGivesWayToTheFirst) {
   open();
   title->press();
@@ -179,9 +162,18 @@ TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
          session.settle();
          session.platform.presentation.pressOutside();
        }},
-      {"the host shows a screen of its own",
+      {"the host shows a screen of its own, and takes it away",
        [&] {
-         session.picker->presentViewController_animated_completion(std::make_shared<UIViewController>(), true, nullptr);
+         const auto screen = std::make_shared<UIViewController>();
+         session.picker->presentViewController_animated_completion(screen, false, nullptr);
+         performAfterDelay(0.1, [screen] { screen->leave(true, nullptr); });
+       }},
+      {"the camera waits for the list to go, and takes a photo",
+       [&] {
+         title->press();
+         session.settle();
+         session.picker->btnCameraPressed();
+         performAfterDelay(0.4, [&] { session.platform.camera.takePhoto(memory::solidPicture(4, 3, 0)); });
        }},
   };
   open();
@@ -195,6 +187,7 @@ TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
     session.platform.images.release("b");
     session.settle();
     ASSERT_NE(session.platform.presentation.alert(), nullptr) << "else Done would stay disabled for good";
+    EXPECT_FALSE(UIViewController::inputReaches(*title));
     EXPECT_FALSE(listIsOnScreen());
     expectLooks(false, "under the question");
     EXPECT_TRUE(session.platform.presentation.press("Cancel"));
@@ -206,39 +199,58 @@ TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
   }
 }
 
-TEST_F(AlbumListPresentation, ChoiceOfAQuestionThatANewPassOvertookIsDropped) {
-  open();
-  session.script("b", PickerSession::failing());
-  session.pick({"a", "b"});
-  session.pressDone();
-  title->press();
-  session.platform.runUntilIdle();  // the question waits for the list to go
-  session.script("a", PickerSession::stalling());
-  session.picker->btnDonePressed();
-  session.settle();
-  EXPECT_TRUE(session.platform.presentation.press("Cancel"));
-  session.settle();
-  EXPECT_EQ(session.picked(), Names({"a"})) << "the new pass goes on";
-  session.script("a", {});
-  session.platform.images.release("a");
-  session.settle();
-  EXPECT_NE(session.platform.presentation.alert(), nullptr) << "and asks again";
+TEST(FailureQuestion, IsTakenBackWhenAnotherPassBegins) {
+  for (const bool shown : {false, true}) {
+    SCOPED_TRACE(shown ? "it is shown" : "it waits for the list to go");
+    PickerSession session;
+    session.open();
+    session.script("b", PickerSession::stalling());
+    session.pick({"a", "b"});
+    session.pressDone();
+    session.picker->btnAlbumPicker.lock()->press();
+    session.script("b", PickerSession::failing());
+    session.platform.images.release("b");
+    session.platform.runUntilIdle();
+    EXPECT_FALSE(UIViewController::inputReaches(*session.grid().collectionView())) << "nothing is picked meanwhile";
+    if (shown) session.settle();
+    session.picker->btnDonePressed();
+    session.settle();
+    EXPECT_NE(session.platform.presentation.alert(), nullptr) << "one question, about the new pass";
+    EXPECT_TRUE(session.platform.presentation.press("Continue"));
+    session.settle();
+    EXPECT_EQ(session.platform.presentation.top(), session.picker);
+    EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a"}));
+  }
 }
 
-TEST_F(AlbumListPresentation, DismissalAtDeliveryIsThePickersNotTheLists) {
-  open();
-  session.script("b", PickerSession::stalling());
-  session.pick({"a", "b"});
-  session.done();
-  title->press();
-  session.settle();
-  session.host.whenFinished = [&] { session.picker->dismissViewControllerAnimated_completion(true, nullptr); };
-  session.script("b", {});
-  session.platform.images.release("b");
-  session.settle();
-  EXPECT_EQ(session.host.deliveries.size(), 1u);
-  EXPECT_FALSE(listIsOnScreen());
-  EXPECT_EQ(session.picker->presentingViewController(), nullptr);
+TEST_F(AlbumListPresentation, DismissalAtDeliveryIsThePickersAndNothingElses) {
+  const std::function<void(PickerSession&)> rows[] = {
+      [](PickerSession& other) { other.picker->btnAlbumPicker.lock()->press(); },
+      [](PickerSession& other) { other.picker->btnCameraPressed(); },
+      [](PickerSession& other) {
+        other.picker->btnAlbumPicker.lock()->press();
+        other.picker->btnCameraPressed();  // waits for the list
+      },
+  };
+  for (const auto& meanwhile : rows) {
+    for (const double seconds : {0.0, 1.0}) {
+      PickerSession other;
+      other.open();
+      other.script("b", PickerSession::stalling());
+      other.pick({"a", "b"});
+      other.done();
+      meanwhile(other);
+      other.platform.advance(seconds);
+      other.host.whenFinished = [&] { other.picker->dismissViewControllerAnimated_completion(true, nullptr); };
+      other.script("b", {});
+      other.platform.images.release("b");
+      other.settle();
+      EXPECT_EQ(other.host.deliveries.size(), 1u);
+      EXPECT_EQ(other.platform.presentation.top(), nullptr);
+      EXPECT_EQ(other.picker->presentingViewController(), nullptr);
+      EXPECT_FALSE(other.platform.application.isStatusBarHidden());
+    }
+  }
 }
 
 }  // namespace

@@ -250,6 +250,25 @@ TEST(CameraCapture, TheMarkComesWithTheChangeIfTheItemIsPickedByThen) {
     ASSERT_TRUE(session.item("saved 1")) << "the camera roll is shown as it is now";
     EXPECT_EQ(session.isMarked("saved 1"), row.marked);
     EXPECT_EQ(session.picked(), Names({"saved 1"}));
+    if (!row.marked) session.pick({"saved 1"});
+    EXPECT_TRUE(session.isMarked("saved 1"));
+    EXPECT_EQ(session.picked(), Names({"saved 1"})) << "a mark that comes late picks nothing twice";
+  }
+}
+
+// The picture of a photo may come when the camera is long gone.
+TEST(CameraCapture, APhotoThatArrivesLateIsPickedOnceAndWithinTheLimit) {
+  for (const char* const tapped : {"saved 1", "a"}) {
+    CameraSession session(0, 1);
+    session.script("saved 1", PickerSession::stalling());
+    session.press();
+    session.platform.camera.takePhoto(CameraSession::photo());
+    session.settle();
+    session.pick({tapped});
+    session.script("saved 1", {});
+    session.platform.images.release("saved 1");
+    session.settle();
+    EXPECT_EQ(session.picked(), Names({tapped}));
   }
 }
 

@@ -355,35 +355,112 @@ TEST(Finalization, ProgressThatIsOnItsWayDuringACancelShowsNothing) {
   EXPECT_FALSE(session.overlayIsShown());
 }
 
-TEST(Finalization, ItemThatFailedAndIsPickedAgainIsDeliveredOnce) {
+// The choice closes the question, which takes a moment; what was picked in between would be delivered unfetched.
+TEST(Finalization, NothingIsTakenBetweenAChoiceAndItsEffect) {
+  for (const char* const choice : {"Continue", "Cancel"}) {
+    Asked session;
+    session.platform.library.change(
+        [](memory::LibraryContents& contents) { contents.add(memory::photo("z"), {"Camera Roll"}); });
+    session.settle();
+    EXPECT_TRUE(session.platform.presentation.press(choice));
+    session.tap("z");
+    session.platform.advance(UIPresentationAnimationDuration - 0.01);
+    session.tap("z");
+    EXPECT_FALSE(session.picker->btnAlbumPicker.lock()->press());
+    EXPECT_FALSE(session.isMarked("z"));
+    session.settle();
+    EXPECT_EQ(session.picked(), Names());
+    session.pick({"z"});
+    EXPECT_EQ(session.picked(), Names({"z"})) << "then the picker goes on";
+  }
+}
+
+TEST(Finalization, NoItemIsDeliveredThatWasNotFetched) {
   PickerSession session;
   session.open();
-  session.script("a", PickerSession::stalling());
   session.script("b", PickerSession::failing());
   session.pick({"a", "b"});
   session.done();
-  session.pick({"b", "b"});
-  session.script("a", {});
-  session.platform.images.release("a");
+  session.picker->arrPickedModel()->push_back(Media::initMediaWithPHAsset(session.item("c")->getMediaAsset()));
+  session.platform.presentation.press("Continue");
   session.settle();
-  session.script("b", {});
-  EXPECT_TRUE(session.platform.presentation.press("Retry"));
-  session.settle();
-  ASSERT_EQ(session.host.deliveries.size(), 1u);
-  EXPECT_EQ(namesOf(session.host.deliveries[0]), Names({"a", "b"}));
+  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a"}));
 }
 
-TEST(Finalization, AnswersThatComeTwiceOrElsewhereCountOnce) {
-  for (const Fault fault : {Fault::AnswerTwice, Fault::AnswerElsewhere}) {
-    PickerSession session({"a", "v", "c", "d"});
+// Of a, b and c the last one fails at once; then a is waited for.
+TEST(Finalization, WhatIsNoLongerWantedIsNobodysConcern) {
+  struct Row {
+    const char* why;
+    std::int64_t limit;
+    std::function<void(PickerSession&)> meanwhile;
+    bool asks;
+    Names afterRetry;
+  };
+  const auto tap = [](Names names) { return [names](PickerSession& session) { session.pick(names); }; };
+  const Row rows[] = {
+      {"nothing", 3, tap({}), true, {"a", "b", "c"}},
+      {"unpicked", 3, tap({"c"}), false, {"a", "b"}},
+      {"picked again: tried once more with the others", 3, tap({"c", "c"}), false, {"a", "b", "c"}},
+      {"deleted",
+       3,
+       [](PickerSession& session) {
+         session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"c"}); });
+       },
+       false,
+       {"a", "b"}},
+      {"its place was given to another", 3, tap({"d"}), true, {"a", "b", "d"}},
+      {"Done is pressed again",
+       -1,
+       [](PickerSession& session) {
+         session.script("c", {});
+         session.picker->btnDonePressed();
+       },
+       false,
+       {"a", "b", "c"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session({"a", "b", "c", "d"});
+    session.host.limit = row.limit;
     session.open();
-    session.pick({"a", "v", "c", "d"});
-    for (int request = 1; request <= 4; ++request) session.platform.faults.plan(request, fault);
+    session.pick({"a", "b", "c"});
+    session.script("c", PickerSession::failing());
+    session.script("b", PickerSession::stalling());
     session.done();
-    EXPECT_EQ(session.fetched(), Names({"d", "c", "v", "a"}));
+    ASSERT_EQ(namesOf(session.picker->arrUnsuccessfulMedia()), Names({"c"}));
+    session.script("c", {});
+    row.meanwhile(session);
+    session.settle();
+    session.script("b", {});
+    session.platform.images.release("b");
+    session.settle();
+    EXPECT_EQ(session.platform.presentation.press("Retry"), row.asks);
+    session.settle();
     ASSERT_EQ(session.host.deliveries.size(), 1u);
-    EXPECT_EQ(namesOf(session.host.deliveries[0]), Names({"a", "v", "c", "d"}));
+    EXPECT_EQ(namesOf(session.host.deliveries[0]), row.afterRetry);
+    EXPECT_EQ(session.item("c") && session.isMarked("c"), testing::Value(row.afterRetry, testing::Contains("c")));
   }
+}
+
+TEST(Finalization, APickerThatIsKeptAsksNoMoreOfAnEarlierPass) {
+  Asked session;
+  session.choose("Continue");
+  session.pick({"b", "b"});
+  session.script("b", {});
+  EXPECT_TRUE(session.done());
+  EXPECT_EQ(session.platform.presentation.alert(), nullptr);
+  EXPECT_EQ(namesOf(session.host.deliveries.at(1)), Names({"b"}));
+}
+
+TEST(Finalization, DoneIsNotEnabledAgainByATapJustBeforeIt) {
+  PickerSession session;
+  session.open();
+  session.script("a", PickerSession::stalling());
+  session.pick({"a"});
+  session.tap("b");
+  ASSERT_TRUE(session.pressDone());
+  session.settle();
+  EXPECT_FALSE(session.pressDone());
 }
 
 TEST(Finalization, DoneAgainReplacesThePassUnderWay) {
@@ -400,20 +477,6 @@ TEST(Finalization, DoneAgainReplacesThePassUnderWay) {
   EXPECT_EQ(session.fetched(), Names({"c", "b", "c", "b", "a"}));
   ASSERT_EQ(session.host.deliveries.size(), 1u);
   EXPECT_EQ(session.host.deliveries[0].size(), 3u);
-}
-
-TEST(Finalization, PassThatBeginsWithinTheHostsAnswerIsTheOne) {
-  PickerSession session;
-  session.open();
-  session.pick({"a"});
-  session.host.whenFetchingStarts = [&, nested = false]() mutable {
-    if (std::exchange(nested, true)) return;
-    session.picker->btnDonePressed();
-    session.platform.runUntilIdle();
-  };
-  session.done();
-  ASSERT_EQ(session.host.deliveries.size(), 1u);
-  EXPECT_EQ(namesOf(session.host.deliveries[0]), Names({"a"}));
 }
 
 // The overlay is hidden for few items, so that the grid takes taps under a running pass.

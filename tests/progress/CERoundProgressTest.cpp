@@ -1,4 +1,5 @@
 #include <bit>
+#include <cmath>
 #include <cstdint>
 
 #include <gtest/gtest.h>
@@ -79,6 +80,7 @@ TEST_F(RoundProgressTest, AnimatesOnlyWhatRisesAndClampsAll) {
       {0.6f, 0.3f, false, 0.3f, "falling jumps"},
       {0.5f, 0.5f, false, 0.5f, "the same jumps"},
       {1.0f, 1.7f, true, 1.0f, "what counts is the value given, not the clamped one"},
+      {0.5f, std::nanf(""), false, 0.0f, "what is not a number"},
       {0.5f, -0.5f, false, 0.0f, "falling below none"},
   };
   for (const auto& row : rows) {

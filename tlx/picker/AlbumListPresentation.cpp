@@ -119,7 +119,18 @@ void TLXMediaPickerController::closeAlbumList(bool animated) {
   const auto list = albumList();
   if (!list || !list->presentingViewController() || list->isBeingDismissed()) return;
   if (auto title = btnAlbumPicker.lock(); title && title->tag() == TagListOpen) btnPressed(title);
-  list->dismissViewControllerAnimated_completion(animated, nullptr);
+  list->leave(animated, nullptr);
+}
+
+// Before a delivery: what the picker presents itself would take the host's dismissal for its own.
+void TLXMediaPickerController::closeOwnScreens() {
+  closeAlbumList(false);
+  const auto camera = openCamera();
+  dropWaiting();
+  for (const auto& screen : {question_.lock(), accessAlert_.lock(), camera}) {
+    if (screen) screen->leave(false, nullptr);
+  }
+  if (camera) UIApplication::sharedApplication().setStatusBarHidden(false);
 }
 
 UIModalPresentationStyle TLXMediaPickerController::adaptivePresentationStyleForPresentationController(

@@ -39,8 +39,13 @@ void TLXMediaPickerController::btnCameraPressed() {
       break;
     case AVAuthorizationStatusNotDetermined:
       if (AVCaptureDevice::respondsToRequestAccess()) {
-        const auto granted = whileAlive([](TLXMediaPickerController& self) { self.showCamera(); });
-        const auto refused = whileAlive([](TLXMediaPickerController& self) { self.showAlert(); });
+        // The answer may take its time, and the picker have left the screen meanwhile.
+        const auto granted = whileAlive([](TLXMediaPickerController& self) {
+          if (self.isOnScreen()) self.showCamera();
+        });
+        const auto refused = whileAlive([](TLXMediaPickerController& self) {
+          if (self.isOnScreen()) self.showAlert();
+        });
         AVCaptureDevice::requestAccessForMediaType_completionHandler(AVMediaTypeVideo,
                                                                      [granted, refused](bool allowed) {
                                                                        if (allowed) {
@@ -58,6 +63,10 @@ void TLXMediaPickerController::btnCameraPressed() {
   }
 }
 
+bool TLXMediaPickerController::isOnScreen() {
+  return view()->window() && !isBeingDismissed();
+}
+
 void TLXMediaPickerController::showAlert() {
   auto alert = UIAlertController::alertControllerWithTitle_message_preferredStyle(
       "", "You can allow this app to access your camera in privacy settings.", UIAlertControllerStyleAlert);
@@ -66,6 +75,7 @@ void TLXMediaPickerController::showAlert() {
       "Settings", UIAlertActionStyleDefault,
       [](UIAlertAction&) { UIApplication::sharedApplication().openURL(UIApplicationOpenSettingsURLString); }));
   closeAlbumList(true);
+  accessAlert_ = alert;
   presentViewController_animated_completion(alert, true, nullptr);
 }
 
@@ -82,13 +92,22 @@ UIImagePickerController::MediaTypes TLXMediaPickerController::setMediaType() con
   }
 }
 
+std::shared_ptr<UIViewController> TLXMediaPickerController::openCamera() const {
+  const auto camera = camera_.lock();
+  const bool shown = camera && camera->presentingViewController() && !camera->isBeingDismissed();
+  return shown || hasWaiting() ? camera : nullptr;
+}
+
 void TLXMediaPickerController::showCamera() {
   const auto self = sharedAs(this);
+  if (openCamera()) return;  // access was asked for twice
+  const bool onScreen = isOnScreen();
   if (pickerControllerDelegate &&
       !pickerControllerDelegate->mediaPicker_shouldSelectMediaItem(*this, arrPickedModel()->size())) {
     return;
   }
-  if (iImageLimit == static_cast<std::int64_t>(arrPickedModel()->size())) {
+  if (onScreen && !isOnScreen()) return;  // it went while the host was thinking
+  if (isFull()) {
     photosLimitationWarning();
     return;
   }
@@ -99,15 +118,16 @@ void TLXMediaPickerController::showCamera() {
   camera->setMediaTypes(setMediaType());
   if (mediaType == 0 || mediaType == 2) camera->setVideoQuality(UIImagePickerControllerQualityTypeHigh);
   UIApplication::sharedApplication().setStatusBarHidden(true);
-  closeAlbumList(true);  // an open list would make the camera be refused
-  presentViewController_animated_completion(camera, true, nullptr);
+  closeAlbumList(true);
+  camera_ = camera;
+  presentWhenFree([camera] { return camera; });
   showAlbumList(false);
   if (auto title = btnAlbumPicker.lock()) title->setTag(TagListClosed);
   turnArrow(kPi);
 }
 
 void TLXMediaPickerController::imagePickerControllerDidCancel(const std::shared_ptr<UIImagePickerController>& screen) {
-  if (screen) screen->dismissViewControllerAnimated_completion(true, &showStatusBar);
+  if (screen) screen->leave(true, &showStatusBar);
 }
 
 void TLXMediaPickerController::imagePickerController_didFinishPickingMediaWithInfo(
@@ -180,16 +200,21 @@ void TLXMediaPickerController::saveMovie(const std::shared_ptr<UIImagePickerCont
       });
 }
 
+// While it was saved and fetched, the person may have picked it in the grid, or as many others as are allowed.
 void TLXMediaPickerController::pickCaptured(const std::shared_ptr<Media>& media) {
-  arrPickedModel()->push_back(media);
-  changeDoneButtonState(arrPickedModel());
+  if (isMediaAlreadyPicked(media->getMediaIdentifier())) return;
+  if (isFull()) {
+    photosLimitationWarning();
+  } else {
+    pick(media);
+  }
 }
 
 void TLXMediaPickerController::leaveCamera(const std::shared_ptr<UIImagePickerController>& screen,
                                            std::function<void()> completion) {
   const auto self = sharedAs(this);
   broadcastSelector_dataModel<std::string>(&MediaPickerBroadcastProtocol::mediaPicker_selectCameraRollAlbum, "");
-  if (screen) screen->dismissViewControllerAnimated_completion(true, std::move(completion));
+  if (screen) screen->leave(true, std::move(completion));
 }
 
 }  // namespace tlx

@@ -6,14 +6,11 @@
 
 namespace tlx {
 
-/// The buttons that a question about failed fetches may offer.
-enum class FetchFailureChoice { Cancel, Retry, Continue, ContinueAnyway, OK };
-
 /// What the person is asked when some of the picked items could not be fetched.
 struct FetchFailureAlert {
   std::string title;  ///< may be empty
   std::string message;
-  std::vector<FetchFailureChoice> choices;  ///< in the order in which they are offered
+  std::vector<std::string> choices;  ///< the buttons' titles, in the order in which they are offered
 
   /// `fetched` items arrived; of the others, `noInternet` failed for want of a connection and `unsupported` are videos
   /// that cannot be used. Nothing can be continued with when nothing arrived, and nothing is gained by a retry when

@@ -1,7 +1,8 @@
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstdio>
+#include <iterator>
+#include <string_view>
 
 #include "tlx/picker/FetchFailureAlert.h"
 #include "tlx/picker/TLXMediaPickerController.h"
@@ -23,6 +24,11 @@ std::int64_t countOf(const MediaList& list) {
 
 std::int64_t countWithStatus(const MediaList& list, FetchCompletionStatus status) {
   return std::ranges::count_if(list, [&](const auto& media) { return media->fetchCompletionStatus() == status; });
+}
+
+bool isFetched(const std::shared_ptr<Media>& media) {
+  return media->fetchCompletionStatus() == FetchCompletionStatusFetched &&
+         (media->getMediaImage() || media->getMediaVideoAsset());
 }
 
 }  // namespace
@@ -62,8 +68,10 @@ std::int64_t TLXMediaPickerController::numOfUnsupportedVideo(const MediaList& me
 }
 
 void TLXMediaPickerController::btnDonePressed() {
+  if (delivering_) return;
   const auto self = sharedAs(this);
   abandonPass();
+  takeFailuresBack();
   const auto turn = ++turn_;
   if (auto done = btnDone.lock()) done->setUserInteractionEnabled(false);
   if (pickerControllerDelegate) pickerControllerDelegate->mediaPickerWillStartFetching();
@@ -76,14 +84,33 @@ void TLXMediaPickerController::btnDonePressed() {
   startSyncOperationForIndex_totalItems(count - 1, count);
 }
 
-// Leaves the lists alone: what failed so far is asked about at the end of the pass that follows.
+void TLXMediaPickerController::takeQuestionBack() {
+  if (const auto question = question_.lock()) question->leave(true, nullptr);
+}
+
 void TLXMediaPickerController::abandonPass() {
+  takeQuestionBack();
   if (!std::exchange(fetching_, false)) return;
   *cancelling_ = true;
   fetched_.clear();
   if (!arrCloudReqId_.empty() && Platform::installed()) {
     PHImageManager::defaultManager()->cancelImageRequest(arrCloudReqId_.back());
   }
+}
+
+// What failed keeps its mark and is tried again with the others, except what no longer fits: its place was given to an
+// item that was picked meanwhile.
+void TLXMediaPickerController::takeFailuresBack() {
+  bool unmarked = false;
+  for (const auto& media : std::exchange(arrUnsuccessfulMedia_, {})) {
+    if (!isFull()) {
+      arrPickedModel()->push_back(media);
+    } else if (photoManager) {
+      photoManager->setIsMediaSelected_withModelIdentifier(false, media->getMediaIdentifier());
+      unmarked = true;
+    }
+  }
+  if (unmarked && mediaCollectionViewCotroller) mediaCollectionViewCotroller->reload();
 }
 
 std::int64_t TLXMediaPickerController::nextToFetch(std::int64_t index) {
@@ -126,6 +153,7 @@ void TLXMediaPickerController::startSyncOperationForIndex_totalItems(std::int64_
       arrCloudReqId_.push_back(requestVideo(next, total));
       break;
     default:
+      fetching_ = false;
       break;
   }
 }
@@ -208,6 +236,7 @@ void TLXMediaPickerController::cancelDownload() {
 // Also when the pass has just ended: the person who cancelled wants nothing of it, and a question about it that came up
 // meanwhile is answered by that.
 void TLXMediaPickerController::cancelPass() {
+  takeQuestionBack();
   *cancelling_ = true;
   removeSelection();
   for (const auto request : arrCloudReqId_) PHImageManager::defaultManager()->cancelImageRequest(request);
@@ -226,46 +255,49 @@ void TLXMediaPickerController::finalizeDone() {
   } else if (arrUnsuccessfulMedia_.empty()) {
     didFinishPickingMediaInfo();
   } else {
-    askAboutFailures();
+    closeAlbumList(true);
+    presentWhenFree([turn = turn_, weak = std::weak_ptr(sharedAs(this))]() -> std::shared_ptr<UIViewController> {
+      const auto self = weak.lock();
+      return self && turn == self->turn_ ? self->questionAboutFailures() : nullptr;
+    });
   }
 }
 
-void TLXMediaPickerController::askAboutFailures() {
-  using Effect = void (TLXMediaPickerController::*)();
-  struct Button {
-    FetchFailureChoice choice;
-    const char* title;
+// Made when its turn comes: until then a camera may have added to what was picked, or the library have lost what
+// failed.
+std::shared_ptr<UIViewController> TLXMediaPickerController::questionAboutFailures() {
+  using Self = TLXMediaPickerController;
+  using Effect = void (Self::*)();
+  struct Choice {
+    std::string_view title;
     UIAlertActionStyle style;
     Effect effect;
   };
-  using Self = TLXMediaPickerController;
-  static constexpr std::array buttons{
-      Button{FetchFailureChoice::Cancel, "Cancel", UIAlertActionStyleCancel, &Self::clearSelection},
-      Button{FetchFailureChoice::Retry, "Retry", UIAlertActionStyleDefault, &Self::retry},
-      Button{FetchFailureChoice::Continue, "Continue", UIAlertActionStyleDefault, &Self::didFinishPickingMediaInfo},
-      Button{FetchFailureChoice::ContinueAnyway, "Continue Anyway", UIAlertActionStyleDefault,
-             &Self::didFinishPickingMediaInfo},
-      Button{FetchFailureChoice::OK, "OK", UIAlertActionStyleCancel, &Self::clearSelection},
+  static constexpr std::array choices{
+      Choice{"Cancel", UIAlertActionStyleCancel, &Self::clearSelection},
+      Choice{"Retry", UIAlertActionStyleDefault, &Self::btnDonePressed},
+      Choice{"Continue", UIAlertActionStyleDefault, &Self::didFinishPickingMediaInfo},
+      Choice{"Continue Anyway", UIAlertActionStyleDefault, &Self::didFinishPickingMediaInfo},
+      Choice{"OK", UIAlertActionStyleCancel, &Self::clearSelection},
   };
-  const auto question =
+  if (arrUnsuccessfulMedia_.empty()) {
+    didFinishPickingMediaInfo();
+    return nullptr;
+  }
+  const auto text =
       FetchFailureAlert::forCounts(countOf(*arrPickedModel()), numOfInternetFailure(arrUnsuccessfulMedia_),
                                    numOfUnsupportedVideo(arrUnsuccessfulMedia_));
-  auto alert = UIAlertController::alertControllerWithTitle_message_preferredStyle(question.title, question.message,
-                                                                                  UIAlertControllerStyleAlert);
-  for (const auto choice : question.choices) {
-    const auto& button = *std::ranges::find(buttons, choice, &Button::choice);
-    alert->addAction(UIAlertAction::actionWithTitle_style_handler(
-        button.title, button.style, whileAlive([turn = turn_, effect = button.effect](Self& self, UIAlertAction&) {
+  auto question = UIAlertController::alertControllerWithTitle_message_preferredStyle(text.title, text.message,
+                                                                                     UIAlertControllerStyleAlert);
+  for (const auto& title : text.choices) {
+    const auto& choice = *std::ranges::find(choices, title, &Choice::title);
+    question->addAction(UIAlertAction::actionWithTitle_style_handler(
+        title, choice.style, whileAlive([turn = turn_, effect = choice.effect](Self& self, UIAlertAction&) {
           if (turn == self.turn_) (self.*effect)();  // else a new pass has begun, which will ask again
         })));
   }
-  closeAlbumList(true);
-  // The question must not be refused: without its answer Done stays disabled for good.
-  std::shared_ptr<UIViewController> presenter = sharedAs(this);
-  while (presenter->presentedViewController() && !presenter->presentedViewController()->isBeingDismissed()) {
-    presenter = presenter->presentedViewController();
-  }
-  presenter->presentViewController_animated_completion(alert, true, nullptr);
+  question_ = question;
+  return question;
 }
 
 void TLXMediaPickerController::clearSelection() {
@@ -276,20 +308,19 @@ void TLXMediaPickerController::clearSelection() {
   changeDoneButtonState(arrPickedModel());
 }
 
-void TLXMediaPickerController::retry() {
-  for (const auto& media : std::exchange(arrUnsuccessfulMedia_, {})) {
-    if (!isMediaAlreadyPicked(media->getMediaIdentifier())) arrPickedModel()->push_back(media);
-  }
-  btnDonePressed();
-}
-
+// The host's answer may spin an event loop: what is picked meanwhile stays picked, and nothing is delivered twice.
 void TLXMediaPickerController::didFinishPickingMediaInfo() {
   const auto self = sharedAs(this);
-  closeAlbumList(false);  // what still hangs there would take the host's dismissal for its own
+  closeOwnScreens();
   if (photoManager) photoManager->unregisterPhotoManager();
-  const MediaList media = *arrPickedModel();
+  arrUnsuccessfulMedia_.clear();
+  const MediaList picked = *arrPickedModel();
+  MediaList media;
+  std::ranges::copy_if(picked, std::back_inserter(media), &isFetched);
+  delivering_ = true;
   if (pickerControllerDelegate) pickerControllerDelegate->mediaPicker_didFinishPickingMediaWithInfo(*this, media);
-  arrPickedModel()->clear();
+  delivering_ = false;
+  std::erase_if(*arrPickedModel(), [&](const auto& each) { return std::ranges::find(picked, each) != picked.end(); });
 }
 
 }  // namespace tlx

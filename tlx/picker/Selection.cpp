@@ -22,17 +22,18 @@ void TLXMediaPickerController::pickedModel(const std::shared_ptr<MediaModel>& ta
   const std::shared_ptr<MediaModel> model(tapped);  // NOLINT: the caller's may go while the host is asked
   const Identifier identifier = model->getMediaIdentifier();
   if (!model->isModelSelected()) {
+    forgetFailure(identifier);
     removeAssetByidentifier(identifier);
     return;
   }
-  if (!hostAllows(model)) return;
-  if (iImageLimit == static_cast<std::int64_t>(arrPickedModel()->size())) {
+  // A mark may come later than the pick: what the camera took is picked without one.
+  if (isMediaAlreadyPicked(identifier) || !hostAllows(model)) return;
+  if (isFull()) {
     photosLimitationWarning();
     refusePick(model);
     return;
   }
-  arrPickedModel()->push_back(Media::initMediaWithPHAsset(model->getMediaAsset()));
-  changeDoneButtonState(arrPickedModel());
+  pick(Media::initMediaWithPHAsset(model->getMediaAsset()));
 }
 
 // While the host was thinking, the person may have tapped the item again, and the library may have dropped it or made
@@ -40,10 +41,9 @@ void TLXMediaPickerController::pickedModel(const std::shared_ptr<MediaModel>& ta
 bool TLXMediaPickerController::hostAllows(const std::shared_ptr<MediaModel>& model) {
   if (!pickerControllerDelegate) return true;
   const Identifier identifier = model->getMediaIdentifier();
-  const bool pickedBefore = isMediaAlreadyPicked(identifier);
   const auto changesBefore = libraryChanges_;
   const bool allowed = pickerControllerDelegate->mediaPicker_shouldSelectMediaItem(*this, arrPickedModel()->size());
-  if (!model->isModelSelected() || isMediaAlreadyPicked(identifier) != pickedBefore) return false;
+  if (!model->isModelSelected() || isMediaAlreadyPicked(identifier)) return false;
   if (!allowed) {
     refusePick(model);
     return false;
@@ -53,9 +53,25 @@ bool TLXMediaPickerController::hostAllows(const std::shared_ptr<MediaModel>& mod
   return photoManager->mediaExist(identifier);
 }
 
+// An equality: a limit below what is picked already refuses nothing, and neither does a negative one.
+bool TLXMediaPickerController::isFull() {
+  return iImageLimit == static_cast<std::int64_t>(arrPickedModel()->size());
+}
+
 void TLXMediaPickerController::refusePick(const std::shared_ptr<MediaModel>& model) {
   model->setIsMediaSelected(false);
   if (photoManager) photoManager->setIsMediaSelected_withModelIdentifier(false, model->getMediaIdentifier());
+}
+
+void TLXMediaPickerController::pick(const std::shared_ptr<Media>& media) {
+  forgetFailure(media->getMediaIdentifier());
+  arrPickedModel()->push_back(media);
+  changeDoneButtonState(arrPickedModel());
+}
+
+// What was unpicked, or picked anew, is no failure any more: nobody is asked about it, and no retry brings it back.
+void TLXMediaPickerController::forgetFailure(const Identifier& identifier) {
+  std::erase_if(arrUnsuccessfulMedia_, [&](const auto& media) { return media->getMediaIdentifier() == identifier; });
 }
 
 bool TLXMediaPickerController::isMediaAlreadyPicked(const Identifier& identifier) {
@@ -98,35 +114,40 @@ void TLXMediaPickerController::changeDoneButtonState(const std::shared_ptr<Media
     };
     UIView::animateWithDuration_animations_completion(
         kDoneFadeSeconds, fade, self.whileAlive([any, showCount](TLXMediaPickerController& picker, bool) {
-          if (auto done = picker.btnDone.lock()) done->setUserInteractionEnabled(any);
+          // Not during a pass: pressed again, it would start anew and tell the host twice.
+          if (auto done = picker.btnDone.lock()) done->setUserInteractionEnabled(any && !picker.fetching_);
           if (!any) showCount(picker);
         }));
   });
 }
 
-void TLXMediaPickerController::slideBanner(bool down, std::function<void(bool)> completion) {
+void TLXMediaPickerController::placeBanner(bool in) {
+  const auto banner = viewPhotoLimitationWarning.lock();
+  if (!banner) return;
+  const CGSize size = banner->frame().size;
+  banner->setFrame(CGRectMake(0, in ? 0 : -size.height, size.width, size.height));
+}
+
+void TLXMediaPickerController::slideBanner(bool in, std::function<void(bool)> completion) {
   UIView::animateWithDuration_animations_completion(
-      kBannerSlideSeconds,
-      [this, down] {
-        if (auto banner = viewPhotoLimitationWarning.lock()) {
-          const CGSize size = banner->frame().size;
-          banner->setFrame(CGRectMake(0, down ? 0 : -size.height, size.width, size.height));
-        }
-      },
-      std::move(completion));
+      kBannerSlideSeconds, [this, in] { placeBanner(in); }, std::move(completion));
 }
 
 void TLXMediaPickerController::photosLimitationWarning() {
-  if (auto banner = viewPhotoLimitationWarning.lock()) {
-    const CGSize size = banner->frame().size;
-    banner->setHidden(false);
-    banner->setFrame(CGRectMake(0, -size.height, size.width, size.height));
-  }
+  if (auto banner = viewPhotoLimitationWarning.lock()) banner->setHidden(false);
+  placeBanner(false);
+  ++bannerSlidesIn_;
   slideBanner(true, whileAlive([](TLXMediaPickerController& self, bool) {
+                --self.bannerSlidesIn_;
                 if (self.timer) self.timer->invalidate();
                 self.timer = NSTimer::scheduledTimerWithTimeInterval_target_selector_repeats(
-                    kBannerStaysSeconds, self.sharedAs(&self), &TLXMediaPickerController::resetAnimation, true);
+                    kBannerStaysSeconds, self.sharedAs(&self), &TLXMediaPickerController::hideBannerAtTick, true);
               }));
+}
+
+// The timer of an earlier banner runs until this one has slid in; its tick is not meant for a banner that comes.
+void TLXMediaPickerController::hideBannerAtTick() {
+  if (bannerSlidesIn_ == 0) resetAnimation();
 }
 
 void TLXMediaPickerController::resetAnimation() {

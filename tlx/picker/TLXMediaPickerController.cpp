@@ -99,10 +99,7 @@ void TLXMediaPickerController::viewDidLoad() {
   setText(lblNoPhotos1, "No Photos in the library.");
   setText(lblNoPhotos2, "Take Photos using camera.");
   setHidden(btnAlbumPicker, true);
-  if (auto banner = viewPhotoLimitationWarning.lock()) {
-    const CGSize size = banner->frame().size;
-    banner->setFrame(CGRectMake(0, -size.height, size.width, size.height));
-  }
+  placeBanner(false);
   photoManager = PhotoManager::photoManagerWithType_delegate(mediaType, this);
   loadMedia();
 }
@@ -201,6 +198,10 @@ void TLXMediaPickerController::photoLibraryChanged(const std::shared_ptr<const P
   for (const auto& media : *picked) wanted.push_back(media->getMediaIdentifier());
   for (const auto& media : arrUnsuccessfulMedia()) wanted.push_back(media->getMediaIdentifier());
   const auto exists = photoManager ? photoManager->selectModels(wanted) : std::vector<bool>(wanted.size());
+  for (auto index = arrUnsuccessfulMedia_.size(); index-- > 0;) {
+    if (exists[picked->size() + index]) continue;
+    arrUnsuccessfulMedia_.erase(arrUnsuccessfulMedia_.begin() + static_cast<std::ptrdiff_t>(index));
+  }
   for (auto index = picked->size(); index-- > 0;) {
     if (exists[index]) continue;
     picked->erase(picked->begin() + static_cast<std::ptrdiff_t>(index));

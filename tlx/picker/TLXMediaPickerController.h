@@ -167,12 +167,15 @@ class TLXMediaPickerController : public UIViewController,
 
   void btnDonePressed();
   /// Fetches the item at the index or, when the list has become shorter or has been fetched there, the next one below.
-  /// An item that is neither image nor video ends the walk for good.
+  /// An item that is neither image nor video ends the walk for good: nothing is asked for and Done is not enabled.
   void startSyncOperationForIndex_totalItems(std::int64_t index, std::int64_t total);
-  /// Ends a pass: everything is unpicked after a cancel, else the result is delivered or a question asked.
+  /// Ends a pass: everything is unpicked after a cancel, else the result is delivered or a question asked. The question
+  /// comes as soon as nothing else is presented by the picker; the album list is closed for it, a camera is not.
   void finalizeDone();
+  /// Hands what was fetched to the host, never an item that was not. What the picker itself presents goes first.
   void didFinishPickingMediaInfo();
-  /// Posts the end of the pass. Does nothing when none is under way by then.
+  /// Posts a cancel, which unpicks everything, whether or not a pass is under way by then; requests that are still
+  /// under way are cancelled, and a question about failures is taken back.
   void cancelDownload() override;
   /// From 0 to 1.
   void setProgress(double progress);
@@ -186,7 +189,7 @@ class TLXMediaPickerController : public UIViewController,
   bool boolInternetConnected = false;
   /// How many items the last pass began with.
   std::int64_t iMediaCount = 0;
-  /// The items that the pass could not fetch.
+  /// The items that the current pass could not fetch and that are still wanted.
   MediaList& arrUnsuccessfulMedia() { return arrUnsuccessfulMedia_; }
   /// Every request since the last cancel.
   std::vector<PHImageRequestID>& arrCloudReqId() { return arrCloudReqId_; }
@@ -256,8 +259,13 @@ class TLXMediaPickerController : public UIViewController,
   }
 
   bool hostAllows(const std::shared_ptr<MediaModel>& model);
+  bool isFull();
   void refusePick(const std::shared_ptr<MediaModel>& model);
-  void slideBanner(bool down, std::function<void(bool finished)> completion);
+  void pick(const std::shared_ptr<Media>& media);
+  void forgetFailure(const Identifier& identifier);
+  void placeBanner(bool in);
+  void slideBanner(bool in, std::function<void(bool finished)> completion);
+  void hideBannerAtTick();
 
   std::int64_t nextToFetch(std::int64_t index);
   PHImageRequestID requestImage(std::int64_t index, std::int64_t total);
@@ -268,20 +276,25 @@ class TLXMediaPickerController : public UIViewController,
   void takeImage(const std::shared_ptr<const UIImage>& image);
   void takeVideo(const std::shared_ptr<const AVAsset>& video, const PHImageInfo& info);
   void takeFailure(FetchCompletionStatus status);
+  void takeQuestionBack();
   void abandonPass();
+  void takeFailuresBack();
   void cancelPass();
-  void askAboutFailures();
+  std::shared_ptr<UIViewController> questionAboutFailures();
   void clearSelection();
-  void retry();
 
   void saveImage(const std::shared_ptr<UIImagePickerController>& screen, const std::shared_ptr<const UIImage>& image);
   void saveMovie(const std::shared_ptr<UIImagePickerController>& screen, const std::optional<AVRecording>& url);
+  bool isOnScreen();
+  /// The camera that is shown or waits to be; nothing when it is on its way out.
+  std::shared_ptr<UIViewController> openCamera() const;
   void fetchCaptured(const std::shared_ptr<const PHAsset>& asset);
   void pickCaptured(const std::shared_ptr<Media>& media);
   void leaveCamera(const std::shared_ptr<UIImagePickerController>& screen, std::function<void()> completion);
 
   std::shared_ptr<UIViewController> albumList() const;
   void closeAlbumList(bool animated);
+  void closeOwnScreens();
   void turnArrow(double angle);
 
   std::shared_ptr<PickerStoryboard> pickerStoryboard_;
@@ -292,13 +305,16 @@ class TLXMediaPickerController : public UIViewController,
 
   /// The pass's own, shared with its progress handlers, which read it on other threads.
   std::shared_ptr<std::atomic<bool>> cancelling_ = std::make_shared<std::atomic<bool>>(false);
-  bool fetching_ = false;
+  bool fetching_ = false;    // an answer is waited for
+  bool delivering_ = false;  // the host is being told
   /// Drawn anew by whatever makes answers that are still on their way too late; an answer carries the one it belongs
   /// to.
   std::uint64_t turn_ = 0;
   std::unordered_set<std::shared_ptr<Media>> fetched_;  // asked for in this pass
 
+  std::weak_ptr<UIViewController> question_, camera_, accessAlert_;
   std::shared_ptr<NSTimer> timer;  // hides the banner
+  int bannerSlidesIn_ = 0;
   std::shared_ptr<Media> processingMediaModel;
   std::shared_ptr<UIView> viewProgress;
   std::shared_ptr<TLXDownloadProgress> downloadProgress;

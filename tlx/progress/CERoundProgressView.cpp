@@ -62,7 +62,7 @@ void CERoundProgressView::setProgress(float progress) {
 }
 
 void CERoundProgressView::setProgress_animated(float progress, bool animated) {
-  const float clamped = std::clamp(progress, 0.0f, 1.0f);
+  const float clamped = progress > 0 ? std::min(progress, 1.0f) : 0;  // 0 also for what is not a number
   layerClass& layer = roundLayer();
   if (animated) {
     auto animation = CABasicAnimation::animationWithKeyPath("progress");

@@ -7,6 +7,7 @@
 #include <QUrl>
 #include <QVariantList>
 #include <algorithm>
+#include <utility>
 
 #include "tlx/platform/ApplicationPort.h"
 #include "tlx/platform/Platform.h"
@@ -80,7 +81,8 @@ void QtPresentation::present(const std::shared_ptr<UIViewController>& presented,
   } else {
     shown.content = itemForView(presented->view(), &engine_);
   }
-  if (shown_.empty()) focusBeneath_ = window_->quickWindow().activeFocusItem();
+  if (shown_.empty() && !owesFocus_) focusBeneath_ = window_->quickWindow().activeFocusItem();
+  held_ = false;
   shown_.push_back(shown);
   std::erase(leaving_, shown.content);
   setReachable();
@@ -114,12 +116,17 @@ void QtPresentation::dismiss(const std::shared_ptr<UIViewController>& presented,
   shown_.erase(found);
   if (shown.content) leaving_.push_back(shown.content);
   std::erase(leaving_, nullptr);
-  setReachable();
+  owesFocus_ = true;
   // The frame goes on catching presses while it fades: the second half of a double click is not meant for what is
   // beneath.
   fade(shown.frame, 1, 0, animated, true);
   fade(shown.content, 1, 0, animated, false);
-  if (!window_ || !shown_.empty()) return;
+}
+
+void QtPresentation::inputMoved(const std::shared_ptr<UIViewController>& screen) {
+  held_ = !screen;
+  setReachable();
+  if (!window_ || held_ || !shown_.empty() || !std::exchange(owesFocus_, false)) return;
   QQuickItem& beneath = focusBeneath_ && focusBeneath_->isVisible() ? *focusBeneath_ : window_->rootItem();
   beneath.forceActiveFocus(Qt::PopupFocusReason);
 }
@@ -131,7 +138,7 @@ void QtPresentation::setReachable() {
     const bool presented = find(item) || std::any_of(shown_.begin(), shown_.end(),
                                                      [&](const Shown& shown) { return shown.content == item; });
     if (!qobject_cast<ViewItem*>(item) && !presented) continue;
-    item->setEnabled(std::find(leaving_.begin(), leaving_.end(), item) == leaving_.end() &&
+    item->setEnabled(!held_ && std::find(leaving_.begin(), leaving_.end(), item) == leaving_.end() &&
                      (!top || item == top || item == shown_.back().frame));
   }
 }

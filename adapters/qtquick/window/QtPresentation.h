@@ -29,6 +29,7 @@ class QtPresentation final : public QObject, public PresentationPort {
 
   void present(const std::shared_ptr<UIViewController>& presented, bool animated) override;
   void dismiss(const std::shared_ptr<UIViewController>& presented, bool animated) override;
+  void inputMoved(const std::shared_ptr<UIViewController>& screen) override;
 
   /// Escape, or the system's back: closes a popover when its screen agrees, or chooses an alert's cancel-style action.
   /// False when neither is shown.
@@ -56,7 +57,9 @@ class QtPresentation final : public QObject, public PresentationPort {
   QPointer<QtWindow> window_;
   std::vector<Shown> shown_;                 // the topmost last
   std::vector<QPointer<ViewItem>> leaving_;  // screens that fade out
-  QPointer<QQuickItem> focusBeneath_;
+  QPointer<QQuickItem> focusBeneath_;        // had the keyboard before the first of them came
+  bool owesFocus_ = false;                   // it gets the keyboard back as soon as something takes input again
+  bool held_ = false;                        // nothing takes input
 };
 
 }  // namespace tlx::qtquick

@@ -18,6 +18,10 @@ class PresentationPort {
   /// Called when the dismissal begins; the presentation is over, and the view out of the window, after
   /// `UIPresentationAnimationDuration` or at once.
   virtual void dismiss(const std::shared_ptr<UIViewController>& presented, bool animated) = 0;
+  /// Told after each of the above and whenever else it may have changed: the screen that takes input now, the window's
+  /// root among them, or nothing while none does, as `UIViewController::inputReaches` says. Views refuse presses by
+  /// themselves; a port that draws sees to it that the keyboard and assistive technology meet the same screen.
+  virtual void inputMoved(const std::shared_ptr<UIViewController>& screen) {}
 };
 
 }  // namespace tlx

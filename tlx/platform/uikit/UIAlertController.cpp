@@ -28,7 +28,7 @@ void UIAlertController::addAction(std::shared_ptr<UIAlertAction> action) {
 bool UIAlertController::perform(std::size_t index) {
   if (chosen_ || index >= actions_.size() || !presentingViewController()) return false;
   chosen_ = true;
-  dismissViewControllerAnimated_completion(true, [action = actions_[index]] {
+  leave(true, [action = actions_[index]] {
     if (action->handler_) action->handler_(*action);
   });
   return true;

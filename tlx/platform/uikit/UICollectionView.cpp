@@ -115,6 +115,7 @@ bool UICollectionView::tappedAt(const NSIndexPath& indexPath) {
   if (!layingOut_) layoutIfNeeded();
   auto delegate = delegate_.lock();
   if (!delegate || indexPath.section != 0 || indexPath.item < 0 || indexPath.item >= itemCount_) return false;
+  if (!UIViewController::inputReaches(*this)) return false;
   delegate->collectionView_didSelectItemAtIndexPath(*this, indexPath);
   return true;
 }

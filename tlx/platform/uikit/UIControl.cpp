@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "tlx/platform/uikit/UIViewController.h"
+
 namespace tlx {
 namespace {
 
@@ -57,7 +59,7 @@ void UIControl::sendActionsForControlEvents(UIControlEvents events) {
 }
 
 bool UIControl::canBeOperated() const {
-  if (!enabled_ || !takesTouches(*this)) return false;
+  if (!enabled_ || !takesTouches(*this) || !UIViewController::inputReaches(*this)) return false;
   for (auto view = superview(); view; view = view->superview()) {
     if (!takesTouches(*view)) return false;
   }

@@ -48,8 +48,9 @@ class UIControl : public UIView {
   /// Runs the actions registered for the events, in order. Does not look at whether the control is enabled.
   void sendActionsForControlEvents(UIControlEvents events);
   /// A person's press, from a renderer, the keyboard or assistive technology: sends touch-up-inside when the control
-  /// can be operated: enabled, taking interaction, and neither it nor anything above it is hidden, refuses interaction
-  /// or is all but transparent (alpha below 0.01). Answers whether it did.
+  /// can be operated: enabled, taking interaction, within reach (`UIViewController::inputReaches`), and neither it nor
+  /// anything above it is hidden, refuses interaction or is all but transparent (alpha below 0.01). Answers whether it
+  /// did.
   bool press();
   bool canBeOperated() const;
 

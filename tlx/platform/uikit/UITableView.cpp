@@ -82,6 +82,7 @@ bool UITableView::tappedAt(const NSIndexPath& indexPath) {
   if (!layingOut_) layoutIfNeeded();
   auto delegate = delegate_.lock();
   if (!delegate || indexPath.section != 0 || indexPath.row() < 0 || indexPath.row() >= rowCount_) return false;
+  if (!UIViewController::inputReaches(*this)) return false;
   selectedRow_ = indexPath.row();
   changed(UIViewChange::Items);
   delegate->tableView_didSelectRowAtIndexPath(*this, indexPath);

@@ -1,16 +1,17 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "tlx/platform/uikit/UIView.h"
 
 namespace tlx {
 
 class UIPopoverPresentationController;
+class UIWindow;
 
 enum UIModalPresentationStyle : std::int64_t {
   UIModalPresentationNone = -1,
@@ -45,18 +46,34 @@ class UIViewController : public NSObject {
 
   /// Shows another screen over this one: full screen, as a popover or as an alert. The links are set at once;
   /// `completion` runs when the animation has ended. While something this controller presented is on its way out, the
-  /// call waits for that; while something stays presented it is refused, and logged. Nothing happens for nothing.
+  /// call waits for that, in order; while something stays presented it is refused, and logged. Nothing happens for
+  /// nothing.
   void presentViewController_animated_completion(const std::shared_ptr<UIViewController>& controller, bool animated,
                                                  std::function<void()> completion);
+  /// For what must come: waits, in the same order, also for what stays presented, and is never refused. `make` runs
+  /// when its turn has come, at once if nothing is in the way; it may answer nothing, and then nothing is shown.
+  void presentWhenFree(std::function<std::shared_ptr<UIViewController>()> make);
   /// Ends what this controller presents, or else this controller's own presentation; what is on its way out already
   /// counts as gone. The links are cleared and `completion` runs when the animation has ended. Does nothing, and drops
   /// the completion, when there is neither.
   void dismissViewControllerAnimated_completion(bool animated, std::function<void()> completion);
+  /// Ends this controller's own presentation, whatever stands above it, which goes along. Does nothing, and drops the
+  /// completion, when this controller is not presented or is on its way out.
+  void leave(bool animated, std::function<void()> completion);
+  /// Lets go of what waits to be presented by this controller.
+  void dropWaiting();
 
   /// Nothing when this controller is not presented.
   std::shared_ptr<UIViewController> presentingViewController() const { return presenting_.lock(); }
   const std::shared_ptr<UIViewController>& presentedViewController() const { return presented_; }
   bool isBeingDismissed() const { return beingDismissed_; }
+  /// Whether something waits for its turn to be presented by this controller.
+  bool hasWaiting() const { return !waiting_.empty(); }
+
+  /// Whether hands, keys and assistive technology reach a view: not what something presented covers or what is on its
+  /// way out; and nothing at all from the moment at which a button of an alert is chosen until its effect has run, or
+  /// while a presentation waits for another one to go. A view outside of any window is always within reach.
+  static bool inputReaches(const UIView& view);
 
   UIModalPresentationStyle modalPresentationStyle() const { return modalPresentationStyle_; }
   void setModalPresentationStyle(UIModalPresentationStyle style) { modalPresentationStyle_ = style; }
@@ -75,13 +92,21 @@ class UIViewController : public NSObject {
   virtual void viewLoaded() {}
 
  private:
+  struct Waiting {
+    std::function<std::shared_ptr<UIViewController>()> make;
+    bool animated = true;
+    std::function<void()> completion;
+  };
+  static std::shared_ptr<UIViewController> screenWithInput(const UIWindow& window);
+  static void tellOfInput();
+  void presentNext();
   void dismissPresented(bool animated, std::function<void()> completion);
 
   std::shared_ptr<UIView> view_;
   std::function<std::shared_ptr<UIView>()> viewLoader_;
   std::weak_ptr<UIViewController> presenting_;
   std::shared_ptr<UIViewController> presented_;
-  std::vector<std::function<void()>> afterDismissal_;
+  std::deque<Waiting> waiting_;  // what this controller will present, in order
   bool beingDismissed_ = false, loading_ = false;
   UIModalPresentationStyle modalPresentationStyle_ = UIModalPresentationFullScreen;
   CGSize preferredContentSize_;
