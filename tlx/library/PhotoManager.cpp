@@ -169,7 +169,7 @@ std::vector<bool> PhotoManager::selectModels(const std::vector<Identifier>& iden
   std::vector<bool> found(identifiers.size());
   if (identifiers.empty()) return found;
   // Nearly every record is turned away by one bit of this small table, so that the pass runs as fast as memory is read.
-  constexpr std::size_t bits = 1 << 16;
+  constexpr std::size_t bits = 1 << 18;
   std::bitset<bits> anyWithHash;
   std::unordered_multimap<std::size_t, std::size_t> byHash;
   for (std::size_t at = 0; at < identifiers.size(); ++at) {
