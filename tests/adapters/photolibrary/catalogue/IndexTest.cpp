@@ -91,6 +91,10 @@ TEST_F(FilesIndex, FilesThatStayedAsTheyWereAreNotReadAgain) {
   folder_.put("trip/note.jpg", {'n', 'o'}, 3000);
   scanned();
   EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), ElementsAre("two.jpg", "one.jpg"));
+  fs::rename(folder_.pictures(), folder_.top() / "away");
+  scanned();
+  fs::rename(folder_.top() / "away", folder_.pictures());
+  EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), ElementsAre("two.jpg", "one.jpg")) << "nor when the disk was away";
   folder_.put("one.jpg", {'n', 'o'}, 1000);
   EXPECT_THAT(namesIn(*scanned(), "Camera Roll"), ElementsAre("two.jpg")) << "another size: looked into";
   folder_.put("note.jpg", photo, 3000);
@@ -160,6 +164,7 @@ TEST_F(FilesIndex, RowsThatNoItemCanBeAreReadFromTheFilesAgain) {
   const Row rows[] = {
       {"kind 0", facts(56, "00")},
       {"kind 3", facts(56, "03")},
+      {"kind 0 of an unknown format", facts(56, "0000")},
       {"a photo's format in a video", facts(56, "02")},
       {"no format", facts(57, "63")},
       {"orientation 9", facts(58, "09")},

@@ -26,8 +26,6 @@ using tlx::test::multistatus;
 using tlx::test::Nginx;
 using tlx::test::ScriptedServer;
 
-constexpr double kDate = 1'600'000'000;
-
 /// A JPEG of that many bytes: a small picture, and noise behind its end.
 std::string largePhoto(std::size_t bytes) {
   const auto jpeg = test::samplePhoto();
@@ -42,9 +40,7 @@ class CloudFetch : public testing::Test {
   void SetUp() override {
     if (!Nginx::installed()) GTEST_SKIP() << "nginx with its WebDAV module is not installed";
   }
-  void put(const std::string& name, const std::string& content, double date = kDate) {
-    served_.put(name, {content.begin(), content.end()}, date);
-  }
+  void put(const std::string& name, const std::string& content) { served_.put(name, {content.begin(), content.end()}); }
   std::filesystem::path root() const { return served_.root(); }
   std::filesystem::path scratch() const { return served_.scratch(); }
 
@@ -134,25 +130,6 @@ TEST_F(CloudFetch, TwoWhoWantTheSameShareOneTransfer) {
   EXPECT_EQ(codeOf(cloud.fetch("a.jpg")), 0);
   EXPECT_EQ(other.get(), 0);
   EXPECT_EQ(server.requests().size(), before + 1);
-}
-
-TEST_F(CloudFetch, SaysWhatChangedUnderIt) {
-  put("gone.jpg", largePhoto(1000));
-  put("longer.jpg", largePhoto(1000));
-  put("touched.jpg", largePhoto(1000));
-  put("secret.jpg", largePhoto(1000));
-  const Nginx server(root(), scratch());
-  Cloud cloud(server.url());
-  std::filesystem::remove(root() / "gone.jpg");
-  put("longer.jpg", largePhoto(1001));
-  put("touched.jpg", largePhoto(1000), kDate + 60);
-  EXPECT_EQ(codeOf(cloud.fetch("gone.jpg")), CloudErrorNotFound);
-  EXPECT_EQ(codeOf(cloud.fetch("longer.jpg")), CloudErrorChanged);
-  EXPECT_EQ(codeOf(cloud.fetch("touched.jpg")), CloudErrorChanged);
-  cloud.rescan();
-  EXPECT_THAT(cloud.names(), testing::UnorderedElementsAre("longer.jpg", "touched.jpg", "secret.jpg"));
-  EXPECT_EQ(codeOf(cloud.fetch("longer.jpg")), 0);
-  EXPECT_EQ(codeOf(cloud.fetch("touched.jpg")), 0);
 }
 
 TEST_F(CloudFetch, ADiskThatIsFullLeavesNothingBehind) {

@@ -242,6 +242,16 @@ TEST_F(FilesLibrary, WhatIsThrownAwayMovesToRecentlyDeletedAndBack) {
   EXPECT_EQ(identifierOf(*library_, "with space.jpg"), identifier);
 }
 
+TEST_F(FilesLibrary, KnowsWhatLayUnderARootWhoseNameIsEscapedInTheTrash) {
+  folder_.putPhoto("a b/thrown.jpg", 1000);
+  folder_.trash("a b/thrown.jpg");
+  auto options = folder_.options();
+  options.roots = {(folder_.pictures() / "a b").string()};
+  PhotoLibrary library(options, log_);
+  library.waitUntilScanned();
+  EXPECT_THAT(namesIn(library, "Recently Deleted"), ElementsAre("thrown.jpg"));
+}
+
 TEST_F(FilesLibrary, SeveralRootsAreOneLibrary) {
   folder_.putPhoto("in/first.jpg", 1000);
   folder_.putPhoto("../Videos/second.jpg", 2000);
