@@ -53,7 +53,6 @@ class NumberSource : public UICollectionViewDataSource, public UICollectionViewD
     asked.push_back(path.item);
     auto cell = grid.dequeueReusableCellWithReuseIdentifier_forIndexPath("number", path);
     if (beforeAnswer) beforeAnswer(grid, path.item);
-    if (empty.count(path.item) != 0) return nullptr;
     std::static_pointer_cast<NumberCell>(cell)->number = path.item;
     return path.item == repeated ? grid.cellForItemAtIndexPath({0, 0}) : cell;
   }
@@ -72,7 +71,6 @@ class NumberSource : public UICollectionViewDataSource, public UICollectionViewD
   std::vector<std::int64_t> asked, tapped;
   std::vector<std::string> kindsAsked;
   std::vector<double> offsets;
-  std::set<std::int64_t> empty;
   std::function<void(UICollectionView&, std::int64_t)> beforeAnswer;
 };
 
@@ -281,20 +279,6 @@ TEST_F(GridTest, TapsAndScrollsReachOnlyItemsThatExistWhenThePassHasRun) {
   grid->reloadData();
   EXPECT_FALSE(grid->tappedAt({0, 4})) << "the list has shrunk since the last frame";
   EXPECT_THAT(source->tapped, ElementsAre(89));
-}
-
-TEST_F(GridTest, PlacesAnsweredWithNothingStayEmptyAndAreNotAskedAgain) {
-  source->empty = {1, 13};
-  show(90);
-  expectCellsInPlace(8, 8);
-  source->asked.clear();
-  scrollTo(10);
-  EXPECT_THAT(source->asked, ElementsAre(9, 10, 11));
-  source->empty.clear();
-  grid->reloadItemsAtIndexPaths({{0, 1}});
-  pass();
-  expectCellsInPlace(12, 11);
-  EXPECT_LE(cellsMade, 12) << "what was dequeued and not answered goes back";
 }
 
 /// What a data source may do to the grid while it is being asked, errors included, which are told and do not last.

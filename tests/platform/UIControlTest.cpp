@@ -66,30 +66,32 @@ TEST(UIControl, RegistersATargetAndActionOnceHoweverOftenItIsAdded) {
 }
 
 TEST(UIControl, CanBeOperatedOnlyWhereAPersonWouldReachIt) {
-  struct Row {
+  std::shared_ptr<UIView> above;
+  std::shared_ptr<UIButton> button;
+  const struct {
     const char* why;
-    std::function<void(UIControl& control, UIView& above)> change;
+    std::function<void()> change;
     bool operated;
+  } rows[] = {
+      {"as it is", [] {}, true},
+      {"disabled", [&] { button->setEnabled(false); }, false},
+      {"hidden", [&] { button->setHidden(true); }, false},
+      {"refuses touches", [&] { button->setUserInteractionEnabled(false); }, false},
+      {"faded out", [&] { button->setAlpha(0.0); }, false},
+      {"faint", [&] { button->setAlpha(0.01); }, true},
+      {"in something hidden", [&] { above->setHidden(true); }, false},
+      {"in something faded out", [&] { above->setAlpha(0.009); }, false},
+      {"in something that refuses", [&] { above->setUserInteractionEnabled(false); }, false},
   };
-  for (const Row& row : {
-           Row{"as it is", [](UIControl&, UIView&) {}, true},
-           Row{"disabled", [](UIControl&control, UIView&) { control.setEnabled(false); }, false},
-           Row{"hidden", [](UIControl&control, UIView&) { control.setHidden(true); }, false},
-           Row{"refuses touches", [](UIControl&control, UIView&) { control.setUserInteractionEnabled(false); }, false},
-           Row{"faded out", [](UIControl&control, UIView&) { control.setAlpha(0.0); }, false},
-           Row{"faint", [](UIControl&control, UIView&) { control.setAlpha(0.01); }, true},
-           Row{"in something hidden", [](UIControl&, UIView&above) { above.setHidden(true); }, false},
-           Row{"in something faded out", [](UIControl&, UIView&above) { above.setAlpha(0.009); }, false},
-           Row{"in something that refuses", [](UIControl&, UIView&above) { above.setUserInteractionEnabled(false); },
-               false},
-       }) {
-    auto root = std::make_shared<UIView>(), between = std::make_shared<UIView>();
-    auto button = std::make_shared<UIButton>();
-    auto target = std::make_shared<Target>();
-    root->addSubview(between);
+  for (const auto& row : rows) {
+    above = std::make_shared<UIView>();
+    button = std::make_shared<UIButton>();
+    const auto between = std::make_shared<UIView>();
+    const auto target = std::make_shared<Target>();
+    above->addSubview(between);
     between->addSubview(button);
     button->addTarget_action_forControlEvents(target, &Target::first, UIControlEventTouchUpInside);
-    row.change(*button, *root);
+    row.change();
     EXPECT_EQ(button->press(), row.operated) << row.why;
     EXPECT_EQ(target->heard.size(), row.operated ? 1u : 0u) << row.why;
   }

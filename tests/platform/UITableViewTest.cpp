@@ -1,4 +1,4 @@
-#include <limits>
+#include <cmath>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -67,9 +67,7 @@ TEST_F(TableTest, AsksForOneHeightAndForWhatIsVisible) {
   table->setTableFooterView(footer);
   EXPECT_THAT(show(0), IsEmpty());
   EXPECT_EQ(controller->heightsAsked, 0) << "there is no row to ask for";
-  EXPECT_EQ(footer->frame(), CGRectMake(0, 0, 300, 30));
   EXPECT_THAT(show(40), ElementsAre(0, 1, 2, 3));
-  EXPECT_EQ(table->cellForRowAtIndexPath({0, 3})->frame(), CGRectMake(0, 150, 300, 50));
   EXPECT_EQ(footer->frame(), CGRectMake(0, 2000, 300, 30));
   EXPECT_EQ(table->contentSize(), CGSizeMake(300, 2030));
   table->scrolledTo({0, 60});
@@ -79,7 +77,7 @@ TEST_F(TableTest, AsksForOneHeightAndForWhatIsVisible) {
   table->setFrame(CGRectMake(0, 0, 280, 100));
   EXPECT_THAT(asked(), ElementsAre(6)) << "a resize does";
   EXPECT_EQ(table->cellForRowAtIndexPath({0, 5})->frame(), CGRectMake(0, 125, 280, 25));
-  for (const double bad : {0.0, -4.0, std::numeric_limits<double>::quiet_NaN()}) {
+  for (const double bad : {0.0, -4.0, std::nan("")}) {
     controller->height = bad;
     EXPECT_THAT(show(3), IsEmpty()) << bad;
     EXPECT_EQ(table->contentSize().height, 30) << bad;
