@@ -69,6 +69,19 @@ UIImageOrientation orientationIn(GstElement& pipeline) {
   }
 }
 
+/// A picture on its side, put upright: its rows become columns, from the left, or from the right and bottom up.
+std::vector<std::uint8_t> transposed(const std::vector<std::uint8_t>& pixels, std::size_t width, std::size_t height,
+                                     bool fromTheRight) {
+  std::vector<std::uint8_t> turned(pixels.size());
+  for (std::size_t y = 0; y < width; ++y) {
+    for (std::size_t x = 0; x < height; ++x) {
+      const std::size_t row = fromTheRight ? height - 1 - x : x, column = fromTheRight ? width - 1 - y : y;
+      std::memcpy(turned.data() + 4 * (y * height + x), pixels.data() + 4 * (row * width + column), 4);
+    }
+  }
+  return turned;
+}
+
 }  // namespace
 
 std::shared_ptr<const CGImage> mappedPicture(GstSample& sample) {
@@ -102,9 +115,14 @@ std::shared_ptr<const UIImage> uprightablePicture(GstSample& sample, GstElement&
   if (converter) gst_video_converter_free(converter);
   gst_buffer_unref(target);
   if (!ready) return nullptr;
-  return std::make_shared<const UIImage>(
-      CGImage::create(static_cast<std::size_t>(width), static_cast<std::size_t>(height), std::move(pixels)), 1.0,
-      orientationIn(pipeline));
+  auto wide = static_cast<std::size_t>(width), high = static_cast<std::size_t>(height);
+  UIImageOrientation orientation = orientationIn(pipeline);
+  if (orientation == UIImageOrientationLeftMirrored || orientation == UIImageOrientationRightMirrored) {
+    pixels = transposed(pixels, wide, high, orientation == UIImageOrientationRightMirrored);
+    std::swap(wide, high);
+    orientation = UIImageOrientationUp;
+  }
+  return std::make_shared<const UIImage>(CGImage::create(wide, high, std::move(pixels)), 1.0, orientation);
 }
 
 }  // namespace tlx::camera

@@ -13,7 +13,8 @@ namespace tlx::camera {
 std::shared_ptr<const CGImage> mappedPicture(GstSample& sample);
 
 /// A copy of the sample's picture of whatever raw format, opaque, with the orientation that the pipeline's device says
-/// it was taken in. Nothing when it cannot be read. Any thread.
+/// it was taken in; one that lies on its side and is mirrored stands upright already, as a session's listener wants it.
+/// Nothing when it cannot be read. Any thread.
 std::shared_ptr<const UIImage> uprightablePicture(GstSample& sample, GstElement& pipeline);
 
 }  // namespace tlx::camera

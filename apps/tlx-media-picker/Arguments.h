@@ -44,6 +44,7 @@ std::variant<Arguments, std::string> parseArguments(const std::vector<std::strin
 /// machine can read. Whoever wants them has copied the words before.
 void eraseSecrets(int count, char** words);
 
-extern const char kUsage[];
+/// What the options mean, for a person.
+std::string usage();
 
 }  // namespace tlx::program

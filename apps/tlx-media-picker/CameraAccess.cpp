@@ -1,14 +1,15 @@
 #include "apps/tlx-media-picker/CameraAccess.h"
 
-#include <cstdio>
 #include <utility>
+
+#include "apps/tlx-media-picker/Complaint.h"
 
 namespace tlx::program {
 
 bool CameraAccess::setCameraAllowed(bool allowed) {
   decided_ = allowed;
   if (record_.setCameraAllowed(allowed)) return true;
-  std::fprintf(stderr, "the answer about the camera could not be remembered in %s\n", record_.path().c_str());
+  complain("the answer about the camera could not be remembered in " + record_.path());
   return false;
 }
 

@@ -1,6 +1,5 @@
 #include "apps/tlx-media-picker/HeadlessRun.h"
 
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -10,15 +9,13 @@
 #include "tlx/platform/uikit/UIWindow.h"
 #include "tlx/views/AlbumPickerTableViewController.h"
 
+#include "apps/tlx-media-picker/Complaint.h"
+
 namespace tlx::program {
 namespace {
 
 /// How often the state of the picker is looked at, in milliseconds. It has no other signs than a person sees.
 constexpr int kGlance = 5;
-
-void complain(const std::string& text) {
-  std::fprintf(stderr, "tlx-media-picker: %s\n", text.c_str());
-}
 
 }  // namespace
 

@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
-#include <ctime>
 #include <filesystem>
 #include <memory>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -15,6 +15,8 @@
 #include <unistd.h>
 #include <vips/vips.h>
 
+#include "adapters/photolibrary/base/FileStatus.h"
+#include "adapters/photolibrary/files/UnfinishedFile.h"
 #include "adapters/photolibrary/source/MediaFormat.h"
 #include "apps/tlx-media-picker/CaptureDate.h"
 
@@ -22,10 +24,6 @@ namespace tlx::program {
 namespace {
 
 constexpr int kJpegQuality = 92;
-
-std::string reason(const std::string& what) {
-  return what + ": " + std::strerror(errno);
-}
 
 bool hasTransparency(const CGImage& bitmap) {
   for (std::size_t y = 0; y < bitmap.height(); ++y) {
@@ -38,9 +36,10 @@ bool hasTransparency(const CGImage& bitmap) {
 }
 
 struct Unref {
-  void operator()(VipsImage* image) const { g_object_unref(image); }
+  void operator()(void* object) const { g_object_unref(object); }
 };
-using Image = std::unique_ptr<VipsImage, Unref>;
+template <class Object>
+using Held = std::unique_ptr<Object, Unref>;
 
 std::string vipsReason() {
   std::string text = vips_error_buffer();
@@ -62,7 +61,7 @@ std::string ending(const std::string& name) {
 
 /// The bitmap as an image of the picture library that lives no longer, without alpha where there is nothing to see
 /// through.
-Image pixelsOf(const CGImage& bitmap, bool alpha) {
+Held<VipsImage> pixelsOf(const CGImage& bitmap, bool alpha) {
   const auto width = static_cast<int>(bitmap.width()), height = static_cast<int>(bitmap.height());
   const auto* bytes = bitmap.pixels();
   std::vector<std::uint8_t> packed;
@@ -73,8 +72,9 @@ Image pixelsOf(const CGImage& bitmap, bool alpha) {
   }
   VipsImage* step = nullptr;
   const std::size_t size = bitmap.width() * bitmap.height() * CGImage::bytesPerPixel;
-  Image pixels(packed.empty() ? vips_image_new_from_memory(bytes, size, width, height, 4, VIPS_FORMAT_UCHAR)
-                              : vips_image_new_from_memory_copy(bytes, size, width, height, 4, VIPS_FORMAT_UCHAR));
+  Held<VipsImage> pixels(packed.empty()
+                             ? vips_image_new_from_memory(bytes, size, width, height, 4, VIPS_FORMAT_UCHAR)
+                             : vips_image_new_from_memory_copy(bytes, size, width, height, 4, VIPS_FORMAT_UCHAR));
   const auto next = [&](int failed) {
     pixels.reset(failed ? nullptr : step);
     return pixels != nullptr;
@@ -89,6 +89,26 @@ Image pixelsOf(const CGImage& bitmap, bool alpha) {
   return pixels;
 }
 
+/// What a copy allows others: to read it only if they may read the original, and never more than a file made here.
+mode_t modeOfCopy(mode_t original) {
+  mode_t mode = 0666;
+  if (!(original & S_IRGRP)) mode &= ~mode_t{S_IRWXG};
+  if (!(original & S_IROTH)) mode &= ~mode_t{S_IRWXO};
+  return mode;
+}
+
+std::string because(const std::string& name, int error) {
+  return name + ": " + std::generic_category().message(error);
+}
+
+OutputFolder::Outcome settled(photolibrary::UnfinishedFile& file, const std::string& name, double created) {
+  std::string path;
+  file.setTime(created);  // where a file system keeps none, the picture is worth having all the same
+  const int error = file.settle(stem(name), ending(name), path);
+  if (error != 0) return because(name, error);
+  return OutputFolder::Written{path};
+}
+
 }  // namespace
 
 OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
@@ -97,74 +117,45 @@ OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
   if (failure) {
     error_ = path_ + ": " + failure.message();
   } else if (access(path_.c_str(), W_OK | X_OK) != 0) {
-    error_ = reason(path_);
+    error_ = because(path_, errno);
   }
 }
 
-std::string OutputFolder::temporaryName() const {
-  static unsigned count = 0;
-  return path_ + "/.tlx-" + std::to_string(getpid()) + "-" + std::to_string(++count) + ".part";
-}
-
-std::variant<OutputFolder::Written, std::string> OutputFolder::writeImage(const UIImage& image, const std::string& name,
-                                                                          double created, bool isCaptureDate) const {
+OutputFolder::Outcome OutputFolder::writeImage(const UIImage& image, const std::string& name, double created,
+                                               bool isCaptureDate) const {
   if (vips_init("tlx-media-picker") != 0) return name + ": " + vipsReason();
   const auto& bitmap = image.bitmap();
   if (!bitmap) return name + ": there is no picture";
   const bool alpha = hasTransparency(*bitmap);
-  const Image pixels = pixelsOf(*bitmap, alpha);
+  const Held<VipsImage> pixels = pixelsOf(*bitmap, alpha);
   if (!pixels) return name + ": " + vipsReason();
   if (isCaptureDate) setCaptureDate(*pixels, created);
-  const std::string temporary = temporaryName();
-  const int failed = alpha ? vips_pngsave(pixels.get(), temporary.c_str(), nullptr)
-                           : vips_jpegsave(pixels.get(), temporary.c_str(), "Q", kJpegQuality, nullptr);
-  if (failed) {
-    unlink(temporary.c_str());
-    return name + ": " + vipsReason();
-  }
+  photolibrary::UnfinishedFile file(path_);
+  if (file.error()) return because(name, file.error());
+  const Held<VipsTarget> target(vips_target_new_to_descriptor(file.get()));
+  const int failed = alpha ? vips_pngsave_target(pixels.get(), target.get(), nullptr)
+                           : vips_jpegsave_target(pixels.get(), target.get(), "Q", kJpegQuality, nullptr);
+  if (!target || failed) return name + ": " + vipsReason();
   using photolibrary::MediaFormat;
   const MediaFormat format = alpha ? MediaFormat::Png : MediaFormat::Jpeg;
   const std::string own = "." + std::string(photolibrary::traitsOf(format).endings[0]);
   // A name that is nothing but an ending is no ending.
   const bool same = !ending(name).empty() && photolibrary::formatNamedBy(name) == format;
-  return settle(temporary, same ? name : stem(name) + own, created);
+  return settled(file, same ? name : stem(name) + own, created);
 }
 
-std::variant<OutputFolder::Written, std::string> OutputFolder::copyFile(const std::string& original,
-                                                                        const std::string& name, double created) const {
-  const std::string temporary = temporaryName();
-  std::error_code failure;
-  std::filesystem::copy_file(original, temporary, failure);
-  if (failure) {
-    unlink(temporary.c_str());
-    return name + ": " + failure.message();
-  }
-  return settle(temporary, name, created);
-}
-
-std::variant<OutputFolder::Written, std::string> OutputFolder::settle(const std::string& temporary,
-                                                                      const std::string& name, double created) const {
-  timespec times[2] = {{0, UTIME_NOW}, {static_cast<std::time_t>(std::floor(created)), 0}};
-  times[1].tv_nsec = static_cast<long>((created - std::floor(created)) * 1e9);
-  utimensat(AT_FDCWD, temporary.c_str(), times, 0);
-  for (int number = 1; number < 100000; ++number) {
-    const std::string free =
-        path_ + "/" + (number == 1 ? name : stem(name) + " (" + std::to_string(number) + ")" + ending(name));
-    // A link never replaces what is there; file systems without links rename, after a look.
-    if (link(temporary.c_str(), free.c_str()) == 0) {
-      unlink(temporary.c_str());
-      return Written{free};
-    }
-    if (errno == EEXIST) continue;
-    struct stat there {};
-    if (lstat(free.c_str(), &there) == 0) continue;
-    if (rename(temporary.c_str(), free.c_str()) == 0) return Written{free};
-    const std::string why = reason(free);
-    unlink(temporary.c_str());
-    return why;
-  }
-  unlink(temporary.c_str());
-  return name + ": no name is free";
+OutputFolder::Outcome OutputFolder::copyFile(const std::string& original, const std::string& name,
+                                             double created) const {
+  // A pipe that took the original's place is not waited for.
+  const photolibrary::FileDescriptor from(::open(original.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status {};
+  if (!from || ::fstat(from.get(), &status) != 0) return because(name, errno);
+  if (!S_ISREG(status.st_mode)) return name + ": no longer a file";
+  photolibrary::UnfinishedFile file(path_, modeOfCopy(status.st_mode));
+  int error = file.error();
+  if (error == 0) error = file.copyFrom(from.get());
+  if (error != 0) return because(name, error);
+  return settled(file, name, created);
 }
 
 }  // namespace tlx::program

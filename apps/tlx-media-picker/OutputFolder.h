@@ -20,21 +20,17 @@ class OutputFolder {
   struct Written {
     std::string path;
   };
+  /// What was written, or in one line what could not be.
+  using Outcome = std::variant<Written, std::string>;
+
   /// The image, upright, under the name of the original with the ending of its new format: JPEG, or PNG where it has
   /// transparent parts. `created`, in seconds since 1970 UTC, becomes the file's time, and stands in its metadata as
-  /// the date of capture if it is one. Answers the error in words.
-  std::variant<Written, std::string> writeImage(const UIImage& image, const std::string& name, double created,
-                                                bool isCaptureDate = true) const;
-  /// A copy of the file as it is.
-  std::variant<Written, std::string> copyFile(const std::string& original, const std::string& name,
-                                              double created) const;
+  /// the date of capture if it is one.
+  Outcome writeImage(const UIImage& image, const std::string& name, double created, bool isCaptureDate = true) const;
+  /// A copy of the file as it is. It is open to whom a file made here is, but to nobody who may not read the original.
+  Outcome copyFile(const std::string& original, const std::string& name, double created) const;
 
  private:
-  /// Gives the finished temporary file its name, a free one.
-  std::variant<Written, std::string> settle(const std::string& temporary, const std::string& name,
-                                            double created) const;
-  std::string temporaryName() const;
-
   std::string path_, error_;
 };
 

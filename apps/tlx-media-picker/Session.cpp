@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "apps/tlx-media-picker/Complaint.h"
 #include "apps/tlx-media-picker/Json.h"
 
 namespace tlx::program {
@@ -11,11 +12,6 @@ namespace {
 
 void print(const std::string& text) {
   std::fwrite(text.data(), 1, text.size(), stdout);
-}
-
-/// A person needs the words now, a program that reads the results must not find them there.
-void complain(const std::string& text) {
-  std::fprintf(stderr, "tlx-media-picker: %s\n", text.c_str());
 }
 
 }  // namespace

@@ -29,6 +29,7 @@
 #include "apps/tlx-media-picker/Arguments.h"
 #include "apps/tlx-media-picker/CameraAccess.h"
 #include "apps/tlx-media-picker/CloudCredentials.h"
+#include "apps/tlx-media-picker/Complaint.h"
 #include "apps/tlx-media-picker/HeadlessRun.h"
 #include "apps/tlx-media-picker/OutputFolder.h"
 #include "apps/tlx-media-picker/PickerWindow.h"
@@ -42,19 +43,19 @@ namespace {
 using namespace tlx;
 using namespace tlx::program;
 
-constexpr char kHost[] = "tlx-media-picker";
 /// What the grid asks of a thumbnail, in points.
 constexpr double kThumbnailSide = 130;
 
 class StandardErrorLog final : public SystemLogPort {
  public:
   void log(const std::string& line) override {
-    std::fprintf(stderr, "%s%s", line.c_str(), !line.empty() && line.back() == '\n' ? "" : "\n");
+    const bool ended = !line.empty() && line.back() == '\n';
+    std::fprintf(stderr, "%s\n", shown(ended ? line.substr(0, line.size() - 1) : line).c_str());
   }
   void assertionFailed(const std::string& function, const std::string& file, int line,
                        const std::string& description) override {
-    std::fprintf(stderr, "%s (%s:%d): %s\n", function.empty() ? "<Unknown Function>" : function.c_str(),
-                 file.empty() ? "<Unknown File>" : file.c_str(), line, description.c_str());
+    log((function.empty() ? "<Unknown Function>" : function) + " (" + (file.empty() ? "<Unknown File>" : file) + ":" +
+        std::to_string(line) + "): " + description);
     std::abort();
   }
 };
@@ -95,13 +96,13 @@ int run(int argc, char** argv, const Arguments& arguments) {
     qputenv("QT_QUICK_BACKEND", "software");
   }
   QGuiApplication application(argc, argv);
-  application.setApplicationName(QString::fromLatin1(kHost));
+  application.setApplicationName(QString::fromLatin1(kProgram));
 
   std::unique_ptr<OutputFolder> output;
   if (!arguments.output.empty()) {
     output = std::make_unique<OutputFolder>(arguments.output);
     if (!output->error().empty()) {
-      std::fprintf(stderr, "%s: %s\n", kHost, output->error().c_str());
+      complain(output->error());
       return Usage;
     }
   }
@@ -110,13 +111,13 @@ int run(int argc, char** argv, const Arguments& arguments) {
   qtquick::QtPlatform::Loops loops;
   WindowConsent consent;
   photolibrary::PhotoLibrary::Options options;
-  options.host = kHost;
+  options.host = kProgram;
   options.preauthorised = !arguments.folders.empty() || !arguments.clouds.empty();
   if (!arguments.headless) options.consent = &consent;
   // Where nobody sits, nobody would ever answer.
   CloudCredentials credentials(arguments.cloudCredentials, !arguments.headless && arguments.screenshot.empty());
   if (!credentials.problem().empty()) {
-    std::fprintf(stderr, "%s: %s\n", kHost, credentials.problem().c_str());
+    complain(credentials.problem());
     return Usage;
   }
   std::vector<const photolibrary::WebDavSource*> clouds;
@@ -134,12 +135,12 @@ int run(int argc, char** argv, const Arguments& arguments) {
     const std::string place = !details                   ? asset.localIdentifier.string()
                               : details->address.empty() ? details->path
                                                          : details->address;
-    std::fprintf(stderr, "%s: %s\n", kHost, fetchFailure(place, video, cause).c_str());
+    complain(fetchFailure(place, video, cause));
   });
   netlink::NetlinkReachability reachability;
 
   const std::string kept = photolibrary::xdgConfigHome() + "/tlx-media-picker";
-  CameraAccess cameraAccess(kept + "/access", kHost);
+  CameraAccess cameraAccess(kept + "/access", kProgram);
   camera::GstCamera::Options cameraOptions;
   cameraOptions.test = arguments.camera == Arguments::Camera::Test;
   cameraOptions.consent = &cameraAccess;
@@ -164,7 +165,7 @@ int run(int argc, char** argv, const Arguments& arguments) {
   session.setEndHandler([&] { QTimer::singleShot(0, &application, &QCoreApplication::quit); });
 
   auto picker = std::make_unique<PickerWindow>(
-      PickerWindow::Parts{arguments, session, library, consent, cameraAccess, credentials, platform}, kHost);
+      PickerWindow::Parts{arguments, session, library, consent, cameraAccess, credentials, platform}, kProgram);
   SettledWindow settled(window, library, images);
 
   // A script wants all there is; a person would rather see what is known at once, and the rest as it is found.
@@ -189,13 +190,13 @@ int run(int argc, char** argv, const Arguments& arguments) {
     });
     if (!arguments.screenshot.empty()) {
       settled.save(arguments.screenshot, [&](const std::string& error) {
-        if (!error.empty()) std::fprintf(stderr, "%s: %s\n", kHost, error.c_str());
+        if (!error.empty()) complain(error);
         session.end(error.empty() ? Delivered : Failed);
       });
     }
   }
   if (!session.hasEnded()) application.exec();
-  if (session.status() == NoAccess) std::fprintf(stderr, "%s: there is no access to photos\n", kHost);
+  if (session.status() == NoAccess) complain("there is no access to photos");
 
   // What was asked for may be where nobody could look.
   const bool missed = arguments.headless && !whole && session.status() == Usage;
@@ -215,11 +216,11 @@ int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape): what no
   eraseSecrets(argc, argv);
   const auto parsed = parseArguments(words);
   if (const auto* wrong = std::get_if<std::string>(&parsed)) {
-    std::fprintf(stderr, "%s: %s\n%s", kHost, wrong->c_str(), kUsage);
+    complain(*wrong + " (--help lists the options)");
     return Usage;
   }
   const auto& arguments = std::get<Arguments>(parsed);
-  if (arguments.help) return std::fputs(kUsage, stdout) < 0 ? Failed : Delivered;
-  if (arguments.version) return std::printf("%s %s\n", kHost, TLXMediaPickerVersionString) < 0 ? Failed : Delivered;
+  if (arguments.help) return std::fputs(usage().c_str(), stdout) < 0 ? Failed : Delivered;
+  if (arguments.version) return std::printf("%s %s\n", kProgram, TLXMediaPickerVersionString) < 0 ? Failed : Delivered;
   return run(argc, argv, arguments);
 }

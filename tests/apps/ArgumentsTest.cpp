@@ -45,9 +45,9 @@ TEST(Arguments, WithoutWordsAreAWindowOnOnesOwnPictures) {
 
 TEST(Arguments, OptionsMayStandAnywhereWithEqualsOrBlank) {
   const Arguments all =
-      accepted({"one", "--kind=videos", "--max", "-7", "two", "--size", "640x480", "--output=a=b", "--format", "paths0",
-                "--headless", "--pick", "Trip:1", "--on-failure=retry", "--camera", "test", "--", "--max"});
-  EXPECT_THAT(all.folders, ElementsAre("one", "two", "--max"));
+      accepted({"caf\xe9", "--kind=videos", "--max", "-7", "two", "--size", "640x480", "--output=a=b", "--format",
+                "paths0", "--headless", "--pick", "Trip:1", "--on-failure=retry", "--camera", "test", "--", "--max"});
+  EXPECT_THAT(all.folders, ElementsAre("caf\xe9", "two", "--max"));
   EXPECT_EQ(all.kind, 2);
   EXPECT_EQ(all.max, -7);
   EXPECT_EQ(all.width, 640);
@@ -86,9 +86,10 @@ TEST(Arguments, AreRefusedInWords) {
     const char* reason;
   };
   const Row rows[] = {
-      {{"--maximum", "3"}, "unknown option --maximum", "no abbreviations, no guesses"},
-      {{"-h"}, "unknown option -h", "no short options"},
-      {{"--max"}, "--max needs a value", "nothing follows"},
+      {{"--maximum", "3"}, "Unknown option --maximum", "no abbreviations, no guesses"},
+      {{"--clud=https://al:secret@x"}, "Unknown option --clud", "a password is not repeated"},
+      {{"-h"}, "Unknown option -h", "no short options"},
+      {{"--max"}, "Missing argument for --max", "nothing follows"},
       {{"--max", "three"}, "--max does not take \"three\"", "figures only"},
       {{"--max", "3 "}, "--max does not take \"3 \"", "all of it is the number"},
       {{"--max="}, "--max does not take \"\"", "empty is no number"},

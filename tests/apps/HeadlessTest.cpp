@@ -164,6 +164,11 @@ TEST_F(Headless, NamesMayBeAnyBytes) {
       run({"--headless", "--pick", "own:0", "--format", "paths0", "--output", top_ / "to", top_ / "own"});
   EXPECT_EQ(outcome.out, (top_ / "to/") + odd + '\0');
   EXPECT_TRUE(fs::exists(fs::path(top_ / "to") / odd));
+  fs::create_directory(top_ / "bad");
+  fs::copy(samples() + "/Odds and Ends/Cut short.jpg", fs::path(top_ / "bad") / "bad\x1b[2J\n.jpg");
+  const std::string told = run({"--headless", "--pick", "bad:0", "--on-failure", "continue", top_ / "bad"}).err;
+  EXPECT_THAT(told, HasSubstr(R"(/bad\x1b[2J\x0a.jpg: could not be fetched: )"));
+  EXPECT_EQ(occurrences(told, "\n"), 1u) << "one line, and nothing that a terminal would obey";
 }
 
 TEST_F(Headless, EveryOrientationIsDeliveredUpright) {
@@ -288,7 +293,7 @@ TEST_F(Headless, SaysWhatIsWrongAndPrintsNoResults) {
   };
   const std::string name = "tlx-media-picker: ";
   const Row rows[] = {
-      {{"--frobnicate"}, 2, name + "unknown option --frobnicate\nusage: ", "with the usage below"},
+      {{"--frob=a:b@c"}, 2, name + "Unknown option --frob (--help lists the options)\n", "in one line"},
       {{"--headless", "--pick", "Atlantis:0", samples()},
        2,
        name + "there is no album \"Atlantis\"\n",
@@ -327,8 +332,9 @@ TEST_F(Headless, ResultsThatCannotBeWrittenAreAFailure) {
 TEST_F(Headless, HelpAndVersionGoToStandardOutput) {
   const Outcome help = run({"--help"});
   EXPECT_EQ(help.status, 0);
-  EXPECT_THAT(help.out, StartsWith("usage: tlx-media-picker"));
+  EXPECT_THAT(help.out, StartsWith("Usage:\n  tlx-media-picker"));
   EXPECT_EQ(help.err, "");
+  EXPECT_LE(occurrences(help.out, "\n"), 40u) << "a screen";
   EXPECT_THAT(run({"--version"}).out, StartsWith("tlx-media-picker 1.0"));
 }
 

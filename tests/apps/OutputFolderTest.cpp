@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include "adapters/photolibrary/files/UnfinishedFile.h"
 #include "apps/tlx-media-picker/OutputFolder.h"
 #include "tests/apps/Picture.h"
 #include "tests/apps/TemporaryFolder.h"
@@ -78,6 +79,45 @@ TEST_F(OutputFolderTest, NeverTouchesWhatIsThere) {
   EXPECT_EQ(fs::read_symlink(out_ + "/beach (2).jpg"), "nowhere");
   EXPECT_THAT(names(), UnorderedElementsAre("beach.jpg", "beach (2).jpg", "beach (3).jpg", "beach (4).jpg"))
       << "nothing unfinished is left lying about";
+
+  const photolibrary::UnfinishedFile another(out_);
+  const std::string hidden = fs::read_symlink("/proc/self/fd/" + std::to_string(another.get())).filename();
+  std::string killed = hidden, linked = hidden, foreign = hidden.substr(1);
+  killed[10] = linked[10] = hidden[10] == '0' ? '1' : '0';
+  linked[11] = hidden[11] == '0' ? '1' : '0';
+  for (const std::string& left : {killed, foreign}) std::ofstream(out_ + "/" + left) << "half";
+  fs::create_symlink("beach.jpg", out_ + "/" + linked);
+  written(folder.copyFile(out_ + "/beach.jpg", "copy", kSomeTime));
+  EXPECT_THAT(names(), testing::IsSupersetOf({hidden, linked, foreign})) << "another program's, and what is not ours";
+  EXPECT_THAT(names(), testing::Not(testing::Contains(killed))) << "a program that was killed left it";
+  EXPECT_EQ(text(out_ + "/beach.jpg"), "mine");
+}
+
+TEST_F(OutputFolderTest, ACopyAllowsWhatTheUmaskAndTheOriginalAllow) {
+  struct Row {
+    mode_t original, umask, copy;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {0644, 022, 0644, "as any new file"},
+      {07755, 022, 0644, "a copy runs nothing, least of all as somebody else"},
+      {0444, 022, 0644, "it is the person's own to change"},
+      {0600, 022, 0600, "what others may not read they may not read in a copy"},
+      {0640, 002, 0660, "the group may"},
+      {0666, 077, 0600, "the person shares nothing"},
+  };
+  const OutputFolder folder(out_);
+  for (const Row& row : rows) {
+    const std::string original = top_ / "original";
+    std::ofstream(original) << "film";
+    chmod(original.c_str(), row.original);
+    const mode_t before = umask(row.umask);
+    const std::string copy = written(folder.copyFile(original, "copy", kSomeTime));
+    umask(before);
+    struct stat status {};
+    ASSERT_EQ(stat(copy.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, row.copy) << row.reason;
+  }
 }
 
 TEST_F(OutputFolderTest, KeepsNamesWithTheEndingOfWhatIsInside) {
@@ -172,6 +212,8 @@ TEST_F(OutputFolderTest, SaysWhatCannotBeDone) {
   const OutputFolder folder(out_);
   const auto missing = folder.copyFile(top_ / "missing.mp4", "missing.mp4", 0);
   EXPECT_THAT(std::get<std::string>(missing), testing::StartsWith("missing.mp4: "));
+  mkfifo((top_ / "pipe.mp4").c_str(), 0600);
+  EXPECT_TRUE(std::holds_alternative<std::string>(folder.copyFile(top_ / "pipe.mp4", "pipe.mp4", 0)));
   EXPECT_TRUE(std::holds_alternative<std::string>(folder.writeImage(UIImage(nullptr), "none", 0)));
   const std::string tooLong(300, 'n');
   EXPECT_TRUE(std::holds_alternative<std::string>(folder.writeImage(twoColours(), tooLong, 0)));

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <optional>
@@ -13,9 +12,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "adapters/photolibrary/base/FileKey.h"
 #include "adapters/photolibrary/base/FileStatus.h"
 #include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/files/UnfinishedFile.h"
 #include "adapters/photolibrary/images/codecs/PhotoEncoder.h"
 #include "adapters/photolibrary/source/MediaProbe.h"
 
@@ -27,61 +26,6 @@ NSError failure(int error, const std::string& path) {
   return libraryError(full ? PhotoLibraryErrorNoSpace : PhotoLibraryErrorUnreadable,
                       path + " cannot be written: " + std::system_category().message(error));
 }
-
-bool setTime(int file, double created) {
-  const double whole = std::floor(created);
-  const timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(whole), static_cast<long>((created - whole) * 1e9)}};
-  return ::futimens(file, times) == 0;
-}
-
-bool writeAll(int file, const std::uint8_t* bytes, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = ::write(file, bytes, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written < 0) return false;
-    bytes += written;
-    size -= static_cast<std::size_t>(written);
-  }
-  return true;
-}
-
-bool copyAll(int from, int to) {
-  // The kernel shares the blocks where the file system can.
-  ssize_t copied = 0;
-  while ((copied = ::copy_file_range(from, nullptr, to, nullptr, std::size_t{1} << 30, 0)) > 0) {
-  }
-  if (copied == 0) return true;
-  if (errno != EXDEV && errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return false;
-  std::vector<std::uint8_t> buffer(1 << 20);
-  ssize_t got = 0;
-  while ((got = ::read(from, buffer.data(), buffer.size())) > 0) {
-    if (!writeAll(to, buffer.data(), static_cast<std::size_t>(got))) return false;
-  }
-  return got == 0;
-}
-
-/// A file that walks pass over, gone again unless it is given a name.
-class HiddenFile {
- public:
-  explicit HiddenFile(const std::string& folder) : path_(folder + "/.tlx-capture-" + mintIdentifier()) {
-    file_ = FileDescriptor(::open(path_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
-    if (!file_) error_ = errno;
-  }
-  ~HiddenFile() {
-    if (file_) ::unlink(path_.c_str());  // after a rename nothing is there
-  }
-  HiddenFile(const HiddenFile&) = delete;
-  HiddenFile& operator=(const HiddenFile&) = delete;
-
-  int get() const { return file_.get(); }
-  int error() const { return error_; }
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-  FileDescriptor file_;
-  int error_ = 0;
-};
 
 std::string dateName(double created) {
   const auto whole = static_cast<std::time_t>(std::floor(created));
@@ -100,27 +44,11 @@ std::string videoEnding(int file, const std::string& path) {
   return std::filesystem::path(path).extension().string();
 }
 
-/// Answers 0, or why not; EEXIST when there is something of that name.
-int nameWithoutReplacing(const std::string& hidden, const std::string& name) {
-  if (::renameat2(AT_FDCWD, hidden.c_str(), AT_FDCWD, name.c_str(), RENAME_NOREPLACE) == 0) return 0;
-  if (errno != EINVAL && errno != ENOSYS) return errno;
-  // A file system that cannot: the name is taken first.
-  const FileDescriptor taken(::open(name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666));
-  if (!taken) return errno;
-  return ::rename(hidden.c_str(), name.c_str()) == 0 ? 0 : errno;
-}
-
-/// The first free name, made by `make`, which answers 0, EEXIST, or another error.
-template <class Make>
-std::variant<std::string, NSError> firstFree(const std::string& folder, double created, const std::string& ending,
-                                             Make make) {
-  const std::string stem = folder + "/" + dateName(created);
-  for (int number = 1;; ++number) {
-    const std::string path = stem + (number > 1 ? " (" + std::to_string(number) + ")" : "") + ending;
-    const int error = make(path);
-    if (error == 0) return path;
-    if (error != EEXIST) return failure(error, path);
-  }
+/// Gives the finished file its name.
+std::variant<std::string, NSError> settle(UnfinishedFile& file, double created, const std::string& ending) {
+  std::string path;
+  if (const int error = file.settle(dateName(created), ending, path)) return failure(error, path);
+  return path;
 }
 
 std::optional<NSError> makeFolder(const std::string& path) {
@@ -138,14 +66,14 @@ std::variant<std::string, NSError> CaptureFolder::savePhoto(const UIImage& image
   const auto encoded = encodePhoto(image, created);
   if (const auto* error = std::get_if<NSError>(&encoded)) return *error;
   if (const auto error = makeFolder(path_)) return *error;
-  const HiddenFile file(path_);
-  if (file.error()) return failure(file.error(), path_);
+  UnfinishedFile file(path_);
   const auto& bytes = std::get<std::vector<std::uint8_t>>(encoded);
-  if (!writeAll(file.get(), bytes.data(), bytes.size()) || !setTime(file.get(), created) ||
-      ::fdatasync(file.get()) != 0) {
-    return failure(errno, file.path());
-  }
-  return settle(file.path(), created, ".jpg");
+  int error = file.error();
+  if (error == 0) error = file.write(bytes.data(), bytes.size());
+  if (error == 0) error = file.setTime(created);
+  if (error == 0 && ::fdatasync(file.get()) != 0) error = errno;
+  if (error != 0) return failure(error, path_);
+  return settle(file, created, ".jpg");
 }
 
 std::variant<std::string, NSError> CaptureFolder::saveVideo(const std::string& recording, double created) const {
@@ -157,22 +85,22 @@ std::variant<std::string, NSError> CaptureFolder::saveVideo(const std::string& r
   }
   if (const auto error = makeFolder(path_)) return *error;
   const std::string ending = videoEnding(original.get(), recording);
-  struct stat folder;
-  if (::stat(path_.c_str(), &folder) == 0 && folder.st_dev == status.st_dev && setTime(original.get(), created)) {
-    const auto linked = firstFree(path_, created, ending, [&](const std::string& path) {
-      return ::link(recording.c_str(), path.c_str()) == 0 ? 0 : errno;
-    });
-    if (std::holds_alternative<std::string>(linked)) return linked;
-  }
-  const HiddenFile file(path_);
+  UnfinishedFile file(path_);
   if (file.error()) return failure(file.error(), path_);
-  if (!copyAll(original.get(), file.get()) || !setTime(file.get(), created)) return failure(errno, file.path());
-  return settle(file.path(), created, ending);
-}
-
-std::variant<std::string, NSError> CaptureFolder::settle(const std::string& hidden, double created,
-                                                         const std::string& ending) const {
-  return firstFree(path_, created, ending, [&](const std::string& path) { return nameWithoutReplacing(hidden, path); });
+  // The name is another one of the recording's own file where that can look like a file that was made here.
+  struct stat copy {};
+  if (::fstat(file.get(), &copy) == 0 && copy.st_dev == status.st_dev &&
+      ::fchmod(original.get(), copy.st_mode & 0777) == 0 && setFileTime(original.get(), created) == 0) {
+    std::string path;
+    const int error = freeName(path_, dateName(created), ending, path, [&](const std::string& free) {
+      return ::link(recording.c_str(), free.c_str()) == 0 ? 0 : errno;
+    });
+    if (error == 0) return path;
+  }
+  int error = file.copyFrom(original.get());
+  if (error == 0) error = file.setTime(created);
+  if (error != 0) return failure(error, path_);
+  return settle(file, created, ending);
 }
 
 }  // namespace tlx::photolibrary

@@ -20,12 +20,10 @@ class CaptureFolder {
   /// Answers the new file's path. `created`, in seconds since 1970 UTC, becomes the file's time.
   std::variant<std::string, NSError> savePhoto(const UIImage& image, double created) const;
   /// Another name for the same file where both lie on one file system, so that a long video is there at once; else a
-  /// copy. A date inside the video stays as it is.
+  /// copy. Either is open to whom a file that was made here is. A date inside the video stays as it is.
   std::variant<std::string, NSError> saveVideo(const std::string& recording, double created) const;
 
  private:
-  std::variant<std::string, NSError> settle(const std::string& hidden, double created, const std::string& ending) const;
-
   std::string path_;
 };
 

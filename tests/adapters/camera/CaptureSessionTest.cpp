@@ -113,13 +113,42 @@ TEST_F(CaptureSessionTest, AMachineWithoutACameraSaysSo) {
 }
 
 TEST_F(CaptureSessionTest, ASensorThatLiesOnItsSideSaysSo) {
-  options.testPictures = "videotestsrc is-live=true ! taginject tags=image-orientation=rotate-90";
-  open(CaptureKind::Photo);
-  ASSERT_TRUE(sees());
-  EXPECT_EQ(session->preview()->width(), 960u) << "a preview stands upright already";
-  session->takePhoto();
-  ASSERT_TRUE(wait([&] { return listener.photo != nullptr; }));
-  EXPECT_EQ(listener.photo->imageOrientation(), UIImageOrientationRight);
+  struct Row {
+    const char* tag;
+    UIImageOrientation told;
+    const char* reason;
+  };
+  const Row rows[] = {
+      {"rotate-90", UIImageOrientationRight, "whoever shows it turns it"},
+      {"flip-rotate-90", UIImageOrientationUp, "mirrored as well, it is turned here"},
+      {"flip-rotate-270", UIImageOrientationUp, "and so to the other side"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.reason);
+    listener = {};
+    options.testPictures = std::string("videotestsrc is-live=true ! taginject tags=image-orientation=") + row.tag;
+    open(CaptureKind::Photo);
+    ASSERT_TRUE(sees());
+    const auto preview = session->preview();
+    EXPECT_EQ(preview->width(), 960u) << "a preview stands upright already";
+    session->takePhoto();
+    ASSERT_TRUE(wait([&] { return listener.photo != nullptr; }));
+    EXPECT_EQ(listener.photo->imageOrientation(), row.told);
+    EXPECT_EQ(listener.photo->size(), CGSizeMake(1536, 2048));
+    if (row.told != UIImageOrientationUp) continue;
+    // Away from the corner of the pattern that never looks the same twice.
+    const auto& photo = *listener.photo->bitmap();
+    for (const auto& [x, y] : {std::pair(0.1, 0.1), {0.1, 0.4}, {0.1, 0.9}, {0.4, 0.1}, {0.4, 0.9}, {0.9, 0.1}}) {
+      const auto pixel = [x = x, y = y](const CGImage& of, std::size_t channel) {
+        return int{of.row(static_cast<std::size_t>(
+            y * static_cast<double>(
+                    of.height())))[4 * static_cast<std::size_t>(x * static_cast<double>(of.width())) + channel]};
+      };
+      for (std::size_t channel = 0; channel < 3; ++channel) {
+        EXPECT_NEAR(pixel(photo, channel), pixel(*preview, channel), 8) << x << " " << y;
+      }
+    }
+  }
 }
 
 TEST_F(CaptureSessionTest, MoviesAreWrittenAsThisMachineCan) {

@@ -52,6 +52,8 @@ class CaptureSessionListener {
   virtual void previewChanged() = 0;
   virtual void devicesChanged() = 0;
   /// The answer to `takePhoto`: as many pixels as the sensor gives, with the orientation in which they are to be shown.
+  /// Never on its side and mirrored at once: `scaleAndRotate`, which whoever keeps the photo calls, cuts a third off
+  /// such a picture.
   virtual void photoTaken(const std::shared_ptr<const UIImage>& photo) = 0;
   /// The recording has ended, also by itself. Without a recording there is nothing worth keeping; an error beside a
   /// recording says what cut it short: what was recorded until then can be played.

@@ -71,6 +71,7 @@ TEST(CaptureFolder, AVideoIsTheSameFileUntilTheCaptureGoes) {
   const CaptureFolder camera(folder.pictures());
   folder.put("../capture.tmp", sampleVideo(3));
   const std::string capture = folder.pictures() / ".." / "capture.tmp";
+  ::chmod(capture.c_str(), 0600);
   const std::string saved = pathOf(camera.saveVideo(capture, kTaken));
   EXPECT_THAT(saved, EndsWith(".mp4")) << "by what is in it";
   EXPECT_EQ(std::filesystem::hard_link_count(saved), 2u) << "a long video takes no time";
@@ -82,7 +83,9 @@ TEST(CaptureFolder, AVideoIsTheSameFileUntilTheCaptureGoes) {
     const auto bytes = sampleVideo(2);
     other.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     other.close();
-    EXPECT_EQ(std::filesystem::file_size(pathOf(camera.saveVideo(elsewhere, kTaken))), bytes.size());
+    const std::string copied = pathOf(camera.saveVideo(elsewhere, kTaken));
+    EXPECT_EQ(std::filesystem::file_size(copied), bytes.size());
+    EXPECT_EQ(std::filesystem::status(copied).permissions(), std::filesystem::status(saved).permissions());
     std::filesystem::remove(elsewhere);
   }
 }
