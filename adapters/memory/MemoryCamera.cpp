@@ -41,6 +41,16 @@ void MemoryCamera::answer(bool allowed) {
   });
 }
 
+void MemoryCamera::plugIn(CaptureDevice device) {
+  bench.devices.push_back(std::move(device));
+  if (bench.session) bench.session->plugged();
+}
+
+void MemoryCamera::unplug(const std::string& identifier) {
+  std::erase_if(bench.devices, [&](const CaptureDevice& each) { return each.identifier == identifier; });
+  if (bench.session) bench.session->plugged();
+}
+
 void MemoryCamera::close(const UIImagePickerController& screen) {
   // Whoever is being destroyed can no longer be locked.
   if (const auto open = screen_.lock(); !open || open.get() == &screen) screen_.reset();

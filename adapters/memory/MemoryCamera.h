@@ -10,24 +10,34 @@
 #include "tlx/platform/uikit/UIImagePickerController.h"
 
 #include "adapters/memory/LoopThread.h"
+#include "adapters/memory/MemoryCaptureSession.h"
 
 namespace tlx::memory {
 
-/// A camera that a test holds: access as it says, and a capture screen on which it presses the buttons.
+/// Cameras that a test holds: access as it says, looks through them that go as it says, and a capture screen of its own
+/// on which it presses the buttons.
 class MemoryCamera final : public CameraPort, public CaptureScreenPort {
  public:
-  explicit MemoryCamera(Background& background) : background_(background) {}
+  /// Both outlive the camera, which outlives its sessions.
+  MemoryCamera(Background& background, MainQueuePort& mainQueue) : background_(background), mainQueue_(mainQueue) {}
 
   AVAuthorizationStatus authorizationStatus() const override;
   bool offersAccessRequest() const override { return offersAccessRequest_; }
   /// Answers on the adapters' own thread.
   void requestAccess(AccessHandler handler) override;
-  /// There is nothing to look through.
-  std::unique_ptr<CaptureSession> makeSession(CaptureSessionListener&) override { return nullptr; }
+  /// One at a time.
+  std::unique_ptr<CaptureSession> makeSession(CaptureSessionListener& listener) override {
+    return std::make_unique<MemoryCaptureSession>(bench, mainQueue_, listener);
+  }
   void open(const std::shared_ptr<UIImagePickerController>& screen) override { screen_ = screen; }
   void close(const UIImagePickerController& screen) override;
 
   // What follows is the test's side, on the main thread.
+
+  /// What sessions find; its `session` is the look that somebody takes, nothing while nobody does.
+  MemoryCameraBench bench;
+  void plugIn(CaptureDevice device);
+  void unplug(const std::string& identifier);
 
   /// Authorized at first.
   void setStatus(AVAuthorizationStatus status);
@@ -51,6 +61,7 @@ class MemoryCamera final : public CameraPort, public CaptureScreenPort {
 
  private:
   Background& background_;
+  MainQueuePort& mainQueue_;
   bool offersAccessRequest_ = true;
   std::optional<bool> answer_ = true;
   int questionCount_ = 0;

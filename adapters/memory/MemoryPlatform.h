@@ -49,7 +49,7 @@ class MemoryPlatform {
   MemoryTextMeasurement textMeasurement;
   MemoryPresentation presentation;
   MemoryApplication application;
-  MemoryCamera camera{background};
+  MemoryCamera camera{background, loop};
 
  private:
   std::optional<Platform> platform_;

@@ -1,5 +1,6 @@
 #include "apps/tlx-media-picker/HeadlessRun.h"
 
+#include <QAbstractEventDispatcher>
 #include <string>
 #include <vector>
 
@@ -12,29 +13,19 @@
 #include "apps/tlx-media-picker/Complaint.h"
 
 namespace tlx::program {
-namespace {
-
-/// How often the state of the picker is looked at, in milliseconds. It has no other signs than a person sees.
-constexpr int kGlance = 5;
-
-}  // namespace
 
 HeadlessRun::HeadlessRun(const Arguments& arguments, TLXMediaPickerController& picker, UIWindow& window,
                          Session& session, SettledWindow& settled)
-    : arguments_(arguments), picker_(picker), window_(window), session_(session), settled_(settled) {
-  turn_.setInterval(kGlance);
-  connect(&turn_, &QTimer::timeout, this, &HeadlessRun::proceed);
-}
+    : arguments_(arguments), picker_(picker), window_(window), session_(session), settled_(settled) {}
 
 void HeadlessRun::start() {
-  turn_.start();
+  // The picker gives no other signs than a person sees. They change while the loop is awake, and are looked at each
+  // time before it sleeps.
+  connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, this, &HeadlessRun::proceed);
 }
 
 void HeadlessRun::proceed() {
-  if (session_.hasEnded()) {
-    turn_.stop();
-    return;
-  }
+  if (session_.hasEnded()) return;
   if (auto alert = std::dynamic_pointer_cast<UIAlertController>(picker_.presentedViewController())) {
     if (!alert->isBeingDismissed()) answerAlert(*alert);
     return;
@@ -49,9 +40,8 @@ void HeadlessRun::proceed() {
         complain("nothing could be picked");
         return session_.end(Cancelled);
       }
-      stage_ = Stage::Picked;
-      if (!arguments_.screenshot.empty()) photograph();
-      return;
+      if (!arguments_.screenshot.empty()) return photograph();
+      return goOn(Stage::Picked);
     case Stage::Photographing:
       return;
     case Stage::Picked:
@@ -64,6 +54,12 @@ void HeadlessRun::proceed() {
     case Stage::Fetching:
       return;
   }
+}
+
+void HeadlessRun::goOn(Stage stage) {
+  stage_ = stage;
+  QMetaObject::invokeMethod(
+      this, [] {}, Qt::QueuedConnection);
 }
 
 bool HeadlessRun::pickAll() {
@@ -113,8 +109,7 @@ bool HeadlessRun::pick(const Arguments::Pick& pick) {
 void HeadlessRun::photograph() {
   stage_ = Stage::Photographing;
   settled_.save(arguments_.screenshot, [this](const std::string& error) {
-    stage_ = Stage::Picked;
-    if (error.empty()) return;
+    if (error.empty()) return goOn(Stage::Picked);
     complain(error);
     session_.end(Failed);
   });

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QObject>
-#include <QTimer>
 #include <memory>
 #include <string>
 
@@ -32,13 +31,14 @@ class HeadlessRun final : public QObject {
   void answerAlert(UIAlertController& alert);
 
   enum class Stage { Opening, Photographing, Picked, Fetching };
+  /// The next step is taken when what this one set off has been done.
+  void goOn(Stage stage);
 
   const Arguments& arguments_;
   TLXMediaPickerController& picker_;
   UIWindow& window_;
   Session& session_;
   SettledWindow& settled_;
-  QTimer turn_;
   Stage stage_ = Stage::Opening;
   bool full_ = false, retried_ = false;
 };

@@ -1,8 +1,6 @@
 // The program between a folder, a server on this machine, and a network that fails.
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 
@@ -25,8 +23,8 @@ namespace place = test::place;
 constexpr char kUp[] = "route add default via 10.1.0.2\n", kDown[] = "route del default\n";
 /// A photo or video of the samples, made longer, so that it takes a while.
 constexpr int kLong = 900'000;
-/// Bytes a second that let a person watch, and that leave time for whatever happens meanwhile.
-constexpr int kWatchable = 250'000, kCrawling = 20'000;
+/// Bytes a second that let a person watch, and leave time for whatever happens meanwhile.
+constexpr int kCrawling = 20'000;
 
 using Names = std::vector<std::string>;
 
@@ -48,9 +46,9 @@ class CloudWorld : public Base {
     Base::SetUp();
   }
   /// Listings and headers come at once, the rest of an original at that rate, or at once.
-  void serve(int bytesPerSecond = 0, const std::string& rules = {}) {
+  void serve(int bytesPerSecond = 0) {
     server_ = std::make_unique<Nginx>(this->top_ / "there", this->top_ / "server",
-                                      Nginx::Options{{}, {}, {}, {}, bytesPerSecond, "limit_rate_after 200k;" + rules});
+                                      Nginx::Options{{}, {}, {}, {}, bytesPerSecond, "limit_rate_after 200k;"});
   }
   void put(const std::string& sample, const std::string& to, int longer = 0) {
     const std::string target = this->top_ / to;
@@ -128,54 +126,14 @@ TEST_F(Cloud, ScriptsTellWhatBecameOfEachItem) {
   }
 }
 
-// With the network up, a video that does not come counts as one that cannot be used, and nothing offers a retry.
-TEST_F(Cloud, ARetryOfVideosIsOfferedOnlyWithoutARoute) {
-  put("Family Trips/Coast/VID_20220714_204110.mp4", "there/Trip/far.mp4");
-  serve();
-  ASSERT_EQ(run(words({"--headless", "--list"})).status, 0);
-  server_->kill();
-  for (const bool route : {true, false}) {
-    ASSERT_TRUE(route || network_->run(kDown));
-    const auto outcome = run(words({"--headless", "--pick", "Trip:0", "--on-failure", "retry"}));
-    EXPECT_EQ(outcome.status, 4) << outcome.err;
-    EXPECT_EQ(outcome.out, "");
-    const auto first = outcome.err.find("far.mp4: ");
-    EXPECT_NE(first, std::string::npos) << outcome.err;
-    EXPECT_EQ(outcome.err.find("far.mp4: ", first + 1) == std::string::npos, route) << outcome.err;
-  }
-}
-
-TEST_F(Cloud, TwoHundredOfWhichEveryThirdFailsLoseNothingElse) {
-  for (int i = 0; i < 200; ++i) {
-    const std::string to = "there/Trip/" + std::to_string(1000 + i) + (i % 3 == 2 ? "bad.jpg" : ".jpg");
-    put("Alps 2019/DSC_4107.jpg", to, 100 + i);
-  }
-  serve(0, "location ~ bad { if ($request_method = GET) { return 500; } dav_ext_methods PROPFIND; }");
-  const auto outcome = run(words({"--headless", "--pick", "Trip:0-199", "--on-failure", "continue"}));
-  EXPECT_EQ(outcome.status, 0) << outcome.err.substr(0, 2000);
-  Names names = delivered(outcome);
-  EXPECT_EQ(names.size(), 134u);
-  server_ = nullptr;
-  forget();
-  serve();
-  Names all = delivered(run(words({"--headless", "--pick", "Trip:0-199"})));
-  EXPECT_EQ(all.size(), 200u);
-  std::erase_if(all, [](const std::string& name) { return name.find("bad") != std::string::npos; });
-  EXPECT_EQ(names, all) << "in picked order";
-  std::ptrdiff_t told = 0;
-  for (auto at = outcome.err.find("bad.jpg: "); at != std::string::npos; at = outcome.err.find("bad.jpg: ", at + 1))
-    ++told;
-  EXPECT_EQ(told, 66) << "each cause is told";
-}
-
 class CloudWindow : public CloudWorld<test::ScreenTest> {
  protected:
   /// Shows five items and picks them all: three photos, which are here, then two videos, which are not.
-  void pickFive(int bytesPerSecond) {
+  void pickFive() {
     putThreeHere();
     put("Family Trips/Coast/VID_20220715_221530.mp4", "there/Trip/far.mp4", kLong);
     put("Family Trips/Coast/VID_20220714_204110.mp4", "there/Trip/farther.mp4", kLong);
-    serve(bytesPerSecond);
+    serve(kCrawling);
     open(words({"--output", top_ / "to"}));
     ASSERT_TRUE(see("five photos", [](const Frame& frame) {
       for (int column = 0; column < 5; ++column) {
@@ -200,33 +158,18 @@ class CloudWindow : public CloudWorld<test::ScreenTest> {
   /// A strip of the panel's card, beside its words; the question's choices; and a corner that stays empty.
   static constexpr Frame::Area kCard = {396, 260, 12, 120}, kChoices = {400, 420, 40, 84}, kGround = {10, 690, 20, 20};
   static constexpr int kRetryX = 512, kRetryY = 430;
-  static constexpr Frame::Area kPercent = {452, 400, 120, 24}, kCounter = {452, 424, 120, 18};
+  static constexpr Frame::Area kPercent = {452, 400, 120, 24};
   static constexpr Frame::Colour kCardColour = {38, 45, 49}, kWhite = {255, 255, 255};
 };
 
-TEST_F(CloudWindow, DownloadsAndDeliversInPickedOrder) {
-  ASSERT_NO_FATAL_FAILURE(pickFive(kWatchable));
+TEST_F(CloudWindow, AsksWhenServerAndRouteGoAndBringsEverythingWhenTheyReturn) {
+  ASSERT_NO_FATAL_FAILURE(pickFive());
   ASSERT_TRUE(seePanel());
   const Frame first = display_->frame();
   ASSERT_TRUE(see("the percentage rise", [&](const Frame& frame) { return !frame.sameIn(kPercent, first); }));
-  ASSERT_TRUE(see("the counter rise", [&](const Frame& frame) { return !frame.sameIn(kCounter, first); }));
-  const auto outcome = end();
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(delivered(outcome),
-              testing::ElementsAre("DSC_4114.jpg", "DSC_4128.jpg", "DSC_4100.jpg", "far.mp4", "farther.mp4"));
-  for (const std::string& file : outcome.texts("delivered")) EXPECT_GT(std::filesystem::file_size(file), 1000u);
-}
-
-TEST_F(CloudWindow, AsksWhenServerAndRouteGoAndBringsEverythingWhenTheyReturn) {
-  ASSERT_NO_FATAL_FAILURE(pickFive(kCrawling));
-  ASSERT_TRUE(seePanel());
   ASSERT_TRUE(network_->run(kDown));
-  const auto lost = std::chrono::steady_clock::now();
   server_->kill();
   ASSERT_TRUE(seeQuestion());
-  const std::chrono::duration<double> asked = std::chrono::steady_clock::now() - lost;
-  std::printf("From the loss of the server to the question: %.2f s\n", asked.count());
-  EXPECT_LT(asked.count(), 10) << "nobody waits for a server that has gone";
   server_->setRate(0);
   ASSERT_TRUE(network_->run(kUp));
   click(kRetryX, kRetryY);
@@ -235,28 +178,19 @@ TEST_F(CloudWindow, AsksWhenServerAndRouteGoAndBringsEverythingWhenTheyReturn) {
   EXPECT_THAT(delivered(outcome),
               testing::ElementsAre("DSC_4114.jpg", "DSC_4128.jpg", "DSC_4100.jpg", "farther.mp4", "far.mp4"))
       << "what was tried again comes last";
-}
-
-TEST_F(CloudWindow, LeavesOutWhatVanishesFromTheFolderMeanwhile) {
-  ASSERT_NO_FATAL_FAILURE(pickFive(kWatchable));
-  ASSERT_TRUE(seePanel());
-  std::filesystem::remove(top_ / "here/DSC_4128.jpg");
-  const auto outcome = end();
-  EXPECT_EQ(outcome.status, 0) << outcome.err;
-  EXPECT_THAT(delivered(outcome), testing::ElementsAre("DSC_4114.jpg", "DSC_4100.jpg", "far.mp4", "farther.mp4"));
+  for (const std::string& file : outcome.texts("delivered")) EXPECT_GT(std::filesystem::file_size(file), 1000u);
 }
 
 TEST_F(CloudWindow, ClosedInTheMiddleEndsAtOnceAndGoesOnNextTime) {
-  ASSERT_NO_FATAL_FAILURE(pickFive(kCrawling));
+  ASSERT_NO_FATAL_FAILURE(pickFive());
   ASSERT_TRUE(seePanel());
-  const auto closed = std::chrono::steady_clock::now();
   test::closeWindow(display_->name());
   const auto outcome = end();
   EXPECT_EQ(outcome.status, 1) << outcome.err;
   EXPECT_EQ(outcome.out, "");
-  EXPECT_LT(std::chrono::steady_clock::now() - closed, std::chrono::seconds(2));
   server_->kill();
-  EXPECT_EQ(run(words({"--headless", "--pick", "Trip:0-1"})).status, 4) << "half a file counts for nothing";
+  EXPECT_EQ(run(words({"--headless", "--pick", "Trip:0-1"})).status, 4)
+      << "it did not stay for the rest, and half a file counts for nothing";
   server_->setRate(0);
   EXPECT_EQ(delivered(run(words({"--headless", "--pick", "Trip:0-1"}))), Names({"far.mp4", "farther.mp4"}));
 }

@@ -1,15 +1,9 @@
 #include "tests/apps/Display.h"
 
+#include <QStandardPaths>
 #include <cstdlib>
 #include <filesystem>
 #include <set>
-#include <sstream>
-
-#include <fcntl.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "tests/apps/ProgramRun.h"
 
@@ -18,32 +12,11 @@ namespace {
 
 constexpr int kClose = 6;  // steps of a channel
 
-pid_t spawn(std::vector<std::string> words, posix_spawn_file_actions_t* files, std::vector<std::string> variables) {
-  std::vector<char*> arguments, settings;
-  for (std::string& word : words) arguments.push_back(word.data());
-  for (std::string& variable : variables) settings.push_back(variable.data());
-  arguments.push_back(nullptr);
-  settings.push_back(nullptr);
-  pid_t process = -1;
-  if (posix_spawn(&process, words[0].c_str(), files, nullptr, arguments.data(), settings.data()) != 0) return -1;
-  return process;
-}
-
 }  // namespace
 
-std::string onPath(const std::string& program) {
-  const char* const path = std::getenv("PATH");
-  std::istringstream folders(path ? path : "/usr/bin");
-  for (std::string folder; std::getline(folders, folder, ':');) {
-    if (const std::string file = folder + "/" + program; access(file.c_str(), X_OK) == 0) return file;
-  }
-  return {};
-}
-
 Frame::Colour Frame::at(int x, int y) const {
-  const auto* pixel = pixels_.data() + 4 * (static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) +
-                                            static_cast<std::size_t>(x));
-  return {pixel[2], pixel[1], pixel[0]};
+  const QRgb pixel = image_.pixel(x, y);
+  return {qRed(pixel), qGreen(pixel), qBlue(pixel)};
 }
 
 int Frame::count(const Area& area, const Colour& colour) const {
@@ -70,49 +43,30 @@ int Frame::variety(const Area& area) const {
 }
 
 bool Frame::sameIn(const Area& area, const Frame& other) const {
-  for (int y = area.y; y < area.y + area.height; ++y) {
-    for (int x = area.x; x < area.x + area.width; ++x) {
-      if (at(x, y) != other.at(x, y)) return false;
-    }
-  }
-  return true;
+  const QRect place(area.x, area.y, area.width, area.height);
+  return image_.copy(place) == other.image_.copy(place);
 }
 
 Display::Display(const std::string& folder) : folder_(folder) {
-  const std::string server = onPath("Xvfb");
-  if (server.empty() || onPath("xdotool").empty()) {
-    error_ = server.empty() ? "Xvfb is not installed" : "xdotool is not installed";
-    return;
+  for (const char* const needed : {"Xvfb", "xdotool"}) {
+    if (QStandardPaths::findExecutable(QLatin1String(needed)).isEmpty()) {
+      error_ = std::string(needed) + " is not installed";
+      return;
+    }
   }
   std::filesystem::create_directories(folder);
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) {
-    error_ = "no pipe";
-    return;
+  // The server writes its number once it takes connections, or ends when it cannot.
+  server_.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp", "-fbdir",
+                                         QString::fromStdString(folder)});
+  while (!server_.canReadLine() && server_.waitForReadyRead(-1)) {
   }
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_adddup2(&files, ends[1], 3);
-  posix_spawn_file_actions_addopen(&files, 1, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&files, 2, "/dev/null", O_WRONLY, 0);
-  server_ = spawn({server, "-displayfd", "3", "-screen", "0", "1024x768x24", "-nolisten", "tcp", "-fbdir", folder},
-                  &files, {"PATH=/usr/bin:/bin"});
-  posix_spawn_file_actions_destroy(&files);
-  close(ends[1]);
-  // The server writes its number once it takes connections, or closes the pipe when it cannot.
-  for (char digit; read(ends[0], &digit, 1) == 1 && digit != '\n';) name_ += digit;
-  close(ends[0]);
-  if (name_.empty()) {
-    error_ = "Xvfb did not start";
-  } else {
-    name_ = ":" + name_;
-  }
+  name_ = ":" + server_.readLine().trimmed().toStdString();
+  if (name_ == ":") error_ = "Xvfb did not start";
 }
 
 Display::~Display() {
-  if (server_ < 0) return;
-  kill(server_, SIGTERM);
-  waitpid(server_, nullptr, 0);
+  server_.terminate();
+  server_.waitForFinished(-1);
 }
 
 // The server keeps a window dump there: a header of 32-bit numbers, highest byte first, a colour table, and the rows.
@@ -124,28 +78,25 @@ Frame Display::frame() const {
     return value;
   };
   constexpr std::size_t kHeaderSize = 0, kWidth = 4, kHeight = 5, kRow = 12, kColours = 19, kColourSize = 12;
-  const std::size_t width = number(kWidth), height = number(kHeight);
-  std::vector<std::uint8_t> pixels;
-  for (std::size_t y = 0; y < height; ++y) {
-    const std::size_t row = number(kHeaderSize) + number(kColours) * kColourSize + y * number(kRow);
-    pixels.insert(pixels.end(), dump.begin() + static_cast<std::ptrdiff_t>(row),
-                  dump.begin() + static_cast<std::ptrdiff_t>(row + 4 * width));
-  }
-  return {static_cast<int>(width), static_cast<int>(height), std::move(pixels)};
+  const auto* rows = reinterpret_cast<const uchar*>(dump.data()) + number(kHeaderSize) + number(kColours) * kColourSize;
+  return Frame(QImage(rows, static_cast<int>(number(kWidth)), static_cast<int>(number(kHeight)),
+                      static_cast<qsizetype>(number(kRow)), QImage::Format_RGB32)
+                   .copy());
 }
 
 void Display::click(int x, int y) const {
-  act({"mousemove", std::to_string(x), std::to_string(y), "click", "1"});
+  act({"mousemove", QString::number(x), QString::number(y), "click", "1"});
 }
 
 void Display::key(const std::string& name) const {
-  act({"key", name});
+  act({"key", QString::fromStdString(name)});
 }
 
-void Display::act(std::vector<std::string> words) const {
-  words.insert(words.begin(), onPath("xdotool"));
-  const pid_t hand = spawn(words, nullptr, {"DISPLAY=" + name_, "PATH=/usr/bin:/bin"});
-  if (hand > 0) waitpid(hand, nullptr, 0);
+void Display::act(const QStringList& words) const {
+  QProcess hand;
+  hand.setEnvironment({QString::fromStdString("DISPLAY=" + name_)});
+  hand.start(QStringLiteral("xdotool"), words);
+  hand.waitForFinished(-1);
 }
 
 }  // namespace tlx::program::test

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <QImage>
+#include <QProcess>
+#include <QStringList>
 #include <array>
-#include <cstdint>
 #include <string>
-#include <vector>
-
-#include <sys/types.h>
+#include <utility>
 
 namespace tlx::program::test {
 
@@ -17,8 +17,7 @@ class Frame {
     int x, y, width, height;
   };
 
-  Frame(int width, int height, std::vector<std::uint8_t> pixels)
-      : width_(width), height_(height), pixels_(std::move(pixels)) {}
+  explicit Frame(QImage image) : image_(std::move(image)) {}
 
   Colour at(int x, int y) const;
   /// How many pixels of the area are, within a few steps, of this colour.
@@ -28,8 +27,7 @@ class Frame {
   bool sameIn(const Area& area, const Frame& other) const;
 
  private:
-  int width_, height_;
-  std::vector<std::uint8_t> pixels_;  ///< blue, green, red, nothing
+  QImage image_;
 };
 
 /// An X server of the test's own, on no screen.
@@ -53,13 +51,10 @@ class Display {
   void key(const std::string& name) const;
 
  private:
-  void act(std::vector<std::string> words) const;
+  void act(const QStringList& words) const;
 
   std::string folder_, error_, name_;
-  pid_t server_ = -1;
+  QProcess server_;
 };
-
-/// Where the shell finds the program; empty when it does not.
-std::string onPath(const std::string& program);
 
 }  // namespace tlx::program::test

@@ -1,19 +1,32 @@
 #include "tests/apps/ProgramRun.h"
 
+#include <QBuffer>
+#include <QImageReader>
 #include <QJsonDocument>
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace tlx::program::test {
 
 std::string contentOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+QImage readPicture(const std::string& path, bool upright) {
+  QByteArray bytes = QByteArray::fromStdString(contentOf(path));
+  QBuffer buffer(&bytes);
+  QImageReader reader(&buffer);
+  reader.setAutoTransform(upright);
+  return reader.read().convertToFormat(QImage::Format_RGBA8888);
+}
+
+double difference(const QImage& one, const QImage& other) {
+  if (one.size() != other.size() || one.isNull()) return 255;
+  double sum = 0;
+  for (qsizetype i = 0; i < one.sizeInBytes(); ++i) sum += std::abs(one.constBits()[i] - other.constBits()[i]);
+  return sum / static_cast<double>(one.sizeInBytes());
 }
 
 std::vector<QJsonObject> Outcome::objects() const {
@@ -37,7 +50,7 @@ std::string ProgramTest::samples() {
   return TLX_SAMPLES;
 }
 
-pid_t ProgramTest::start(const std::vector<std::string>& words, const std::string& out) {
+std::unique_ptr<QProcess> ProgramTest::start(const std::vector<std::string>& words, const std::string& out) {
   const std::string home = top_ / "home";
   std::filesystem::create_directories(home);
   std::filesystem::permissions(home, std::filesystem::perms::owner_all);
@@ -49,36 +62,28 @@ pid_t ProgramTest::start(const std::vector<std::string>& words, const std::strin
     if (const char* const value = std::getenv(kept)) variables.push_back(std::string(kept) + "=" + value);
   }
   variables.insert(variables.end(), environment.begin(), environment.end());
-  std::vector<char*> arguments, settings;
-  std::vector<std::string> all = words;
-  all.insert(all.begin(), TLX_PROGRAM);
-  for (std::string& word : all) arguments.push_back(word.data());
-  for (std::string& variable : variables) settings.push_back(variable.data());
-  arguments.push_back(nullptr);
-  settings.push_back(nullptr);
-
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addopen(&files, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&files, 2, (top_ / "err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  pid_t process = -1;
-  const int failed = posix_spawn(&process, TLX_PROGRAM, &files, nullptr, arguments.data(), settings.data());
-  posix_spawn_file_actions_destroy(&files);
-  if (failed) ADD_FAILURE() << TLX_PROGRAM << ": " << std::strerror(failed);
+  auto process = std::make_unique<QProcess>();
+  QStringList arguments, settings;
+  for (const std::string& word : words) arguments << QString::fromStdString(word);
+  for (const std::string& variable : variables) settings << QString::fromStdString(variable);
+  process->setEnvironment(settings);
+  process->setStandardInputFile(QProcess::nullDevice());
+  process->setStandardOutputFile(QString::fromStdString(out));
+  process->setStandardErrorFile(QString::fromStdString(top_ / "err"));
+  process->start(QStringLiteral(TLX_PROGRAM), arguments);
+  EXPECT_TRUE(process->waitForStarted(-1)) << TLX_PROGRAM << ": " << process->errorString().toStdString();
   return process;
 }
 
-int ProgramTest::waitFor(pid_t process) {
-  int status = 0;
-  if (waitpid(process, &status, 0) != process || !WIFEXITED(status)) return -1;
-  return WEXITSTATUS(status);
+int ProgramTest::waitFor(QProcess& process) {
+  process.waitForFinished(-1);
+  return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
 }
 
 Outcome ProgramTest::run(const std::vector<std::string>& words, const std::string& out) {
   const std::string kept = out.empty() ? top_ / "out" : out;
   Outcome outcome;
-  outcome.status = waitFor(start(words, kept));
+  outcome.status = waitFor(*start(words, kept));
   if (out.empty()) outcome.out = contentOf(kept);
   outcome.err = contentOf(top_ / "err");
   return outcome;

@@ -1,15 +1,20 @@
 #pragma once
 
 #include <QByteArray>
+#include <QImage>
 #include <QJsonObject>
+#include <QProcess>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "tests/apps/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tlx::program::test {
+
+using support::TemporaryFolder;
 
 struct Outcome {
   int status = -1;  ///< the exit status; -1 when a signal ended the program
@@ -26,9 +31,10 @@ class ProgramTest : public testing::Test {
  protected:
   /// Returns when the program has ended. `out` is where standard output goes instead of into the outcome.
   Outcome run(const std::vector<std::string>& words, const std::string& out = {});
-  /// Returns at once.
-  pid_t start(const std::vector<std::string>& words, const std::string& out);
-  static int waitFor(pid_t process);
+  /// Returns when the program runs. What it writes on standard error goes to "err" in `top_`.
+  std::unique_ptr<QProcess> start(const std::vector<std::string>& words, const std::string& out);
+  /// Its exit status once it has ended; -1 when a signal ended it.
+  static int waitFor(QProcess& process);
   /// Variables beside the home: "NAME=value".
   std::vector<std::string> environment;
 
@@ -39,5 +45,11 @@ class ProgramTest : public testing::Test {
 };
 
 std::string contentOf(const std::string& path);
+
+/// The picture in a file as another program reads it, in RGBA: as it lies there, or turned upright. Nothing in it when
+/// the file holds none.
+QImage readPicture(const std::string& path, bool upright = false);
+/// The mean difference of two pictures' channels; 255 when their sizes differ.
+double difference(const QImage& one, const QImage& other);
 
 }  // namespace tlx::program::test

@@ -1,12 +1,7 @@
 #include "tests/apps/ScreenTest.h"
 
-#include <chrono>
+#include <QElapsedTimer>
 #include <utility>
-
-#include <poll.h>
-#include <signal.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace tlx::program::test {
 
@@ -17,29 +12,27 @@ void ScreenTest::SetUp() {
 }
 
 void ScreenTest::TearDown() {
-  if (process_ < 0) return;
-  kill(process_, SIGKILL);
-  waitFor(process_);
+  if (!process_) return;
+  process_->kill();
+  waitFor(*process_);
 }
 
 bool ScreenTest::see(const char* what, const std::function<bool(const Frame&)>& isThere) {
-  const int ended = static_cast<int>(syscall(SYS_pidfd_open, process_, 0));
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  constexpr int kBetweenLooks = 15, kPatience = 120'000;  // milliseconds
+  QElapsedTimer waited;
+  waited.start();
   bool seen = false;
-  for (bool running = true; !seen && running && std::chrono::steady_clock::now() < deadline;) {
+  for (bool running = true; !seen && running && !waited.hasExpired(kPatience);) {
     seen = isThere(display_->frame());
-    constexpr int kBetweenLooks = 15;  // milliseconds
-    pollfd end = {ended, POLLIN, 0};
-    running = poll(&end, 1, kBetweenLooks) == 0;
+    running = !process_->waitForFinished(kBetweenLooks);
   }
-  close(ended);
   EXPECT_TRUE(seen) << what << "\n" << contentOf(top_ / "err");
   return seen;
 }
 
 Outcome ScreenTest::end() {
   Outcome outcome;
-  outcome.status = waitFor(std::exchange(process_, -1));
+  outcome.status = waitFor(*std::exchange(process_, nullptr));
   outcome.out = contentOf(top_ / "out");
   outcome.err = contentOf(top_ / "err");
   return outcome;

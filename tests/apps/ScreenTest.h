@@ -5,8 +5,6 @@
 #include <string>
 #include <vector>
 
-#include <sys/types.h>
-
 #include "tests/apps/Display.h"
 #include "tests/apps/ProgramRun.h"
 
@@ -28,7 +26,7 @@ class ScreenTest : public ProgramTest {
   Outcome end();
 
   std::unique_ptr<Display> display_;
-  pid_t process_ = -1;
+  std::unique_ptr<QProcess> process_;
 };
 
 /// Where things are in a window of 1024 x 720, as a person sees them.

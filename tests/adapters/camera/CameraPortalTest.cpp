@@ -1,7 +1,6 @@
 #include <atomic>
-#include <cerrno>
+#include <future>
 #include <string>
-#include <thread>
 
 #include <fcntl.h>
 #include <gio/gio.h>
@@ -39,18 +38,18 @@ class Desktop {
                                                   "RequestName",
                                                   g_variant_new("(su)", "org.freedesktop.portal.Desktop", 0), nullptr,
                                                   G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
-      ready_ = true;
+      ready_.set_value();
     });
-    while (!ready_) std::this_thread::yield();
+    ready_.get_future().wait();
   }
   ~Desktop() {
-    std::atomic<bool> gone = false;
+    std::promise<void> gone;
     loop_.post([&] {
       g_object_unref(connection_);
       g_dbus_node_info_unref(node_);
-      gone = true;
+      gone.set_value();
     });
-    while (!gone) std::this_thread::yield();
+    gone.get_future().wait();
     g_test_dbus_stop(bus_);
     g_object_unref(bus_);
   }
@@ -87,7 +86,7 @@ class Desktop {
   GTestDBus* bus_;
   GDBusConnection* connection_ = nullptr;
   GDBusNodeInfo* node_ = nullptr;
-  std::atomic<bool> ready_ = false;
+  std::promise<void> ready_;
   GlibLoop loop_;
 };
 

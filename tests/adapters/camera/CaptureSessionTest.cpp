@@ -4,52 +4,57 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <stdlib.h>
-#include <sys/stat.h>
 
 #include "tlx/platform/uikit/UIImage.h"
 
 #include "adapters/camera/GstCamera.h"
 #include "adapters/memory/MemoryPlatform.h"
+#include "tests/contracts/CameraContract.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tlx::camera {
 namespace {
 
 using testing::ElementsAre;
 
-/// Hears everything, and keeps it.
-struct Listener final : CaptureSessionListener {
-  void previewChanged() override { ++previews; }
-  void devicesChanged() override { ++deviceChanges; }
-  void photoTaken(const std::shared_ptr<const UIImage>& taken) override { photo = taken; }
-  void recordingEnded(const std::optional<AVRecording>& made, const std::optional<NSError>& why) override {
-    ++recordings;
-    recording = made;
-    error = why;
-  }
-  void failed(const NSError& why) override { failure = why; }
-  int previews = 0, deviceChanges = 0, recordings = 0;
-  std::shared_ptr<const UIImage> photo;
-  std::optional<AVRecording> recording;
-  std::optional<NSError> error, failure;
-};
-
-class CaptureSessionTest : public testing::Test {
- protected:
-  CaptureSessionTest() {
-    std::string name = (std::filesystem::temp_directory_path() / "tlx-camera-XXXXXX").string();
-    folder = ::mkdtemp(name.data());
+/// A machine with GStreamer's own test pictures in place of cameras.
+struct Machine {
+  Machine() {
     options.test = true;
     options.folder = folder / "captures";
     options.spareBytes = 0;
   }
-  ~CaptureSessionTest() override {
-    session.reset();
-    std::filesystem::remove_all(folder);
+  GstCamera& camera() { return made.emplace(options, platform.loop); }
+
+  const support::TemporaryFolder folder;
+  memory::MemoryPlatform platform;
+  GstCamera::Options options;
+  std::optional<GstCamera> made;
+};
+
+class GstCameraWorld final : public contracts::CameraWorld, private Machine {
+ public:
+  MainQueuePort& mainQueue() override { return platform.loop; }
+  bool runUntil(const std::function<bool()>& done) override { return platform.loop.runUntil(done); }
+  void settle() override { platform.runUntilIdle(); }
+  CameraPort* camera(Cameras cameras) override {
+    if (cameras == Cameras::None && std::filesystem::exists("/dev/video0")) return nullptr;
+    options.test = cameras != Cameras::None;
+    if (cameras == Cameras::GoWhileRecording)
+      options.testPictures = "videotestsrc is-live=true ! identity error-after=60";
+    return &Machine::camera();
   }
+};
+
+std::unique_ptr<contracts::CameraWorld> makeCameraWorld() {
+  return std::make_unique<GstCameraWorld>();
+}
+
+class CaptureSessionTest : public testing::Test, protected Machine {
+ protected:
   void open(CaptureKind kind, const std::string& device = "") {
-    camera.emplace(options, platform.loop);
-    session = camera->makeSession(listener);
+    session.reset();
+    session = camera().makeSession(listener);
     session->open(kind, device);
   }
   template <class Done>
@@ -70,25 +75,19 @@ class CaptureSessionTest : public testing::Test {
     session->stopRecording();
     ASSERT_TRUE(wait([&] { return listener.recordings > 0; }));
   }
-  std::size_t filesLeft() const {
-    return std::filesystem::exists(folder / "captures")
-               ? static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder / "captures"), {}))
+  std::ptrdiff_t filesLeft() const {
+    return std::filesystem::exists(options.folder)
+               ? std::distance(std::filesystem::directory_iterator(options.folder), {})
                : 0;
   }
 
-  memory::MemoryPlatform platform;
-  std::filesystem::path folder;
-  GstCamera::Options options;
-  std::optional<GstCamera> camera;
-  Listener listener;
+  contracts::CameraListener listener{platform.loop};
   std::unique_ptr<CaptureSession> session;
 };
 
 TEST_F(CaptureSessionTest, PhotosHaveTheSensorsPixelsAndPreviewsAScreens) {
   open(CaptureKind::Photo, "test:front");
   ASSERT_TRUE(sees());
-  EXPECT_EQ(session->devices().size(), 2u);
-  EXPECT_EQ(session->device(), 1u);
   EXPECT_EQ(session->devices()[1].facing, CaptureDevice::Facing::Front);
   EXPECT_EQ(session->preview()->width(), 1280u);
   EXPECT_EQ(session->preview()->height(), 960u);
@@ -96,20 +95,6 @@ TEST_F(CaptureSessionTest, PhotosHaveTheSensorsPixelsAndPreviewsAScreens) {
   ASSERT_TRUE(wait([&] { return listener.photo != nullptr; }));
   EXPECT_EQ(listener.photo->size(), CGSizeMake(2048, 1536));
   EXPECT_EQ(listener.photo->imageOrientation(), UIImageOrientationUp);
-  session->open(CaptureKind::Photo, "test:back");
-  ASSERT_TRUE(wait([&] { return session->device() == 0; }));
-  EXPECT_TRUE(sees()) << "the other camera";
-  EXPECT_FALSE(session->isRecording());
-  EXPECT_FALSE(listener.failure);
-}
-
-TEST_F(CaptureSessionTest, AMachineWithoutACameraSaysSo) {
-  if (std::filesystem::exists("/dev/video0")) GTEST_SKIP() << "this one has a camera";
-  options.test = false;
-  open(CaptureKind::Photo);
-  ASSERT_TRUE(wait([&] { return listener.failure.has_value(); }));
-  EXPECT_EQ(listener.failure->code, CameraErrorNoDevice);
-  EXPECT_TRUE(session->devices().empty());
 }
 
 TEST_F(CaptureSessionTest, ASensorThatLiesOnItsSideSaysSo) {
@@ -125,7 +110,7 @@ TEST_F(CaptureSessionTest, ASensorThatLiesOnItsSideSaysSo) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.reason);
-    listener = {};
+    listener.forget();
     options.testPictures = std::string("videotestsrc is-live=true ! taginject tags=image-orientation=") + row.tag;
     open(CaptureKind::Photo);
     ASSERT_TRUE(sees());
@@ -136,16 +121,13 @@ TEST_F(CaptureSessionTest, ASensorThatLiesOnItsSideSaysSo) {
     EXPECT_EQ(listener.photo->imageOrientation(), row.told);
     EXPECT_EQ(listener.photo->size(), CGSizeMake(1536, 2048));
     if (row.told != UIImageOrientationUp) continue;
-    // Away from the corner of the pattern that never looks the same twice.
-    const auto& photo = *listener.photo->bitmap();
-    for (const auto& [x, y] : {std::pair(0.1, 0.1), {0.1, 0.4}, {0.1, 0.9}, {0.4, 0.1}, {0.4, 0.9}, {0.9, 0.1}}) {
-      const auto pixel = [x = x, y = y](const CGImage& of, std::size_t channel) {
-        return int{of.row(static_cast<std::size_t>(
-            y * static_cast<double>(
-                    of.height())))[4 * static_cast<std::size_t>(x * static_cast<double>(of.width())) + channel]};
-      };
-      for (std::size_t channel = 0; channel < 3; ++channel) {
-        EXPECT_NEAR(pixel(photo, channel), pixel(*preview, channel), 8) << x << " " << y;
+    // Away from the corners into which the part of the pattern comes that never looks the same twice.
+    const auto at = [](const CGImage& of, std::size_t x, std::size_t y) {
+      return of.row(of.height() * y / 10) + 4 * (of.width() * x / 10);
+    };
+    for (const auto& [x, y] : {std::pair(1u, 9u), {9u, 1u}, {1u, 4u}, {4u, 1u}, {4u, 9u}, {9u, 4u}}) {
+      for (int channel = 0; channel < 3; ++channel) {
+        EXPECT_NEAR(at(*listener.photo->bitmap(), x, y)[channel], at(*preview, x, y)[channel], 8) << x << " " << y;
       }
     }
   }
@@ -156,82 +138,59 @@ TEST_F(CaptureSessionTest, MoviesAreWrittenAsThisMachineCan) {
     const char* why;
     bool sound;
     std::vector<std::string> without;
-    std::string ending, video;
-    std::vector<std::string> audio;
+    std::string ending;
+    std::vector<std::string> codecs;
   };
   const std::vector<std::string> noH264 = {"vah264enc",   "vah264lpenc", "vaapih264enc", "nvh264enc",  "qsvh264enc",
                                            "v4l2h264enc", "omxh264enc",  "x264enc",      "openh264enc"};
   const Row rows[] = {
-      {"H.264 and AAC", true, {}, ".mp4", "h264", {"aac"}},
-      {"no microphone", false, {}, ".mp4", "h264", {}},
-      {"no H.264", true, noH264, ".webm", "vp8", {"opus"}},
+      {"H.264 and AAC", true, {}, ".mp4", {"h264", "aac"}},
+      {"no microphone", false, {}, ".mp4", {"h264"}},
+      {"no H.264", true, noH264, ".webm", {"vp8", "opus"}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
-    listener = {};
+    listener.forget();
     options.testSound = row.sound;
     options.withoutEncoders = row.without;
     open(CaptureKind::Movie);
-    record(1.5);
+    record(1);
     ASSERT_TRUE(listener.recording) << (listener.error ? listener.error->localizedDescription : "");
     EXPECT_FALSE(listener.error);
-    const AVRecording& made = *listener.recording;
-    EXPECT_EQ(std::filesystem::path(made.path).extension(), row.ending);
-    EXPECT_NEAR(made.duration, 1.5, 0.5);
-    const auto asset = AVURLAsset::URLAssetWithURL_options(made);
-    const auto pictures = asset->tracksWithMediaType(AVMediaTypeVideo);
-    ASSERT_EQ(pictures.size(), 1u);
-    EXPECT_EQ(pictures[0].codec, row.video);
-    EXPECT_EQ(pictures[0].width, 1280);
-    EXPECT_EQ(pictures[0].height, 720);
-    std::vector<std::string> audio;
-    for (const auto& track : asset->tracksWithMediaType(AVMediaTypeAudio)) audio.push_back(track.codec);
-    EXPECT_EQ(audio, row.audio);
-    EXPECT_EQ(filesLeft(), 1u);
+    EXPECT_EQ(std::filesystem::path(listener.recording->path).extension(), row.ending);
+    EXPECT_GE(listener.recording->duration, 1);
+    std::vector<std::string> codecs;
+    for (const AVAssetTrack& track : listener.recording->tracks) {
+      codecs.push_back(track.codec);
+      if (track.mediaType == AVMediaTypeVideo) {
+        EXPECT_EQ(std::pair(track.width, track.height), std::pair(1280, 720));
+      }
+    }
+    EXPECT_THAT(codecs, testing::UnorderedElementsAreArray(row.codecs));
+    EXPECT_EQ(filesLeft(), 1);
     session.reset();
-    EXPECT_EQ(filesLeft(), 1u) << "whoever holds the recording keeps its file";
+    EXPECT_EQ(filesLeft(), 1) << "whoever holds the recording keeps its file";
   }
-  listener = {};
-  EXPECT_EQ(filesLeft(), 0u) << "and nobody else does";
+  listener.forget();
+  EXPECT_EQ(filesLeft(), 0) << "and nobody else does";
 }
 
-TEST_F(CaptureSessionTest, WhatCutsARecordingShortIsToldAndWhatWasRecordedCanBePlayed) {
-  struct Row {
-    const char* why;
-    const char* pictures;
-    std::uint64_t spare;
-    CameraErrorCode code;
-    bool recorded;
-    bool cameraLost;
-  };
-  const Row rows[] = {
-      {"unplugged", "videotestsrc is-live=true ! identity error-after=60", 0, CameraErrorDisconnected, true, true},
-      {"the driver stops", "videotestsrc is-live=true num-buffers=60", 0, CameraErrorDisconnected, true, true},
-      {"the disk is nearly full", "", ~std::uint64_t{0}, CameraErrorNoSpace, false, false},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.why);
-    listener = {};
-    options.testPictures = row.pictures;
-    options.spareBytes = row.spare;
-    open(CaptureKind::Movie);
-    record(1000);
-    ASSERT_TRUE(listener.error);
-    EXPECT_EQ(listener.error->code, row.code) << listener.error->localizedDescription;
-    if (row.recorded) {
-      ASSERT_TRUE(listener.recording);
-      EXPECT_GT(listener.recording->duration, 0.5);
-      EXPECT_LT(listener.recording->duration, 2.5);
-      EXPECT_FALSE(listener.recording->tracks.empty());
-    }
-    if (!row.cameraLost) {
-      EXPECT_FALSE(listener.failure) << "it goes on showing pictures";
-      continue;
-    }
-    ASSERT_TRUE(wait([&] { return listener.failure.has_value(); }));
-    session->open(CaptureKind::Movie, "");
-    EXPECT_TRUE(sees()) << "plugged in again";
-  }
+TEST_F(CaptureSessionTest, WhatCutsARecordingShortIsTold) {
+  options.testPictures = "videotestsrc is-live=true num-buffers=60";
+  open(CaptureKind::Movie);
+  record(1000);
+  ASSERT_TRUE(listener.error);
+  EXPECT_EQ(listener.error->code, CameraErrorDisconnected) << "the driver stops";
+  ASSERT_TRUE(listener.recording);
+
+  listener.forget();
+  options.testPictures = "";
+  options.spareBytes = ~std::uint64_t{0};
+  open(CaptureKind::Movie);
+  record(1000);
+  ASSERT_TRUE(listener.error);
+  EXPECT_EQ(listener.error->code, CameraErrorNoSpace) << "the disk is nearly full";
+  EXPECT_FALSE(listener.failure) << "it goes on showing pictures";
 }
 
 TEST_F(CaptureSessionTest, NothingIsLeftOfWhatCameToNothing) {
@@ -249,14 +208,14 @@ TEST_F(CaptureSessionTest, NothingIsLeftOfWhatCameToNothing) {
   session->startRecording();
   ASSERT_TRUE(wait([&] { return session->preview() && session->recordedSeconds().value_or(0) > 0.3; }));
   session.reset();  // left in the middle
-  EXPECT_EQ(filesLeft(), 0u);
+  EXPECT_EQ(filesLeft(), 0);
   // A program that was killed left this one.
-  const auto abandoned = folder / "captures" / "recording-abc.mp4";
+  const auto abandoned = std::filesystem::path(options.folder) / "recording-abc.mp4";
   std::ofstream(abandoned) << "half a movie";
   std::filesystem::last_write_time(abandoned, std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
   open(CaptureKind::Photo);
   ASSERT_TRUE(sees());
-  EXPECT_EQ(filesLeft(), 0u);
+  EXPECT_EQ(filesLeft(), 0);
 }
 
 /// Says what a test tells it to, and remembers being asked.
@@ -290,7 +249,7 @@ TEST_F(CaptureSessionTest, ThePersonAndTheDevicesRightsDecide) {
   }
   Person person;
   options.consent = &person;
-  options.devicesFolder = folder;
+  options.devicesFolder = folder.path();
   const GstCamera guarded(options, platform.loop);
   EXPECT_EQ(guarded.authorizationStatus(), AVAuthorizationStatusNotDetermined) << "no camera refuses nothing";
   // Rights do not bind root: what cannot be opened by anybody is a link to nowhere.
@@ -302,3 +261,7 @@ TEST_F(CaptureSessionTest, ThePersonAndTheDevicesRightsDecide) {
 
 }  // namespace
 }  // namespace tlx::camera
+
+namespace tlx::contracts {
+INSTANTIATE_TEST_SUITE_P(Gstreamer, CameraContract, testing::Values(&camera::makeCameraWorld));
+}  // namespace tlx::contracts

@@ -18,6 +18,7 @@ using testing::Not;
 class CaptureScreen : public testing::Test {
  protected:
   void open(std::int64_t kind = 0) {
+    camera.bench.showsAtOnce = false;
     session.open();
     session.picker->mediaType = kind;
     session.picker->btnCameraPressed();
@@ -25,16 +26,22 @@ class CaptureScreen : public testing::Test {
   }
   Names heard() {
     session.wait(0.1);
-    return std::exchange(camera.heard, {});
+    return std::exchange(camera.bench.asked, {});
   }
   void fail(CameraErrorCode code) {
-    camera.listener->failed({kCameraErrorDomain, code, "a cause"});
+    look().lose(error(code));
     session.wait(0.1);
   }
-  bool isOpen() { return camera.listener != nullptr; }
+  void show() {
+    look().show();
+    session.wait(0.1);
+  }
+  bool isOpen() { return camera.bench.session != nullptr; }
+  memory::MemoryCaptureSession& look() { return *camera.bench.session; }
+  static NSError error(CameraErrorCode code) { return {kCameraErrorDomain, code, "a cause"}; }
 
   PickerWindow session;
-  ScriptedCamera& camera = session.camera;
+  memory::MemoryCamera& camera = session.camera;
   ScreenReader reader{session};
 };
 
@@ -43,26 +50,22 @@ TEST_F(CaptureScreen, KeysAndReadersReachEverything) {
   EXPECT_THAT(heard(), ElementsAre("open photo "));
   session.press(Qt::Key_Space);
   EXPECT_THAT(heard(), IsEmpty()) << "there is nothing to take yet";
-  camera.show();
-  session.wait(0.1);
+  show();
   EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Take photo", "Switch camera"));
   EXPECT_THAT(reader.names(QAccessible::RadioButton), ElementsAre("Video", "Photo"));
   reader.press("Switch camera");
   EXPECT_THAT(heard(), ElementsAre("open photo front"));
   reader.press("Video");
   EXPECT_THAT(heard(), ElementsAre("open movie front"));
-  camera.show();
+  show();
   session.press(Qt::Key_Space);
   EXPECT_THAT(heard(), ElementsAre("start"));
-  camera.recorded = 67.5;
-  camera.listener->previewChanged();
+  look().record(67.5);
   session.wait(0.1);
   EXPECT_THAT(reader.names(), Contains("Recording, 1:07"));
   EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Stop recording"));
   session.press(Qt::Key_Space);
   EXPECT_THAT(heard(), ElementsAre("stop"));
-  camera.listener->recordingEnded(AVRecording{"/nowhere.mp4", {}, 67.5, nullptr}, std::nullopt);
-  session.wait(0.1);
   EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Retake", "Use video"));
   reader.press("Retake");
   EXPECT_THAT(heard(), IsEmpty()) << "the camera has been open all the time";
@@ -101,15 +104,16 @@ TEST_F(CaptureScreen, SaysWhatIsWrongAndTriesAgain) {
   }
   fail(CameraErrorNoDevice);
   heard();
-  camera.listener->devicesChanged();
+  camera.plugIn({"third", "Another camera"});
   EXPECT_THAT(heard(), ElementsAre("open photo ")) << "one was plugged in";
 }
 
 TEST_F(CaptureScreen, WhatWasTakenBeforeItFailedIsKept) {
   open();
-  camera.show();
+  show();
+  camera.bench.photo = memory::solidPicture(40, 30, 0x204060, UIImageOrientationRight);
   session.press(Qt::Key_Space);
-  camera.listener->photoTaken(memory::solidPicture(40, 30, 0x204060, UIImageOrientationRight));
+  session.wait(0.1);
   fail(CameraErrorDisconnected);
   EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Retake", "Use photo"));
   reader.press("Use photo");
@@ -120,18 +124,17 @@ TEST_F(CaptureScreen, WhatWasTakenBeforeItFailedIsKept) {
   session.picker->btnCameraPressed();
   session.wait(1);
   reader.press("Video");
-  camera.show();
+  show();
   session.press(Qt::Key_Space);
-  camera.listener->recordingEnded(AVRecording{"/nowhere.mp4", {}, 3, nullptr},
-                                  NSError{kCameraErrorDomain, CameraErrorNoSpace, ""});
+  look().record(3);
+  look().cutShort(error(CameraErrorNoSpace));
   session.wait(0.1);
   EXPECT_THAT(reader.names(), Contains("The disk is full. What was recorded until then is kept."));
   heard();
   reader.press("Retake");
+  camera.bench.failures = {{memory::MemoryCameraBench::Step::Record, error(CameraErrorNoEncoder)}};
   session.press(Qt::Key_Space);
   EXPECT_THAT(heard(), ElementsAre("start"));
-  camera.listener->recordingEnded(std::nullopt, NSError{kCameraErrorDomain, CameraErrorNoEncoder, ""});
-  session.wait(0.1);
   EXPECT_THAT(reader.names(),
               Contains("Videos cannot be recorded\nThis computer has no video encoder that GStreamer can use."));
 }

@@ -15,9 +15,9 @@
 
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MainLoop.h"
+#include "adapters/memory/MemoryCamera.h"
 #include "adapters/qtquick/QtPlatform.h"
 #include "adapters/qtquick/views/ViewItem.h"
-#include "tests/adapters/qtquick/ScriptedCamera.h"
 #include "tests/support/PickerSession.h"
 
 namespace tlx::test {
@@ -40,7 +40,7 @@ class PickerWindow {
   memory::MemoryPhotoLibrary library{background};
   memory::MemoryImageManager images{library, loop, background};
   memory::MemoryReachability reachability;
-  ScriptedCamera camera;
+  memory::MemoryCamera camera{background, loop};
   QQuickWindow window;
   std::optional<qtquick::QtPlatform> platform;
   PickerHost host{log};

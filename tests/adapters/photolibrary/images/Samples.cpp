@@ -153,17 +153,6 @@ void insertPngExif(const std::string& path, int orientation) {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "tlx-images-XXXXXX").string();
-  if (!::mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-  path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(path_, ignored);
-}
-
 std::vector<std::uint8_t> quarters(int width, int height) {
   std::vector<std::uint8_t> rgba;
   for (int y = 0; y < height; ++y) {

@@ -15,22 +15,11 @@
 #include "tlx/platform/coregraphics/CGImage.h"
 
 #include "adapters/photolibrary/source/ItemStore.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tlx::photolibrary::test {
 
-/// A folder of the test's own, gone with it.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-  std::string file(const std::string& name) const { return (path_ / name).string(); }
-  const std::filesystem::path& path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
+using support::TemporaryFolder;
 
 using Colour = std::array<std::uint8_t, 4>;
 inline constexpr Colour red{255, 0, 0, 255}, green{0, 255, 0, 255}, blue{0, 0, 255, 255}, white{255, 255, 255, 255};

@@ -6,13 +6,13 @@
 
 #include <stdlib.h>
 
-namespace tlx::program::test {
+namespace tlx::support {
 
 /// A new empty folder, gone with the object.
 class TemporaryFolder {
  public:
   TemporaryFolder() {
-    std::string name = (std::filesystem::temp_directory_path() / "tlx-program-XXXXXX").string();
+    std::string name = (std::filesystem::temp_directory_path() / "tlx-test-XXXXXX").string();
     if (!mkdtemp(name.data())) throw std::system_error(errno, std::generic_category(), name);
     path_ = name;
   }
@@ -24,10 +24,11 @@ class TemporaryFolder {
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
   const std::filesystem::path& path() const { return path_; }
-  std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+  std::string file(const std::string& name) const { return (path_ / name).string(); }
+  std::string operator/(const std::string& name) const { return file(name); }
 
  private:
   std::filesystem::path path_;
 };
 
-}  // namespace tlx::program::test
+}  // namespace tlx::support
