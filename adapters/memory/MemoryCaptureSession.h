@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tlx/platform/avfoundation/CameraPort.h"
-#include "tlx/platform/dispatch/MainQueue.h"
+#include "tlx/platform/dispatch/MainQueuePort.h"
 
 namespace tlx::memory {
 

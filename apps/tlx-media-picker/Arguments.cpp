@@ -115,6 +115,8 @@ Options::Options() : context_(g_option_context_new(nullptr), &g_option_context_f
       });
   add(any, "cloud-credentials", "FILE", "Lines of URL, USER and PASSWORD, for folders below that URL",
       text(a.cloudCredentials));
+  add(any, "follow-links", nullptr, "Also look through folders outside of the named ones that links lead to",
+      set(a.followLinks));
   add(any, "kind", "all|images|videos", "What may be picked (all)",
       oneOf(a.kind, {{"all", 0}, {"images", 1}, {"videos", 2}}));
   add(any, "max", "N", "How many items at most (-1: no limit; 0 refuses the first)", [&a](const std::string& v) {

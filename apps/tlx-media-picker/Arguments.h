@@ -30,6 +30,7 @@ struct Arguments {
   std::uint32_t windowWidth = 1024, windowHeight = 720;
   std::string output;
   Format format = Format::Json;
+  bool followLinks = false;  ///< also where they lead out of the folders
   bool headless = false, list = false, help = false, version = false;
   std::vector<Pick> picks;
   OnFailure onFailure = OnFailure::Cancel;

@@ -1,11 +1,8 @@
 #include "apps/tlx-media-picker/CloudCredentials.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
-#include <thread>
 #include <utility>
 
 #include <sys/stat.h>
@@ -58,44 +55,38 @@ CloudCredentials::CloudCredentials(const std::string& file, bool mayAsk) : mayAs
 void CloudCredentials::setAsker(Asker asker) {
   const std::lock_guard lock(mutex_);
   asker_ = std::move(asker);
+  changed_.notify_all();
 }
 
 std::optional<photolibrary::Credentials> CloudCredentials::ask(const std::string& address,
                                                                const std::stop_token& stop) {
-  constexpr std::chrono::milliseconds kGlance{20};
-  std::unique_lock oneAtATime(asking_, std::defer_lock);
-  while (!oneAtATime.try_lock_for(kGlance)) {
-    if (stop.stop_requested()) return std::nullopt;
-  }
+  if (!mayAsk_) return std::nullopt;
   struct Said {
     std::mutex mutex;
-    std::condition_variable changed;
+    std::condition_variable_any changed;
     bool answered = false;
     std::optional<photolibrary::Credentials> credentials;
   };
   const auto said = std::make_shared<Said>();
-  const auto put = [&] {
-    // Held while asking, so that whoever takes the asker away knows that it is not asked any more.
-    const std::lock_guard lock(mutex_);
-    if (!asker_) return false;
-    asker_(address, [said](std::optional<photolibrary::Credentials> credentials) {
-      const std::lock_guard answering(said->mutex);
-      said->credentials = std::move(credentials);
-      said->answered = true;
-      said->changed.notify_all();
-    });
-    return true;
-  };
-  for (bool isPut = false; !isPut;) {
-    if (!mayAsk_ || stop.stop_requested()) return std::nullopt;
-    isPut = put();
-    if (!isPut) std::this_thread::sleep_for(kGlance);
-  }
-  std::unique_lock lock(said->mutex);
-  while (!said->changed.wait_for(lock, kGlance, [&] { return said->answered; })) {
-    if (stop.stop_requested()) return std::nullopt;
-  }
-  return said->credentials;
+  std::unique_lock lock(mutex_);
+  if (!changed_.wait(lock, stop, [this] { return asker_ && !isAsking_; })) return std::nullopt;
+  isAsking_ = true;
+  // Under the lock, so that whoever takes the asker away knows that it is not asked any more.
+  asker_(address, [said](std::optional<photolibrary::Credentials> credentials) {
+    const std::lock_guard answering(said->mutex);
+    said->credentials = std::move(credentials);
+    said->answered = true;
+    said->changed.notify_all();
+  });
+  lock.unlock();
+  std::unique_lock answering(said->mutex);
+  const bool answered = said->changed.wait(answering, stop, [&] { return said->answered; });
+  const auto credentials = answered ? said->credentials : std::nullopt;
+  answering.unlock();
+  lock.lock();
+  isAsking_ = false;
+  changed_.notify_all();
+  return credentials;
 }
 
 void CloudCredentials::accepted(const std::string& address, const photolibrary::Credentials& credentials) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <functional>
 #include <map>
 #include <memory>
@@ -48,9 +49,10 @@ class CloudCredentials final : public photolibrary::CredentialSource {
   photolibrary::Credentials environment_;
   std::string problem_;
   const bool mayAsk_;
-  std::timed_mutex asking_;  ///< held while the person is asked
-  std::mutex mutex_;         ///< guards what follows
+  std::mutex mutex_;  ///< guards what follows
+  std::condition_variable_any changed_;
   Asker asker_;
+  bool isAsking_ = false;              ///< the person
   std::map<std::string, Place> next_;  ///< by address
 };
 

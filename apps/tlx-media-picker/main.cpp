@@ -76,7 +76,8 @@ std::unique_ptr<photolibrary::Source> sourceOf(const Arguments& arguments, Cloud
   const bool own = arguments.folders.empty() && arguments.clouds.empty();
   std::vector<std::unique_ptr<Source>> sources;
   if (own || !arguments.folders.empty()) {
-    sources.push_back(std::make_unique<FolderSource>(own ? defaultRoots() : arguments.folders, log));
+    const auto links = arguments.followLinks ? FolderSource::Links::Anywhere : FolderSource::Links::WithinRoots;
+    sources.push_back(std::make_unique<FolderSource>(own ? defaultRoots() : arguments.folders, log, links));
   }
   WebDavSource::Settings settings;
   settings.cacheFolder = xdgCacheHome() + "/tlx-media-picker";

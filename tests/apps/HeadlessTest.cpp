@@ -285,6 +285,9 @@ TEST_F(Headless, SaysWhatIsWrongAndPrintsNoResults) {
   }
   EXPECT_EQ(run({"--headless", "--list", top_ / "empty"}).out, "{\"albums\":[]}\n");
   EXPECT_EQ(list({samples(), top_ / "missing"})[0].first, "Camera Roll") << "one root of two is access";
+  fs::create_directory_symlink(samples() + "/Turned", top_ / "empty/link");
+  EXPECT_THAT(list({top_ / "empty"}), IsEmpty()) << "out of the folder";
+  EXPECT_THAT(list({"--follow-links", top_ / "empty"}), testing::Contains(std::pair(std::string("Camera Roll"), 8)));
 }
 
 TEST_F(Headless, ResultsThatCannotBeWrittenAreAFailure) {
