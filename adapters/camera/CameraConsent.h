@@ -15,7 +15,7 @@ class CameraConsent {
   /// Main thread. What the person decided; nothing when they were not asked.
   virtual std::optional<bool> cameraAllowed() const = 0;
   /// Main thread, at most once at a time and never when the person has decided. Remembers what they say, then calls
-  /// `answer`, which may outlive the camera; only its first call counts. Letting it go uncalled leaves the question
+  /// `answer`, which may outlive the camera; only its first call counts. Dropping it uncalled leaves the question
   /// open.
   virtual void askForCamera(Answer answer) = 0;
 };

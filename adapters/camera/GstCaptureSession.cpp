@@ -15,7 +15,7 @@ namespace {
 
 constexpr unsigned kFirstPicturePatience = 8000;  // milliseconds
 /// A microphone takes a moment to wake; whoever records right after opening the camera waits for it, but not for long.
-constexpr unsigned kSoundPatience = 1000, kSoundInterval = 20;  // milliseconds
+constexpr unsigned kSoundPatience = 1000;  // milliseconds
 /// A screen's worth: more would be scaled down again for every frame.
 constexpr int kPreviewSide = 1280;
 
@@ -82,11 +82,12 @@ class GstCaptureSession::Engine {
 
   void open(CaptureKind kind, const std::string& identifier);
   void takePhoto();
-  void startRecording() { startRecording(kSoundPatience); }
+  void startRecording() { startRecording(true); }
   void stopRecording(std::optional<NSError> cause);
 
  private:
-  void startRecording(unsigned patience);
+  void startRecording(bool waitsForSound);
+  void endWaitForSound();
   void devicesChanged();
   void flowPreview(GstSample& sample);
   void flowWhole(GstSample& sample, GstElement& pipeline);
@@ -108,7 +109,9 @@ class GstCaptureSession::Engine {
   std::uint64_t opening_ = 0;
   std::atomic<CaptureKind> kind_ = CaptureKind::Photo;
   std::atomic<bool> flowed_ = false, soundFlows_ = false;
+  bool awaitsSound_ = false;        ///< a recording does, before it begins
   std::optional<NSError> failure_;  ///< to be told when the recording has ended
+  const std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
 GstCaptureSession::GstCaptureSession(const Options& options, MainQueuePort& mainQueue, CaptureSessionListener& listener)
@@ -186,7 +189,7 @@ void GstCaptureSession::Engine::open(CaptureKind kind, const std::string& identi
   }
   failure_.reset();
   kind_ = kind;
-  flowed_ = soundFlows_ = false;
+  flowed_ = soundFlows_ = awaitsSound_ = false;
   const auto opening = ++opening_;
   const auto cameras = devices_->cameras();
   auto camera = std::find_if(cameras.begin(), cameras.end(),
@@ -221,11 +224,13 @@ void GstCaptureSession::Engine::open(CaptureKind kind, const std::string& identi
             soundFlows_ = false;
             if (recorder_) recorder_->endSound();
             sounds_.reset();
+            endWaitForSound();
           });
     }
   }
-  loop_.postLater(kFirstPicturePatience, [this, opening] {
-    if (opening == opening_ && !flowed_) broke(cameraError(CameraErrorFailed, "the camera gives no pictures"));
+  loop_.postLater(kFirstPicturePatience, [this, alive = std::weak_ptr(alive_), opening] {
+    if (!alive.expired() && opening == opening_ && !flowed_)
+      broke(cameraError(CameraErrorFailed, "the camera gives no pictures"));
   });
 }
 
@@ -278,7 +283,11 @@ void GstCaptureSession::Engine::tellPhoto(GstSample& sample, GstElement& pipelin
 }
 
 void GstCaptureSession::Engine::flowSound(GstSample& sample, GstElement& pipeline) {
-  soundFlows_ = true;
+  if (!soundFlows_.exchange(true)) {
+    loop_.post([this, alive = std::weak_ptr(alive_)] {
+      if (!alive.expired()) endWaitForSound();
+    });
+  }
   std::shared_ptr<Recorder> recorder;
   {
     std::lock_guard lock(shared_->mutex);
@@ -299,13 +308,14 @@ void GstCaptureSession::Engine::takePhoto() {
   if (seen) tellPhoto(*seen, pictures_->pipeline());
 }
 
-void GstCaptureSession::Engine::startRecording(unsigned patience) {
+void GstCaptureSession::Engine::startRecording(bool waitsForSound) {
   if (recorder_) return;
   shared_->recording = true;
   if (!pictures_) return recordingEnded(std::nullopt, cameraError(CameraErrorNoDevice, "no camera is open"));
-  if (sounds_ && !soundFlows_ && patience > 0) {
-    loop_.postLater(kSoundInterval, [this, opening = opening_, patience] {
-      if (opening == opening_ && shared_->recording) startRecording(patience - kSoundInterval);
+  if (sounds_ && !soundFlows_ && waitsForSound) {
+    if (std::exchange(awaitsSound_, true)) return;
+    loop_.postLater(kSoundPatience, [this, alive = std::weak_ptr(alive_), opening = opening_] {
+      if (!alive.expired() && opening == opening_) endWaitForSound();
     });
     return;
   }
@@ -326,6 +336,10 @@ void GstCaptureSession::Engine::startRecording(unsigned patience) {
   shared_->recorder = recorder_;
 }
 
+void GstCaptureSession::Engine::endWaitForSound() {
+  if (std::exchange(awaitsSound_, false) && shared_->recording) startRecording(false);
+}
+
 void GstCaptureSession::Engine::stopRecording(std::optional<NSError> cause) {
   if (!recorder_) {
     if (shared_->recording) recordingEnded(std::nullopt, std::move(cause));  // it had not begun
@@ -344,7 +358,8 @@ void GstCaptureSession::Engine::recordingEnded(std::optional<AVRecording> record
     shared_->recorder.reset();
   }
   shared_->recording = false;
-  // Not from within its own call, and on this thread: a picture may still be on its way into it.
+  // It goes in a step of its own: not from within its own call, and on this thread although a picture may still be on
+  // its way into it.
   loop_.post([this, done = std::exchange(recorder_, nullptr)] { (void)this; });
   Shared::tell(shared_, [recording, error](GstCaptureSession&, CaptureSessionListener& listener) {
     listener.recordingEnded(recording, error);

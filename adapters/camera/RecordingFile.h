@@ -5,8 +5,8 @@
 
 namespace tlx::camera {
 
-/// A file of the camera's own, which goes with the object. Whoever still has the name has nothing. What a program that
-/// was killed left behind is thrown away by the next one.
+/// A file of the camera's own, removed with the object, whoever still knows its path. What a program that was killed
+/// left behind is removed by the next one.
 class RecordingFile {
  public:
   /// A new, empty file in the folder, which is made when it is not there. Nothing when there can be none, with the

@@ -10,7 +10,7 @@ TellingImages::TellingImages(ImageManagerPort& images, Tell tell)
 PHImageRequestID TellingImages::requestImage(const std::shared_ptr<const PHAsset>& asset, CGSize targetSize,
                                              PHImageContentMode contentMode, const PHImageRequestOptions& options,
                                              PHImageResultHandler handler) {
-  // A thumbnail that cannot be made is seen, and no cause for words.
+  // A thumbnail that cannot be made shows in the grid; only why a picked item does not come is told.
   const bool picked =
       options.networkAccessAllowed && options.deliveryMode == PHImageRequestOptionsDeliveryModeHighQualityFormat;
   if (!picked || !asset) return images_.requestImage(asset, targetSize, contentMode, options, std::move(handler));

@@ -67,8 +67,8 @@ void list(TLXMediaPickerController& picker, Session& session, bool whole) {
   session.end(std::fflush(stdout) == 0 && whole ? Delivered : Failed);
 }
 
-/// What was named, or the person's own pictures and videos.
-/// `clouds` is told which of it are clouds.
+/// The folders and clouds that were named, or else the person's own folders of pictures and videos. `clouds` receives
+/// the clouds among them, which the answer owns.
 std::unique_ptr<photolibrary::Source> sourceOf(const Arguments& arguments, CloudCredentials& credentials,
                                                SystemLogPort& log,
                                                std::vector<const photolibrary::WebDavSource*>& clouds) {
@@ -199,7 +199,7 @@ int run(int argc, char** argv, const Arguments& arguments) {
   if (!session.hasEnded()) application.exec();
   if (session.status() == NoAccess) complain("there is no access to photos");
 
-  // What was asked for may be where nobody could look.
+  // An album that does not exist may be on a cloud that could not be listed: a failure, not a mistake in the words.
   const bool missed = arguments.headless && !whole && session.status() == Usage;
 
   headless.reset();

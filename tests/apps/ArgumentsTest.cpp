@@ -4,15 +4,7 @@
 
 namespace tlx::program {
 
-using Range = std::pair<std::uint64_t, std::uint64_t>;
 using Words = std::vector<std::string>;
-
-bool operator==(const Arguments::Pick& one, const Arguments::Pick& other) {
-  return one.album == other.album && one.ranges == other.ranges;
-}
-void PrintTo(const Arguments::Pick& pick, std::ostream* out) {
-  *out << pick.album << ' ' << testing::PrintToString(pick.ranges);
-}
 
 namespace {
 
@@ -29,18 +21,6 @@ Arguments accepted(const Words& words) {
   if (const auto* complaint = std::get_if<std::string>(&parsed)) ADD_FAILURE() << *complaint;
   const auto* arguments = std::get_if<Arguments>(&parsed);
   return arguments ? *arguments : Arguments{};
-}
-
-TEST(Arguments, WithoutWordsAreAWindowOnOnesOwnPictures) {
-  const Arguments none = accepted({});
-  EXPECT_TRUE(none.folders.empty());
-  EXPECT_FALSE(none.headless);
-  EXPECT_EQ(none.kind, 0);
-  EXPECT_EQ(none.max, -1);
-  EXPECT_EQ(none.width, 1600);
-  EXPECT_EQ(none.height, 1600);
-  EXPECT_EQ(none.format, Arguments::Format::Json);
-  EXPECT_EQ(none.onFailure, Arguments::OnFailure::Cancel);
 }
 
 TEST(Arguments, OptionsMayStandAnywhereWithEqualsOrBlank) {
@@ -61,20 +41,23 @@ TEST(Arguments, OptionsMayStandAnywhereWithEqualsOrBlank) {
 
 TEST(Arguments, PicksAreAnAlbumAndPositions) {
   struct Row {
-    std::string text;
-    Arguments::Pick pick;
+    std::string text, album;
+    std::vector<std::pair<std::uint64_t, std::uint64_t>> ranges;
     const char* reason;
   };
   const Row rows[] = {
-      {"Camera Roll:0", {"Camera Roll", {{0, 0}}}, "one position"},
-      {"A:3,0-2,3", {"A", {{3, 3}, {0, 2}, {3, 3}}}, "the order is the person's, and so are repetitions"},
-      {"smart:camera-roll:5", {"smart:camera-roll", {{5, 5}}}, "identifiers have colons: the last one divides"},
-      {"Rome: day 1:4-4", {"Rome: day 1", {{4, 4}}}, "so do titles"},
-      {":::1", {"::", {{1, 1}}}, "even nothing else"},
-      {"A:18446744073709551615", {"A", {{~0ULL, ~0ULL}}}, "whether there is such an item is for the album to say"},
+      {"Camera Roll:0", "Camera Roll", {{0, 0}}, "one position"},
+      {"A:3,0-2,3", "A", {{3, 3}, {0, 2}, {3, 3}}, "the order is the person's, and so are repetitions"},
+      {"smart:camera-roll:5", "smart:camera-roll", {{5, 5}}, "identifiers have colons: the last one divides"},
+      {"Rome: day 1:4-4", "Rome: day 1", {{4, 4}}, "so do titles"},
+      {":::1", "::", {{1, 1}}, "even nothing else"},
+      {"A:18446744073709551615", "A", {{~0ULL, ~0ULL}}, "whether there is such an item is for the album to say"},
   };
   for (const Row& row : rows) {
-    EXPECT_THAT(accepted({"--headless", "--pick", row.text}).picks, ElementsAre(row.pick)) << row.reason;
+    const auto picks = accepted({"--headless", "--pick", row.text}).picks;
+    ASSERT_EQ(picks.size(), 1u) << row.reason;
+    EXPECT_EQ(picks[0].album, row.album) << row.reason;
+    EXPECT_EQ(picks[0].ranges, row.ranges) << row.reason;
   }
   EXPECT_EQ(accepted({"--headless", "--pick", "A:1", "--pick", "B:2"}).picks.size(), 2u);
 }
@@ -90,26 +73,18 @@ TEST(Arguments, AreRefusedInWords) {
       {{"--clud=https://al:secret@x"}, "Unknown option --clud", "a password is not repeated"},
       {{"-h"}, "Unknown option -h", "no short options"},
       {{"--max"}, "Missing argument for --max", "nothing follows"},
-      {{"--max", "three"}, "--max does not take \"three\"", "figures only"},
-      {{"--max", "3 "}, "--max does not take \"3 \"", "all of it is the number"},
-      {{"--max="}, "--max does not take \"\"", "empty is no number"},
       {{"--max", "9223372036854775808"}, "--max does not take \"9223372036854775808\"", "too large to count"},
       {{"--kind", "music"}, "--kind does not take \"music\"", "there are three kinds"},
-      {{"--size", "1600"}, "--size does not take \"1600\"", "two sides"},
       {{"--size", "0x100"}, "--size does not take \"0x100\"", "nothing fits in nothing"},
       {{"--size", "-1x100"}, "--size does not take \"-1x100\"", "a negative side"},
-      {{"--format", "xml"}, "--format does not take \"xml\"", "there are three formats"},
       {{"--output="}, "--output does not take \"\"", "an unset variable in a script"},
-      {{"--on-failure", "ask"}, "--on-failure does not take \"ask\"", "nobody is there to ask"},
-      {{"--headless", "--pick", "Trip"}, "--pick does not take \"Trip\"", "no positions"},
-      {{"--headless", "--pick", "Trip:"}, "--pick does not take \"Trip:\"", "no positions either"},
+      {{"--headless", "--pick", "Trip:"}, "--pick does not take \"Trip:\"", "no positions"},
       {{"--headless", "--pick", ":1"}, "--pick does not take \":1\"", "no album"},
       {{"--headless", "--pick", "Trip:1,"}, "--pick does not take \"Trip:1,\"", "a position is missing"},
       {{"--headless", "--pick", "Trip:3-1"}, "--pick does not take \"Trip:3-1\"", "backwards"},
-      {{"--headless", "--pick", "Trip:-1"}, "--pick does not take \"Trip:-1\"", "a range without a beginning"},
       {{"--headless", "--pick", "Trip:1-2-3"}, "--pick does not take \"Trip:1-2-3\"", "a range has two ends"},
       {{"--list=yes", "--headless"}, "--list takes no value", "what a switch is told is not ignored"},
-      {{""}, "a folder's name is empty", "so is this"},
+      {{""}, "a folder's name is empty", "an unset variable, too"},
       {{"--list"}, "--list and --pick need --headless", "a window shows them itself"},
       {{"--pick", "A:1"}, "--list and --pick need --headless", "a window is picked in by hand"},
       {{"--headless"}, "--headless needs --list or --pick", "nothing to do"},
