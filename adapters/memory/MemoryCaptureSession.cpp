@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "tlx/platform/uikit/UIImage.h"
+
 namespace tlx::memory {
 namespace {
 

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tlx/platform/avfoundation/CameraPort.h"
+#include "tlx/platform/uikit/UIImage.h"
 
 #include "tests/contracts/ContractWorld.h"
 
