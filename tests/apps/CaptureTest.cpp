@@ -5,9 +5,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
-#include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <filesystem>
 #include <functional>
 #include <variant>
@@ -15,11 +13,11 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "adapters/camera/GstCamera.h"
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
-#include "adapters/photolibrary/base/FileStatus.h"
 #include "adapters/photolibrary/files/CaptureFolder.h"
 #include "adapters/photolibrary/images/ImageManager.h"
 #include "adapters/photolibrary/source/MediaProbe.h"
@@ -45,31 +43,35 @@ class Capture : public testing::Test {
   static void SetUpTestSuite() {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_QUICK_BACKEND", "software");
-    qputenv("TLX_REDUCED_MOTION", "1");  // what comes is where it stays
     static int count = 1;
     static char name[] = "test", *words[] = {name, nullptr};
     application_ = new QGuiApplication(count, words);
   }
   static void TearDownTestSuite() { delete application_; }
 
-  void SetUp() override {
-    const photolibrary::CaptureFolder earlier(pictures);
+  void open() {
+    const photolibrary::CaptureFolder earlier(pictures());
     ASSERT_TRUE(std::holds_alternative<std::string>(
-        earlier.savePhoto(UIImage(CGImage::create(40, 30, std::vector<std::uint8_t>(40 * 30 * 4, 90))), 1e9)));
-    arguments.folders = options.roots = {pictures};
-    options.preauthorised = true;
-    options.cacheFolder = folder / "cache";
-    options.configFolder = folder / "config";
+        earlier.savePhoto(UIImage(CGImage::create(40, 30, std::vector<std::uint8_t>(40 * 30 * 4, 90))), now() - 3600)));
+    camera::GstCamera::Options cameraOptions;
     cameraOptions.test = true;
     cameraOptions.consent = &access;
     cameraOptions.folder = folder / "recordings";
     cameraOptions.spareBytes = 0;
+    cameraOptions.testPictures = testPictures;
+    camera.emplace(cameraOptions, loops.mainQueue);
+    photolibrary::PhotoLibrary::Options options;
+    options.roots = {pictures()};
+    options.preauthorised = true;
+    options.cacheFolder = folder / "cache";
+    options.configFolder = folder / "config";
     library.emplace(options, log);
     images.emplace(*library, loops.mainQueue);
-    camera.emplace(cameraOptions, loops.mainQueue);
-    window.resize(375, 667);
+    arguments.folders = {pictures()};
+    output.emplace(folder / "output");
+    window.resize(size);
     platform.emplace(loops, window, *library, *images, reachability, log, &*camera);
-    session.emplace(arguments, *library, &output);
+    session.emplace(arguments, *library, &*output);
     picker.emplace(PickerWindow::Parts{arguments, *session, *library, consent, access, credentials, *platform}, "test");
     library->waitUntilScanned();
     window.show();
@@ -83,10 +85,11 @@ class Capture : public testing::Test {
     platform.reset();
   }
 
+  std::string pictures() const { return folder / "pictures"; }
   std::shared_ptr<MediaCollectionViewController> grid() { return picker->picker().mediaCollectionViewCotroller; }
 
   /// Lets the window live until it is so. False when it never is.
-  static bool see(const std::function<bool()>& isSo) { return QTest::qWaitFor(isSo, 120'000); }
+  bool see(const std::function<bool()>& isSo) { return QTest::qWaitFor(isSo, 30'000); }
   /// What a person would call by that name, if they can see it.
   QQuickItem* find(const QString& name) { return find(*window.contentItem(), name); }
   static QQuickItem* find(QQuickItem& in, const QString& name) {
@@ -97,64 +100,70 @@ class Capture : public testing::Test {
     const bool named = in.property("name").toString() == name || in.property("text").toString() == name;
     return named && in.isEnabled() ? &in : nullptr;
   }
-  bool sees(const QString& name) {
-    return see([&] { return find(name) != nullptr; });
-  }
   bool click(const QString& name) {
-    if (!sees(name)) return false;
-    QQuickItem& item = *find(name);
-    QTest::mouseClick(&window, Qt::LeftButton, {}, item.mapToScene(QPointF(item.width(), item.height()) / 2).toPoint());
+    QQuickItem* item = nullptr;
+    EXPECT_TRUE(see([&] { return (item = find(name)) != nullptr; })) << name.toStdString();
+    if (!item) return false;
+    QTest::qWait(250);  // what slides in comes to rest
+    QTest::mouseClick(&window, Qt::LeftButton, {},
+                      item->mapToScene(QPointF(item->width(), item->height()) / 2).toPoint());
     return true;
   }
   void press(Qt::Key key) { QTest::keyClick(&window, key); }
-  /// Works as soon as nothing covers it.
-  bool pressCamera() {
-    return see([&] {
-      const auto button = std::dynamic_pointer_cast<UIButton>(grid()->view()->viewWithTag(101));
-      return button && button->press();
-    });
+  void pressCamera() {
+    QTest::qWait(300);
+    QTest::mouseClick(&window, Qt::LeftButton, {}, QPoint(size.width() / 2, 61 + 32));
   }
-  /// The capture screen has gone, so many are picked, and the newest of the camera roll have their marks.
-  bool arePicked(std::size_t count) {
-    return see([&] {
-      if (find("Cancel") || picker->picker().presentedViewController()) return false;
-      for (std::uint64_t i = 0; i <= count; ++i) {
-        const auto model = grid()->albumModel->getMediaModelAtIndex(i);
-        if (!model || model->isModelSelected() != (i < count)) return false;
-      }
-      return picker->picker().arrPickedModel()->size() == count;
-    });
+  void keepPicture(const char* name) {
+    if (const char* folderForPictures = std::getenv("TLX_SCREENSHOTS")) {
+      QTest::qWait(300);
+      window.grabWindow().save(QString::fromUtf8(folderForPictures) + "/" + name + ".png");
+    }
   }
-  /// The files in a folder with that ending, the oldest name first.
+  std::size_t picked() { return picker->picker().arrPickedModel()->size(); }
+  bool isGone() { return find("Cancel") == nullptr && picker->picker().presentedViewController() == nullptr; }
+  bool isMarked(std::uint64_t index) {
+    const auto model = grid()->albumModel ? grid()->albumModel->getMediaModelAtIndex(index) : nullptr;
+    return model && model->isModelSelected();
+  }
+  /// The files in a folder with that ending.
   static std::vector<std::string> files(const std::string& in, const std::string& ending) {
     std::vector<std::string> found;
     std::error_code none;
     for (const auto& entry : std::filesystem::directory_iterator(in, none)) {
       if (entry.path().extension() == ending) found.push_back(entry.path());
     }
-    std::sort(found.begin(), found.end());
     return found;
   }
   static photolibrary::MediaInfo probe(const std::string& path) {
-    const photolibrary::FileDescriptor file(::open(path.c_str(), O_RDONLY));
-    return std::get<photolibrary::MediaInfo>(photolibrary::probeMedia(file.get(), path));
+    const int file = ::open(path.c_str(), O_RDONLY);
+    const auto info = photolibrary::probeMedia(file, path);
+    ::close(file);
+    EXPECT_TRUE(std::holds_alternative<photolibrary::MediaInfo>(info)) << path;
+    return std::holds_alternative<photolibrary::MediaInfo>(info) ? std::get<photolibrary::MediaInfo>(info)
+                                                                 : photolibrary::MediaInfo();
+  }
+  static photolibrary::VideoInfo tracks(const std::string& path) {
+    const auto info = photolibrary::probeVideo(path);
+    EXPECT_TRUE(std::holds_alternative<photolibrary::VideoInfo>(info)) << path;
+    return std::holds_alternative<photolibrary::VideoInfo>(info) ? std::get<photolibrary::VideoInfo>(info)
+                                                                 : photolibrary::VideoInfo();
   }
 
-  const support::TemporaryFolder folder;
-  const std::string pictures = folder / "pictures";
+  support::TemporaryFolder folder;
+  QSize size{375, 667};
+  std::string testPictures;
   QuietLog log;
   qtquick::QtPlatform::Loops loops;
   Arguments arguments;
   WindowConsent consent;
   CloudCredentials credentials{"", false};
   CameraAccess access{folder / "access", "test"};
-  const OutputFolder output{folder / "output"};
-  netlink::NetlinkReachability reachability;
-  photolibrary::PhotoLibrary::Options options;
-  camera::GstCamera::Options cameraOptions;
+  std::optional<camera::GstCamera> camera;
   std::optional<photolibrary::PhotoLibrary> library;
   std::optional<photolibrary::ImageManager> images;
-  std::optional<camera::GstCamera> camera;
+  netlink::NetlinkReachability reachability;
+  std::optional<OutputFolder> output;
   QQuickWindow window;
   std::optional<qtquick::QtPlatform> platform;
   std::optional<Session> session;
@@ -164,46 +173,50 @@ class Capture : public testing::Test {
   inline static QGuiApplication* application_ = nullptr;
 };
 
-TEST_F(Capture, OnceAllowedItTakesAPhotoAndAVideoAndDeliversBoth) {
-  const double before = std::floor(now());
-  ASSERT_TRUE(pressCamera());
-  ASSERT_TRUE(click("Don\u2019t allow"));
-  ASSERT_TRUE(click("Settings"));
-  ASSERT_TRUE(sees("Take photos, and videos with sound"));
-  EXPECT_EQ(camera->authorizationStatus(), AVAuthorizationStatusDenied);
-  ASSERT_TRUE(click("Camera"));
-  ASSERT_TRUE(see([&] { return camera->authorizationStatus() == AVAuthorizationStatusAuthorized; }));
-  EXPECT_EQ(CameraAccess(folder / "access", "test").cameraAllowed(), true) << "remembered";
-  press(Qt::Key_Escape);
-
-  ASSERT_TRUE(pressCamera());
-  ASSERT_TRUE(sees("Take photo"));
+TEST_F(Capture, TakesAPhotoAndAVideoAndDeliversBoth) {
+  open();
+  const double before = now();
+  pressCamera();
+  ASSERT_TRUE(click("Allow")) << "asked once";
+  ASSERT_TRUE(see([&] { return find("Take photo") != nullptr; }));
+  keepPicture("camera-photo");
   press(Qt::Key_Space);
+  ASSERT_TRUE(see([&] { return find("Use photo") != nullptr; }));
+  keepPicture("camera-review");
   ASSERT_TRUE(click("Retake"));
   ASSERT_TRUE(click("Take photo"));
   ASSERT_TRUE(click("Use photo"));
-  ASSERT_TRUE(arePicked(1)) << "the newest in the camera roll";
+  ASSERT_TRUE(see([&] { return picked() == 1 && isGone(); }));
+  ASSERT_TRUE(see([&] { return isMarked(0) && !isMarked(1); })) << "the newest in the camera roll";
 
-  ASSERT_TRUE(pressCamera());
+  pressCamera();
   ASSERT_TRUE(click("Video"));
-  ASSERT_TRUE(sees("Start recording"));
+  ASSERT_TRUE(see([&] { return find("Start recording") != nullptr; }));
+  keepPicture("camera-video");
   press(Qt::Key_Space);
-  ASSERT_TRUE(sees("0:01"));
+  ASSERT_TRUE(see([&] { return find("0:01") != nullptr; }));
+  keepPicture("camera-recording");
   press(Qt::Key_Space);
   ASSERT_TRUE(click("Use video"));
-  ASSERT_TRUE(arePicked(2));
+  ASSERT_TRUE(see([&] { return picked() == 2 && isGone(); }));
+  ASSERT_TRUE(see([&] { return isMarked(0) && isMarked(1) && !isMarked(2); }));
 
-  const auto photos = files(pictures + "/Camera", ".jpg"), movies = files(pictures + "/Camera", ".mp4");
+  const auto photos = files(pictures() + "/Camera", ".jpg");
+  const auto movies = files(pictures() + "/Camera", ".mp4");
   ASSERT_EQ(photos.size(), 2u);
   ASSERT_EQ(movies.size(), 1u);
-  EXPECT_EQ(probe(photos[1]).width, 2048);
-  EXPECT_EQ(probe(photos[1]).height, 1536);
-  for (const std::string& taken : {photos[1], movies[0]}) EXPECT_GE(probe(taken).captureDate.value_or(0), before);
-  const auto movie = std::get<photolibrary::VideoInfo>(photolibrary::probeVideo(movies[0]));
-  EXPECT_GE(movie.duration, 1);
-  EXPECT_EQ(movie.tracks.size(), 2u) << "pictures and sound";
+  const auto photo = probe(std::max(photos[0], photos[1]));
+  EXPECT_EQ(photo.width, 2048);
+  EXPECT_EQ(photo.height, 1536);
+  EXPECT_EQ(photo.orientation, 1);
+  EXPECT_NEAR(photo.captureDate.value_or(0), before, 60);
+  const auto movie = tracks(movies[0]);
+  EXPECT_NEAR(movie.duration, 1.3, 0.8);
+  ASSERT_EQ(movie.tracks.size(), 2u) << "pictures and sound";
+  EXPECT_NEAR(probe(movies[0]).captureDate.value_or(0), before, 60);
 
-  ASSERT_TRUE(see([&] { return picker->picker().btnDone.lock()->press(); }));
+  QTest::qWait(300);
+  EXPECT_TRUE(picker->picker().btnDone.lock()->press());
   ASSERT_TRUE(see([&] { return session->hasEnded(); }));
   EXPECT_EQ(session->status(), Delivered);
   const auto delivered = files(folder / "output", ".jpg");
@@ -212,6 +225,48 @@ TEST_F(Capture, OnceAllowedItTakesAPhotoAndAVideoAndDeliversBoth) {
   EXPECT_EQ(files(folder / "output", ".mp4").size(), 1u);
   TearDown();
   EXPECT_THAT(files(folder / "recordings", ".mp4"), IsEmpty()) << "nobody refers to it any more";
+}
+
+TEST_F(Capture, WhatWasRecordedUntilTheCameraWentIsKept) {
+  size = {1024, 768};
+  testPictures = "videotestsrc is-live=true pattern=ball ! identity error-after=45";
+  access.setCameraAllowed(true);
+  open();
+  pressCamera();
+  ASSERT_TRUE(click("Video"));
+  ASSERT_TRUE(see([&] { return find("Start recording") != nullptr; }));
+  press(Qt::Key_Space);
+  ASSERT_TRUE(see([&] { return find("Use video") != nullptr; }));
+  EXPECT_TRUE(find("The camera was disconnected. What was recorded until then is kept."));
+  keepPicture("camera-cut-short");
+  press(Qt::Key_Space);
+  ASSERT_TRUE(see([&] { return picked() == 1 && isGone(); }));
+  const auto movies = files(pictures() + "/Camera", ".mp4");
+  ASSERT_EQ(movies.size(), 1u);
+  EXPECT_GT(tracks(movies[0]).duration, 0.3);
+
+  pressCamera();
+  ASSERT_TRUE(see([&] { return find("The camera was disconnected") != nullptr; })) << "in the middle of nothing";
+  keepPicture("camera-gone");
+  EXPECT_TRUE(click("Try again"));
+  ASSERT_TRUE(see([&] { return find("Take photo") != nullptr; }));
+  press(Qt::Key_Escape);
+  ASSERT_TRUE(see([&] { return isGone(); }));
+  EXPECT_EQ(picked(), 1u);
+}
+
+TEST_F(Capture, ARefusalLeadsToTheSettingsPage) {
+  open();
+  pressCamera();
+  ASSERT_TRUE(click("Don\u2019t allow"));
+  ASSERT_TRUE(click("Settings"));
+  ASSERT_TRUE(see([&] { return find("Take photos, and videos with sound") != nullptr; }));
+  keepPicture("settings");
+  EXPECT_EQ(camera->authorizationStatus(), AVAuthorizationStatusDenied);
+  ASSERT_TRUE(click("Camera"));
+  ASSERT_TRUE(see([&] { return camera->authorizationStatus() == AVAuthorizationStatusAuthorized; }));
+  const CameraAccess later(folder / "access", "test");
+  EXPECT_EQ(later.cameraAllowed(), true) << "remembered";
 }
 
 }  // namespace
