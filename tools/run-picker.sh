@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Opens the picker on the person's own pictures, or on a sample library that is made when there are none. Without a
 # display it says so and goes through the same flow off screen, leaving what it delivered and pictures of the window.
+# Fails as the program does, except that a Cancel is no failure.
 set -eu
 cd "$(dirname "$0")/.."
 bin=build/release/bin
@@ -26,19 +27,28 @@ mapfile -t folders < <(standard_folders)
 for folder in ${folders[@]+"${folders[@]}"}; do
   if holds_pictures "$folder"; then own=true; fi
 done
+maker=
 if ! $own; then
   sample=${XDG_DATA_HOME:-$HOME/.local/share}/tlx-media-picker/sample-library
   echo "No pictures of your own were found: using a sample library in $sample"
-  "$bin/tlx-sample-library" "$sample"
+  # It goes on while the window is open, newest first, and ends with it.
+  exec {made}< <(exec setpriv --pdeathsig TERM "$bin/tlx-sample-library" "$sample")
+  maker=$!
+  trap 'kill $maker 2>/dev/null || true' EXIT
+  read -r first <&"$made" || { echo "No sample library could be made."; exit 1; }
   folders=("$sample")
 fi
 
 if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && [ "${TLX_HEADLESS:-}" = "" ]; then
   # The picker finds the person's own folders by itself, and asks for access to them.
   if $own; then folders=(); fi
-  exec "$bin/tlx-media-picker" ${folders[@]+"${folders[@]}"}
+  status=0
+  "$bin/tlx-media-picker" ${folders[@]+"${folders[@]}"} || status=$?
+  # Who cancels has made no error.
+  exit $((status == 1 ? 0 : status))
 fi
 
+if [ -n "$maker" ]; then wait "$maker"; fi
 # Nobody can be asked here: naming the folders is the consent.
 echo "There is no display: going through the same flow off screen."
 out=$(mktemp -d)

@@ -1,412 +1,168 @@
-#include "Catalogue.h"
-
-#include <tuple>
+#include "Files.h"
 
 namespace tlx::samples {
 namespace {
 
-using namespace moods;
+struct Size {
+  int width, height;
+};
+constexpr Size kWide{1350, 900}, kUsual{1280, 960}, kTall{960, 1280}, kSquare{1024, 1024}, kGreat{2560, 1920},
+    kPanorama{2400, 800}, kPage{720, 1560};
 
 struct Camera {
-  std::string make, model;
-  std::string prefix;           ///< of file names; with "IMG_" the moment follows, else a running number
-  std::optional<int> offset{};  ///< minutes; a camera that knows its time zone
-  bool thumbnail = true;
+  std::string make, model, prefix;  ///< of names that are numbered; none: names say the time
+  std::optional<int> offset{};      ///< minutes; a camera that knows its time zone
 };
+const Camera kPhone{"Halden", "Halden 5 Pro", "", 120}, kOldPhone{"Pirol", "P3", ""},
+    kSystem{"Lumenor", "LX-40", "DSC_"}, kTravel{"Okari", "Voyager 2", "OKV", 540}, kNone{};
 
-const Camera kPhone{"Halden", "Halden 5 Pro", "IMG_", 120};
-const Camera kOldPhone{"Pirol", "P3", "IMG_", std::nullopt};
-const Camera kSystem{"Lumenor", "LX-40", "DSC_", std::nullopt};
-const Camera kTravel{"Okari", "Voyager 2", "OKV", 540};
+const Gradient kSherbet{0xf7e1c3, 0xf2a65a, 0xb8405e, 0x2e1f47}, kLagoon{0xd9f0ee, 0x5fb7b8, 0x1d6a8c, 0x0b2545},
+    kClay{0x1b1b3a, 0x693668, 0xe07a5f, 0xf6e7cb}, kGlacier{0x0b3954, 0x087e8b, 0x7fb8c9, 0xe9d8c4},
+    kOrchard{0xf4f1de, 0xb7c68b, 0x4f7f5a, 0x1c3a34};
 
-enum class Shape { Wide32, Wide43, Tall34, Tall916, Square, Cinema, Panorama };
+const FlowerStyle kDahlia{0xb01f4f, 0xf59ab5, 0xd9a03a, 0x1f3a24, 0x7fa35a, 22, 8, 0.3, 0},
+    kSunflower{0xd9780f, 0xffc928, 0x6a4020, 0x2f5a2a, 0x9fc4dd, 26, 2, 0.26, 0.42},
+    kDaisy{0xe9e6dc, 0xffffff, 0xf2b61f, 0x2c5a34, 0x8fc26a, 24, 2, 0.22, 0.24},
+    kCosmos{0x8a2f8f, 0xe7a0dc, 0xf2c23a, 0x274a3f, 0xa9c7a0, 8, 1, 0.8, 0.17},
+    kRusset{0x8a1f12, 0xf08a3c, 0x6a2a12, 0x2a2a1c, 0xb39a5a, 20, 6, 0.3, 0.12},
+    kAster{0x4a3fa8, 0xa9a0f0, 0xf4c94a, 0x24403a, 0x9fb8b0, 30, 2, 0.15, 0.2},
+    kPoppy{0xb8140c, 0xff5a3c, 0x1c1418, 0x3a5a24, 0xc8cf8f, 7, 2, 0.95, 0.2},
+    kWhiteDahlia{0xf1dcc0, 0xfff8ee, 0xe0c080, 0x24352f, 0x6f8f86, 22, 8, 0.3, 0};
 
-std::pair<int, int> sizeOf(Shape shape, int index) {
-  const bool large = index % 14 == 4;
-  switch (shape) {
-    case Shape::Wide32:
-      return large ? std::pair(3600, 2400) : std::pair(2048, 1365);
-    case Shape::Wide43:
-      return large ? std::pair(3264, 2448) : std::pair(2000, 1500);
-    case Shape::Tall34:
-      return large ? std::pair(2448, 3264) : std::pair(1500, 2000);
-    case Shape::Tall916:
-      return {1296, 2304};
-    case Shape::Square:
-      return {1600, 1600};
-    case Shape::Cinema:
-      return {2560, 1440};
-    case Shape::Panorama:
-      return {3600, 1120};
+const std::vector<unsigned> kAutumn{0xd9502a, 0xe88a2a, 0xf0b43a, 0xb83a2a}, kBlossom{0xf6b8cf, 0xf9d3e0, 0xee94b6},
+    kLeaves{0x5f9a3a, 0x86b24a, 0x3f7a34}, kLavender{0x7a55b8, 0x8f63c9},
+    kTulips{0xe0405a, 0xf6c23c, 0xf08ab0, 0xf2efe6, 0xd8602f}, kBalls{0xe07a5f, 0xf2cc8f, 0x81b29a, 0x3d5a80},
+    kYellow{0xe8b43a, 0xf3d05a, 0xd98a2a}, kGems{0x5fb7b8, 0xf2a65a, 0xf4ead5, 0x1d6a8c};
+
+/// Adds one folder, and lets time pass from shot to shot; the sizes and names are taken in turn. Returns the first
+/// photo.
+Photo* album(std::vector<Photo>& to, const std::string& folder, const Camera& camera, Moment now, int step,
+             const std::vector<Scene>& scenes,
+             const std::vector<Size>& sizes = {kUsual, kTall, kWide, kSquare, kUsual, kWide, kTall, kUsual, kGreat},
+             const std::vector<std::string>& names = {}) {
+  Random random(now.year * 372U + now.month * 31U + now.day);
+  now.offsetMinutes = camera.offset;
+  for (std::size_t i = 0; i < scenes.size(); ++i) {
+    Photo photo{.scene = scenes[i],
+                .seed = to.size() + 1,
+                .stars = i % 6 == 0 ? 5 : 0,
+                .taken = now,
+                .make = camera.make,
+                .model = camera.model};
+    photo.width = sizes[i % sizes.size()].width, photo.height = sizes[i % sizes.size()].height;
+    const std::string name = !camera.prefix.empty() ? camera.prefix + std::to_string(4100 + to.size() * 7)
+                                                    : now.text("IMG_%04d%02d%02d_%02d%02d%02d");
+    photo.path = folder + "/" + (names.empty() ? name + ".jpg" : names[i]);
+    to.push_back(photo);
+    int passed = now.hour * 60 + now.minute + step / 2 + random.below(step + 1);
+    now.second = random.below(60);
+    for (; passed >= 21 * 60; passed = 8 * 60 + random.below(120))
+      if (++now.day > 28) now.day = 1, now.month = now.month % 12 + 1, now.year += now.month == 1 ? 1 : 0;
+    now.hour = passed / 60, now.minute = passed % 60;
   }
-  return {2304, 1728};
+  return &to[to.size() - scenes.size()];
 }
 
-struct Extra {
-  PhotoKind kind = PhotoKind::Jpeg;
-  PixelKind pixels = PixelKind::Colour;
-  int stars = 0;
-  int orientation = 1;
-  bool panorama = false, cutShort = false, silent = false, soft = false;
-  std::string name{};
-  int seed = 0;  ///< 0: the running number
-  int quality = 86;
-};
+void as(Photo& photo, const char* extension, Pixels pixels = Pixels::Plain) {
+  photo.path.replace(photo.path.rfind('.'), std::string::npos, extension);
+  photo.pixels = pixels;
+}
 
-/// Fills one folder after the other, and lets time pass from shot to shot.
-class Album {
- public:
-  Album(Catalogue& to, std::string folder, Camera camera, Moment start, int minutesBetween, int longSide)
-      : to_(to),
-        folder_(std::move(folder)),
-        camera_(std::move(camera)),
-        now_(start),
-        step_(minutesBetween),
-        longSide_(longSide),
-        random_(start.year * 372U + start.month * 31U + start.day) {
-    now_.offsetMinutes = camera_.offset;
+std::vector<Photo> planPhotos() {
+  std::vector<Photo> all;
+  Photo* alps = album(
+      all, "Alps 2019", kSystem, {2019, 7, 12, 9, 14, 5}, 130,
+      {ridges(kNoon, 0.6, 0.64), ridges(kDawn), ridges(kGolden, 0.4), loneTree(kSpring, kLeaves),
+       ridges(kDawn, 0.3, 0.66), ridges(kTeal, 0.6, 0.64), ridges(kTeal, 0.3), ridges(kOvercast), ridges(kEmber, 0.4)});
+  as(alps[7], ".jpg", Pixels::Grey);
+  album(all, "Autumn Walks", kSystem, {2020, 10, 11, 10, 3, 41}, 170,
+        {loneTree(kGolden, kAutumn), ridges(kGolden, 0.6, 0.62), ridges(kOvercast), flower(kRusset),
+         loneTree(kPeach, kYellow), ridges(kStorm)});
+  Photo* garden = album(all, "Garden", kPhone, {2021, 4, 18, 11, 20, 9}, 800,
+                        {loneTree(kSpring, kBlossom), fields(kSpring, kTulips), flower(kDaisy), flower(kCosmos),
+                         flower(kSunflower), flower(kDahlia), flower(kAster), flower(kPoppy), flower(kWhiteDahlia),
+                         flower(kRusset), loneTree(kPeach, kBlossom)});
+  as(garden[4], ".heic"), as(garden[6], ".avif");
+  Photo* coast = album(all, "Family Trips/Coast", kPhone, {2022, 7, 14, 10, 8, 52}, 110,
+                       {sea(kTeal, 0.3), sea(kNoon, 0.7, 0.16, 1), sea(kGolden), sea(kDusk, 0.3), sea(kEmber, 0.65),
+                        sea(kStorm, 0.4, 0.4, 1), sea(kPeach, 0.45, 0.48, 0.4), sea(kNight, 0.5, 0.24)});
+  as(coast[2], ".jpg", Pixels::Wide);
+  album(all, "Family Trips/Desert", kTravel, {2023, 3, 4, 8, 40, 0}, 140,
+        {ridges(kGolden, 0.6, 0, false), ridges(kPeach, 0.3, 0, false), ridges(kDusk, 0.3, 0, false), starry(kNight)});
+  Photo* iceland = album(all, "Iceland 2023", kSystem, {2023, 9, 2, 7, 55, 30}, 150,
+                         {aurora(kNight, 0x3df59a, 0x7a4df0), sea(kArctic), sea(kStorm, 0.35, 0.46, 1),
+                          aurora(kBlueHour, 0x5ff0c0, 0xf06fb0), ridges(kArctic, 0.6, 0.66),
+                          ridges(kBlueHour, 0.4, 0.7), aurora(kNight, 0x4fe0f0, 0x5f6ff0)});
+  as(iceland[3], ".tif", Pixels::Deep), as(iceland[5], ".webp");
+  Photo* city = album(all, "City Nights", kPhone, {2024, 2, 9, 17, 48, 12}, 95,
+                      {skyline(kDusk), skyline(kNight), skyline(kEmber, 0.3), skyline(kStorm), skyline(kNight, 0.3),
+                       skyline(kBlueHour, 0.55), skyline(kDusk, 0.6)});
+  as(city[5], ".heic"), as(city[6], ".webp");
+  album(all, "Winter", kOldPhone, {2024, 12, 21, 9, 30, 4}, 160,
+        {ridges(kArctic), ridges(kNight, 0.7, 0.66), ridges(kBlueHour, 0.4, 0.66), sea(kArctic, 0.3),
+         ridges(kDawn, 0.5, 0.7)});
+  Photo* shapes =
+      album(all, "Shapes and Light", kSystem, {2025, 5, 3, 13, 5, 10}, 300,
+            {paperWaves(kSherbet), marble(kClay), orbs(kSherbet, kBalls), orbs(kClay, kBalls), paperWaves(kClay),
+             marble(kLagoon), paperWaves(kLagoon), orbs(kGlacier, kGems), marble(kGlacier), paperWaves(kOrchard)});
+  as(shapes[4], ".png"), as(shapes[7], ".jxl"), as(shapes[9], ".gif");
+  album(all, "Night Sky", kSystem, {2025, 8, 12, 20, 15, 0}, 30,
+        {starry(kNight), starry(kBlueHour), aurora(kNight, 0x7af0a0, 0x4fa0f0), fullMoon()},
+        {kWide, kUsual, kWide, kSquare});
+  Photo* wide = album(all, "Panoramas", kPhone, {2025, 6, 20, 15, 0, 0}, 500, {ridges(kNoon), skyline(kDusk)},
+                      {kPanorama}, {"PANO_20250620_150000.jpg", "PANO_20250620_213112.jpg"});
+  wide[0].panorama = wide[1].panorama = true;
+  album(all, "Provence 2026", kPhone, {2026, 6, 25, 8, 31, 20}, 120,
+        {fields(kGolden, kLavender), flower(kSunflower), loneTree(kSpring, kLeaves), ridges(kGolden, 0.3),
+         fields(kDusk, kLavender), loneTree(kSpring, kBlossom), sea(kTeal, 0.4)});
+  std::vector<Scene> pages;
+  std::vector<std::string> turned;
+  for (int i = 0; i < 8; ++i) pages.push_back(screen(i)), turned.push_back("Turned_" + std::to_string(i + 1) + ".jpg");
+  Photo* screens = album(all, "Screenshots", kNone, {2024, 3, 12, 14, 5, 12}, 24 * 60, pages, {kPage});
+  Photo* lying = album(all, "Turned", kOldPhone, {2021, 8, 8, 16, 20, 0}, 3,
+                       {sea(kEmber, 0.3), ridges(kPeach), sea(kGolden, 0.7), loneTree(kGolden, kAutumn),
+                        fields(kGolden, kLavender), skyline(kNight), ridges(kBlueHour, 0.7), skyline(kDusk)},
+                       {kUsual, kTall}, turned);
+  for (int i = 0; i < 8; ++i) {
+    screens[i].path = screens[i].taken.text("Screenshots/Screenshot_%04d%02d%02d-%02d%02d%02d.png");
+    screens[i].stars = 0, lying[i].orientation = i + 1;
   }
-
-  Album& add(const Scene& scene, Shape shape = Shape::Wide43, const Extra& extra = {}) {
-    const int index = static_cast<int>(to_.photos.size());
-    PlannedPhoto photo;
-    std::tie(photo.width, photo.height) = sizeOf(shape, index);
-    const int side = std::max(photo.width, photo.height);
-    if (longSide_ > 0 && side > longSide_) {
-      photo.width = photo.width * longSide_ / side;
-      photo.height = photo.height * longSide_ / side;
-    }
-    photo.scene = scene;
-    photo.seed = extra.seed > 0 ? extra.seed : index + 1;
-    photo.format = {extra.kind, extra.pixels, extra.quality, camera_.thumbnail};
-    photo.taken = now_;
-    photo.cutShort = extra.cutShort;
-    photo.soft = extra.soft;
-    if (!extra.silent) photo.metadata.taken = now_;
-    photo.metadata.make = extra.silent ? "" : camera_.make;
-    photo.metadata.model = extra.silent ? "" : camera_.model;
-    photo.metadata.stars = extra.stars;
-    photo.metadata.orientation = extra.orientation;
-    photo.metadata.panorama = extra.panorama;
-    std::string name = extra.name;
-    if (name.empty() && camera_.prefix == "IMG_")
-      name = "IMG_" + now_.compact();
-    else if (name.empty())
-      name = camera_.prefix + std::to_string(4100 + index * 7);
-    photo.path = folder_ + "/" + name + extensionOf(extra.kind);
-    to_.photos.push_back(std::move(photo));
-    pass();
-    return *this;
-  }
-
-  Album& screenshot(int page) {
-    add(screen(page), Shape::Tall916, {.kind = PhotoKind::Png, .seed = 40 + page});
-    auto& photo = to_.photos.back();
-    photo.width = 1080, photo.height = 2340;
-    if (longSide_ > 0) photo.width = longSide_ * 1080 / 2340, photo.height = longSide_;
-    std::string stamp = photo.taken.compact();
-    stamp[8] = '-';
-    photo.path = folder_ + "/Screenshot_" + stamp + ".png";
-    photo.metadata.make.clear();
-    photo.metadata.model.clear();
-    photo.metadata.comment = "Screenshot";
-    return *this;
-  }
-
-  const Moment& now() const { return now_; }
-
- private:
-  void pass() {
-    int minutes = now_.hour * 60 + now_.minute + step_ / 2 + random_.below(step_ + 1);
-    now_.second = random_.below(60);
-    while (minutes >= 21 * 60) {
-      minutes = 8 * 60 + random_.below(120);
-      if (++now_.day > 28) now_.day = 1, now_.month = now_.month % 12 + 1, now_.year += now_.month == 1 ? 1 : 0;
-    }
-    now_.hour = minutes / 60, now_.minute = minutes % 60;
-  }
-
-  Catalogue& to_;  // unretained: lives in planLibrary, as the albums do
-  std::string folder_;
-  Camera camera_;
-  Moment now_;
-  int step_, longSide_;
-  Random random_;
-};
-
-const Gradient& sherbet() {
-  static const Gradient g({{0, 0xf7e1c3}, {0.3F, 0xf2a65a}, {0.6F, 0xb8405e}, {1, 0x2e1f47}});
-  return g;
-}
-const Gradient& lagoon() {
-  static const Gradient g({{0, 0xd9f0ee}, {0.4F, 0x5fb7b8}, {0.75F, 0x1d6a8c}, {1, 0x0b2545}});
-  return g;
-}
-const Gradient& clay() {
-  static const Gradient g({{0, 0x1b1b3a}, {0.35F, 0x693668}, {0.65F, 0xe07a5f}, {1, 0xf6e7cb}});
-  return g;
-}
-const Gradient& glacier() {
-  static const Gradient g({{0, 0x0b3954}, {0.4F, 0x087e8b}, {0.7F, 0x7fb8c9}, {1, 0xe9d8c4}});
-  return g;
-}
-const Gradient& orchard() {
-  static const Gradient g({{0, 0xf4f1de}, {0.35F, 0xb7c68b}, {0.7F, 0x4f7f5a}, {1, 0x1c3a34}});
-  return g;
-}
-
-const FlowerStyle kDahlia{.inner = 0xb01f4f,
-                          .outer = 0xf59ab5,
-                          .heart = 0xd9a03a,
-                          .backdropLow = 0x1f3a24,
-                          .backdropHigh = 0x7fa35a,
-                          .petals = 22,
-                          .rings = 8,
-                          .width = 0.3F,
-                          .heartSize = 0};
-const FlowerStyle kSunflower{.inner = 0xd9780f,
-                             .outer = 0xffc928,
-                             .heart = 0x5a3418,
-                             .backdropLow = 0x2f5a2a,
-                             .backdropHigh = 0x9fc4dd,
-                             .petals = 26,
-                             .rings = 2,
-                             .width = 0.26F,
-                             .heartSize = 0.42F,
-                             .seeds = true};
-const FlowerStyle kDaisy{.inner = 0xe9e6dc,
-                         .outer = 0xffffff,
-                         .heart = 0xf2b61f,
-                         .backdropLow = 0x2c5a34,
-                         .backdropHigh = 0x8fc26a,
-                         .petals = 24,
-                         .rings = 2,
-                         .width = 0.22F,
-                         .tip = 0.3F};
-const FlowerStyle kCosmos{.inner = 0x8a2f8f,
-                          .outer = 0xe7a0dc,
-                          .heart = 0xf2c23a,
-                          .backdropLow = 0x274a3f,
-                          .backdropHigh = 0xa9c7a0,
-                          .petals = 8,
-                          .rings = 1,
-                          .width = 0.72F,
-                          .tip = 0.6F,
-                          .heartSize = 0.17F};
-const FlowerStyle kRusset{.inner = 0x8a1f12,
-                          .outer = 0xf08a3c,
-                          .heart = 0x6a2a12,
-                          .backdropLow = 0x2a2a1c,
-                          .backdropHigh = 0xb39a5a,
-                          .petals = 20,
-                          .rings = 6,
-                          .width = 0.3F,
-                          .heartSize = 0.12F};
-const FlowerStyle kAster{.inner = 0x4a3fa8,
-                         .outer = 0xa9a0f0,
-                         .heart = 0xf4c94a,
-                         .backdropLow = 0x24403a,
-                         .backdropHigh = 0x9fb8b0,
-                         .petals = 30,
-                         .rings = 2,
-                         .width = 0.15F,
-                         .heartSize = 0.2F};
-const FlowerStyle kWhiteDahlia{.inner = 0xf1dcc0,
-                               .outer = 0xfff8ee,
-                               .heart = 0xe0c080,
-                               .backdropLow = 0x24352f,
-                               .backdropHigh = 0x6f8f86,
-                               .petals = 22,
-                               .rings = 8,
-                               .width = 0.3F,
-                               .heartSize = 0};
-
-void planPhotos(Catalogue& to, int longSide) {
-  const auto album = [&](const char* folder, const Camera& camera, Moment start, int minutes) {
-    return Album(to, folder, camera, start, minutes, longSide);
-  };
-
-  album("Alps 2019", kSystem, {2019, 7, 12, 9, 14, 5}, 130)
-      .add(alpine(clearNoon()), Shape::Wide32, {.stars = 5})
-      .add(ridges(roseDawn()), Shape::Wide32)
-      .add(alpine(golden(), {.snow = 0.30F}), Shape::Wide32)
-      .add(meadow(spring(), {0x6a7fe0, 0xf2f0ff, 0xe88fc0}), Shape::Wide32)
-      .add(alpine(roseDawn(), {.snow = 0.25F, .lake = 0.7F}), Shape::Wide32, {.stars = 4})
-      .add(ridges(tealMorning(), {.lake = 0.64F}), Shape::Tall34)
-      .add(forest(tealMorning(), 0x6f9a4a, 0xd5e3c0, true), Shape::Tall34)
-      .add(alpine(overcast(), {.snow = 0.2F, .lake = 0, .cover = 0.7F, .pitch = 0.42F}), Shape::Wide32,
-           {.pixels = PixelKind::Grey})
-      .add(ridges(ember(), {.sunX = 0.4F, .sunY = 0.46F}), Shape::Wide32);
-
-  album("Autumn Walks", kSystem, {2020, 10, 11, 10, 3, 41}, 170)
-      .add(forest(golden(), 0xd9772a, 0xf3cf9a, true), Shape::Wide32, {.stars = 5})
-      .add(loneTree(golden(), {0xd9502a, 0xe88a2a, 0xf0b43a, 0xb83a2a}, true), Shape::Wide32)
-      .add(ridges(golden(), {.lake = 0.62F}), Shape::Wide32)
-      .add(forest(overcast(), 0xc98a3a, 0xcfc9bd, false), Shape::Tall34)
-      .add(flower(kRusset), Shape::Tall34)
-      .add(loneTree(peach(), {0xe8b43a, 0xf3d05a, 0xd98a2a}, true), Shape::Square)
-      .add(ridges(storm(), {.sunSize = 0, .cover = 0.75F}), Shape::Wide32);
-
-  album("Garden", kPhone, {2021, 4, 18, 11, 20, 9}, 5 * 24 * 60 / 9)
-      .add(blossom(0xf9c3d5, 0x7fb0d8, 0xd8ecf8), Shape::Wide43, {.stars = 5})
-      .add(fieldRows(spring(), {0xe0405a, 0xf6c23c, 0xf08ab0, 0xf2efe6, 0xd8602f}, false))
-      .add(flower(kDaisy), Shape::Square)
-      .add(flower(kCosmos), Shape::Tall34)
-      .add(flower(kSunflower), Shape::Wide43, {.kind = PhotoKind::Heic, .quality = 60})
-      .add(flower(kDahlia), Shape::Tall34, {.stars = 5})
-      .add(waterLilies(0xf7a6c4, 0x123a3c))
-      .add(succulent(0x3f7f74, 0xa9d3bd, 0xe07a8f), Shape::Square, {.soft = true})
-      .add(flower(kAster), Shape::Wide43, {.kind = PhotoKind::Avif, .quality = 62})
-      .add(meadow(golden(), {0xe8402f, 0xd8302a, 0xf05a3a}))
-      .add(flower(kWhiteDahlia), Shape::Tall34);
-
-  album("Family Trips/Coast", kPhone, {2022, 7, 14, 10, 8, 52}, 110)
-      .add(shore(0xead2a4, 0x4fc3c0, 0x0d6f9c), Shape::Wide43, {.stars = 5})
-      .add(sea(clearNoon(), {.sunX = 0.7F, .sunY = 0.16F, .rough = 1, .sail = true}))
-      .add(sea(golden(), {.sail = true}), Shape::Wide43, {.pixels = PixelKind::Wide})
-      .add(sea(violetDusk(), {.sunX = 0.3F, .lighthouse = true}))
-      .add(sea(ember(), {.sunX = 0.65F, .palms = true}), Shape::Wide43, {.stars = 5})
-      .add(caustics(0x4fd0d0, 0x0a3f6f), Shape::Tall34, {.soft = true})
-      .add(shore(0xf0dcc0, 0x6fd3b8, 0x1a5f8a), Shape::Tall34)
-      .add(sea(peach(), {.sunX = 0.45F, .sunY = 0.48F, .rough = 0.4F}), Shape::Square)
-      .add(sea(night(), {.sunY = 0.24F, .sunSize = 0.06F, .moon = true}), Shape::Tall34);
-
-  album("Family Trips/Desert", kTravel, {2023, 3, 4, 8, 40, 0}, 140)
-      .add(dunes(desert()), Shape::Wide32)
-      .add(dunes(peach()), Shape::Wide32, {.stars = 4})
-      .add(ridges(peach(), {.pines = false, .balloons = true}), Shape::Wide32, {.stars = 5})
-      .add(dunes(violetDusk(), true), Shape::Tall34)
-      .add(milkyWay(night(), false), Shape::Tall34, {.stars = 5});
-
-  album("Iceland 2023", kSystem, {2023, 9, 2, 7, 55, 30}, 150)
-      .add(aurora(night(), 0x3df59a, 0x7a4df0, 0.72F), Shape::Wide32, {.stars = 5})
-      .add(sea(arctic(), {.rough = 0.3F, .islands = false, .icebergs = true}), Shape::Wide32)
-      .add(alpine(arctic(), {.snow = 0.12F}), Shape::Wide32)
-      .add(sea(storm(), {.sunX = 0.35F, .sunY = 0.46F, .rough = 1, .cover = 0.8F}), Shape::Wide32)
-      .add(aurora(blueHour(), 0x5ff0c0, 0xf06fb0, 0), Shape::Tall34,
-           {.kind = PhotoKind::Tiff, .pixels = PixelKind::Deep})
-      .add(ridges(arctic(), {.lake = 0.66F, .pines = false}), Shape::Wide32)
-      .add(alpine(blueHour(), {.snow = 0.18F}), Shape::Wide32, {.kind = PhotoKind::WebP})
-      .add(aurora(night(), 0x4fe0f0, 0x5f6ff0, 0.66F), Shape::Tall34, {.stars = 4});
-
-  album("City Nights", kPhone, {2024, 2, 9, 17, 48, 12}, 95)
-      .add(skyline(violetDusk()), Shape::Wide43, {.stars = 5})
-      .add(skyline(night(), {.moon = true}))
-      .add(skyline(ember(), {.bridge = true, .height = 0.25F}))
-      .add(bokeh(0x14182e, {0xffb45e, 0xff6f59, 0x6fb7ff, 0xffe2a8, 0xd86fff}, false), Shape::Square)
-      .add(bokeh(0x101a2a, {0xffb45e, 0xff5a4e, 0x5fc8ff, 0xffe2a8}, true), Shape::Tall34, {.stars = 4})
-      .add(lightTrails(blueHour()))
-      .add(skyline(blueHour(), {.shore = 0.74F, .height = 0.55F}), Shape::Tall34,
-           {.kind = PhotoKind::Heic, .quality = 60})
-      .add(bokeh(0x2a1420, {0xff8f5e, 0xffc98a, 0xff5f7a, 0xffe8c8}, false), Shape::Wide43, {.kind = PhotoKind::WebP});
-
-  album("Winter", kOldPhone, {2024, 12, 21, 9, 30, 4}, 160)
-      .add(snowfall(night()), Shape::Wide43, {.stars = 5})
-      .add(snowfall(arctic()))
-      .add(ridges(blueHour(), {.sunY = 0.25F, .sunSize = 0.06F, .lake = 0.66F, .moon = true}))
-      .add(snowfall(roseDawn()), Shape::Tall34)
-      .add(alpine(ember(), {.snow = 0.05F}));
-
-  album("Kitchen Table", kPhone, {2025, 1, 11, 9, 12, 33}, 400)
-      .add(citrus(0xf7d9c4, {0xff9f1c, 0xffd23f, 0xf25f5c, 0xb5d33d}), Shape::Square)
-      .add(latte(0x8a5a3a, 0xf6f1e8), Shape::Wide43, {.stars = 4})
-      .add(citrus(0xbfdcd6, {0xff9f1c, 0xffb830, 0xf2786c}), Shape::Tall34)
-      .add(latte(0x5a6a72, 0xf2c9b0), Shape::Square);
-
-  album("Shapes and Light", kSystem, {2025, 5, 3, 13, 5, 10}, 300)
-      .add(paperWaves(sherbet(), 8), Shape::Wide32)
-      .add(marble(clay(), 1.4F), Shape::Square, {.soft = true})
-      .add(silk(sherbet()), Shape::Wide32, {.stars = 5, .soft = true})
-      .add(orbs(clay(), {0xe07a5f, 0xf2cc8f, 0x81b29a, 0x3d405b}), Shape::Wide32)
-      .add(arches({0xe07a5f, 0xf2cc8f, 0x81b29a, 0x3d5a80}, 0xf4ead5), Shape::Wide32, {.kind = PhotoKind::Png})
-      .add(silk(lagoon()), Shape::Tall34, {.soft = true})
-      .add(paperWaves(lagoon(), 9), Shape::Tall34)
-      .add(orbs(glacier(), {0x5fb7b8, 0xf2a65a, 0xf4ead5, 0x1d6a8c}), Shape::Square, {.kind = PhotoKind::JpegXl})
-      .add(marble(glacier(), 1.1F), Shape::Wide32, {.soft = true})
-      .add(paperWaves(orchard(), 7), Shape::Square, {.kind = PhotoKind::Gif});
-
-  album("Night Sky", kSystem, {2025, 8, 12, 20, 15, 0}, 30)
-      .add(milkyWay(night(), false), Shape::Wide32, {.stars = 5})
-      .add(milkyWay(blueHour(), true), Shape::Wide32)
-      .add(galaxy(0xffe0b0, 0x6f8fff, 0x8a3a2a), Shape::Wide32)
-      .add(
-          [](Canvas& c, Random& r) {
-            sky(c, night(), 1.1F);
-            stars(c, r, 1, 500);
-            moon(c, r, c.aspect() / 2, 0.5F, 0.36F, 1, hex(0xfff3df) * 0.95F);
-          },
-          Shape::Square);
-
-  album("Panoramas", kPhone, {2025, 6, 20, 15, 0, 0}, 500)
-      .add(alpine(clearNoon(), {.snow = 0.32F}), Shape::Panorama, {.panorama = true, .name = "PANO_20250620_150000"})
-      .add(skyline(violetDusk(), {.shore = 0.72F}), Shape::Panorama,
-           {.panorama = true, .name = "PANO_20250620_213112"});
-
-  album("Provence 2026", kPhone, {2026, 6, 25, 8, 31, 20}, 120)
-      .add(fieldRows(golden(), {0x7a55b8, 0x8f63c9}, true), Shape::Wide43, {.stars = 5})
-      .add(flower(kSunflower), Shape::Tall34)
-      .add(loneTree(spring(), {0x5f9a3a, 0x86b24a, 0x3f7a34}, false))
-      .add(ridges(golden(), {.sunX = 0.3F, .pines = false, .cover = 0.5F}))
-      .add(fieldRows(violetDusk(), {0x6a4fb0, 0x8a5fc4}, false), Shape::Tall34)
-      .add(loneTree(spring(), {0xf6b8cf, 0xf9d3e0, 0xee94b6}, true))
-      .add(sea(tealMorning(), {.sunX = 0.4F, .sunY = 0.44F, .rough = 0.5F}));
-
-  album("Screenshots", kOldPhone, {2024, 3, 12, 14, 5, 12}, 60 * 24 * 3)
-      .screenshot(0)
-      .screenshot(1)
-      .screenshot(2)
-      .screenshot(3)
-      .screenshot(4)
-      .screenshot(5)
-      .screenshot(6)
-      .screenshot(7);
-
-  Album turned = album("Turned", kOldPhone, {2021, 8, 8, 16, 20, 0}, 3);
-  const Scene views[] = {sea(ember(), {.sunX = 0.3F, .lighthouse = true}),
-                         ridges(peach(), {.balloons = true}),
-                         sea(golden(), {.sunX = 0.7F, .palms = true}),
-                         loneTree(golden(), {0xd9502a, 0xe88a2a, 0xf0b43a}, true),
-                         fieldRows(golden(), {0x7a55b8, 0x8f63c9}, true),
-                         sea(tealMorning(), {.sail = true}),
-                         snowfall(night()),
-                         sea(violetDusk(), {.sunX = 0.3F, .lighthouse = true})};
-  for (int i = 0; i < 8; ++i)
-    turned.add(views[i], i % 2 == 0 ? Shape::Wide43 : Shape::Tall34,
-               {.orientation = i + 1, .name = "Turned_" + std::to_string(i + 1), .seed = 300 + i});
-
-  album("Odds and Ends", kTravel, {2022, 11, 5, 12, 30, 30}, 45)
-      .add(marble(sherbet(), 1.2F), Shape::Wide43, {.pixels = PixelKind::Cmyk, .soft = true, .name = "Print proof"})
-      .add(aurora(night(), 0x8ff05f, 0x3f8ff0, 0.7F), Shape::Wide43,
-           {.kind = PhotoKind::Png, .pixels = PixelKind::Deep, .name = "Sixteen bits"})
-      .add(flower(kSunflower), Shape::Square, {.kind = PhotoKind::Png, .pixels = PixelKind::Palette, .name = "Sticker"})
-      .add(ridges(overcast(), {.sunSize = 0}), Shape::Wide43, {.pixels = PixelKind::Grey, .name = "Grey morning"})
-      .add(orbs(lagoon(), {0xf2a65a, 0xb8405e, 0xf7e1c3}), Shape::Wide43, {.silent = true, .name = "No date"})
-      .add(dunes(golden()), Shape::Wide43, {.cutShort = true, .name = "Cut short"});
-  for (auto& photo : to.photos)
-    if (photo.format.pixels == PixelKind::Deep || photo.format.pixels == PixelKind::Palette) {
-      photo.width = photo.width * 5 / 8;
-      photo.height = photo.height * 5 / 8;
-    }
+  Photo* odd =
+      album(all, "Odds and Ends", kTravel, {2022, 11, 5, 12, 30, 30}, 45,
+            {marble(kSherbet), aurora(kNight, 0x8ff05f, 0x3f8ff0), flower(kSunflower), ridges(kOvercast),
+             orbs(kLagoon, kBalls), sea(kGolden)},
+            {kUsual, kUsual, kSquare},
+            {"Print proof.jpg", "Sixteen bits.png", "Sticker.png", "Grey morning.jpg", "No date.jpg", "Cut short.jpg"});
+  odd[0].pixels = Pixels::Cmyk, odd[1].pixels = Pixels::Deep, odd[2].pixels = Pixels::Sticker,
+  odd[3].pixels = Pixels::Grey;
+  odd[4].dated = false, odd[5].cutShort = true;
+  return all;
 }
 
 }  // namespace
 
-Catalogue planLibrary(int longSide) {
-  Catalogue catalogue;
-  planPhotos(catalogue, longSide);
-  catalogue.videos = planVideos(longSide);
-  catalogue.oddities = {
-      {"Odds and Ends/Empty.jpg", "", {2022, 11, 5, 18, 10, 0}},
-      {"Odds and Ends/Shopping list.jpg", "Bread, oranges, coffee, a dozen eggs.\n", {2022, 11, 5, 18, 20, 0}}};
-  return catalogue;
-}
-
-std::vector<Scene> assortedScenes() {
-  std::vector<Scene> scenes;
-  for (const auto& photo : planLibrary(640).photos)
-    if (photo.width >= photo.height && photo.format.kind == PhotoKind::Jpeg && photo.metadata.orientation == 1)
-      scenes.push_back(photo.scene);
-  return scenes;
+Plan planLibrary(int longSide) {
+  Plan plan{planPhotos(), {}};
+  for (Photo& photo : plan.photos)
+    if (const int side = std::max(photo.width, photo.height); longSide > 0)
+      photo.width = photo.width * longSide / side, photo.height = photo.height * longSide / side;
+  const auto light = [](double t) { return sea(kEmber, 0.35 + 0.05 * t, 0.36 + 0.028 * t, 0.8, t * 1.4); };
+  const auto north = [](double t) { return aurora(kNight, 0x3df59a, 0x7a4df0, t * 0.8); };
+  const auto harbour = [](double t) { return skyline(kDusk, 0.45, t * 1.2); };
+  const auto pond = [](double t) { return sea(kSpring, 0.7, 0.2, 0.5, t); };
+  const auto evening = [](double t) { return sea(kPeach, 0.6, 0.4 + 0.03 * t, 0.8, t * 1.3); };
+  const auto moonlight = [](double t) { return sea(kNight, 0.5, 0.26, 0.8, t * 1.2); };
+  plan.videos = {
+      {"Family Trips/Coast/VID_20220714_204110.mp4", "libx264", "aac", light, {2022, 7, 14, 20, 41, 10, 120}},
+      {"Iceland 2023/Northern lights.mov", "libx264", "aac", north, {2023, 9, 3, 23, 12, 44, 0}},
+      {"City Nights/Harbour.mkv", "libx264", "libvorbis", harbour, {2024, 2, 9, 21, 5, 0, 60}},
+      {"Garden/Pond in the wind.webm", "libvpx", "libvorbis", pond, {2021, 6, 6, 14, 30, 5, 120}},
+      {"Provence 2026/Evening on the coast.webm", "libvpx-vp9", "libvorbis", evening, {2026, 6, 25, 17, 30, 0, 120}},
+      {"Family Trips/Coast/VID_20220715_221530.mp4", "libx264", "aac", moonlight, {2022, 7, 15, 22, 15, 30, 120}, true},
+      {"Odds and Ends/Only sound.mp4", "", "aac", {}, {2022, 11, 5, 18, 0, 0, 60}}};
+  for (Video& video : plan.videos)
+    if (longSide > 0) video.width = 320, video.height = 180, video.framesPerSecond = 10, video.seconds = 3;
+  return plan;
 }
 
 }  // namespace tlx::samples

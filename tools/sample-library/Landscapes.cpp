@@ -1,269 +1,347 @@
 #include "Scenes.h"
 
 namespace tlx::samples {
+
+const Mood kDawn{{0x5b6fa8, 0xa99ac4, 0xf0b7b5, 0xffdcb8}, 0xffe6c4, 0xf3c6bd, 0x8f7f8f, 0x1f2440};
+const Mood kGolden{{0x3d6ea5, 0x8fb0c2, 0xf6d492, 0xffb65c}, 0xffdf9a, 0xf7c47c, 0x9a8438, 0x2a1d17};
+const Mood kEmber{{0x1d1b3f, 0x5b2a63, 0xc8434f, 0xff8a3c, 0xffd070}, 0xffc46a, 0xd9604c, 0x6a3a3a, 0x140d1c};
+const Mood kDusk{{0x171a45, 0x4b3f8c, 0xa85fa8, 0xffa9a0}, 0xffcfc0, 0xb777ad, 0x57467a, 0x100f2a};
+const Mood kBlueHour{{0x081632, 0x1c4272, 0x5f8fb4, 0xd9b79a}, 0xffe4c4, 0x6f94b5, 0x31506a, 0x07101f, true};
+const Mood kNight{{0x03060f, 0x0a1730, 0x17305a, 0x2c4f7c}, 0xe6eeff, 0x22406a, 0x22354a, 0x02050c, true};
+const Mood kNoon{{0x1f63b5, 0x5aa2dd, 0xb4dcf0, 0xe6f4f7}, 0xfff8e6, 0xbfdcea, 0x5f8a3c, 0x17301f};
+const Mood kTeal{{0x2c6f86, 0x74b3ad, 0xcfe5c8, 0xfdf0c8}, 0xfff3cc, 0xc6e0cb, 0x4f8a6c, 0x0d2a30};
+const Mood kOvercast{{0x7b8b99, 0xaeb9c0, 0xe2e4e0}, 0xf5f2ea, 0xc9d1d3, 0x6d7d63, 0x232c30};
+const Mood kArctic{{0x274d78, 0x6d9cc0, 0xc8dbe6, 0xf8e5dc}, 0xffeadc, 0xc8dae6, 0x667a86, 0x17283a};
+const Mood kPeach{{0x8fa9cf, 0xd9c2d4, 0xffcdb0, 0xffe9c9}, 0xffedc8, 0xffd9c0, 0xd09a76, 0x4d3446};
+const Mood kStorm{{0x1d2733, 0x3f5363, 0x7d929b, 0xd8cdb0}, 0xfff3d6, 0x8d9fa5, 0x4d6458, 0x10181d};
+const Mood kSpring{{0x3f86cf, 0x86bfe8, 0xd3ebf3, 0xfff3dc}, 0xfff6dc, 0xd3e8df, 0x86b24a, 0x1d3b22};
+
 namespace {
 
-void balloon(Canvas& c, Random& r, float x, float y, float size) {
-  static const std::uint32_t kStripes[][2] = {
-      {0xe8553d, 0xf6c667}, {0x2f6f8f, 0xf2e3c9}, {0xf29f3d, 0xfbe7c6}, {0xb63a5b, 0xf3b6a4}, {0x3f8f7d, 0xf4d58d}};
-  const auto& colours = kStripes[r.below(5)];
-  const Colour one = hex(colours[0]), two = hex(colours[1]);
-  Path skin;
-  skin.moveTo(x - size * 0.16F, y + size * 1.12F)
-      .cubicTo(x - size * 0.5F, y + size * 0.7F, x - size, y + size * 0.4F, x - size, y)
-      .cubicTo(x - size, y - size * 0.56F, x - size * 0.55F, y - size, x, y - size)
-      .cubicTo(x + size * 0.55F, y - size, x + size, y - size * 0.56F, x + size, y)
-      .cubicTo(x + size, y + size * 0.4F, x + size * 0.5F, y + size * 0.7F, x + size * 0.16F, y + size * 1.12F);
-  c.fill(skin, [&](float px, float py) {
-    const float v = (py - y) / size,
-                bulge = v < 0 ? std::sqrt(std::max(0.02F, 1 - v * v)) : lerp(1, 0.16F, clamp01(v / 1.12F));
-    const float u = std::clamp((px - x) / (size * bulge), -1.0F, 1.0F), angle = std::asin(u) * 3.2F;
-    const float stripe = smoothstep(-0.15F, 0.15F, std::sin(angle * 2.5F));
-    return Rgba{mix(one, two, stripe) * (0.62F + 0.5F * clamp01(0.5F - u * 0.5F - v * 0.25F))};
+void stars(Canvas& c, Random& r, double bottom, int perUnit) {
+  c.draw([&](QPainter& painter) {
+    for (int i = 0; i < perUnit * c.aspect(); ++i) {
+      const double x = r.in(0, c.aspect()), y = r.in(0, bottom), m = std::pow(r.unit(), 6);
+      const Rgb tint = mix(Rgb(0xbcd2ff), Rgb(0xffe9d0), r.unit());
+      painter.setBrush(tint.color((0.25 + 0.75 * m) * smoothstep(bottom, bottom * 0.4, y)));
+      const double size = std::max(c.pixel() * 0.55, 0.0007 + 0.0014 * m);
+      painter.drawEllipse(QPointF(x, y), size, size);
+    }
   });
-  c.fill(Path()
-             .stroke({x - size * 0.14F, y + size * 1.12F}, {x - size * 0.09F, y + size * 1.45F}, size * 0.02F,
-                     size * 0.02F)
-             .stroke({x + size * 0.14F, y + size * 1.12F}, {x + size * 0.09F, y + size * 1.45F}, size * 0.02F,
-                     size * 0.02F),
-         hex(0x3a2a22));
-  c.fill(Path().rectangle(x - size * 0.12F, y + size * 1.43F, size * 0.24F, size * 0.2F, size * 0.04F), hex(0x5a3a22));
+}
+
+/// Clouds on a ceiling that recedes to the horizon, lit from (sunX, sunY).
+void clouds(Canvas& c, Random& r, const Mood& mood, double horizon, double cover, double sunX, double sunY,
+            double drift) {
+  const double ox = r.in(0, 200) + drift, oy = r.in(0, 200), threshold = 0.36 - cover * 0.6;
+  const auto density = [=](double x, double y) {
+    const double away = 0.42 / (horizon - y + 0.16), u = (x - 0.7) * away * 2.2 + ox, v = away * 3.4 + oy;
+    const double warp = noise(u * 0.7 + 11, v * 0.7) * 0.35;
+    return fbm(u + warp, v * 1.25 - warp, 5);
+  };
+  const Rgb dark = mix(mood.haze, mood.sky.at(0.3), 0.5) * (mood.night ? 0.8 : 0.95);
+  const Rgb lit = mix(mood.haze, mood.sun, mood.night ? 0.2 : 0.85);
+  c.veil(0, horizon, [&](double x, double y) {
+    const double here = density(x, y), amount = smoothstep(threshold, threshold + 0.45, here);
+    if (amount <= 0) return std::pair(lit, 0.0);
+    const double dx = sunX - x, dy = sunY - y, length = std::hypot(dx, dy) + 0.05;
+    const double there = density(x + dx / length * 0.02, y + dy / length * 0.02);
+    const Rgb body = mix(dark, lit, clamp01(0.62 + (here - there) * 3 - amount * 0.25));
+    return std::pair(body, amount * 0.9 * (0.4 + 0.6 * smoothstep(horizon, horizon - 0.14, y)));
+  });
+}
+
+/// A full moon with its seas and craters.
+void moon(Canvas& c, Random& r, double x, double y, double radius) {
+  const Rgb light = 0xfff1da;
+  c.glow(x, y, radius * 6, light, std::min(0.35, 0.02 / radius));
+  const double ox = r.in(0, 200);
+  c.shade(y - radius, y + radius, [&](double px, double py, Rgb old) {
+    const double u = (px - x) / radius, v = (py - y) / radius, d = std::hypot(u, v);
+    const double cover = clamp01((1 - d) * radius / c.pixel());
+    if (cover <= 0) return old;
+    const double tone =
+        0.92 + 0.2 * fbm(u * 5 + ox, v * 5, 5) - 0.26 * smoothstep(0.02, 0.3, fbm(u * 1.5, v * 1.5 + ox, 3));
+    return mix(old, light * (tone * (0.72 + 0.28 * std::sqrt(std::max(0.0, 1 - d * d)))), cover);
+  });
+}
+
+/// Fog that lies at one height, thicker where noise says so.
+void mist(Canvas& c, Random& r, double y, double thickness, Rgb colour, double strength) {
+  const double ox = r.in(0, 200), oy = r.in(0, 200);
+  c.veil(y - thickness, y + thickness, [&](double px, double py) {
+    const double d = (py - y) / thickness, band = std::max(0.0, (1 - d * d) * (1 - d * d));
+    return std::pair(colour, clamp01(strength * band * (0.6 + 0.8 * fbm(px * 2.2 + ox, py * 7 + oy, 3))));
+  });
+}
+
+/// The upper edge of a wood of conifers that stand along base(x).
+std::vector<double> treeline(const Canvas& c, Random& r, const std::function<double(double)>& base, double low,
+                             double high) {
+  std::vector<double> line = c.heights(base);
+  for (double x = -high; x < c.aspect() + high; x += high * r.in(0.08, 0.35)) {
+    const double size = std::lerp(low, high, r.unit() * r.unit() * 0.7 + 0.3 * clamp01(0.5 + noise(x * 5, low * 99)));
+    const double half = size * r.in(0.17, 0.24), foot = base(x) + size * 0.06, steps = r.in(6, 10), lean = r.in(0, 0.5);
+    for (int i = std::max(0, static_cast<int>((x - half) / c.pixel()));
+         i < std::min<double>((x + half) / c.pixel(), c.image.width()); ++i) {
+      const double side = (i * c.pixel() - x) / half, t = std::min(1.0, std::fabs(side)),
+                   shelf = t * steps + (side > 0 ? lean : 0);
+      double& top = line[static_cast<std::size_t>(i)];
+      top = std::min(top, foot - size * (std::pow(1 - t, 1.12) + (shelf - std::floor(shelf)) * 0.085 * (0.35 + t)));
+    }
+  }
+  return line;
+}
+
+struct Twig {
+  QPointF foot;
+  double angle, length, width;
+  int depth;
+};
+
+/// Draws a bare tree and tells where its leaves sit.
+std::vector<QPointF> branches(Canvas& c, Random& r, Twig root, Rgb bark) {
+  std::vector<QPointF> tips;
+  std::vector<Twig> open{root};
+  c.draw([&](QPainter& painter) {
+    while (!open.empty()) {
+      const Twig t = open.back();
+      open.pop_back();
+      const QPointF end = t.foot + QPointF(std::cos(t.angle), std::sin(t.angle)) * t.length;
+      painter.setPen(QPen(bark.color(), t.width, Qt::SolidLine, Qt::RoundCap));
+      painter.drawLine(t.foot, end);
+      painter.setPen(QPen(QColor(255, 235, 200, 28), t.width * 0.35));
+      painter.drawLine(t.foot - QPointF(t.width * 0.25, 0), end - QPointF(t.width * 0.2, 0));
+      if (t.depth <= 4) tips.push_back(end);
+      const int forks = t.depth == 0 ? 0 : t.depth > 5 ? 2 : 2 + r.below(2);
+      for (int i = 0; i < forks; ++i) {
+        const double spread = (i - (forks - 1) / 2.0) * r.in(0.5, 0.85) + r.in(-0.16, 0.16);
+        open.push_back({end, t.angle + spread, t.length * r.in(0.68, 0.86), t.width * 0.68, t.depth - 1});
+      }
+    }
+  });
+  return tips;
+}
+
+void leavesOn(Canvas& c, Random& r, const std::vector<QPointF>& tips, const std::vector<unsigned>& colours, double size,
+              int count) {
+  c.draw([&](QPainter& painter) {
+    for (int i = 0; i < count; ++i) {
+      const double turn = r.in(0, 6.2832), reach = size * 8 * std::sqrt(r.unit());
+      const QPointF at = r.oneOf(tips) + QPointF(std::cos(turn), std::sin(turn)) * reach;
+      const double light = clamp01(0.6 + ((tips[0].x() - at.x()) + (tips[0].y() - at.y())) * 1.4);
+      const Rgb tone = Rgb(r.oneOf(colours)) * ((0.5 + 0.65 * light) * (0.55 + 0.5 * i / count));
+      painter.fillPath(petal(at.x(), at.y(), r.in(0, 6.28), size * 2.6, size * r.in(1.2, 2)), tone.color());
+    }
+  });
 }
 
 }  // namespace
 
-Scene ridges(const Mood& mood, RidgeStyle style) {
-  return [&mood, style](Canvas& c, Random& r) {
-    const float a = c.aspect(), horizon = style.lake > 0 ? style.lake : 0.8F, sunX = style.sunX * a;
-    sky(c, mood, horizon);
-    if (mood.night) stars(c, r, horizon * 0.8F, 900);
-    clouds(c, r, mood, horizon, style.cover, sunX, style.sunY);
-    if (style.moon)
-      moon(c, r, sunX, style.sunY, style.sunSize, 1, mood.sun);
-    else if (style.sunSize > 0)
-      sun(c, mood, sunX, style.sunY, style.sunSize);
-    for (int i = 0; i < style.layers; ++i) {
-      const float near = static_cast<float>(i) / static_cast<float>(style.layers - 1);
-      const float top = lerp(horizon - 0.30F, style.lake > 0 ? horizon - 0.03F : 0.84F, std::pow(near, 1.15F));
-      const float swing = lerp(0.15F, style.lake > 0 ? 0.035F : 0.085F, near), scale = lerp(1.9F, 2.7F, near);
-      const float ox = r.in(0, 200);
-      const auto crest = [=](float x) {
-        return top - swing * (ridged(x * scale * 0.55F + ox, static_cast<float>(i) * 9.7F, 6) - 0.42F) * 2.1F;
-      };
-      const Colour base = mix(mix(mood.haze, mood.body, 0.25F), mood.ink, std::pow(near, 0.85F));
-      const Colour veil = mix(mood.haze, mood.sun, 0.07F);
-      const bool wooded = style.pines && near > 0.55F;
-      const auto paint = [&](float x, float y, float belowEdge) {
-        // Under a wood's jagged edge the depth would draw a stripe below each tree.
-        const float below = wooded ? std::max(0.0F, y - top + swing) : belowEdge;
-        const float fade = smoothstep(0, lerp(0.30F, 0.24F, near), below) * (1 - near * 0.75F);
-        const float side = 0.9F + 0.22F * noise(x * 9 + ox, below * 14) * (1 - near);
-        const float warm = std::exp(-std::fabs(x - sunX) * 3.2F) * (1 - near) * 0.16F;
-        return mix(base * side + mood.sun * warm * 0.5F, veil, fade * (wooded ? 0.62F : 0.86F));
-      };
-      if (wooded) {
-        const float high = lerp(0.018F, style.lake > 0 ? 0.05F : 0.12F, (near - 0.55F) / 0.45F);
-        const Treeline trees(r, a, crest, high * 0.22F, high * 0.45F, high);
-        c.ground(trees, paint);
-      } else {
-        c.ground(crest, paint);
-      }
-      if (i + 1 < style.layers) mist(c, r, top + swing * 1.1F, 0.08F, veil, 0.38F * (1 - near));
-      if (style.balloons && i == style.layers / 2)
-        for (int k = 0; k < 6; ++k) balloon(c, r, r.in(0.08F, 0.92F) * a, r.in(0.12F, 0.55F), r.in(0.012F, 0.03F));
+void heaven(Canvas& c, Random& r, const Mood& mood, double horizon, double sunX, double sunY, double size, double cover,
+            double drift) {
+  c.shade(0, 1, [&](double, double y, Rgb) { return mood.sky.at(y / horizon); });
+  if (mood.night) stars(c, r, horizon, 900);
+  if (!mood.night && size > 0) {
+    c.glow(sunX, sunY, 0.9, mood.sun, 0.55);
+    c.glow(sunX, sunY, size * 5, mood.sun, 0.8);
+    c.disc(sunX, sunY, size, mix(mood.sun, {1, 1, 1}, 0.55));
+  }
+  clouds(c, r, mood, horizon, cover, sunX, sunY, drift);
+  if (mood.night && size > 0) moon(c, r, sunX, sunY, size * 1.3);
+}
+
+void water(Canvas& c, Random& r, const Mood& mood, double horizon, double rough, double sunX, double phase) {
+  const double ox = r.in(0, 200), oy = r.in(0, 200), middle = c.aspect() / 2;
+  const Canvas above = c;
+  const Rgb deep = mix(mood.ink, mood.sky.at(0.25), 0.45);
+  c.shade(horizon, 1, [&](double x, double y, Rgb) {
+    const double d = y - horizon, away = 1 / (d + 0.015), calm = smoothstep(0, 0.05, d);
+    const double u = (x - middle) * away * 0.55 + ox, v = away * 1.5 + oy;
+    const double wave =
+        noise(u * 2 + phase * 0.7, v * 2.6 + phase) + 0.5 * noise(u * 5.3 - phase, v * 6.1 + phase * 1.7);
+    const double fine = noise(u * 11, v * 15 - phase * 2), swing = (wave + fine * 0.35) * rough * calm;
+    const double mirrored =
+        std::min(horizon - d * (1 - 0.25 * rough) - 0.004 + swing * (0.03 + 0.16 * d), horizon - 0.003);
+    Rgb seen = mix(deep, above.sample(x + swing * 0.012, mirrored),
+                   clamp01(0.94 - 0.5 * smoothstep(0, 0.75, d) - rough * 0.14 * wave * calm));
+    const double path = (x - sunX) / (0.035 + 0.2 * d);
+    if (sunX >= 0 && path * path < 9) {
+      const double glint = noise(u * 3 + phase, v * 4 + phase * 2) + 0.6 * noise(u * 8 - phase, v * 9);
+      seen = mix(seen, mood.sun, 0.85 * smoothstep(0.1, 0.8, glint) * std::exp(-path * path) * calm);
     }
-    if (style.balloons) balloon(c, r, a * r.in(0.22F, 0.36F), 0.27F, 0.085F);
-    if (style.lake > 0) {
-      water(c, r, style.lake, mood.night ? 0.10F : 0.16F, mood.ink * 0.9F, 0.4F);
-      mist(c, r, style.lake, 0.025F, mood.haze, 0.35F);
-    } else if (!mood.night && !style.balloons) {
-      birds(c, r, a * r.in(0.3F, 0.7F), 0.25F, 7, mix(mood.ink, mood.haze, 0.35F));
+    return seen * (0.96 + 0.05 * rough * fine);
+  });
+}
+
+Scene ridges(const Mood& mood, double side, double lake, bool pines) {
+  return [&mood, side, lake, pines](Canvas& c, Random& r) {
+    const double horizon = lake > 0 ? lake : 0.8, sunX = side * c.aspect();
+    heaven(c, r, mood, horizon, sunX, mood.night ? 0.25 : 0.42, 0.035, mood.night ? 0.2 : 0.4);
+    constexpr int kLayers = 6;
+    for (int i = 0; i < kLayers; ++i) {
+      const double near = i / (kLayers - 1.0),
+                   top = std::lerp(horizon - 0.3, lake > 0 ? horizon - 0.03 : 0.84, std::pow(near, 1.15));
+      const double swing = std::lerp(0.15, lake > 0 ? 0.035 : 0.085, near), scale = std::lerp(1.05, 1.5, near),
+                   ox = r.in(0, 200);
+      const auto crest = [=](double x) { return top - swing * (ridged(x * scale + ox, i * 9.7, 6) - 0.42) * 2.1; };
+      const bool wooded = pines && near > 0.55;
+      const double high = std::lerp(0.018, lake > 0 ? 0.05 : 0.12, (near - 0.55) / 0.45);
+      const Rgb base = mix(mix(mood.haze, mood.body, 0.3), mood.ink, std::pow(near, 0.85)),
+                air = mix(mood.haze, mood.sun, 0.15);
+      c.ground(wooded ? treeline(c, r, crest, high * 0.45, high) : c.heights(crest),
+               [&](double x, double y, double depth) {
+                 // Under a wood's jagged edge the depth would draw a stripe below each tree.
+                 const double below = wooded ? std::max(0.0, y - top + swing) : depth;
+                 const double rough = wooded ? 1 : 0.92 + 0.2 * noise(x * 9 + ox, below * 14) * (1 - near);
+                 const double warm = std::exp(-std::fabs(x - sunX) * 3.2) * (1 - near) * 0.25;
+                 return mix(mix(base * rough, mood.sun, warm), air,
+                            smoothstep(0, 0.27, below) * (1 - near * 0.75) * (wooded ? 0.6 : 0.85));
+               });
+      if (i + 1 < kLayers) mist(c, r, top + swing * 1.1, 0.08, air, 0.4 * (1 - near));
     }
-    c.bloom(1, 0.06F, 0.30F);
-    c.vignette(0.16F);
+    if (lake > 0) {
+      water(c, r, mood, lake, 0.15, mood.night ? sunX : -1, 0);
+      mist(c, r, lake, 0.025, mood.haze, 0.35);
+    }
+    c.finish(0.35, 0.28);
   };
 }
 
-Scene sea(const Mood& mood, SeaStyle style) {
-  return [&mood, style](Canvas& c, Random& r) {
-    const float a = c.aspect(), h = style.horizon, sunX = style.sunX * a;
-    sky(c, mood, h);
-    if (mood.night) stars(c, r, h, 1100);
-    if (style.moon)
-      moon(c, r, sunX, style.sunY, style.sunSize, 1, mood.sun * 1.3F);
-    else
-      sun(c, mood, sunX, style.sunY, style.sunSize);
-    clouds(c, r, mood, h, style.cover, sunX, style.sunY, style.phase * 0.02F);
-    if (style.islands)
-      for (int i = 0; i < 3; ++i) {
-        const float ox = r.in(0, 200), left = r.in(-0.2F, 0.9F) * a, wide = r.in(0.3F, 0.7F);
-        const Colour tone = mix(mood.haze, mood.ink, 0.25F + 0.2F * static_cast<float>(i));
-        const float tall = r.in(0.03F, 0.09F);
-        c.ground(
-            [&](float x) {
-              const float t = (x - left) / wide;
-              if (t <= 0 || t >= 1) return 2.0F;
-              return h - tall * std::pow(std::sin(t * 3.14159F), 0.7F) * (0.55F + 0.6F * ridged(x * 3 + ox, 4, 5));
-            },
-            [&](float, float y, float) { return mix(tone, mood.haze, smoothstep(h - 0.06F, h, y) * 0.55F); });
-      }
-    if (style.icebergs)
-      for (int i = 0; i < 6; ++i) {
-        const bool great = i == 4;
-        const float x = a * (great ? 0.66F : r.in(0.04F, 0.96F)), wide = great ? 0.52F : r.in(0.08F, 0.2F),
-                    tall = great ? 0.25F : r.in(0.02F, 0.07F);
-        const float ox = r.in(0, 200), lean = r.in(-0.3F, 0.3F);
-        const auto crest = [=](float px) {
-          const float t = (px - x) / wide + 0.5F;
-          if (t <= 0 || t >= 1) return 2.0F;
-          const float bump = 0.30F + 0.55F * (1 - std::fabs(2 * t - 1 + lean)) +
-                             0.5F * (std::fabs(noise(px * 4.5F + ox, 1)) - 0.2F) + 0.10F * noise(px * 19 + ox, 5);
-          return h - tall * std::min(1.0F, std::max(0.04F, bump)) * smoothstep(0, 0.06F, t) * smoothstep(1, 0.94F, t);
-        };
-        c.ground(crest, [&](float px, float py, float below) {
-          const float u = px * 7 + ox + py * 3, v = py * 9 - px * 2,
-                      plane =
-                          noise(std::floor(u * 1.6F + noise(u, v)) * 7.3F, std::floor(v * 1.3F + noise(v, u)) * 3.1F);
-          const float crack = smoothstep(0.05F, 0, std::fabs(noise(u * 1.4F, v * 1.4F)));
-          const float lit =
-              clamp01(0.66F + 0.30F * plane + 0.22F * noise(u * 3, v * 5) - below * 1.1F - (px - x) / wide * 0.35F);
-          const Colour ice = mix(hex(0x4f9fc0), hex(0xf2f8fb), lit) * (1 - 0.22F * crack);
-          return mix(mix(ice, ice * mood.sun, 0.2F), mood.haze, great ? 0.06F : 0.3F) *
-                 (1 - 0.25F * smoothstep(h - 0.012F, h, py));
-        });
-      }
-    water(c, r, h, style.rough, mix(mood.ink, mood.sky.at(0.2F), 0.4F), 0.62F, style.phase);
-    const float ox = r.in(0, 200);
-    c.shade(h, 1, [&](float x, float y, Colour old) {
-      const float d = y - h, away = 1 / (d + 0.02F), u = (x - a / 2) * away * 2.1F, v = away * 5.2F;
-      const float glint = noise(u * 1.3F + ox + style.phase, v * 1.4F + style.phase * 2) +
-                          0.6F * noise(u * 3.7F - style.phase, v * 3.1F + ox);
-      const float path = (x - sunX) / (0.035F + 0.22F * d);
-      const float lit = smoothstep(0.16F, 0.75F, glint) * std::exp(-path * path) * smoothstep(0, 0.03F, d);
-      return old + mood.sun * (lit * (style.moon ? 0.5F : 0.6F) * (0.35F + style.rough * 0.65F));
-    });
-    if (style.sail) {
-      const float x = a * (style.sunX < 0.5F ? style.sunX + 0.24F : style.sunX - 0.24F) + style.phase * 0.004F,
-                  y = h + 0.035F, s = 0.16F;
-      const Colour cloth = mix(mood.ink, mood.haze, 0.72F);
-      c.fill(Path()
-                 .moveTo(x, y - s)
-                 .quadTo(x + s * 0.30F, y - s * 0.42F, x + s * 0.42F, y - s * 0.09F)
-                 .lineTo(x, y - s * 0.09F),
-             cloth);
-      c.fill(Path()
-                 .moveTo(x - s * 0.02F, y - s * 0.9F)
-                 .quadTo(x - s * 0.08F, y - s * 0.4F, x - s * 0.27F, y - s * 0.09F)
-                 .lineTo(x - s * 0.02F, y - s * 0.09F),
-             cloth * 0.8F);
-      c.fill(Path()
-                 .moveTo(x - s * 0.32F, y - s * 0.06F)
-                 .lineTo(x + s * 0.46F, y - s * 0.06F)
-                 .quadTo(x + s * 0.36F, y + s * 0.03F, x + s * 0.2F, y + s * 0.03F)
-                 .lineTo(x - s * 0.2F, y + s * 0.03F),
-             mood.ink);
-      for (int i = 1; i < 12; ++i) {
-        const float yy = y + 0.008F * static_cast<float>(i) + 0.003F, w = s * (0.34F - 0.022F * static_cast<float>(i));
-        c.fill(Path().ellipse(x + 0.05F * s + 0.006F * std::sin(static_cast<float>(i) * 1.9F + style.phase), yy, w,
-                              0.0022F),
-               mix(mood.ink, mood.haze, 0.3F), 0.5F);
-      }
-    }
-    if (style.lighthouse) {
-      const float ground = r.in(0, 200), x = a * 0.80F;
+Scene sea(const Mood& mood, double side, double sunY, double rough, double phase) {
+  return [&mood, side, sunY, rough, phase](Canvas& c, Random& r) {
+    constexpr double h = 0.6;
+    const double a = c.aspect(), sunX = side * a;
+    heaven(c, r, mood, h, sunX, sunY, 0.04, mood.night ? 0.25 : 0.45, phase * 0.02);
+    for (int i = 0; i < 3; ++i) {
+      const double ox = r.in(0, 200), left = r.in(-0.2, 0.9) * a, wide = r.in(0.3, 0.7), tall = r.in(0.03, 0.09);
+      const Rgb tone = mix(mood.haze, mood.ink, 0.25 + 0.2 * i);
       c.ground(
-          [&](float px) {
-            return h + 0.13F - 0.22F * smoothstep(a * 0.52F, a * 0.86F, px) + 0.035F * fbm(px * 5 + ground, 1, 5);
+          [=](double x) {
+            const double t = clamp01((x - left) / wide);
+            return t <= 0 || t >= 1
+                       ? 2
+                       : h - tall * std::pow(std::sin(t * 3.14159), 0.7) * (0.55 + 0.6 * ridged(x * 3 + ox, 4, 5));
           },
-          [&](float px, float py, float below) {
-            const float rock = 0.75F + 0.6F * fbm(px * 16, py * 22, 4);
-            return mix(mix(mood.ink, mood.body, 0.5F * smoothstep(0.05F, 0, below)) * rock, mood.haze, 0.05F);
-          });
-      const float top = h - 0.36F, foot = h - 0.04F;
-      c.glow(x, top, 0.42F, mood.sun * 0.2F, 4);
-      Path beam;
-      beam.moveTo(x, top).lineTo(x - 0.9F, top - 0.17F).lineTo(x - 0.9F, top + 0.02F);
-      c.fill(beam, [&](float px, float) { return Rgba{mood.sun, 0.15F * smoothstep(0.9F, 0, x - px)}; });
-      c.fill(Path()
-                 .moveTo(x - 0.022F, top + 0.03F)
-                 .lineTo(x + 0.022F, top + 0.03F)
-                 .lineTo(x + 0.036F, foot + 0.05F)
-                 .lineTo(x - 0.036F, foot + 0.05F),
-             [&](float px, float py) {
-               const float band = std::fmod((py - top) * 11, 2.0F);
-               const Colour paint =
-                   mix(hex(0xf4eee4), hex(0xb8433a), smoothstep(0.96F, 1.04F, band) - smoothstep(1.94F, 2, band));
-               return Rgba{paint * (0.72F - 9 * (px - x)) * (mood.night ? 0.25F : 0.8F)};
-             });
-      c.fill(Path().rectangle(x - 0.028F, top + 0.022F, 0.056F, 0.010F, 0.003F), mood.ink);
-      c.fill(Path().rectangle(x - 0.016F, top - 0.016F, 0.032F, 0.04F, 0.004F), mood.sun * 1.4F);
-      c.fill(Path().moveTo(x - 0.022F, top - 0.014F).lineTo(x, top - 0.05F).lineTo(x + 0.022F, top - 0.014F), mood.ink);
+          [&](double, double y, double) { return mix(tone, mood.haze, smoothstep(h - 0.06, h, y) * 0.55); });
     }
-    if (style.palms)
-      for (int i = 0; i < 3; ++i) {
-        const float x = a * (0.06F + 0.09F * static_cast<float>(i)), lean = r.in(0.04F, 0.12F),
-                    tall = r.in(0.42F, 0.66F), foot = 1.05F;
-        Path::Point p{x, foot};
-        for (int k = 1; k <= 14; ++k) {
-          const float t = static_cast<float>(k) / 14;
-          const Path::Point q{x + lean * t * t, foot - tall * t};
-          c.fill(Path().stroke(p, q, 0.020F - 0.009F * t, 0.0195F - 0.009F * t), mood.ink);
-          p = q;
-        }
-        for (int k = 0; k < 13; ++k) {
-          const float angle = -3.3F + 0.52F * static_cast<float>(k) + r.in(-0.15F, 0.15F), reach = r.in(0.14F, 0.22F);
-          const float tx = p.x + std::cos(angle) * reach, ty = p.y + std::sin(angle) * reach * 0.55F + 0.07F;
-          const float mx = p.x + std::cos(angle) * reach * 0.55F, my = p.y + std::sin(angle) * reach * 0.6F - 0.03F;
-          for (int leaf = 1; leaf < 26; ++leaf) {
-            const float t = static_cast<float>(leaf) / 26, s = 1 - t;
-            const float lx = s * s * p.x + 2 * s * t * mx + t * t * tx, ly = s * s * p.y + 2 * s * t * my + t * t * ty;
-            const float drop = 0.052F * std::sqrt(s) * (0.5F + t);
-            c.fill(Path().stroke({lx, ly}, {lx + (tx - p.x) * 0.13F, ly + drop}, 0.0045F, 0.001F), mood.ink);
-          }
-        }
-      }
-    if (!mood.night && !style.palms) birds(c, r, a * r.in(0.25F, 0.75F), h * 0.45F, 6, mix(mood.ink, mood.haze, 0.3F));
-    c.bloom(1.05F, 0.05F, 0.28F);
-    c.vignette(0.16F);
+    water(c, r, mood, h, rough, sunX, phase);
+    c.finish(0.35, 0.28);
   };
 }
 
-Scene dunes(const Mood& mood, bool caravanMoon) {
-  return [&mood, caravanMoon](Canvas& c, Random& r) {
-    const float a = c.aspect(), sunX = a * 0.22F;
-    sky(c, mood, 0.5F);
-    if (mood.night) stars(c, r, 0.45F, 1500);
-    if (caravanMoon)
-      moon(c, r, a * 0.68F, 0.2F, 0.06F, mood.night ? 0.8F : 1, hex(0xfff4e0));
-    else
-      sun(c, mood, sunX, 0.26F, 0.03F);
-    for (int i = 0; i < 6; ++i) {
-      const float near = static_cast<float>(i) / 5, top = lerp(0.42F, 0.86F, near), swing = lerp(0.05F, 0.17F, near);
-      const float scale = lerp(1.7F, 0.72F, near), ox = r.in(0, 200);
-      const auto crest = [=](float x) {
-        const float n = noise(x * scale + ox, static_cast<float>(i) * 5.1F),
-                    swell = 0.65F + 0.6F * noise(x * 0.8F, ox + near * 4);
-        return top - swing * swell * (1 - std::sqrt(n * n + 0.0004F) * 1.9F) + 0.008F * noise(x * 4 + ox, 8);
-      };
-      const Colour lit = mix(mood.body * 1.15F, mood.haze, 0.62F * (1 - near)),
-                   dark = mix(mood.ink, mood.haze, 0.58F * (1 - near));
-      c.ground(crest, [&](float x, float y, float below) {
-        // Where a face meets the next, the edge runs down the slope aslant and in curves.
-        const float sway = 0.05F * noise(x * 3 + ox, below * 6 + 2) + 0.02F * noise(x * 9, below * 18 + ox);
-        const float from = x - below * lerp(2.6F, 1.5F, near) - sway * smoothstep(0, 0.05F, below) * 1.6F;
-        const float slope = (crest(from + 0.010F) - crest(from - 0.010F)) / 0.020F;
-        const float soft = lerp(0.05F, 0.07F, near) + below * 0.9F;
-        const float light = smoothstep(-soft, soft, 0.02F - slope * 0.8F - below * 0.12F);
-        const float ripple =
-            std::sin((y * 1.35F + below * 0.8F + sway * 1.3F + 0.02F * noise(x * 14, y * 20)) * lerp(700, 260, near) +
-                     noise(x * 5, y * 9) * 5);
-        const float grain = 1 + ripple * 0.05F * near * smoothstep(0.01F, 0.08F, below);
-        const Colour base = mix(dark, lit, 0.12F + 0.88F * light);
-        return base * grain + mood.sun * (0.035F * light * std::exp(-std::fabs(x - sunX) * 1.6F));
-      });
+Scene fields(const Mood& mood, std::vector<unsigned> rows) {
+  return [&mood, rows](Canvas& c, Random& r) {
+    constexpr double h = 0.46;
+    const double a = c.aspect(), vanish = a * r.in(0.35, 0.65), ox = r.in(0, 200);
+    heaven(c, r, mood, h, a * 0.78, h - 0.13, 0.03, 0.45);
+    const Rgb soil = mix(mix(mood.ink, mood.body, 0.55), Rgb(0x3d6b2e), 0.35);
+    c.shade(h, 1, [&](double x, double y, Rgb) {
+      const double away = 1 / (y - h + 0.004), lane = (x - vanish) * away * 0.62 + 200 + 0.12 * noise(away * 0.7, ox),
+                   index = std::floor(lane), inside = lane - index - 0.5;
+      const double far = clamp01(0.006 * away), u = x * away, v = away * 3,
+                   tufts = noise(u * 9 + ox, v * 4) + 0.6 * noise(u * 24, v * 11) * (1 - far);
+      const double cover = std::lerp(smoothstep(0.47, 0.24, std::fabs(inside) + 0.07 * tufts * (1 - far)), 0.72, far);
+      const Rgb flowers = Rgb(rows[static_cast<std::size_t>(index) % rows.size()]) *
+                          (0.8 + 0.4 * clamp01(0.5 + inside) + 0.22 * tufts * (1 - far * 0.8) +
+                           0.2 * noise(u * 60, v * 34) * (1 - far));
+      return mix(mix(soil * (0.9 + 0.25 * noise(u * 30, v * 30)), flowers, cover), mood.haze,
+                 0.5 * std::exp(-(y - h) * 9));
+    });
+    const double x = a * 0.28;
+    leavesOn(c, r, branches(c, r, {{x, h + 0.02}, -1.57, 0.055, 0.012, 6}, mood.ink), {0x4f6a34, 0x6f8a44, 0x3f5a2c},
+             0.002, 3600);
+    c.finish(0.35, 0.28);
+  };
+}
+
+Scene loneTree(const Mood& mood, std::vector<unsigned> leaves) {
+  return [&mood, leaves](Canvas& c, Random& r) {
+    const double a = c.aspect(), x = a * r.in(0.42, 0.58), foot = 0.83;
+    heaven(c, r, mood, 0.8, a * 0.16, 0.5, 0.03, 0.35);
+    for (int i = 0; i < 4; ++i) {
+      const double near = i / 3.0, ox = r.in(0, 200), top = std::lerp(0.66, 0.86, near);
+      const Rgb tone = mix(mood.haze, mix(mood.body, mood.ink, 0.1), 0.3 + 0.65 * near);
+      c.ground(
+          [=](double px) {
+            return top - 0.06 * noise(px * 1.1 + ox, near * 3) -
+                   (i == 3 ? 0.05 * std::exp(-(px - x) * (px - x) * 6) : 0);
+          },
+          [&](double px, double py, double below) {
+            const double grass = 0.95 + 0.16 * fbm(px * 12 + ox, py * 26, 4) + near * 0.12 * noise(px * 150, py * 46);
+            return mix(tone * grass, mood.sun, 0.3 * smoothstep(0.12, 0, below)) *
+                   (1 - 0.35 * near * smoothstep(0.03, 0.3, below));
+          });
+      if (i < 3) mist(c, r, top + 0.03, 0.07, mood.haze, 0.45);
     }
-    c.bloom(1, 0.07F, 0.25F);
-    c.vignette(0.18F);
+    leavesOn(c, r, branches(c, r, {{x, foot + 0.03}, -1.57 + r.in(-0.08, 0.08), 0.17, 0.046, 8}, mood.ink), leaves,
+             0.004, 15000);
+    c.finish(0.35, 0.28);
+  };
+}
+
+Scene aurora(const Mood& mood, unsigned low, unsigned high, double phase) {
+  return [&mood, low, high, phase](Canvas& c, Random& r) {
+    constexpr double shore = 0.72;
+    heaven(c, r, mood, shore, 0, 0, 0, 0);
+    const double ox = r.in(0, 200), oy = r.in(0, 200);
+    for (int fold = 0; fold < 3; ++fold)
+      c.veil(0, shore, [&](double x, double y) {
+        const double foot = 0.5 + 0.15 * noise(x * 1.1 + ox + phase * 0.25, fold * 3.3 + phase * 0.12) +
+                            0.05 * noise(x * 3.1 + oy, fold + phase * 0.4) - 0.05 * fold;
+        const double rays = std::max(0.12, 0.6 + 0.45 * noise(x * 22 + ox, fold * 7 + phase * 1.3) +
+                                               0.25 * noise(x * 60 + oy, fold + phase * 2));
+        const double up = (foot - y) / (0.44 * (0.75 + 0.35 * noise(x * 2.3, fold + ox)));
+        const double body = smoothstep(-0.07, 0.04, up) * std::pow(std::max(0.0, 1 - up), 1.6) *
+                            smoothstep(-0.4, 0.4, noise(x * 1.6 + oy, fold * 5 + 1 + phase * 0.3));
+        return std::pair(mix(Rgb(low), Rgb(high), clamp01(up * 1.5)), clamp01(1.1 * rays * body));
+      });
+    for (int i = 0; i < 2; ++i) {
+      const double mx = r.in(0, 200);
+      const Rgb tone = mix(mood.ink, mix(mood.haze, Rgb(low), 0.2), 0.3 - 0.22 * i);
+      c.ground([=](double x) { return shore - 0.015 - (0.2 - 0.13 * i) * ridged(x * (0.8 + i) + mx, 3 + i, 7); },
+               [&](double x, double y, double below) {
+                 const double snow = smoothstep(0.05, 0.45, noise(x * 19 + mx, y * 26) + 0.5 * noise(x * 47, y * 60)) *
+                                     smoothstep(0.16, 0, below) * (1 - i);
+                 return mix(tone, mix(mood.haze, Rgb(low), 0.4), 0.6 * snow);
+               });
+    }
+    water(c, r, mood, shore, 0.13, -1, phase * 0.5);
+    c.finish(0.3, 0.3);
+  };
+}
+
+Scene starry(const Mood& mood) {
+  return [&mood](Canvas& c, Random& r) {
+    const double a = c.aspect(), ox = r.in(0, 200);
+    c.shade(0, 1, [&](double, double y, Rgb) { return mood.sky.at(y * 0.9); });
+    stars(c, r, 1, 1900);
+    c.veil(0, 1, [&](double x, double y) {
+      const double along = (x - a * 0.5) * 0.55 - (y - 0.45) * 0.83,
+                   across = (x - a * 0.5) * 0.83 + (y - 0.45) * 0.55 + 0.05 * noise(along * 2 + ox, 1);
+      const double band = std::exp(-across * across * 22) *
+                          (0.55 + 0.45 * std::exp(-(along + 0.15) * (along + 0.15) * 3.5)),
+                   cloud = fbm(along * 4 + ox, across * 7, 5);
+      const double dust =
+          smoothstep(0.02, 0.4, fbm(along * 3.2 + 40 + ox, across * 9, 5) + 0.18 - std::fabs(across) * 3.2);
+      return std::pair(mix(mix(Rgb(0x8fa6ea), Rgb(0xf9dcc2), band), Rgb(0xc06a9a), clamp01(cloud * 0.7)),
+                       clamp01(band * (0.6 + 0.6 * cloud) * (1 - 0.85 * dust)));
+    });
+    c.glow(a * 0.5, 1, 0.75, mood.haze, 0.6);
+    c.ground(
+        treeline(
+            c, r, [=](double x) { return 0.9 - 0.055 * noise(x * 1.1 + ox, 2) - 0.02 * noise(x * 4, ox); }, 0.03, 0.16),
+        [&](double, double, double) { return mood.ink; });
+    c.finish(0.25, 0.3);
+  };
+}
+
+Scene fullMoon() {
+  return [](Canvas& c, Random& r) {
+    c.shade(0, 1, [](double, double y, Rgb) { return kNight.sky.at(y * 0.8); });
+    stars(c, r, 1.3, 500);
+    moon(c, r, c.aspect() / 2, 0.5, 0.36);
+    c.finish(0.25, 0.3);
   };
 }
 

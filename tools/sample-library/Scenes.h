@@ -1,85 +1,49 @@
 #pragma once
 
-#include "Elements.h"
+#include "Paint.h"
 
 namespace tlx::samples {
 
-// Land and water.
-struct RidgeStyle {
-  float sunX = 0.62F;  ///< share of the width
-  float sunY = 0.42F;
-  float sunSize = 0.035F;  ///< 0: hidden behind the haze
-  float lake = 0;          ///< height of a lake's shore, 0: none
-  int layers = 6;
-  bool pines = true, moon = false, balloons = false;
-  float cover = 0.35F;  ///< clouds
+/// The light of one hour at one place. `sky` runs from the zenith (0) to the horizon (1).
+struct Mood {
+  Gradient sky;
+  Rgb sun;   ///< what the sun or moon shines with
+  Rgb haze;  ///< what the distance fades into
+  Rgb body;  ///< ground in full light
+  Rgb ink;   ///< the nearest silhouettes
+  bool night = false;
 };
-Scene ridges(const Mood& mood, RidgeStyle style = {});
+extern const Mood kDawn, kGolden, kEmber, kDusk, kBlueHour, kNight, kNoon, kTeal, kOvercast, kArctic, kPeach, kStorm,
+    kSpring;
 
-struct AlpineStyle {
-  float snow = 0.35F;  ///< share of the height above which snow lies
-  float lake = 0.72F;  ///< 0: none
-  float cover = 0.3F;
-  float pitch = 0.52F;  ///< where the horizon stands
-  bool pines = true;
-};
-Scene alpine(const Mood& mood, AlpineStyle style = {});
+/// The sky down to the horizon, with its sun or moon (no size: neither), stars and clouds.
+void heaven(Canvas& c, Random& r, const Mood& mood, double horizon, double sunX, double sunY, double size, double cover,
+            double drift = 0);
+/// Everything below `horizon` becomes water that mirrors what stands above; `rough` 0 is a still lake, 1 an open sea.
+/// Light glitters below `sunX`, unless that is negative.
+void water(Canvas& c, Random& r, const Mood& mood, double horizon, double rough, double sunX, double phase);
 
-struct SeaStyle {
-  float sunX = 0.5F, sunY = 0.5F, sunSize = 0.045F, horizon = 0.6F, rough = 0.8F, cover = 0.4F;
-  bool sail = false, lighthouse = false, islands = true, palms = false, moon = false, icebergs = false;
-  float phase = 0;  ///< moves waves and clouds, for moving pictures
-};
-Scene sea(const Mood& mood, SeaStyle style = {});
-
-Scene dunes(const Mood& mood, bool caravanMoon = false);
-/// A shore seen from straight above.
-Scene shore(std::uint32_t sand, std::uint32_t shallow, std::uint32_t deep);
-/// Rows of colour running to the horizon: lavender, tulips, vines.
-Scene fieldRows(const Mood& mood, const std::vector<std::uint32_t>& rows, bool tree);
-Scene forest(const Mood& mood, std::uint32_t leaves, std::uint32_t fog, bool beams);
-Scene loneTree(const Mood& mood, const std::vector<std::uint32_t>& leaves, bool falling);
-Scene aurora(const Mood& mood, std::uint32_t low, std::uint32_t high, float lake, float phase = 0);
-Scene milkyWay(const Mood& mood, bool trails);
-Scene snowfall(const Mood& mood);
-
-// Cities at night.
-struct SkylineStyle {
-  float shore = 0.68F;
-  bool moon = false, bridge = false;
-  float height = 0.42F;
-  float phase = 0;
-};
-Scene skyline(const Mood& mood, SkylineStyle style = {});
-Scene bokeh(std::uint32_t backdrop, const std::vector<std::uint32_t>& lights, bool rain);
-Scene lightTrails(const Mood& mood);
-
-// Flowers and the table.
+// Places are shares of the width and height; `phase` moves waves and light, for moving pictures.
+/// Mountains one behind the other; `lake` is the height of a shore, 0: none.
+Scene ridges(const Mood& mood, double sunX = 0.62, double lake = 0, bool pines = true);
+Scene sea(const Mood& mood, double sunX = 0.5, double sunY = 0.45, double rough = 0.7, double phase = 0);
+/// Rows of colour running to the horizon.
+Scene fields(const Mood& mood, std::vector<unsigned> rows);
+Scene loneTree(const Mood& mood, std::vector<unsigned> leaves);
+Scene aurora(const Mood& mood, unsigned low, unsigned high, double phase = 0);
+Scene starry(const Mood& mood);
+Scene fullMoon();
+Scene skyline(const Mood& mood, double height = 0.45, double phase = 0);
 struct FlowerStyle {
-  std::uint32_t inner, outer, heart, backdropLow, backdropHigh;
-  int petals = 21, rings = 3;
-  float width = 0.34F, tip = 0, radius = 0.36F, heartSize = 0.24F;
-  bool seeds = false;
-  float sway = 0;
+  unsigned inner, outer, heart, low, high;  ///< the last two are the garden's, out of focus
+  int petals = 22, rings = 2;
+  double width = 0.26, heartSize = 0.3;
 };
 Scene flower(FlowerStyle style);
-Scene meadow(const Mood& mood, const std::vector<std::uint32_t>& petals, float sway = 0);
-Scene blossom(std::uint32_t petal, std::uint32_t low, std::uint32_t high);
-Scene waterLilies(std::uint32_t petal, std::uint32_t pond);
-Scene citrus(std::uint32_t table, const std::vector<std::uint32_t>& fruits);
-Scene latte(std::uint32_t table, std::uint32_t cup);
-Scene succulent(std::uint32_t low, std::uint32_t high, std::uint32_t tip);
-
-// Shapes and light.
-Scene paperWaves(const Gradient& colours, int layers);
-Scene marble(const Gradient& colours, float scale);
-Scene silk(const Gradient& colours);
-Scene orbs(const Gradient& backdrop, const std::vector<std::uint32_t>& colours);
-Scene arches(const std::vector<std::uint32_t>& colours, std::uint32_t backdrop);
-Scene caustics(std::uint32_t shallow, std::uint32_t deep);
-Scene galaxy(std::uint32_t core, std::uint32_t arms, std::uint32_t dust);
-
-// A phone's screen, `page` 0…7.
+Scene paperWaves(Gradient colours);
+Scene marble(Gradient colours);
+Scene orbs(Gradient backdrop, std::vector<unsigned> colours);
+/// A phone's screen, `page` 0…7.
 Scene screen(int page);
 
 }  // namespace tlx::samples

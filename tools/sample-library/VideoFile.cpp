@@ -1,266 +1,158 @@
-#include "VideoFile.h"
-
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libavutil/channel_layout.h>
 #include <libavutil/display.h>
 #include <libavutil/opt.h>
-#include <libswresample/swresample.h>
-#include <libswscale/swscale.h>
 }
 
-#include <cstdio>
-#include <ctime>
+#include <QDateTime>
 #include <memory>
 #include <stdexcept>
 
-#include "PhotoFile.h"
+#include "Files.h"
 
 namespace tlx::samples {
 namespace {
 
 template <auto Free>
-struct FreeBy {
+struct Released {
   template <class T>
   void operator()(T* object) const {
     Free(&object);
   }
 };
-using Codec = std::unique_ptr<AVCodecContext, FreeBy<avcodec_free_context>>;
-using Frame = std::unique_ptr<AVFrame, FreeBy<av_frame_free>>;
-using Packet = std::unique_ptr<AVPacket, FreeBy<av_packet_free>>;
-using Resampler = std::unique_ptr<SwrContext, FreeBy<swr_free>>;
-struct CloseScaler {
-  void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-};
-struct CloseFile {
-  void operator()(AVFormatContext* file) const {
-    if (file->pb) avio_closep(&file->pb);
-    avformat_free_context(file);
-  }
-};
-using File = std::unique_ptr<AVFormatContext, CloseFile>;
 
-void check(int result, const char* what) {
-  if (result >= 0) return;
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  av_strerror(result, text, sizeof text);
-  throw std::runtime_error(std::string(what) + ": " + text);
+int check(int result, const char* what) {
+  if (result < 0) throw std::runtime_error(std::string("cannot ") + what);
+  return result;
 }
 
-const AVCodec* firstOf(const std::vector<std::string>& names) {
-  for (const auto& name : names)
-    if (const AVCodec* codec = avcodec_find_encoder_by_name(name.c_str())) return codec;
-  throw std::runtime_error("no encoder " + names.front());
+/// Closes a muxer whose file lies in memory, and hands that over.
+std::string closed(AVFormatContext* muxer) {
+  std::uint8_t* held = nullptr;
+  const int size = avio_close_dyn_buf(muxer->pb, &held);
+  const std::string whole(reinterpret_cast<const char*>(held), static_cast<std::size_t>(size));
+  av_free(held);
+  avformat_free_context(muxer);
+  return whole;
 }
-
-/// Waves on a shore under a slow chord.
-class Sound {
- public:
-  explicit Sound(int key) : random_(static_cast<std::uint64_t>(key) + 77) {
-    static const float kRoots[] = {196.0F, 220.0F, 174.6F, 246.9F, 164.8F};
-    static const float kSteps[] = {1, 1.25F, 1.5F, 2, 1.875F};
-    for (int i = 0; i < 5; ++i) tones_[static_cast<std::size_t>(i)] = kRoots[key % 5] * kSteps[i] * (i == 4 ? 0.5F : 1);
-  }
-  std::pair<float, float> at(double seconds, double length) {
-    const auto t = static_cast<float>(seconds);
-    float left = 0, right = 0;
-    for (std::size_t i = 0; i < tones_.size(); ++i) {
-      const float swell = 0.55F + 0.45F * std::sin(t * (0.5F + 0.13F * static_cast<float>(i)) + static_cast<float>(i));
-      const float wave = std::sin(6.2831853F * tones_[i] * t) + 0.25F * std::sin(12.566371F * tones_[i] * t);
-      const float pan = static_cast<float>(i) / 4;
-      left += wave * swell * (1 - 0.6F * pan), right += wave * swell * (0.4F + 0.6F * pan);
-    }
-    hiss_ += (random_.in(-1, 1) - hiss_) * 0.10F;
-    const float surf = hiss_ * (0.35F + 0.65F * (0.5F + 0.5F * std::sin(t * 1.3F)));
-    const auto fade = static_cast<float>(std::min({1.0, seconds * 3, (length - seconds) * 2}));
-    return {(left * 0.035F + surf * 0.4F) * fade, (right * 0.035F + surf * 0.36F) * fade};
-  }
-
- private:
-  Random random_;
-  std::array<float, 5> tones_{};
-  float hiss_ = 0;
+struct Close {
+  void operator()(AVFormatContext* muxer) const { closed(muxer); }
 };
 
-class Track {
- public:
-  Track(AVFormatContext* file, const AVCodec* codec)
-      : file_(file),
-        codec_(avcodec_alloc_context3(codec)),
-        stream_(avformat_new_stream(file, nullptr)),
-        frame_(av_frame_alloc()),
-        packet_(av_packet_alloc()) {
-    codec_->thread_count = 1;
-    if (file->oformat->flags & AVFMT_GLOBALHEADER) codec_->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+struct Track {
+  Track(AVFormatContext* to, const std::string& encoder, AVRational timeBase) : file(to) {
+    const AVCodec* kind = avcodec_find_encoder_by_name(encoder.c_str());
+    if (!kind) throw std::runtime_error("no encoder " + encoder);
+    codec.reset(avcodec_alloc_context3(kind));
+    codec->thread_count = 1, codec->time_base = timeBase;
+    codec->flags |=
+        AV_CODEC_FLAG_BITEXACT | (to->oformat->flags & AVFMT_GLOBALHEADER ? AV_CODEC_FLAG_GLOBAL_HEADER : 0);
+    stream = avformat_new_stream(to, nullptr);
   }
-  AVCodecContext* codec() { return codec_.get(); }
-  AVStream* stream() { return stream_; }
-  AVFrame* frame() { return frame_.get(); }
   void open() {
-    check(avcodec_open2(codec_.get(), codec_->codec, nullptr), "opening the encoder");
-    check(avcodec_parameters_from_context(stream_->codecpar, codec_.get()), "describing the track");
-    stream_->time_base = codec_->time_base;
+    check(avcodec_open2(codec.get(), nullptr, nullptr), "open the encoder");
+    check(avcodec_parameters_from_context(stream->codecpar, codec.get()), "describe the track");
+    stream->time_base = codec->time_base;
+  }
+  AVFrame* fresh(std::int64_t time) {
+    av_frame_unref(frame.get());
+    frame->width = codec->width, frame->height = codec->height, frame->sample_rate = codec->sample_rate;
+    frame->format = codec->width > 0 ? static_cast<int>(codec->pix_fmt) : static_cast<int>(codec->sample_fmt);
+    frame->nb_samples = codec->frame_size, frame->ch_layout = codec->ch_layout, frame->pts = time;
+    check(av_frame_get_buffer(frame.get(), 0), "hold a frame");
+    return frame.get();
   }
   /// Without a frame: the end.
-  void send(AVFrame* frame) {
-    check(avcodec_send_frame(codec_.get(), frame), "encoding");
-    for (;;) {
-      const int got = avcodec_receive_packet(codec_.get(), packet_.get());
-      if (got == AVERROR(EAGAIN) || got == AVERROR_EOF) return;
-      check(got, "encoding");
-      av_packet_rescale_ts(packet_.get(), codec_->time_base, stream_->time_base);
-      packet_->stream_index = stream_->index;
-      check(av_interleaved_write_frame(file_, packet_.get()), "writing");
+  void send(const AVFrame* next) {
+    check(avcodec_send_frame(codec.get(), next), "encode");
+    while (avcodec_receive_packet(codec.get(), packet.get()) >= 0) {
+      av_packet_rescale_ts(packet.get(), codec->time_base, stream->time_base);
+      packet->stream_index = stream->index;
+      check(av_interleaved_write_frame(file, packet.get()), "write");
     }
   }
-
- private:
-  AVFormatContext* file_;  // unretained: the file outlives its tracks
-  Codec codec_;
-  AVStream* stream_;  // unretained: the file's
-  Frame frame_;
-  Packet packet_;
+  AVFormatContext* file;  // unretained: outlives its tracks
+  AVStream* stream;       // unretained: the file's
+  std::unique_ptr<AVCodecContext, Released<avcodec_free_context>> codec;
+  std::unique_ptr<AVFrame, Released<av_frame_free>> frame{av_frame_alloc()};
+  std::unique_ptr<AVPacket, Released<av_packet_free>> packet{av_packet_alloc()};
 };
 
-class PictureTrack : public Track {
- public:
-  PictureTrack(AVFormatContext* file, const VideoFormat& f)
-      : Track(file, firstOf(f.pictureCodecs)), canvas_(f.width * 3 / 4, f.height * 3 / 4) {
-    auto* c = codec();
-    c->width = f.width, c->height = f.height;
-    c->pix_fmt = AV_PIX_FMT_YUV420P;
-    c->time_base = {1, f.framesPerSecond};
-    c->framerate = {f.framesPerSecond, 1};
-    c->gop_size = f.framesPerSecond * 2;
-    c->bit_rate = static_cast<std::int64_t>(f.width) * f.height * f.framesPerSecond / 7;
-    c->color_range = AVCOL_RANGE_MPEG;
-    c->colorspace = AVCOL_SPC_SMPTE170M;
-    c->color_primaries = AVCOL_PRI_BT709;
-    c->color_trc = AVCOL_TRC_IEC61966_2_1;
-    // Each encoder knows only its own of these; the rest leave it untouched.
-    av_opt_set(c->priv_data, "preset", "veryfast", 0);
-    av_opt_set(c->priv_data, "deadline", "realtime", 0);
-    av_opt_set(c->priv_data, "cpu-used", "8", 0);
-    open();
-    stream()->avg_frame_rate = c->framerate;
-    if (f.rotation != 0) {
-      auto* matrix = reinterpret_cast<std::int32_t*>(
-          av_stream_new_side_data(stream(), AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t)));
-      if (!matrix) throw std::runtime_error("no memory");
-      av_display_rotation_set(matrix, -f.rotation);
+void show(Track& track, const Video& video, int index) {
+  Canvas canvas(video.turned ? video.height : video.width, video.turned ? video.width : video.height);
+  Random random(7);  // What stands still is painted the same in each frame.
+  video.scene(static_cast<double>(index) / video.framesPerSecond)(canvas, random);
+  if (video.turned) canvas.image = canvas.image.transformed(QTransform().rotate(-90));
+  AVFrame* frame = track.fresh(index);
+  for (int y = 0; y < video.height; ++y)
+    for (int x = 0; x < video.width; ++x) {
+      const QColor c = canvas.image.pixelColor(x, y);
+      const auto put = [&](int plane, int row, int column, double value) {
+        frame->data[plane][row * frame->linesize[plane] + column] = static_cast<std::uint8_t>(value);
+      };
+      put(0, y, x, 16.5 + 0.257 * c.red() + 0.504 * c.green() + 0.098 * c.blue());
+      put(1, y / 2, x / 2, 128.5 - 0.148 * c.red() - 0.291 * c.green() + 0.439 * c.blue());
+      put(2, y / 2, x / 2, 128.5 + 0.439 * c.red() - 0.368 * c.green() - 0.071 * c.blue());
     }
-    frame()->format = c->pix_fmt, frame()->width = f.width, frame()->height = f.height;
-    check(av_frame_get_buffer(frame(), 0), "making a frame");
-    scaler_.reset(sws_getContext(canvas_.width(), canvas_.height(), AV_PIX_FMT_RGB24, f.width, f.height,
-                                 AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr, nullptr, nullptr));
-  }
-  void paint(const MovingScene& scene, int index) {
-    std::fill(canvas_.row(0), canvas_.row(0) + static_cast<std::ptrdiff_t>(canvas_.width()) * canvas_.height(),
-              Colour{});
-    scene(canvas_, static_cast<float>(index) / static_cast<float>(codec()->framerate.num));
-    const Bytes pixels = developedRgb(canvas_);
-    check(av_frame_make_writable(frame()), "making a frame");
-    const std::uint8_t* lines[1] = {pixels.data()};
-    const int pitch[1] = {canvas_.width() * 3};
-    sws_scale(scaler_.get(), lines, pitch, 0, canvas_.height(), frame()->data, frame()->linesize);
-    frame()->pts = index;
-    send(frame());
-  }
+  track.send(frame);
+}
 
- private:
-  Canvas canvas_;  // three quarters of the size: in motion nobody can tell
-  std::unique_ptr<SwsContext, CloseScaler> scaler_;
-};
-
-class SoundTrack : public Track {
- public:
-  SoundTrack(AVFormatContext* file, const VideoFormat& f)
-      : Track(file, firstOf(f.soundCodecs)), sound_(f.key), seconds_(f.seconds) {
-    auto* c = codec();
-    c->sample_rate = kRate;
-    c->sample_fmt = c->codec->sample_fmts ? c->codec->sample_fmts[0] : AV_SAMPLE_FMT_FLTP;
-    c->bit_rate = 96000;
-    c->time_base = {1, kRate};
-    c->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
-    av_channel_layout_default(&c->ch_layout, 2);
-    open();
-    samples_ = c->frame_size > 0 ? c->frame_size : 1024;
-    SwrContext* resampler = nullptr;
-    check(swr_alloc_set_opts2(&resampler, &c->ch_layout, c->sample_fmt, kRate, &c->ch_layout, AV_SAMPLE_FMT_FLT, kRate,
-                              0, nullptr),
-          "converting sound");
-    resampler_.reset(resampler);
-    check(swr_init(resampler), "converting sound");
+/// A slow chord that swells and fades.
+void play(Track& track, const Video& video, std::int64_t& at) {
+  AVFrame* frame = track.fresh(at);
+  for (int i = 0; i < frame->nb_samples; ++i, ++at) {
+    const double t = static_cast<double>(at) / frame->sample_rate;
+    double wave = 0;
+    for (const double step : {1.0, 1.25, 1.5, 2.0})
+      wave += std::sin(6.2831853 * 196 * step * t) * (0.6 + 0.4 * std::sin(t * step));
+    reinterpret_cast<float*>(frame->data[0])[i] =
+        static_cast<float>(wave * 0.04 * clamp01(t * 3) * clamp01(video.seconds - t));
   }
-  double reached() const { return static_cast<double>(at_) / kRate; }
-  void play() {
-    std::vector<float> wave(static_cast<std::size_t>(samples_) * 2);
-    for (int i = 0; i < samples_; ++i) {
-      const auto [left, right] = sound_.at(static_cast<double>(at_ + i) / kRate, seconds_);
-      wave[static_cast<std::size_t>(i) * 2] = left, wave[static_cast<std::size_t>(i) * 2 + 1] = right;
-    }
-    AVFrame* f = frame();
-    av_frame_unref(f);
-    f->format = codec()->sample_fmt, f->nb_samples = samples_, f->sample_rate = kRate;
-    check(av_channel_layout_copy(&f->ch_layout, &codec()->ch_layout), "making sound");
-    check(av_frame_get_buffer(f, 0), "making sound");
-    const auto* from = reinterpret_cast<const std::uint8_t*>(wave.data());
-    check(swr_convert(resampler_.get(), f->data, samples_, &from, samples_), "converting sound");
-    f->pts = at_;
-    at_ += samples_;
-    send(f);
-  }
-
- private:
-  static constexpr int kRate = 48000;
-  Sound sound_;
-  double seconds_;
-  int samples_ = 1024;
-  std::int64_t at_ = 0;
-  Resampler resampler_;
-};
-
-void write(const std::string& path, const VideoFormat& format, const MovingScene& scene) {
-  AVFormatContext* context = nullptr;
-  check(avformat_alloc_output_context2(&context, nullptr, format.container.c_str(), path.c_str()),
-        "choosing the container");
-  const File file(context);
-  Moment utc = format.taken;
-  const std::time_t when = format.taken.unixTime();
-  std::tm clock{};
-  gmtime_r(&when, &clock);
-  utc = {clock.tm_year + 1900, clock.tm_mon + 1, clock.tm_mday, clock.tm_hour, clock.tm_min, clock.tm_sec};
-  av_dict_set(&context->metadata, "creation_time", (utc.iso() + ".000000Z").c_str(), 0);
-  std::unique_ptr<PictureTrack> picture;
-  std::unique_ptr<SoundTrack> sound;
-  if (!format.pictureCodecs.empty()) picture = std::make_unique<PictureTrack>(context, format);
-  if (!format.soundCodecs.empty()) sound = std::make_unique<SoundTrack>(context, format);
-  check(avio_open(&context->pb, path.c_str(), AVIO_FLAG_WRITE), "creating the file");
-  check(avformat_write_header(context, nullptr), "writing the header");
-  const int frames = static_cast<int>(format.seconds * format.framesPerSecond);
-  for (int i = 0; i < frames; ++i) {
-    const double now = static_cast<double>(i + 1) / format.framesPerSecond;
-    if (picture) picture->paint(scene, i);
-    while (sound && sound->reached() < now) sound->play();
-  }
-  if (picture) picture->send(nullptr);
-  if (sound) sound->send(nullptr);
-  check(av_write_trailer(context), "finishing the file");
+  track.send(frame);
 }
 
 }  // namespace
 
-bool writeVideo(const std::string& path, const VideoFormat& format, const MovingScene& scene, std::string& why) {
-  try {
-    write(path, format, scene);
-    return true;
-  } catch (const std::exception& error) {
-    why = error.what();
-    std::remove(path.c_str());
-    return false;
+std::string encoded(const Video& video) {
+  constexpr int kRate = 48000;
+  AVFormatContext* muxer = nullptr;
+  check(avformat_alloc_output_context2(&muxer, nullptr, nullptr, video.path.c_str()), "choose the container");
+  avio_open_dyn_buf(&muxer->pb);
+  std::unique_ptr<AVFormatContext, Close> file(muxer);
+  muxer->flags |= AVFMT_FLAG_BITEXACT;
+  const QString utc = QDateTime::fromSecsSinceEpoch(video.taken.unixTime(), Qt::UTC).toString(Qt::ISODate);
+  av_dict_set(&muxer->metadata, "creation_time", utc.toUtf8().constData(), 0);
+  std::unique_ptr<Track> picture;
+  if (!video.picture.empty()) {
+    picture = std::make_unique<Track>(muxer, video.picture, AVRational{1, video.framesPerSecond});
+    AVCodecContext* c = picture->codec.get();
+    c->width = video.width, c->height = video.height, c->pix_fmt = AV_PIX_FMT_YUV420P, c->gop_size = 30;
+    c->bit_rate = static_cast<std::int64_t>(video.width) * video.height * video.framesPerSecond / 5;
+    // Each encoder knows only its own of these; the rest leave it untouched.
+    for (const auto& [name, value] : {std::pair("preset", "veryfast"), {"deadline", "realtime"}, {"cpu-used", "8"}})
+      av_opt_set(c->priv_data, name, value, 0);
+    picture->open();
+    if (video.turned)
+      av_display_rotation_set(reinterpret_cast<std::int32_t*>(av_stream_new_side_data(
+                                  picture->stream, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t))),
+                              -90);
   }
+  Track sound(muxer, video.sound, {1, kRate});
+  sound.codec->sample_rate = kRate, sound.codec->sample_fmt = AV_SAMPLE_FMT_FLTP, sound.codec->bit_rate = 64000;
+  av_channel_layout_default(&sound.codec->ch_layout, 1);
+  sound.open();
+  if (sound.codec->frame_size == 0) sound.codec->frame_size = 1024;
+  check(avformat_write_header(muxer, nullptr), "write the header");
+  std::int64_t heard = 0;
+  for (int i = 0; i < video.seconds * video.framesPerSecond; ++i) {
+    if (picture) show(*picture, video, i);
+    while (heard * video.framesPerSecond < static_cast<std::int64_t>(i + 1) * kRate) play(sound, video, heard);
+  }
+  if (picture) picture->send(nullptr);
+  sound.send(nullptr);
+  check(av_write_trailer(muxer), "finish the file");
+  return closed(file.release());
 }
 
 }  // namespace tlx::samples
