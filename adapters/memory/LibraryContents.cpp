@@ -64,10 +64,6 @@ void LibraryContents::remove(const std::vector<Identifier>& items) {
   }
 }
 
-void LibraryContents::removeFromAlbum(const Identifier& item, const Identifier& identifier) {
-  if (std::erase(album(identifier).items, item) == 0) refuse("No item " + item.string() + " in " + identifier.string());
-}
-
 void LibraryContents::removeAlbum(const Identifier& identifier) {
   album(identifier);
   std::erase_if(albums_, [&](const Album& each) { return each.collection.localIdentifier == identifier; });

@@ -33,7 +33,6 @@ class LibraryContents {
   void add(const PHAsset& item, const std::vector<Identifier>& albums = {});
   /// Takes items out of the library and all its albums; unknown ones are an `NSException`.
   void remove(const std::vector<Identifier>& items);
-  void removeFromAlbum(const Identifier& item, const Identifier& album);
   void removeAlbum(const Identifier& album);
   void renameAlbum(const Identifier& album, const std::string& title);
 

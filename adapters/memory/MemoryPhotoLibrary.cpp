@@ -35,8 +35,10 @@ struct MemoryPhotoLibrary::Origins {
 
 class MemoryPhotoLibrary::Change final : public PHChange {
  public:
-  Change(std::shared_ptr<const LibraryContents> after, std::shared_ptr<Origins> origins)
-      : after_(std::move(after)), origins_(std::move(origins)) {}
+  Change(std::uint64_t place, std::shared_ptr<const LibraryContents> after, std::shared_ptr<Origins> origins)
+      : number(place), after_(std::move(after)), origins_(std::move(origins)) {}
+
+  const std::uint64_t number;  ///< the first is 1
 
   std::shared_ptr<const PHFetchResultChangeDetails> changeDetailsForFetchResult(
       const std::shared_ptr<const PHFetchResult<PHAsset>>& result) const override {
@@ -44,8 +46,11 @@ class MemoryPhotoLibrary::Change final : public PHChange {
     const auto origin = origins_->find(result);
     if (!origin) return nullptr;
     auto after = origins_->remember(*after_, origin->ask);
-    const bool same = std::equal(result->begin(), result->end(), after->begin(), after->end(),
-                                 [](const auto& a, const auto& b) { return a->localIdentifier == b->localIdentifier; });
+    const bool same =
+        std::equal(result->begin(), result->end(), after->begin(), after->end(), [](const auto& a, const auto& b) {
+          return a->localIdentifier == b->localIdentifier && a->mediaType == b->mediaType &&
+                 a->creationDate == b->creationDate && a->duration == b->duration;
+        });
     if (same) return nullptr;
     return std::make_shared<const PHFetchResultChangeDetails>(PHFetchResultChangeDetails{result, std::move(after)});
   }
@@ -92,7 +97,8 @@ std::shared_ptr<const PHFetchResult<PHAssetCollection>> MemoryPhotoLibrary::fetc
     PHAssetCollectionType type, PHAssetCollectionSubtype) {
   std::vector<std::shared_ptr<const PHAssetCollection>> found;
   if (status_ == PHAuthorizationStatusAuthorized) {
-    for (const auto& album : contents()->albums()) {
+    const auto contents = seen();
+    for (const auto& album : contents->albums()) {
       if (album.collection.assetCollectionType == type) {
         found.push_back(std::make_shared<const PHAssetCollection>(album.collection));
       }
@@ -110,15 +116,16 @@ std::shared_ptr<const PHFetchResult<PHAsset>> MemoryPhotoLibrary::fetchAssets(co
     if (asked == options) return answer;
   }
   answers.emplace_back(
-      options, origins_->remember(*contents(), [album = collection.localIdentifier, options](
-                                                   const LibraryContents& in) { return in.fetch(album, options); }));
+      options, origins_->remember(*seen(), [album = collection.localIdentifier, options](const LibraryContents& in) {
+        return in.fetch(album, options);
+      }));
   return answers.back().second;
 }
 
 std::shared_ptr<const PHFetchResult<PHAsset>> MemoryPhotoLibrary::fetchAssetsWithLocalIdentifiers(
     const std::vector<Identifier>& identifiers) {
   if (status_ != PHAuthorizationStatusAuthorized) return std::make_shared<const PHFetchResult<PHAsset>>();
-  return origins_->remember(*contents(), [identifiers](const LibraryContents& in) {
+  return origins_->remember(*seen(), [identifiers](const LibraryContents& in) {
     std::vector<std::shared_ptr<const PHAsset>> found;
     for (const Identifier& identifier : identifiers) {
       if (auto asset = in.find(identifier)) found.push_back(std::move(asset));
@@ -133,7 +140,16 @@ void MemoryPhotoLibrary::setChangeHandler(ChangeHandler handler) {
   handler_.swap(next);
   // A handler that replaces itself cannot be waited for.
   handlerIdle_.wait(lock, [this] { return !handlerRuns_ || handlerThread_ == std::this_thread::get_id(); });
+  const bool listens = handler_ != nullptr;
   lock.unlock();  // the old handler goes with `next`, outside the lock
+  if (!listens) return;
+  {
+    std::lock_guard contentsLock(mutex_);
+    const auto unheard = std::exchange(unheard_, nullptr);
+    if (!unheard || !changesSeen_ || unheard->number <= *changesSeen_) return;
+    undelivered_.push_front(unheard);
+  }
+  background_.perform([this] { deliverNextChange(); });
 }
 
 void MemoryPhotoLibrary::performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) {
@@ -181,7 +197,7 @@ void MemoryPhotoLibrary::edit(const Edit& edit) {
 void MemoryPhotoLibrary::changeQuietly(const Edit& change) {
   edit(change);
   std::lock_guard lock(mutex_);
-  undelivered_.push_back(std::make_shared<const Change>(contents_, origins_));
+  undelivered_.push_back(std::make_shared<const Change>(++changes_, contents_, origins_));
 }
 
 void MemoryPhotoLibrary::changeAccess(PHAuthorizationStatus status) {
@@ -190,8 +206,8 @@ void MemoryPhotoLibrary::changeAccess(PHAuthorizationStatus status) {
   {
     std::lock_guard lock(mutex_);
     const bool any = status == PHAuthorizationStatusAuthorized;
-    undelivered_.push_back(
-        std::make_shared<const Change>(any ? contents_ : std::make_shared<const LibraryContents>(), origins_));
+    undelivered_.push_back(std::make_shared<const Change>(
+        ++changes_, any ? contents_ : std::make_shared<const LibraryContents>(), origins_));
   }
   background_.perform([this] { deliverNextChange(); });
 }
@@ -211,12 +227,13 @@ bool MemoryPhotoLibrary::deliverNextChange() {
     handlerThread_ = std::this_thread::get_id();
     handler = handler_;
   }
-  std::shared_ptr<const PHChange> next;
+  std::shared_ptr<const Change> next;
   {
     std::lock_guard lock(mutex_);
     if (!undelivered_.empty()) {
       next = std::move(undelivered_.front());
       undelivered_.pop_front();
+      if (!handler) unheard_ = next;
     }
   }
   struct Leave {
@@ -235,6 +252,12 @@ void MemoryPhotoLibrary::clear() {
   std::vector<AuthorizationHandler> dropped;
   std::lock_guard lock(mutex_);
   dropped.swap(waitingForPrompt_);
+}
+
+std::shared_ptr<const LibraryContents> MemoryPhotoLibrary::seen() {
+  std::lock_guard lock(mutex_);
+  changesSeen_ = changes_;
+  return contents_;
 }
 
 std::shared_ptr<const LibraryContents> MemoryPhotoLibrary::contents() const {

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <functional>
 #include <memory>
@@ -83,6 +84,8 @@ class MemoryPhotoLibrary final : public PhotoLibraryPort {
  private:
   struct Origins;
   class Change;
+  /// For a fetch: what there is, which counts as seen from now on.
+  std::shared_ptr<const LibraryContents> seen();
 
   Background& background_;
   std::atomic<PHAuthorizationStatus> status_ = PHAuthorizationStatusAuthorized;
@@ -93,11 +96,14 @@ class MemoryPhotoLibrary final : public PhotoLibraryPort {
   int saveCount_ = 0;
   std::shared_ptr<const UIImage> lastSaved_;
 
-  mutable std::mutex mutex_;  // guards the prompt, contents_ and undelivered_
+  mutable std::mutex mutex_;  // guards the prompt, contents_ and the changes
   bool promptIsOpen_ = false;
   std::vector<AuthorizationHandler> waitingForPrompt_;
   std::shared_ptr<const LibraryContents> contents_ = std::make_shared<const LibraryContents>();
-  std::deque<std::shared_ptr<const PHChange>> undelivered_;
+  std::deque<std::shared_ptr<const Change>> undelivered_;
+  std::shared_ptr<const Change> unheard_;  // the last one that was told while there was no handler
+  std::uint64_t changes_ = 0;
+  std::optional<std::uint64_t> changesSeen_;  // how many changes the last fetch has seen
   std::shared_ptr<Origins> origins_;
   int assetFetchCount_ = 0;
   std::unordered_map<Identifier, std::vector<std::pair<PHFetchOptions, std::shared_ptr<const PHFetchResult<PHAsset>>>>>

@@ -6,6 +6,7 @@
 
 #include "tlx/platform/NSException.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
+#include "tlx/platform/uikit/SceneParts.h"
 #include "tlx/platform/uikit/UIButton.h"
 #include "tlx/platform/uikit/UICollectionView.h"
 #include "tlx/platform/uikit/UICollectionViewFlowLayout.h"
@@ -15,9 +16,6 @@
 
 namespace tlx::memory {
 namespace {
-
-/// What of a scene its owner's outlets can be connected to, by outlet, with the class it was made of.
-using Connections = std::map<std::string, std::pair<std::string, std::shared_ptr<NSObject>>>;
 
 template <class Object>
 std::shared_ptr<Object> make(const std::string& className) {
@@ -29,86 +27,35 @@ std::shared_ptr<Object> make(const std::string& className) {
   return object;
 }
 
-const Action* findAction(const std::string& className, const std::string& action) {
-  for (const Class* known = NSClassFromString(className); known; known = NSClassFromString(known->superclass)) {
-    for (const Action& each : known->actions) {
-      if (each.name == action) return &each;
-    }
+/// Gives the view what is described, with everything in it, and notes what is to be connected.
+void fill(const std::shared_ptr<UIView>& view, const SceneView& description, SceneParts& parts) {
+  view->setFrame(description.frame);
+  view->setTag(description.tag);
+  view->setHidden(description.hidden);
+  view->setAlpha(description.alpha);
+  view->setUserInteractionEnabled(description.takesTouches);
+  view->setAutoresizingMask(description.autoresizing);
+  if (auto label = std::dynamic_pointer_cast<UILabel>(view)) label->setText(description.text);
+  if (auto button = std::dynamic_pointer_cast<UIButton>(view)) {
+    button->setTitle_forState(description.text, UIControlStateNormal);
   }
-  return nullptr;
+  if (!description.action.empty()) parts.actions.emplace_back(description.action, view);
+  if (!description.outlet.empty()) parts.outlets.emplace_back(description.outlet, view);
+  for (const SceneView& each : description.subviews) {
+    const auto subview = make<UIView>(each.className);
+    fill(subview, each, parts);
+    view->addSubview(subview);
+  }
+  parts.objects.push_back(view);
 }
-
-/// Puts together what is described within one owner.
-class Assembly {
- public:
-  Assembly(std::string className, std::weak_ptr<NSObject> owner)
-      : className_(std::move(className)), owner_(std::move(owner)) {}
-
-  /// The view without its outlets, and everything in it ready to use.
-  void fill(const std::shared_ptr<UIView>& view, const SceneView& description) {
-    view->setFrame(description.frame);
-    view->setTag(description.tag);
-    view->setHidden(description.hidden);
-    view->setAlpha(description.alpha);
-    view->setUserInteractionEnabled(description.takesTouches);
-    view->setAutoresizingMask(description.autoresizing);
-    if (auto label = std::dynamic_pointer_cast<UILabel>(view)) label->setText(description.text);
-    if (auto button = std::dynamic_pointer_cast<UIButton>(view)) {
-      button->setTitle_forState(description.text, UIControlStateNormal);
-    }
-    if (!description.action.empty()) wire(view, description.action);
-    if (!description.outlet.empty()) connections_[description.outlet] = {description.className, view};
-    for (const SceneView& each : description.subviews) {
-      const auto subview = make<UIView>(each.className);
-      fill(subview, each);
-      view->addSubview(subview);
-      subview->awakeFromNib();
-    }
-  }
-  void offer(const std::string& outlet, const std::string& className, std::shared_ptr<NSObject> object) {
-    connections_[outlet] = {className, std::move(object)};
-  }
-
-  void connect(NSObject& owner) const {
-    for (const Class* known = NSClassFromString(className_); known; known = NSClassFromString(known->superclass)) {
-      for (const Outlet& outlet : known->outlets) {
-        auto found = connections_.find(outlet.name);
-        if (found == connections_.end()) {
-          throw NSException(NSInternalInconsistencyException,
-                            "The scene " + className_ + " lacks the outlet " + outlet.name);
-        }
-        const auto& [targetClass, target] = found->second;
-        if (!isKindOfClass(targetClass, outlet.targetClass) || !outlet.connect(owner, target)) {
-          throw NSException(NSInternalInconsistencyException,
-                            "The scene " + className_ + " connects the outlet " + outlet.name + " to a " + targetClass);
-        }
-      }
-    }
-  }
-
- private:
-  void wire(const std::shared_ptr<UIView>& view, const std::string& name) {
-    const auto control = std::dynamic_pointer_cast<UIControl>(view);
-    const Action* action = findAction(className_, name);
-    if (!control || !action) {
-      throw NSException(NSInternalInconsistencyException, "The scene " + className_ + " cannot send " + name);
-    }
-    control->addSceneAction(owner_, *action, UIControlEventTouchUpInside);
-  }
-
-  std::string className_;
-  std::weak_ptr<NSObject> owner_;
-  Connections connections_;
-};
 
 /// A view that is its own owner: a cell, header, footer or panel.
 std::shared_ptr<UIView> makeOwnedView(const SceneView& description, const CGRect* frame) {
   auto view = make<UIView>(description.className);
-  Assembly assembly(description.className, view);
-  assembly.fill(view, description);
+  SceneParts parts;
+  fill(view, description, parts);
   if (frame) view->setFrame(*frame);
-  assembly.connect(*view);
-  view->awakeFromNib();
+  connectScene(description.className, *view, description.className, parts);
   return view;
 }
 
@@ -119,7 +66,7 @@ std::function<std::shared_ptr<View>(const CGRect&)> prototype(const ScenePrototy
   };
 }
 
-void furnish(UICollectionView& view, const Scene& scene, Assembly& assembly) {
+void furnish(UICollectionView& view, const Scene& scene, SceneParts& parts) {
   const auto layout = make<UICollectionViewFlowLayout>("UICollectionViewFlowLayout");
   for (const ScenePrototype& each : scene.prototypes) {
     view.registerPrototype(each.reuseIdentifier, prototype<UICollectionReusableView>(each));
@@ -127,30 +74,21 @@ void furnish(UICollectionView& view, const Scene& scene, Assembly& assembly) {
     if (each.kind == ScenePrototype::Footer) layout->setFooterReferenceSize(each.view.frame.size);
   }
   view.setCollectionViewLayout(layout);
-  assembly.offer("flowLayout", "UICollectionViewFlowLayout", layout);
+  parts.outlets.emplace_back("flowLayout", layout);
 }
 
-std::shared_ptr<UIView> loadView(const Scene& scene, const std::shared_ptr<NSObject>& owner) {
+std::shared_ptr<UIView> loadView(const Scene& scene, NSObject& owner) {
   auto view = make<UIView>(scene.view.className);
-  Assembly assembly(scene.identifier, owner);
-  if (auto grid = std::dynamic_pointer_cast<UICollectionView>(view)) furnish(*grid, scene, assembly);
+  SceneParts parts;
+  if (auto grid = std::dynamic_pointer_cast<UICollectionView>(view)) furnish(*grid, scene, parts);
   if (auto table = std::dynamic_pointer_cast<UITableView>(view)) {
     for (const ScenePrototype& each : scene.prototypes) {
       table->registerPrototype(each.reuseIdentifier, prototype<UITableViewCell>(each));
     }
   }
-  assembly.fill(view, scene.view);
-  view->awakeFromNib();
-  assembly.connect(*owner);
+  fill(view, scene.view, parts);
+  connectScene(scene.identifier, owner, scene.identifier, parts);
   return view;
-}
-
-void visitViews(std::vector<SceneView>& views, const std::string& outlet,
-                const std::function<void(SceneView&)>& change) {
-  for (SceneView& view : views) {
-    visitViews(view.subviews, outlet, change);
-    if (view.outlet == outlet) change(view);
-  }
 }
 
 }  // namespace
@@ -177,7 +115,7 @@ std::shared_ptr<UIViewController> MemoryResources::instantiateViewController(con
   // Weak, for the loader is the controller's own.
   controller->setViewLoader([scene = found->second, owner = controller->weak_from_this()] {
     const auto strongOwner = owner.lock();
-    return strongOwner ? loadView(scene, strongOwner) : nullptr;
+    return strongOwner ? loadView(scene, *strongOwner) : nullptr;
   });
   controller->awakeFromNib();
   return controller;
@@ -199,26 +137,6 @@ std::shared_ptr<const UIImage> MemoryResources::imageNamed(const NSBundle& bundl
 
 void MemoryResources::setImage(const NSBundle& bundle, const std::string& name, std::shared_ptr<const UIImage> image) {
   images_[{bundle.identifier, name}] = std::move(image);
-}
-
-void MemoryResources::forEachView(const std::string& className, const std::string& outlet,
-                                  const std::function<void(SceneView&)>& change) {
-  for (auto* table : {&scenes_, &interfaceFiles_}) {
-    for (auto& [identifier, scene] : *table) {
-      if (identifier == className) visitViews(scene.view.subviews, outlet, change);
-      for (ScenePrototype& each : scene.prototypes) {
-        if (each.view.className == className) visitViews(each.view.subviews, outlet, change);
-      }
-    }
-  }
-}
-
-void MemoryResources::disconnect(const std::string& className, const std::string& outlet) {
-  forEachView(className, outlet, [](SceneView& view) { view.outlet.clear(); });
-}
-
-void MemoryResources::replace(const std::string& className, const std::string& outlet, const std::string& byClass) {
-  forEachView(className, outlet, [&](SceneView& view) { view.className = byClass; });
 }
 
 }  // namespace tlx::memory

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -23,17 +22,10 @@ class MemoryResources final : public ResourcePort {
   std::vector<std::shared_ptr<NSObject>> loadNib(const NSBundle& bundle, const std::string& name) override;
   std::shared_ptr<const UIImage> imageNamed(const NSBundle& bundle, const std::string& name) override;
 
-  /// The outlet is connected to nothing from now on, in the scene, cell or interface file of that class.
-  void disconnect(const std::string& className, const std::string& outlet);
-  /// The outlet's view is of that other class from now on.
-  void replace(const std::string& className, const std::string& outlet, const std::string& byClass);
   /// An image of the bundle, or nothing to take it away.
   void setImage(const NSBundle& bundle, const std::string& name, std::shared_ptr<const UIImage> image);
 
  private:
-  void forEachView(const std::string& className, const std::string& outlet,
-                   const std::function<void(SceneView&)>& change);
-
   std::map<std::string, Scene> scenes_, interfaceFiles_;
   std::map<std::pair<std::string, std::string>, std::shared_ptr<const UIImage>> images_;
 };

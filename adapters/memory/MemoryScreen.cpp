@@ -65,7 +65,7 @@ bool MemoryPresentation::pressOutside() {
 
 bool MemoryApplication::openURL(const std::string& url) {
   openedURLs_.push_back(url);
-  return opensURLs_;
+  return true;
 }
 
 void MemoryApplication::openWindow(const CGSize& size) {

@@ -78,7 +78,6 @@ class MemoryApplication final : public ApplicationPort {
   /// Nothing: a device that does not tell.
   void setIdiom(std::optional<UIUserInterfaceIdiom> idiom) { idiom_ = idiom; }
   void setReduceMotion(bool reduce) { reduceMotion_ = reduce; }
-  void setOpensURLs(bool opens) { opensURLs_ = opens; }
 
   const std::vector<std::string>& openedURLs() const { return openedURLs_; }
   bool isStatusBarHidden() const { return statusBarHidden_; }
@@ -87,7 +86,7 @@ class MemoryApplication final : public ApplicationPort {
   std::shared_ptr<UIWindow> window_;
   std::optional<UIUserInterfaceIdiom> idiom_ = UIUserInterfaceIdiomPhone;
   std::vector<std::string> openedURLs_;
-  bool opensURLs_ = true, statusBarHidden_ = false, reduceMotion_ = false;
+  bool statusBarHidden_ = false, reduceMotion_ = false;
 };
 
 }  // namespace tlx::memory

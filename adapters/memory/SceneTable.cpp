@@ -26,6 +26,8 @@ Scene picker() {
                    .tag = 102,
                    .action = "btnPressed:",
                    .autoresizing = kWide},
+                  {.className = "UIButton", .outlet = "btnSelected", .frame = CGRectMake(0, 0, 1, 1), .hidden = true},
+                  {.className = "UILabel", .outlet = "lblPhotoCount", .frame = CGRectMake(347, 16, 28, 40), .alpha = 0},
                   {.className = "UIButton",
                    .outlet = "btnDone",
                    .frame = CGRectMake(297, 16, 50, 40),
@@ -33,9 +35,8 @@ Scene picker() {
                    .text = "Done",
                    .action = "btnPressed:",
                    .alpha = 0,
-                   .takesTouches = false},
-                  {.className = "UILabel", .outlet = "lblPhotoCount", .frame = CGRectMake(347, 16, 28, 40), .alpha = 0},
-                  {.className = "UIButton", .outlet = "btnSelected", .frame = CGRectMake(0, 0, 1, 1), .hidden = true}};
+                   .takesTouches = false}};
+
   SceneView access{
       .className = "UIView", .outlet = "viewAccessContainer", .frame = kScreen, .hidden = true, .autoresizing = kWhole};
   access.subviews = {label("lblAllowAccess1", CGRectMake(20, 200, 335, 24)),
@@ -44,7 +45,7 @@ Scene picker() {
                      {.className = "UIButton",
                       .outlet = "btnAllowAccess",
                       .frame = CGRectMake(112, 300, 150, 44),
-                      .text = "Allow Access",
+                      .text = "Allow access",
                       .action = "btnAllowAccess:"}};
   SceneView empty{
       .className = "UIView", .outlet = "viewNoPhotos", .frame = kScreen, .hidden = true, .autoresizing = kWhole};
@@ -58,20 +59,20 @@ Scene picker() {
   banner.subviews = {label("lblLimitationWarning", CGRectMake(20, 20, 335, 24))};
 
   SceneView container{.className = "UIView", .outlet = "viewContainer", .frame = kScreen, .autoresizing = kWhole};
-  container.subviews = {
-      {.className = "UIView", .outlet = "viewCLContainer", .frame = kScreen, .autoresizing = kWhole},
-      empty,
-      top,
-      {.className = "UIView",
-       .outlet = "viewTbContainer",
-       .frame = kScreen,
-       .alpha = 0,
-       .takesTouches = false,
-       .autoresizing = kWhole},
-      {.className = "UIButton", .outlet = "btnCamera", .frame = CGRectMake(160, 600, 55, 55), .hidden = true}};
+  container.subviews = {top,
+                        {.className = "UIView", .outlet = "viewCLContainer", .frame = kScreen, .autoresizing = kWhole},
+                        empty,
+                        access,
+                        {.className = "UIView",
+                         .outlet = "viewTbContainer",
+                         .frame = kScreen,
+                         .alpha = 0,
+                         .takesTouches = false,
+                         .autoresizing = kWhole},
+                        {.className = "UIButton", .outlet = "btnCamera"}};
 
   Scene scene{"TLXMediaPickerController", {.className = "UIView", .frame = kScreen}};
-  scene.view.subviews = {container, access, banner};
+  scene.view.subviews = {container, banner};
   return scene;
 }
 
@@ -115,8 +116,7 @@ Scene downloadPanel() {
        .outlet = "btnCancel",
        .frame = CGRectMake(137, 410, 100, 44),
        .text = "Cancel",
-       .action = "btnDownloadCancelPressed:",
-       .hidden = true}};
+       .action = "btnDownloadCancelPressed:"}};
   return scene;
 }
 

@@ -37,7 +37,9 @@ struct Scene {
   std::vector<ScenePrototype> prototypes = {};
 };
 
-/// The picker's scenes as drawn for 375 × 667 points, laid out no more carefully than code and tests need.
+/// The picker's scenes for 375 × 667 points. Classes, outlets, actions, tags, texts, order and what is seen at the
+/// start are those of the files that are drawn, which the window's tests check; the frames are no more careful than
+/// code and tests need.
 std::vector<Scene> pickerScenes();
 /// The picker's interface files.
 std::vector<Scene> pickerInterfaceFiles();

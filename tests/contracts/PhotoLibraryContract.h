@@ -302,6 +302,33 @@ TEST_P(PhotoLibraryContract, TellsWhichResultsAChangeTouches) {
   EXPECT_FALSE(changes.onMainThread());
 }
 
+TEST_P(PhotoLibraryContract, TellsOfAnItemThatChangedInItsPlace) {
+  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
+  const Changes changes(*world_);
+  const auto shown = fetch("Trip");
+  world_->put({{"a", "Trip", PHAssetMediaTypeImage, 5000}});
+  ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(shown) != nullptr; }));
+  const auto after = changes.detailsFor(shown)->fetchResultAfterChanges;
+  EXPECT_THAT(dates(after), testing::ElementsAre(5000));
+  EXPECT_EQ(identifiers(after), identifiers(shown));
+}
+
+TEST_P(PhotoLibraryContract, ANewHandlerHearsOfWhatNoFetchHasSeen) {
+  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
+  const auto shown = fetch("Trip");
+  world_->put({{"b", "Trip", PHAssetMediaTypeImage, 2000}});
+  world_->settle();
+  {
+    const Changes changes(*world_);
+    ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(shown) != nullptr; }));
+    EXPECT_THAT(dates(changes.detailsFor(shown)->fetchResultAfterChanges), testing::ElementsAre(2000, 1000));
+  }
+  putAndWait({{"c", "Trip", PHAssetMediaTypeImage, 3000}}, "Trip", 3);
+  const Changes changes(*world_);
+  world_->settle();
+  EXPECT_THAT(changes.all(), testing::IsEmpty()) << "what the fetch before it has seen is no news";
+}
+
 TEST_P(PhotoLibraryContract, TellsOneChangeAfterTheOther) {
   putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
   const Changes changes(*world_);

@@ -6,13 +6,12 @@
 #include <QQmlComponent>
 #include <QQmlContext>
 #include <QUrl>
-#include <algorithm>
 #include <utility>
 
 #include "tlx/platform/NSException.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
+#include "tlx/platform/uikit/SceneParts.h"
 #include "tlx/platform/uikit/UIApplication.h"
-#include "tlx/platform/uikit/UIControl.h"
 #include "tlx/platform/uikit/UIViewController.h"
 
 #include "adapters/qtquick/views/ViewItem.h"
@@ -24,59 +23,6 @@ constexpr char kScenes[] = "qrc:/tlx/mediapicker/TLX/MediaPicker/";
 constexpr char kImages[] = ":/tlx/mediapicker/images/";
 /// The images are drawn at three pixels to a point, the finest screen that a picker meets.
 constexpr double kImageScale = 3;
-
-const Outlet* findOutlet(const Class* known, const std::string& name) {
-  for (; known; known = NSClassFromString(known->superclass)) {
-    for (const Outlet& outlet : known->outlets) {
-      if (outlet.name == name) return &outlet;
-    }
-  }
-  return nullptr;
-}
-
-const Action* findAction(const Class* known, const std::string& name) {
-  for (; known; known = NSClassFromString(known->superclass)) {
-    for (const Action& action : known->actions) {
-      if (action.name == name) return &action;
-    }
-  }
-  return nullptr;
-}
-
-/// Connects what the scene says with what the owner's class declares; both sides must agree.
-void connectScene(const std::string& scene, NSObject& owner, const std::string& ownerClass,
-                  const ViewItem::Built& built) {
-  const Class* known = NSClassFromString(ownerClass);
-  std::vector<std::string> connected;
-  for (const auto& [name, view] : built.outlets) {
-    const Outlet* outlet = findOutlet(known, name);
-    if (!outlet) {
-      throw NSException(NSInternalInconsistencyException,
-                        "The scene " + scene + " connects " + name + ", which " + ownerClass + " does not declare");
-    }
-    if (!outlet->connect(owner, view)) {
-      throw NSException(NSInternalInconsistencyException, "The scene " + scene + " gives the outlet " + name +
-                                                              " a view that is no " + outlet->targetClass);
-    }
-    connected.push_back(name);
-  }
-  for (const Class* each = known; each; each = NSClassFromString(each->superclass)) {
-    for (const Outlet& outlet : each->outlets) {
-      if (std::find(connected.begin(), connected.end(), outlet.name) == connected.end()) {
-        throw NSException(NSInternalInconsistencyException,
-                          "The scene " + scene + " lacks the outlet " + outlet.name + " of " + ownerClass);
-      }
-    }
-  }
-  for (const auto& [name, view] : built.actions) {
-    const Action* action = findAction(known, name);
-    auto control = std::dynamic_pointer_cast<UIControl>(view);
-    if (!action || !control) {
-      throw NSException(NSInternalInconsistencyException, "The scene " + scene + " sends the unknown action " + name);
-    }
-    control->addSceneAction(owner.weak_from_this(), *action, UIControlEventTouchUpInside);
-  }
-}
 
 }  // namespace
 
@@ -124,12 +70,8 @@ std::shared_ptr<UIView> QtScenes::load(const std::string& name, NSObject* owner,
   ViewItem::Built built;
   item->build(built);
   object.release();  // from now on the item goes with its view
-  if (owner) {
-    connectScene(name, *owner, name, built);
-  } else {
-    connectScene(name, *built.view, NSClassFromString(name) ? name : "UIView", built);
-  }
-  for (const auto& view : built.awake) view->awakeFromNib();
+  const std::string ownerClass = NSClassFromString(name) ? name : "UIView";
+  connectScene(name, owner ? *owner : *built.view, ownerClass, built.parts);
   return built.view;
 }
 

@@ -447,10 +447,10 @@ void CollectionViewItem::seed(UIView& view) {
   }
 }
 
-void CollectionViewItem::addOutlets(UIView& view, Built& built) {
+void CollectionViewItem::addOutlets(UIView& view, SceneParts& parts) {
   auto* grid = dynamic_cast<UICollectionView*>(&view);
   if (grid && !layoutOutlet_.isEmpty()) {
-    built.outlets.emplace_back(layoutOutlet_.toStdString(), grid->collectionViewLayout());
+    parts.outlets.emplace_back(layoutOutlet_.toStdString(), grid->collectionViewLayout());
   }
 }
 

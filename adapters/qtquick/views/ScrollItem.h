@@ -150,7 +150,7 @@ class CollectionViewItem : public ScrollItem {
   std::vector<QRectF> gaps() const override;
   std::shared_ptr<UIView> makeView() override;
   void seed(UIView& view) override;
-  void addOutlets(UIView& view, Built& built) override;
+  void addOutlets(UIView& view, SceneParts& parts) override;
 
  private:
   QStringList prototypes_;

@@ -62,10 +62,10 @@ void ViewItem::build(Built& built) {
   for (QQuickItem* child : childItems()) collect(*child, built, *view);
   attach(view);
   built.view = view;
-  if (!outlet_.isEmpty()) built.outlets.emplace_back(outlet_.toStdString(), view);
-  addOutlets(*view, built);
-  if (!action_.isEmpty()) built.actions.emplace_back(action_.toStdString(), view);
-  built.awake.push_back(view);
+  if (!outlet_.isEmpty()) built.parts.outlets.emplace_back(outlet_.toStdString(), view);
+  addOutlets(*view, built.parts);
+  if (!action_.isEmpty()) built.parts.actions.emplace_back(action_.toStdString(), view);
+  built.parts.objects.push_back(view);
 }
 
 // Items that are no views may stand between, for layout; a view below them belongs to the nearest view above.

@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "tlx/platform/uikit/SceneParts.h"
 #include "tlx/platform/uikit/UIView.h"
 
 namespace tlx::qtquick {
@@ -39,9 +40,7 @@ class ViewItem : public QQuickItem, public ViewRendererPort {
   /// What a scene's tree of items says, as views.
   struct Built {
     std::shared_ptr<UIView> view;
-    std::vector<std::pair<std::string, std::shared_ptr<NSObject>>> outlets;
-    std::vector<std::pair<std::string, std::shared_ptr<UIView>>> actions;
-    std::vector<std::shared_ptr<UIView>> awake;  ///< children before their parents
+    SceneParts parts;
   };
   /// Makes the views of this item and of the items below it. The views own one another; the items follow them.
   void build(Built& built);
@@ -49,7 +48,6 @@ class ViewItem : public QQuickItem, public ViewRendererPort {
   void attach(const std::shared_ptr<UIView>& view);
   std::shared_ptr<UIView> view() const { return view_.lock(); }
 
-  QString outletName() const { return outlet_; }
   int tag() const;
   void setTag(int tag);
   QColor background() const;
@@ -82,7 +80,7 @@ class ViewItem : public QQuickItem, public ViewRendererPort {
   /// Gives a new view what the scene says beyond the common properties.
   virtual void seed(UIView& view) {}
   /// Adds the outlets that are no views, such as a grid's layout.
-  virtual void addOutlets(UIView& view, Built& built) {}
+  virtual void addOutlets(UIView& view, SceneParts& parts) {}
   /// The view is there; shows all of it.
   virtual void attached() {}
   /// Where subviews' items go.

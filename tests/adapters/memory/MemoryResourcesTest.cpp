@@ -1,6 +1,7 @@
 #include "adapters/memory/MemoryPlatform.h"
 #include "adapters/memory/MemoryResources.h"
 #include "tests/contracts/SceneContract.h"
+#include "tests/contracts/ScreenContract.h"
 
 namespace tlx::contracts {
 namespace {
@@ -15,14 +16,6 @@ class MemorySceneWorld final : public SceneWorld {
 
   ResourcePort& resources() override { return platform_.resources; }
   std::vector<std::string> openedURLs() override { return platform_.application.openedURLs(); }
-  bool disconnect(const std::string& className, const std::string& outlet) override {
-    platform_.resources.disconnect(className, outlet);
-    return true;
-  }
-  bool replace(const std::string& className, const std::string& outlet, const std::string& byClass) override {
-    platform_.resources.replace(className, outlet, byClass);
-    return true;
-  }
 
  private:
   memory::MemoryPlatform platform_;
@@ -33,6 +26,22 @@ std::unique_ptr<SceneWorld> makeMemoryWorld() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Memory, SceneContract, testing::Values(&makeMemoryWorld));
+
+class MemoryScreenWorld final : public ScreenWorld {
+ public:
+  TextMeasurementPort& text() override { return platform_.textMeasurement; }
+  ApplicationPort& application() override { return platform_.application; }
+  std::size_t settingsOpened() override { return platform_.application.openedURLs().size(); }
+
+ private:
+  memory::MemoryPlatform platform_;
+};
+
+std::unique_ptr<ScreenWorld> makeScreenWorld() {
+  return std::make_unique<MemoryScreenWorld>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Memory, ScreenContract, testing::Values(&makeScreenWorld));
 
 }  // namespace
 }  // namespace tlx::contracts

@@ -1,10 +1,8 @@
 #include <QCoreApplication>
-#include <QFile>
-#include <QQmlAbstractUrlInterceptor>
+#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
-#include <QTemporaryDir>
-#include <map>
+#include <typeinfo>
 
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MainLoop.h"
@@ -12,46 +10,14 @@
 #include "adapters/memory/MemoryLogs.h"
 #include "adapters/memory/MemoryPhotoLibrary.h"
 #include "adapters/memory/MemoryReachability.h"
+#include "adapters/memory/SceneTable.h"
 #include "adapters/qtquick/QtPlatform.h"
+#include "adapters/qtquick/views/ViewItem.h"
 #include "tests/contracts/SceneContract.h"
+#include "tests/contracts/ScreenContract.h"
 
 namespace tlx::contracts {
 namespace {
-
-/// Gives the engine spoilt copies in place of the scenes' own files.
-class SpoiltScenes final : public QQmlAbstractUrlInterceptor {
- public:
-  QUrl intercept(const QUrl& url, DataType) override {
-    const auto spoilt = files_.find(url.fileName());
-    return spoilt == files_.end() ? url : QUrl::fromLocalFile(folder_.filePath(url.fileName()));
-  }
-  /// Takes the outlet's name out of the class's file, or puts `by` in place of the class named next to it.
-  bool spoil(const std::string& className, const std::string& outlet, const std::string& by) {
-    const QString name = QString::fromStdString(className) + QStringLiteral(".qml");
-    QString& text = files_[name];
-    if (text.isEmpty()) {
-      QFile own(QStringLiteral(":/tlx/mediapicker/TLX/MediaPicker/") + name);
-      if (!own.open(QIODevice::ReadOnly)) return false;
-      text = QString::fromUtf8(own.readAll());
-    }
-    const QString line = QStringLiteral("outlet: \"%1\"").arg(QString::fromStdString(outlet));
-    const auto at = text.indexOf(line);
-    if (at < 0) return false;
-    if (by.empty()) {
-      text.replace(at, line.size(), QStringLiteral("objectName: \"nothing\""));
-    } else {
-      const QString custom = QStringLiteral("customClass: \"");
-      const auto begin = text.indexOf(custom, at) + custom.size();
-      text.replace(begin, text.indexOf(u'"', begin) - begin, QString::fromStdString(by));
-    }
-    QFile file(folder_.filePath(name));
-    return file.open(QIODevice::WriteOnly) && file.write(text.toUtf8()) > 0;
-  }
-
- private:
-  QTemporaryDir folder_;
-  std::map<QString, QString> files_;
-};
 
 class QtSceneWorld final : public SceneWorld {
  public:
@@ -60,7 +26,6 @@ class QtSceneWorld final : public SceneWorld {
     window_.resize(375, 667);
     platform_ = std::make_unique<qtquick::QtPlatform>(qtquick::LoopPorts{loop_, loop_, loop_, runLoops_}, window_,
                                                       library_, images_, reachability_, log_);
-    platform_->engine().addUrlInterceptor(&spoilt_);
     platform_->application().setSettingsHandler([this] {
       openedURLs_.emplace_back(UIApplicationOpenSettingsURLString);
       return true;
@@ -81,12 +46,7 @@ class QtSceneWorld final : public SceneWorld {
 
   ResourcePort& resources() override { return platform_->scenes(); }
   std::vector<std::string> openedURLs() override { return openedURLs_; }
-  bool disconnect(const std::string& className, const std::string& outlet) override {
-    return spoilt_.spoil(className, outlet, {});
-  }
-  bool replace(const std::string& className, const std::string& outlet, const std::string& byClass) override {
-    return spoilt_.spoil(className, outlet, byClass);
-  }
+  QQmlEngine& engine() { return platform_->engine(); }
 
  private:
   memory::Background background_;
@@ -96,7 +56,6 @@ class QtSceneWorld final : public SceneWorld {
   memory::MemoryPhotoLibrary library_{background_};
   memory::MemoryImageManager images_{library_, loop_, background_};
   memory::MemoryReachability reachability_;
-  SpoiltScenes spoilt_;
   QQuickWindow window_;
   std::unique_ptr<qtquick::QtPlatform> platform_;
   std::vector<std::string> openedURLs_;
@@ -107,6 +66,99 @@ std::unique_ptr<SceneWorld> makeSceneWorld() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Qt, SceneContract, testing::Values(&makeSceneWorld));
+
+class QtScreenWorld final : public ScreenWorld {
+ public:
+  TextMeasurementPort& text() override { return Platform::current().ports().textMeasurement; }
+  ApplicationPort& application() override { return Platform::current().ports().application; }
+  std::size_t settingsOpened() override { return world_.openedURLs().size(); }
+
+ private:
+  QtSceneWorld world_;
+};
+
+std::unique_ptr<ScreenWorld> makeScreenWorld() {
+  return std::make_unique<QtScreenWorld>();
+}
+
+INSTANTIATE_TEST_SUITE_P(Qt, ScreenContract, testing::Values(&makeScreenWorld));
+
+/// A scene as lines, a view each: what code relies on, without what is only looked at.
+class SceneLines {
+ public:
+  void add(std::size_t depth, const std::string& type, const std::string& outlet, const std::string& action,
+           std::int64_t tag, const std::string& text, bool hidden, double alpha, bool takesTouches) {
+    lines.push_back(std::string(2 * depth, ' ') + type + " " + outlet + " " + action + " #" + std::to_string(tag) +
+                    " \"" + text + "\"" + (hidden ? " hidden" : "") + (alpha == 1 ? "" : " faint") +
+                    (takesTouches ? "" : " disabled"));
+  }
+  std::vector<std::string> lines;
+};
+
+void describe(const memory::SceneView& view, SceneLines& into, std::size_t depth = 0) {
+  const Class* known = NSClassFromString(view.className);
+  ASSERT_TRUE(known) << view.className;
+  const auto made = known->alloc();
+  into.add(depth, typeid(*made).name(), view.outlet, view.action, view.tag, view.text, view.hidden, view.alpha,
+           view.takesTouches);
+  for (const auto& each : view.subviews) describe(each, into, depth + 1);
+}
+
+void describe(const UIView& view, const SceneParts& parts, SceneLines& into, std::size_t depth = 0) {
+  const auto nameIn = [&](const auto& list) {
+    for (const auto& [name, object] : list) {
+      if (object.get() == &view) return name;
+    }
+    return std::string();
+  };
+  std::string text;
+  if (const auto* label = dynamic_cast<const UILabel*>(&view)) text = label->text();
+  if (const auto* button = dynamic_cast<const UIButton*>(&view)) text = button->titleForState(UIControlStateNormal);
+  into.add(depth, typeid(view).name(), nameIn(parts.outlets), nameIn(parts.actions), view.tag(), text, view.isHidden(),
+           view.alpha(), view.isUserInteractionEnabled());
+  if (dynamic_cast<const UIButton*>(&view)) return;  // its label and its picture are its own
+  for (const auto& each : view.subviews()) describe(*each, parts, into, depth + 1);
+}
+
+class ScenesInMemory : public SceneContract {
+ protected:
+  /// The file's views must be those of the table; answers the reusable views that the file names.
+  QStringList compare(const std::string& file, const memory::SceneView& table) {
+    QQmlComponent component(
+        &dynamic_cast<QtSceneWorld&>(*world_).engine(),
+        QUrl(QStringLiteral("qrc:/tlx/mediapicker/TLX/MediaPicker/") + QString::fromStdString(file + ".qml")));
+    auto* item = qobject_cast<qtquick::ViewItem*>(component.create());
+    if (!item) {
+      ADD_FAILURE() << file << ": " << component.errorString().toStdString();
+      return {};
+    }
+    const QStringList prototypes = item->property("prototypes").toStringList();
+    QQmlEngine::setObjectOwnership(item, QQmlEngine::CppOwnership);
+    qtquick::ViewItem::Built built;
+    item->build(built);
+    SceneLines drawn, listed;
+    describe(*built.view, built.parts, drawn);
+    describe(table, listed);
+    EXPECT_THAT(listed.lines, testing::ElementsAreArray(drawn.lines)) << file;
+    return prototypes;
+  }
+};
+
+/// The core's tests run on the table: what it says must be what a person meets.
+TEST_P(ScenesInMemory, AreThoseThatAreDrawn) {
+  std::vector<memory::Scene> scenes = memory::pickerScenes();
+  for (auto& file : memory::pickerInterfaceFiles()) scenes.push_back(std::move(file));
+  for (const auto& scene : scenes) {
+    QStringList listed;
+    for (const auto& each : scene.prototypes) {
+      listed << QString::fromStdString(each.reuseIdentifier);
+      compare(each.reuseIdentifier, each.view);
+    }
+    EXPECT_EQ(compare(scene.identifier, scene.view), listed) << scene.identifier;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Qt, ScenesInMemory, testing::Values(&makeSceneWorld));
 
 }  // namespace
 }  // namespace tlx::contracts

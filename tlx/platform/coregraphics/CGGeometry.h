@@ -64,8 +64,8 @@ constexpr CGRect CGRectInset(const CGRect& r, double dx, double dy) {
   return CGRectMake(r.origin.x + dx, r.origin.y + dy, r.size.width - 2 * dx, r.size.height - 2 * dy);
 }
 
-/// Whether the two share an area or touch inside one another; rectangles that only share an edge do not intersect, and
-/// neither does one with an empty side.
+/// Whether the two overlap; rectangles that only share an edge do not. One without an area overlaps what it lies inside
+/// of, its edges excepted.
 constexpr bool CGRectIntersectsRect(const CGRect& a, const CGRect& b) {
   return CGRectGetMinX(a) < CGRectGetMaxX(b) && CGRectGetMinX(b) < CGRectGetMaxX(a) &&
          CGRectGetMinY(a) < CGRectGetMaxY(b) && CGRectGetMinY(b) < CGRectGetMaxY(a);

@@ -21,11 +21,4 @@ const Class* NSClassFromString(std::string_view name) {
   return found == classes().end() ? nullptr : found->second;
 }
 
-bool isKindOfClass(std::string_view name, std::string_view ancestor) {
-  for (const Class* known = NSClassFromString(name);; known = NSClassFromString(known->superclass)) {
-    if (name == ancestor || (known && known->superclass == ancestor)) return true;
-    if (!known || known->superclass.empty()) return false;
-  }
-}
-
 }  // namespace tlx

@@ -33,7 +33,7 @@ class NSObject : public std::enable_shared_from_this<NSObject> {
 /// A property that a scene connects to one of its views.
 struct Outlet {
   std::string name;
-  /// The class that the target must be, or derive from.
+  /// The class that the target must be, or derive from: for whoever is told that it is not.
   std::string targetClass;
   /// False when the target is of another class. `target` is never nothing.
   std::function<bool(NSObject& owner, const std::shared_ptr<NSObject>& target)> connect;
@@ -64,8 +64,6 @@ inline const std::string& NSStringFromClass(const Class& classObject) {
 void registerClass(const Class& classObject);
 /// Nothing for a name that was not registered.
 const Class* NSClassFromString(std::string_view name);
-/// Whether `name` is `ancestor` or derives from it.
-bool isKindOfClass(std::string_view name, std::string_view ancestor);
 
 /// An outlet that is held weakly, or strongly, in a member of the class: `outlet("btnDone", &Controller::btnDone,
 /// "UIButton")`.

@@ -17,8 +17,8 @@ struct PHFetchResultChangeDetails {
 class PHChange {
  public:
   virtual ~PHChange() = default;
-  /// Nothing when the fetch that gave `result` would give the same items in the same order after the change, or when
-  /// `result` is nothing or no fetch result of this library.
+  /// Nothing when the fetch that gave `result` would give the same items in the same order after the change, each with
+  /// the same type, date and duration, or when `result` is nothing or no fetch result of this library.
   virtual std::shared_ptr<const PHFetchResultChangeDetails> changeDetailsForFetchResult(
       const std::shared_ptr<const PHFetchResult<PHAsset>>& result) const = 0;
 };

@@ -58,6 +58,8 @@ class PhotoLibraryPort {
 
   /// Main thread. One handler; nothing ends it. It is called on a thread of the library's, holding no lock of the
   /// library's, one change after the other; when it is called, fetches on the main thread may already see the change.
+  /// A change between the last fetch and this call is told to the new handler, since nobody heard of it; what a fetch
+  /// has seen already is not.
   /// After a call that replaced or ended it has returned, the old handler is not running and is not called again.
   ///
   /// Access that is granted or taken away elsewhere, as on a settings page, is a change too, told after the answers to

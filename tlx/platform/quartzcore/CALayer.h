@@ -44,6 +44,8 @@ class CALayer : public std::enable_shared_from_this<CALayer> {
 
   const CGRect& bounds() const { return bounds_; }
   void setBounds(const CGRect& bounds);
+  /// Pixels to a point for which the layer was made; copies take it over. A renderer may draw finer: the window's own
+  /// scale changes when it moves to another screen.
   double contentsScale() const { return contentsScale_; }
   void setContentsScale(double scale) { contentsScale_ = scale; }
 
