@@ -61,7 +61,7 @@ install: program
 
 # Asks the package database, not the network, and that once, so that a second run costs nothing.
 packages:
-	@missing=$$(comm -23 <(printf '%s\n' $(PACKAGES) | sort) \
+	@missing=$$(comm -23 <(printf '%s\n' $(PACKAGES) | sort -u) \
 	  <(dpkg-query -W -f='$${db:Status-Status} $${Package}\n' $(PACKAGES) 2>/dev/null | sed -n 's/^installed //p' | sort)); \
 	if [ -n "$$missing" ]; then \
 	  echo "Installing:" $$missing; \

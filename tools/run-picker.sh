@@ -34,7 +34,7 @@ if ! $own; then
   # It goes on while the window is open, newest first, and ends with it.
   exec {made}< <(exec setpriv --pdeathsig TERM "$bin/tlx-sample-library" "$sample")
   maker=$!
-  trap 'kill $maker 2>/dev/null || true' EXIT
+  trap 'kill $maker 2>/dev/null && wait $maker || true' EXIT
   read -r first <&"$made" || { echo "No sample library could be made."; exit 1; }
   folders=("$sample")
 fi
