@@ -223,7 +223,7 @@ TEST(FailureQuestion, IsTakenBackWhenAnotherPassBegins) {
   }
 }
 
-TEST_F(AlbumListPresentation, DismissalAtDeliveryIsThePickersAndNothingElses) {
+TEST(Delivery, DismissalIsThePickersAndNothingElses) {
   const std::function<void(PickerSession&)> rows[] = {
       [](PickerSession& other) { other.picker->btnAlbumPicker.lock()->press(); },
       [](PickerSession& other) { other.picker->btnCameraPressed(); },

@@ -276,8 +276,8 @@ std::shared_ptr<UIViewController> TLXMediaPickerController::questionAboutFailure
   static constexpr std::array choices{
       Choice{"Cancel", UIAlertActionStyleCancel, &Self::clearSelection},
       Choice{"Retry", UIAlertActionStyleDefault, &Self::btnDonePressed},
-      Choice{"Continue", UIAlertActionStyleDefault, &Self::didFinishPickingMediaInfo},
-      Choice{"Continue Anyway", UIAlertActionStyleDefault, &Self::didFinishPickingMediaInfo},
+      Choice{"Continue", UIAlertActionStyleDefault, &Self::goOn},
+      Choice{"Continue Anyway", UIAlertActionStyleDefault, &Self::goOn},
       Choice{"OK", UIAlertActionStyleCancel, &Self::clearSelection},
   };
   if (arrUnsuccessfulMedia_.empty()) {
@@ -298,6 +298,14 @@ std::shared_ptr<UIViewController> TLXMediaPickerController::questionAboutFailure
   }
   question_ = question;
   return question;
+}
+
+// The host's leave for a pick may come while the question stands: that item is fetched before anything is delivered.
+void TLXMediaPickerController::goOn() {
+  arrUnsuccessfulMedia_.clear();
+  std::ranges::copy_if(*arrPickedModel(), std::inserter(fetched_, fetched_.end()), &isFetched);
+  fetching_ = true;
+  startSyncOperationForIndex_totalItems(countOf(*arrPickedModel()) - 1, countOf(*arrPickedModel()));
 }
 
 void TLXMediaPickerController::clearSelection() {

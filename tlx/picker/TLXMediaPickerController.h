@@ -281,6 +281,7 @@ class TLXMediaPickerController : public UIViewController,
   void takeFailuresBack();
   void cancelPass();
   std::shared_ptr<UIViewController> questionAboutFailures();
+  void goOn();
   void clearSelection();
 
   void saveImage(const std::shared_ptr<UIImagePickerController>& screen, const std::shared_ptr<const UIImage>& image);
