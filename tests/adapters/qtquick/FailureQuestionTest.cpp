@@ -65,6 +65,17 @@ TEST(FailureQuestion, IsAnsweredByEveryHand) {
   }
 }
 
+// The question takes a moment to go, and its effect comes after it: until then nothing is unpicked or picked.
+TEST(FailureQuestion, NothingElseTakesInputUntilTheChoiceHasRun) {
+  Asked asked;
+  for (const auto key : {Qt::Key_Down, Qt::Key_Return, Qt::Key_Space}) asked.press(key);
+  asked.clickItem(0);
+  ASSERT_TRUE(asked.host.deliveries.empty()) << "the effect is still to come";
+  EXPECT_THAT(ScreenReader(asked).names(QAccessible::ListItem), IsEmpty());
+  asked.wait(1);
+  EXPECT_EQ(namesOf(asked.host.deliveries.at(0)), Names({"g"}));
+}
+
 TEST(FailureQuestion, FitsTheSmallestWindow) {
   Asked asked({320, 480});
   const QRectF words = asked.alertWords();
