@@ -34,6 +34,7 @@ PickerWindow::~PickerWindow() {
   parts_.credentials.setAsker(nullptr);
   signIn_.reset();
   settings_.reset();
+  decideAboutPhotos();
   question_.reset();
   parts_.platform.window().model()->setRootViewController(nullptr);
 }
@@ -95,25 +96,29 @@ bool PickerWindow::openSettings() {
       parts_.platform.window(), parts_.platform.engine(), content,
       [this](std::size_t index, bool on) {
         if (index == 0) {
-          setPhotosAllowed(on);
+          photosWanted_ = on;
         } else {
           parts_.camera.setCameraAllowed(on);
         }
       },
-      [this, before = parts_.library.authorizationStatus()] { closeSettings(before); });
+      [this] { closeSettings(); });
   return true;
 }
 
-void PickerWindow::setPhotosAllowed(bool allowed) {
-  question_.reset();
-  parts_.library.setPhotosAllowed(allowed);
-}
-
-void PickerWindow::closeSettings(PHAuthorizationStatus before) {
+void PickerWindow::closeSettings() {
   settings_.reset();
-  if (parts_.library.authorizationStatus() == before) return;
+  if (!decideAboutPhotos()) return;
   parts_.library.waitUntilOpened();
   open();
+}
+
+bool PickerWindow::decideAboutPhotos() {
+  const std::optional<bool> allowed = std::exchange(photosWanted_, std::nullopt);
+  if (!allowed || allowed == parts_.library.photosAllowed()) return false;
+  const auto before = parts_.library.authorizationStatus();
+  question_.reset();
+  parts_.library.setPhotosAllowed(*allowed);
+  return parts_.library.authorizationStatus() != before;
 }
 
 }  // namespace tlx::program

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "adapters/photolibrary/access/PhotoConsent.h"
@@ -47,10 +48,10 @@ class PickerWindow final : public QObject {
   void put(const qtquick::QtQuestion::Text& text, std::function<void(bool allowed)> answer);
   void askForCredentials(const std::string& address, const CloudCredentials::Answer& answer);
   bool openSettings();
-  void setPhotosAllowed(bool allowed);
-  /// A picker learns its access when it is made, so another takes its place when the person left the page with another
-  /// decision than `before`. Who comes back to the same keeps picker and picks.
-  void closeSettings(PHAuthorizationStatus before);
+  void closeSettings();
+  /// What the switch says holds from when the page is left: a picker whose access goes drops its picks, and who only
+  /// switched to and fro is to keep them. True when access changed.
+  bool decideAboutPhotos();
 
   const Parts parts_;
   const std::string host_;
@@ -58,6 +59,7 @@ class PickerWindow final : public QObject {
   std::unique_ptr<qtquick::QtQuestion> question_;
   std::unique_ptr<qtquick::QtSignIn> signIn_;
   std::unique_ptr<qtquick::QtSettingsPage> settings_;
+  std::optional<bool> photosWanted_;  ///< by the switch on the open page; nothing while nobody touched it
 };
 
 }  // namespace tlx::program
