@@ -230,7 +230,7 @@ Scene sea(const Mood& mood, double side, double sunY, double rough, double phase
   };
 }
 
-Scene fields(const Mood& mood, std::vector<unsigned> rows) {
+Scene fields(const Mood& mood, const std::vector<unsigned>& rows) {
   return [&mood, rows](Canvas& c, Random& r) {
     constexpr double h = 0.46;
     const double a = c.aspect(), vanish = a * r.in(0.35, 0.65), ox = r.in(0, 200);
@@ -255,7 +255,7 @@ Scene fields(const Mood& mood, std::vector<unsigned> rows) {
   };
 }
 
-Scene loneTree(const Mood& mood, std::vector<unsigned> leaves) {
+Scene loneTree(const Mood& mood, const std::vector<unsigned>& leaves) {
   return [&mood, leaves](Canvas& c, Random& r) {
     const double a = c.aspect(), x = a * r.in(0.42, 0.58), foot = 0.83;
     heaven(c, r, mood, 0.8, a * 0.16, 0.5, 0.03, 0.35);

@@ -55,8 +55,9 @@ double noise(double x, double y) {
   const int xi = left & 255, yi = top & 255;
   const auto& order = kLattice.order;
   const auto pull = [&](int i, int j) {
-    const QPointF& slope = kLattice.slopes[static_cast<std::size_t>(
-        order[static_cast<std::size_t>(order[static_cast<std::size_t>(xi + i)] + yi + j) & 511U])];
+    const int first = order[static_cast<std::size_t>(xi + i)];
+    const QPointF& slope =
+        kLattice.slopes[static_cast<std::size_t>(order[static_cast<std::size_t>(first + yi + j)] & 255)];
     return slope.x() * (fx - i) + slope.y() * (fy - j);
   };
   const double u = fx * fx * fx * (fx * (fx * 6 - 15) + 10), v = fy * fy * fy * (fy * (fy * 6 - 15) + 10);

@@ -33,7 +33,7 @@ std::string written(VipsImage* image, const std::string& format) {
   void* data = nullptr;
   std::size_t size = 0;
   if (vips_image_write_to_buffer(image, format.c_str(), &data, &size, nullptr) != 0) fail();
-  const std::string bytes(static_cast<const char*>(data), size);
+  std::string bytes(static_cast<const char*>(data), size);
   g_free(data);
   return bytes;
 }

@@ -28,8 +28,8 @@ void water(Canvas& c, Random& r, const Mood& mood, double horizon, double rough,
 Scene ridges(const Mood& mood, double sunX = 0.62, double lake = 0, bool pines = true);
 Scene sea(const Mood& mood, double sunX = 0.5, double sunY = 0.45, double rough = 0.7, double phase = 0);
 /// Rows of colour running to the horizon.
-Scene fields(const Mood& mood, std::vector<unsigned> rows);
-Scene loneTree(const Mood& mood, std::vector<unsigned> leaves);
+Scene fields(const Mood& mood, const std::vector<unsigned>& rows);
+Scene loneTree(const Mood& mood, const std::vector<unsigned>& leaves);
 Scene aurora(const Mood& mood, unsigned low, unsigned high, double phase = 0);
 Scene starry(const Mood& mood);
 Scene fullMoon();
@@ -40,9 +40,9 @@ struct FlowerStyle {
   double width = 0.26, heartSize = 0.3;
 };
 Scene flower(FlowerStyle style);
-Scene paperWaves(Gradient colours);
-Scene marble(Gradient colours);
-Scene orbs(Gradient backdrop, std::vector<unsigned> colours);
+Scene paperWaves(const Gradient& colours);
+Scene marble(const Gradient& colours);
+Scene orbs(const Gradient& backdrop, const std::vector<unsigned>& colours);
 /// A phone's screen, `page` 0…7.
 Scene screen(int page);
 

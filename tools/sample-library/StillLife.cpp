@@ -117,7 +117,7 @@ Scene flower(FlowerStyle f) {
   };
 }
 
-Scene paperWaves(Gradient colours) {
+Scene paperWaves(const Gradient& colours) {
   return [colours](Canvas& c, Random& r) {
     const double a = c.aspect(), ox = r.in(0, 200), turn = r.in(-0.25, 0.25);
     c.image.fill(colours.at(0).color());
@@ -142,7 +142,7 @@ Scene paperWaves(Gradient colours) {
   };
 }
 
-Scene marble(Gradient colours) {
+Scene marble(const Gradient& colours) {
   return [colours](Canvas& c, Random& r) {
     const double ox = r.in(0, 200), oy = r.in(0, 200);
     c.veil(0, 1, [&](double x, double y) {
@@ -156,7 +156,7 @@ Scene marble(Gradient colours) {
   };
 }
 
-Scene orbs(Gradient backdrop, std::vector<unsigned> colours) {
+Scene orbs(const Gradient& backdrop, const std::vector<unsigned>& colours) {
   return [=](Canvas& c, Random& r) {
     const double a = c.aspect(), ox = r.in(0, 200);
     c.veil(0, 1, [&](double x, double y) {
