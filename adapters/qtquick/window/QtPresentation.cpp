@@ -126,7 +126,9 @@ void QtPresentation::dismiss(const std::shared_ptr<UIViewController>& presented,
 void QtPresentation::inputMoved(const std::shared_ptr<UIViewController>& screen) {
   held_ = !screen;
   setReachable();
-  if (!window_ || held_ || !shown_.empty() || !std::exchange(owesFocus_, false)) return;
+  if (!window_ || held_ || !shown_.empty()) return;
+  // A page that the choice has opened keeps the keys, and gives them back itself.
+  if (!std::exchange(owesFocus_, false) || !window_->rootItem().isEnabled()) return;
   QQuickItem& beneath = focusBeneath_ && focusBeneath_->isVisible() ? *focusBeneath_ : window_->rootItem();
   beneath.forceActiveFocus(Qt::PopupFocusReason);
 }
