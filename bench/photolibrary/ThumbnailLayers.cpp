@@ -6,6 +6,7 @@
 #include "adapters/memory/MainLoop.h"
 #include "adapters/photolibrary/images/ImageManager.h"
 #include "adapters/photolibrary/images/PictureLayers.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "bench/photolibrary/SamplePhoto.h"
 
 namespace {
@@ -48,7 +49,8 @@ int main() {
     return PictureLayers::Wanted{{asset(++number)->localIdentifier, cell, PHImageContentModeAspectFill}, true};
   };
 
-  PictureLayers layers(items, pixels, 64 << 20, 4 << 20, shared);
+  DirectDecoders decoders(pixels);
+  PictureLayers layers(items, decoders, pixels, 64 << 20, 4 << 20, shared);
   bool kept = sideBySide(
       "by decoding / scaled decode", 1 / 0.9, 15,
       [&] {
@@ -68,7 +70,7 @@ int main() {
   const auto files = std::filesystem::directory_iterator(shared.folder + "/large");
   const std::string png = files->path().string();
   const auto fromShared = [&] {
-    PictureLayers fresh(items, pixels, 64 << 20, 4 << 20, shared);
+    PictureLayers fresh(items, decoders, pixels, 64 << 20, 4 << 20, shared);
     return secondsOf([&] {
       for (int i = 0; i < cells; ++i) {
         const PictureLayers::Wanted each{{std::to_string(1'000'000 + i), cell, PHImageContentModeAspectFill}, true};

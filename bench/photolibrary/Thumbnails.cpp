@@ -14,7 +14,9 @@
 
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MainLoop.h"
+#include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/ImageManager.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "adapters/photolibrary/images/codecs/RowResampler.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 #include "adapters/photolibrary/source/MediaProbe.h"
