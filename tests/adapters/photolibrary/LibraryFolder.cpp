@@ -1,59 +1,43 @@
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 
-#include <cstdlib>
-#include <fstream>
-#include <stdexcept>
-
 #include <fcntl.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace tlx::photolibrary::test {
-void KeptLog::log(const std::string& line) {
-  std::lock_guard lock(mutex_);
-  lines_.push_back(line);
+namespace {
+
+/// The smart albums, then the person's own. A copy, since a library that goes on may drop its result meanwhile.
+std::vector<std::shared_ptr<const PHAssetCollection>> albumsIn(PhotoLibrary& library) {
+  std::vector<std::shared_ptr<const PHAssetCollection>> all;
+  for (const auto type : {PHAssetCollectionTypeSmartAlbum, PHAssetCollectionTypeAlbum}) {
+    const auto albums = library.fetchAssetCollections(type, PHAssetCollectionSubtypeAny);
+    all.insert(all.end(), albums->begin(), albums->end());
+  }
+  return all;
 }
 
-std::vector<std::string> KeptLog::lines() const {
-  std::lock_guard lock(mutex_);
-  return lines_;
-}
+}  // namespace
 
-LibraryFolder::LibraryFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "tlx-library-XXXXXX").string();
-  if (!::mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-  top_ = std::filesystem::canonical(name);
+LibraryFolder::LibraryFolder() : top_(std::filesystem::canonical(folder_.path())) {
   std::filesystem::create_directory(pictures());
   std::filesystem::remove_all(trashFolder());
 }
 
-LibraryFolder::~LibraryFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(top_, ignored);
-}
-
 std::filesystem::path LibraryFolder::trashFolder() {
   // Where data lie is asked of the environment once in a process.
-  static const struct Data {
-    Data() { ::setenv("XDG_DATA_HOME", path.c_str(), 1); }
-    ~Data() {
-      std::error_code ignored;
-      std::filesystem::remove_all(path, ignored);
-    }
-    const std::filesystem::path path =
-        std::filesystem::temp_directory_path() / ("tlx-data-" + std::to_string(::getpid()));
-  } data;
-  return data.path / "Trash";
+  static const TemporaryFolder data;
+  ::setenv("XDG_DATA_HOME", data.path().c_str(), 1);
+  return data.path() / "Trash";
 }
 
 void LibraryFolder::put(const std::string& path, const std::vector<std::uint8_t>& bytes, double modified) const {
   const std::filesystem::path full = pictures() / path;
   std::filesystem::create_directories(full.parent_path());
-  std::ofstream(full, std::ios::binary)
-      .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  if (modified == 0) return;
-  timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(modified), 0}};
-  if (::utimensat(AT_FDCWD, full.c_str(), times, 0) != 0)
+  writeFile(full, bytes);
+  const timespec times[2] = {{0, UTIME_OMIT}, {static_cast<time_t>(modified), 0}};
+  if (modified != 0 && ::utimensat(AT_FDCWD, full.c_str(), times, 0) != 0)
     throw std::runtime_error("cannot set the time of " + full.string());
 }
 
@@ -78,46 +62,77 @@ PhotoLibrary::Options LibraryFolder::options() const {
   return options;
 }
 
+Onlooker::Onlooker(PhotoLibrary& library) : library_(library) {
+  library_.setChangeHandler([this](std::shared_ptr<const PHChange> change) {
+    std::lock_guard lock(mutex_);
+    newest_ = std::move(change);
+    ++count_;
+    changed_.notify_all();
+  });
+}
+
+bool Onlooker::comesTo(const std::function<bool()>& done) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  std::unique_lock lock(mutex_);
+  while (true) {
+    const int seen = count_;
+    lock.unlock();
+    const bool met = done();
+    lock.lock();
+    if (met) return true;
+    if (!changed_.wait_until(lock, deadline, [&] { return count_ != seen; })) return false;
+  }
+}
+
+int Onlooker::count() {
+  std::lock_guard lock(mutex_);
+  return count_;
+}
+
+std::shared_ptr<const PHChange> Onlooker::newest() {
+  std::lock_guard lock(mutex_);
+  return newest_;
+}
+
+void look(PhotoLibrary& library) {
+  library.rescan();
+  library.waitUntilScanned();
+}
+
 std::vector<std::string> namesIn(PhotoLibrary& library, const std::string& album) {
   std::vector<std::string> names;
-  for (const auto type : {PHAssetCollectionTypeSmartAlbum, PHAssetCollectionTypeAlbum}) {
-    const auto albums = library.fetchAssetCollections(type, PHAssetCollectionSubtypeAny);
-    for (const auto& collection : *albums) {
-      if (collection->localizedTitle != album) continue;
-      const auto assets = library.fetchAssets(*collection, {});
-      for (const auto& asset : *assets)
-        names.push_back(library.details(asset->localIdentifier).value_or(PhotoLibrary::Details{}).name);
-    }
+  for (const auto& collection : albumsIn(library)) {
+    if (collection->localizedTitle != album) continue;
+    const auto assets = library.fetchAssets(*collection, {});
+    for (const auto& asset : *assets)
+      names.push_back(library.details(asset->localIdentifier).value_or(PhotoLibrary::Details{}).name);
   }
   return names;
 }
 
 std::vector<std::string> titles(PhotoLibrary& library) {
   std::vector<std::string> all;
-  const auto albums = library.fetchAssetCollections(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny);
-  for (const auto& collection : *albums) all.push_back(collection->localizedTitle);
+  for (const auto& collection : albumsIn(library)) {
+    if (collection->assetCollectionType == PHAssetCollectionTypeAlbum) all.push_back(collection->localizedTitle);
+  }
   return all;
 }
 
 std::map<std::string, std::vector<std::string>> everythingIn(PhotoLibrary& library) {
   std::map<std::string, std::vector<std::string>> all;
-  for (const auto type : {PHAssetCollectionTypeSmartAlbum, PHAssetCollectionTypeAlbum}) {
-    const auto albums = library.fetchAssetCollections(type, PHAssetCollectionSubtypeAny);
-    for (const auto& collection : *albums) {
-      auto& items = all[collection->localizedTitle + " " + collection->localIdentifier.string()];
-      const auto assets = library.fetchAssets(*collection, {});
-      for (const auto& asset : *assets) {
-        const auto details = library.details(asset->localIdentifier);
-        items.push_back((details ? details->path : "?") + " " + asset->localIdentifier.string());
-      }
+  for (const auto& collection : albumsIn(library)) {
+    auto& items = all[collection->localizedTitle + " " + collection->localIdentifier.string()];
+    const auto assets = library.fetchAssets(*collection, {});
+    for (const auto& asset : *assets) {
+      const auto details = library.details(asset->localIdentifier);
+      items.push_back((details ? details->path : "?") + " " + asset->localIdentifier.string());
     }
   }
   return all;
 }
 
 std::string identifierOf(PhotoLibrary& library, const std::string& name) {
-  for (const auto& collection :
-       *library.fetchAssetCollections(PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAny)) {
+  for (const auto& collection : albumsIn(library)) {
     const auto assets = library.fetchAssets(*collection, {});
     for (const auto& asset : *assets) {
       if (library.details(asset->localIdentifier).value_or(PhotoLibrary::Details{}).name == name)

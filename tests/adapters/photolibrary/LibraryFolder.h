@@ -1,7 +1,9 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -16,9 +18,15 @@ namespace tlx::photolibrary::test {
 /// Keeps what it is told.
 class KeptLog final : public SystemLogPort {
  public:
-  void log(const std::string& line) override;
+  void log(const std::string& line) override {
+    std::lock_guard lock(mutex_);
+    lines_.push_back(line);
+  }
   void assertionFailed(const std::string&, const std::string&, int, const std::string&) override {}
-  std::vector<std::string> lines() const;
+  std::vector<std::string> lines() const {
+    std::lock_guard lock(mutex_);
+    return lines_;
+  }
 
  private:
   mutable std::mutex mutex_;
@@ -30,9 +38,6 @@ class KeptLog final : public SystemLogPort {
 class LibraryFolder {
  public:
   LibraryFolder();
-  ~LibraryFolder();
-  LibraryFolder(const LibraryFolder&) = delete;
-  LibraryFolder& operator=(const LibraryFolder&) = delete;
 
   std::filesystem::path pictures() const { return top_ / "pictures"; }
   std::filesystem::path top() const { return top_; }
@@ -47,9 +52,30 @@ class LibraryFolder {
   PhotoLibrary::Options options() const;
 
  private:
+  TemporaryFolder folder_;
   std::filesystem::path top_;
 };
 
+/// Hears of a library's changes while it lives.
+class Onlooker {
+ public:
+  explicit Onlooker(PhotoLibrary& library);
+  ~Onlooker() { library_.setChangeHandler(nullptr); }
+  /// Waits for changes until one has made it so.
+  bool comesTo(const std::function<bool()>& done);
+  int count();
+  std::shared_ptr<const PHChange> newest();
+
+ private:
+  PhotoLibrary& library_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  int count_ = 0;
+  std::shared_ptr<const PHChange> newest_;  ///< no older one, so that what it holds can go
+};
+
+/// Returns when the library has looked at its files again.
+void look(PhotoLibrary& library);
 /// What a fetch by album title finds: the names of the files, in order. Smart albums and the person's own alike.
 std::vector<std::string> namesIn(PhotoLibrary& library, const std::string& album);
 /// "Title" of every album that the person made, in the library's order.

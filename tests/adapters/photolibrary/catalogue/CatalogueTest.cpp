@@ -1,12 +1,12 @@
 // How states follow one another, over a source that does what the test says.
 
-#include <condition_variable>
 #include <functional>
+#include <future>
 #include <mutex>
 
 #include <gmock/gmock.h>
 
-#include "adapters/photolibrary/catalogue/LibraryChange.h"
+#include "adapters/photolibrary/catalogue/Catalogue.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 
 namespace tlx::photolibrary::test {
@@ -15,34 +15,48 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-using Walk = std::function<WalkOutcome(const KnownFiles&, WalkListener&, std::stop_token)>;
-
-/// Two roots, /a and /b, and a walk that can be changed between scans.
+/// Two roots, /a and /b, and what a look at them finds, which can be changed between looks.
 class ScriptedSource final : public Source {
  public:
   struct Script {
-    std::mutex mutex;
-    Walk walk = [](const KnownFiles&, WalkListener&, std::stop_token) { return WalkOutcome{true, {}}; };
+    std::vector<FolderFindings> findings;
+    std::vector<std::string> unreachable = {};
+    bool whole = true;
+    std::function<void()> beforeLast = [] {};
     bool readable[2] = {true, true};
   };
-  explicit ScriptedSource(std::shared_ptr<Script> script) : script_(std::move(script)) {}
+  struct Shared : Script {
+    std::mutex mutex;
+  };
+  explicit ScriptedSource(std::shared_ptr<Shared> shared) : shared_(std::move(shared)) {}
   const std::vector<std::string>& roots() const override { return roots_; }
-  bool rootReadable(std::size_t root) const override {
-    std::lock_guard lock(script_->mutex);
-    return script_->readable[root];
-  }
-  WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) override {
-    Walk walk;
-    {
-      std::lock_guard lock(script_->mutex);
-      walk = script_->walk;
+  bool rootReadable(std::size_t root) const override { return script().readable[root]; }
+  WalkOutcome walk(const KnownFiles& known, WalkListener& listener, std::stop_token) override {
+    Script now = script();
+    for (FolderFindings& part : now.findings) {
+      if (&part == &now.findings.back()) now.beforeLast();
+      // What is known as it stands is told by its position, as a real walk does.
+      std::erase_if(part.fresh, [&](const FoundItem& item) {
+        for (const auto& file : known.inFolder(part.folder.path)) {
+          if (file.name != item.name || file.key != item.facts.key) continue;
+          part.unchanged.push_back(file.position);
+          return true;
+        }
+        return false;
+      });
+      listener.found(std::move(part));
     }
-    return walk(known, listener, std::move(stop));
+    return {now.whole, now.unreachable};
   }
 
  private:
-  std::shared_ptr<Script> script_;
-  std::vector<std::string> roots_ = {"/a", "/b"};
+  Script script() const {
+    std::lock_guard lock(shared_->mutex);
+    return *shared_;
+  }
+
+  const std::shared_ptr<Shared> shared_;
+  const std::vector<std::string> roots_ = {"/a", "/b"};
 };
 
 Folder folderAt(const std::string& path) {
@@ -68,33 +82,19 @@ FoundItem itemCalled(const std::string& name, std::uint64_t number, double creat
 
 class Catalogues : public testing::Test {
  protected:
-  using Findings = std::vector<FolderFindings>;
-
-  void scan(Findings findings, std::vector<std::string> unreachable = {}) {
-    {
-      std::lock_guard lock(script_->mutex);
-      script_->walk = [findings, unreachable](const KnownFiles& known, WalkListener& listener, std::stop_token) {
-        for (FolderFindings part : findings) {
-          // What is known as it stands is told by its position, as a real walk does.
-          std::erase_if(part.fresh, [&](const FoundItem& item) {
-            for (const auto& file : known.inFolder(part.folder.path)) {
-              if (file.name != item.name || file.key != item.facts.key) continue;
-              part.unchanged.push_back(file.position);
-              return true;
-            }
-            return false;
-          });
-          listener.found(std::move(part));
-        }
-        return WalkOutcome{true, unreachable};
-      };
-    }
-    if (library_) {
-      library_->rescan();
-    } else {
-      library_ = std::make_unique<PhotoLibrary>(folder_.options(), std::make_unique<ScriptedSource>(script_), log_);
-    }
+  void find(std::vector<FolderFindings> findings, std::vector<std::string> unreachable = {}) {
+    std::lock_guard lock(script_->mutex);
+    script_->findings = std::move(findings);
+    script_->unreachable = std::move(unreachable);
+  }
+  void scan(std::vector<FolderFindings> findings, std::vector<std::string> unreachable = {}) {
+    find(std::move(findings), std::move(unreachable));
+    if (library_) return look(*library_);
+    open();
     library_->waitUntilScanned();
+  }
+  void open() {
+    library_ = std::make_unique<PhotoLibrary>(folder_.options(), std::make_unique<ScriptedSource>(script_), log_);
   }
   std::vector<std::string> roll() { return namesIn(*library_, "Camera Roll"); }
   static FolderFindings in(const std::string& path, std::vector<FoundItem> items) {
@@ -103,7 +103,7 @@ class Catalogues : public testing::Test {
 
   LibraryFolder folder_;
   KeptLog log_;
-  std::shared_ptr<ScriptedSource::Script> script_ = std::make_shared<ScriptedSource::Script>();
+  std::shared_ptr<ScriptedSource::Shared> script_ = std::make_shared<ScriptedSource::Shared>();
   std::unique_ptr<PhotoLibrary> library_;
 };
 
@@ -135,7 +135,7 @@ TEST_F(Catalogues, ARootThatIsNotThereHoldsNothingAndLosesNothing) {
   EXPECT_THAT(roll(), ElementsAre("one"));
   library_.reset();
   script_->readable[1] = true;
-  library_ = std::make_unique<PhotoLibrary>(folder_.options(), std::make_unique<ScriptedSource>(script_), log_);
+  open();
   library_->waitUntilOpened();
   EXPECT_THAT(roll(), ElementsAre("two", "one")) << "plugged in again: the index still has it";
   library_->waitUntilScanned();
@@ -157,67 +157,50 @@ TEST_F(Catalogues, ALookAtTheFilesIsOneChangeThatNamesWhatItTouched) {
     return all;
   };
   const auto before = results();
-  std::mutex mutex;
-  std::condition_variable told;
-  std::vector<std::shared_ptr<const PHChange>> changes;
-  library_->setChangeHandler([&](std::shared_ptr<const PHChange> change) {
-    std::lock_guard lock(mutex);
-    changes.push_back(std::move(change));
-    told.notify_all();
-  });
-  const auto wait = [&](std::size_t count) {
-    std::unique_lock lock(mutex);
-    return told.wait_for(lock, std::chrono::seconds(20), [&] { return changes.size() >= count; });
+  Onlooker onlooker(*library_);
+  const auto touched = [&] {
+    std::vector<std::string> titles;
+    for (const auto& [title, result] : before) {
+      if (onlooker.newest()->changeDetailsForFetchResult(result)) titles.push_back(title);
+    }
+    return titles;
   };
   // `two` moves to x, nothing else happens but a second look that finds nothing.
-  scan({in("/a/x", {one, two}), in("/a/z", {three})});
-  scan({in("/a/x", {one, two}), in("/a/z", {three})});
-  ASSERT_TRUE(wait(1));
-  const auto touched = [&](const std::shared_ptr<const PHChange>& change, const std::string& title) {
-    return change->changeDetailsForFetchResult(before.at(title)) != nullptr;
-  };
-  EXPECT_TRUE(touched(changes[0], "x"));
-  EXPECT_TRUE(touched(changes[0], "y"));
-  EXPECT_FALSE(touched(changes[0], "z"));
-  EXPECT_FALSE(touched(changes[0], "Camera Roll")) << "the same items in the same order, wherever they lie";
+  for (int time = 0; time < 2; ++time) scan({in("/a/x", {one, two}), in("/a/z", {three})});
+  ASSERT_TRUE(onlooker.comesTo([&] { return onlooker.count() > 0; }));
+  EXPECT_THAT(touched(), ElementsAre("x", "y")) << "elsewhere the same items in the same order, wherever they lie";
   EXPECT_EQ(results().at("z"), before.at("z")) << "what is as it was is the same object";
+  const auto older = onlooker.newest();
   FoundItem edited = three;
   edited.facts.key.born = 2;
   edited.facts.bytes = 7;
   scan({in("/a/x", {one, two}), in("/a/z", {edited})});
-  ASSERT_TRUE(wait(2));
-  EXPECT_TRUE(touched(changes[1], "z")) << "the same item with another content is to be drawn again";
-  EXPECT_FALSE(changes[0]->changeDetailsForFetchResult(results().at("z")))
-      << "an older change says nothing of a newer result";
+  ASSERT_TRUE(onlooker.comesTo([&] { return onlooker.count() > 1; }));
+  EXPECT_THAT(touched(), testing::Contains("z")) << "the same item with another content is to be drawn again";
+  EXPECT_FALSE(older->changeDetailsForFetchResult(results().at("z"))) << "it says nothing of a newer result";
   library_->setChangeHandler(nullptr);
-  EXPECT_EQ(changes.size(), 2u) << "one for each look that found something";
+  EXPECT_EQ(onlooker.count(), 2) << "one for each look that found something";
 }
 
 TEST_F(Catalogues, ALibraryNeverSeenFillsWhileItIsScanned) {
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool seenPart = false;
-  script_->walk = [&](const KnownFiles&, WalkListener& listener, std::stop_token) {
-    Findings parts;
-    for (std::uint64_t i = 0; i < 600; ++i)
-      listener.found(in("/a", {itemCalled(std::to_string(i), i, static_cast<double>(i))}));
-    // The rest is only found once the first have been told of.
-    std::unique_lock lock(mutex);
-    changed.wait_for(lock, std::chrono::seconds(20), [&] { return seenPart; });
-    for (std::uint64_t i = 600; i < 700; ++i)
-      listener.found(in("/b", {itemCalled(std::to_string(i), i, static_cast<double>(i))}));
-    return WalkOutcome{true, {}};
-  };
-  auto options = folder_.options();
-  Catalogue catalogue(std::make_unique<ScriptedSource>(script_), options.cacheFolder, log_,
+  std::vector<FoundItem> items;
+  for (int i = 0; i < 700; ++i) items.push_back(itemCalled(std::to_string(i), static_cast<std::uint64_t>(i), i));
+  std::vector<FoundItem> most(items.begin(), items.begin() + 600), rest(items.begin() + 600, items.end());
+  // The rest is only found once the first have been told of.
+  std::promise<void> seenPart;
+  std::size_t first = 0;
+  const auto seen = seenPart.get_future().share();
+  script_->beforeLast = [seen] { seen.wait_for(std::chrono::seconds(20)); };
+  find({in("/a", most), in("/b", rest)});
+  Catalogue catalogue(std::make_unique<ScriptedSource>(script_), folder_.options().cacheFolder, log_,
                       std::make_shared<FetchLedger>(), [&](const std::shared_ptr<const Snapshot>& snapshot) {
-                        std::lock_guard lock(mutex);
-                        seenPart = snapshot->count() > 0;
-                        changed.notify_all();
+                        if (first > 0 || snapshot->count() == 0) return;
+                        first = snapshot->count();
+                        seenPart.set_value();
                       });
   catalogue.start();
   catalogue.waitUntilScanned();
-  EXPECT_TRUE(seenPart);
+  EXPECT_EQ(first, 600u);
   const auto snapshot = catalogue.snapshot();
   ASSERT_EQ(snapshot->count(), 700u);
   for (std::uint32_t i = 0; i < 700; ++i) EXPECT_EQ(snapshot->itemAt(i).name, std::to_string(699 - i));
@@ -227,12 +210,8 @@ TEST_F(Catalogues, ALibraryNeverSeenFillsWhileItIsScanned) {
 TEST_F(Catalogues, AScanThatIsBrokenOffTakesNothingAway) {
   scan({in("/a", {itemCalled("one", 1, 1), itemCalled("two", 2, 2)})});
   library_.reset();
-  script_->walk = [](const KnownFiles&, WalkListener& listener, std::stop_token) {
-    listener.found(in("/a", {itemCalled("three", 3, 3)}));
-    return WalkOutcome{false, {}};
-  };
-  library_ = std::make_unique<PhotoLibrary>(folder_.options(), std::make_unique<ScriptedSource>(script_), log_);
-  library_->waitUntilScanned();
+  script_->whole = false;
+  scan({in("/a", {itemCalled("three", 3, 3)})});
   EXPECT_THAT(roll(), ElementsAre("three", "two", "one"));
 }
 

@@ -8,6 +8,10 @@
 namespace tlx::contracts {
 namespace {
 
+using photolibrary::test::look;
+using photolibrary::test::samplePhoto;
+using photolibrary::test::sampleVideo;
+
 /// Answers on a thread of its own, as a window would after a while.
 class WillingPerson final : public photolibrary::PhotoConsent {
  public:
@@ -45,20 +49,19 @@ class FilesLibraryWorld final : public PhotoLibraryWorld {
   void put(const std::vector<Item>& items) override {
     for (const Item& item : items) {
       const bool video = item.mediaType == PHAssetMediaTypeVideo;
-      folder_.put(item.album + "/" + item.name,
-                  video ? photolibrary::test::sampleVideo() : photolibrary::test::samplePhoto(), item.creationDate);
+      folder_.put(item.album + "/" + item.name, video ? sampleVideo() : samplePhoto(), item.creationDate);
     }
-    look();
+    look(*library_);  // whoever waits for files must be woken when they have been looked at
   }
   void take(const std::vector<std::string>& names) override {
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.pictures())) {
       if (std::find(names.begin(), names.end(), entry.path().filename()) != names.end())
         std::filesystem::remove(entry.path());
     }
-    look();
+    look(*library_);
   }
   AVRecording recording() override {
-    folder_.put("../capture", photolibrary::test::sampleVideo());
+    folder_.put("../capture", sampleVideo());
     return {(folder_.pictures() / "../capture").string(), {}, 1, nullptr};
   }
   void askForPicture(const Identifier& item) override { library_->beginRequest(item); }
@@ -76,12 +79,6 @@ class FilesLibraryWorld final : public PhotoLibraryWorld {
   int promptCount() const override { return person_.asked; }
 
  private:
-  /// The world's patience counts from a post: whoever waits for files must be woken when they have been looked at.
-  void look() {
-    library_->rescan();
-    library_->waitUntilScanned();
-  }
-
   memory::MemoryPlatform platform_;
   photolibrary::test::LibraryFolder folder_;
   photolibrary::test::KeptLog log_;

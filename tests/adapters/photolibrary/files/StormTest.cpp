@@ -2,11 +2,9 @@
 // where a fresh look would.
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <mutex>
 #include <random>
 #include <set>
 #include <string>
@@ -71,54 +69,27 @@ class Storm {
   std::mt19937 random_;
 };
 
-class Onlooker {
- public:
-  explicit Onlooker(PhotoLibrary& library) : library_(library) {
-    library_.setChangeHandler([this](std::shared_ptr<const PHChange> change) {
-      {
-        std::lock_guard lock(mutex_);
-        change_ = std::move(change);
-      }
-      changed_.notify_all();
-    });
-  }
-  ~Onlooker() { library_.setChangeHandler(nullptr); }
-
-  /// As a grid does it: fetches an album, goes through it, and hears from the newest change what became of it.
-  void lookThrough(unsigned turn) {
-    const auto albums = library_.fetchAssetCollections(
-        turn % 2 ? PHAssetCollectionTypeAlbum : PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAny);
-    if (albums->count() == 0) return;
-    const auto items = library_.fetchAssets(*albums->objectAtIndex(turn / 2 % albums->count()), {});
-    std::set<Identifier> met;
-    for (std::size_t i = 0; i < items->count(); ++i) {
-      const PHAsset& asset = *items->objectAtIndex(i);
-      ASSERT_TRUE(met.insert(asset.localIdentifier).second) << "twice in one album";
-      if (i > 0) {
-        ASSERT_GE(items->objectAtIndex(i - 1)->creationDate, asset.creationDate);
-      }
-      library_.locate(asset.localIdentifier);
+/// As a grid does it: fetches an album, goes through it, and hears from the newest change what became of the last one.
+void lookThrough(PhotoLibrary& library, Onlooker& onlooker, AssetResult& last, unsigned turn) {
+  const auto albums = library.fetchAssetCollections(
+      turn % 2 ? PHAssetCollectionTypeAlbum : PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAny);
+  if (albums->count() == 0) return;
+  const auto items = library.fetchAssets(*albums->objectAtIndex(turn / 2 % albums->count()), {});
+  std::set<Identifier> met;
+  for (std::size_t i = 0; i < items->count(); ++i) {
+    const PHAsset& asset = *items->objectAtIndex(i);
+    ASSERT_TRUE(met.insert(asset.localIdentifier).second) << "twice in one album";
+    if (i > 0) {
+      ASSERT_GE(items->objectAtIndex(i - 1)->creationDate, asset.creationDate);
     }
-    std::unique_lock lock(mutex_);
-    const auto change = change_;
-    lock.unlock();
-    if (const auto details = change ? change->changeDetailsForFetchResult(last_) : nullptr) {
-      ASSERT_EQ(details->fetchResultBeforeChanges, last_);
-    }
-    last_ = items;
+    library.locate(asset.localIdentifier);
   }
-  bool comesTo(const std::function<bool()>& done) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, std::chrono::seconds(60), done);
+  const auto change = onlooker.newest();
+  if (const auto details = change ? change->changeDetailsForFetchResult(last) : nullptr) {
+    ASSERT_EQ(details->fetchResultBeforeChanges, last);
   }
-
- private:
-  PhotoLibrary& library_;
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  std::shared_ptr<const PHChange> change_;
-  AssetResult last_;
-};
+  last = items;
+}
 
 TEST(FilesStorm, EndsWhereAFreshLookWould) {
   const char* const wanted = std::getenv("TLX_STORM_SEED");
@@ -135,7 +106,9 @@ TEST(FilesStorm, EndsWhereAFreshLookWould) {
     storm.blow(10'000);
     over = true;
   });
-  for (unsigned turn = 0; !over && !testing::Test::HasFatalFailure(); ++turn) onlooker.lookThrough(turn);
+  AssetResult last;
+  for (unsigned turn = 0; !over && !testing::Test::HasFatalFailure(); ++turn)
+    lookThrough(library, onlooker, last, turn);
   blowing.join();
   auto options = folder.options();
   options.cacheFolder = (folder.top() / "fresh").string();
