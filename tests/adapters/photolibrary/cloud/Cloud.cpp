@@ -1,7 +1,6 @@
 #include "tests/adapters/photolibrary/cloud/Cloud.h"
 
 #include <QCoreApplication>
-#include <fstream>
 
 #include <gtest/gtest.h>
 
@@ -40,11 +39,9 @@ void Served::put(const std::string& name, const std::vector<std::uint8_t>& bytes
   std::filesystem::last_write_time(path, std::chrono::file_clock::from_sys(time));
 }
 
-Cloud::Cloud(const std::string& url) : Cloud(url, patient(std::chrono::seconds(30))) {}
-
 Cloud::Cloud(const std::string& url, WebDavSource::Settings settings, std::vector<std::string> folders)
     : url_(url), settings_(std::move(settings)), folders_(std::move(folders)) {
-  if (settings_.cacheFolder.empty()) settings_.cacheFolder = cache();
+  if (settings_.cacheFolder.empty()) settings_.cacheFolder = folder_.top() / "cache";
   reopen();
 }
 
@@ -56,24 +53,15 @@ WebDavSource::Settings Cloud::patient(std::chrono::milliseconds patience) {
 
 void Cloud::reopen() {
   library_.reset();
-  auto options = folder_.options();
-  options.preauthorised = true;
   std::vector<std::unique_ptr<Source>> sources;
   if (!folders_.empty()) sources.push_back(std::make_unique<FolderSource>(folders_, log_));
   sources.push_back(std::make_unique<WebDavSource>(std::get<CloudAddress>(parseCloudAddress(url_)), settings_, log_));
-  library_ = std::make_unique<PhotoLibrary>(options, std::make_unique<SourceSet>(std::move(sources)), log_);
-  library_->waitUntilScanned();
-}
-
-void Cloud::rescan() {
-  library_->rescan();
+  library_ = std::make_unique<PhotoLibrary>(folder_.options(), std::make_unique<SourceSet>(std::move(sources)), log_);
   library_->waitUntilScanned();
 }
 
 std::variant<Original, NSError> Cloud::fetch(const std::string& name, ItemStore::FetchOptions options) {
-  const std::string identifier = identifierOf(*library_, name);
-  if (identifier.empty()) ADD_FAILURE() << "there is no " << name;
-  return library_->fetchOriginal(identifier, options);
+  return library_->fetchOriginal(identifier(name), options);
 }
 
 std::int64_t codeOf(const std::variant<Original, NSError>& fetched) {
@@ -83,8 +71,8 @@ std::int64_t codeOf(const std::variant<Original, NSError>& fetched) {
 }
 
 std::string contentOf(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  const auto bytes = readFile(path);
+  return {bytes.begin(), bytes.end()};
 }
 
 }  // namespace tlx::photolibrary::test

@@ -7,7 +7,6 @@
 
 #include "adapters/photolibrary/cloud/webdav/WebDavSource.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
-#include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary::test {
 
@@ -26,17 +25,17 @@ class Served {
 /// A library on a server's folder, with a cache of its own.
 class Cloud {
  public:
-  explicit Cloud(const std::string& url);
-  Cloud(const std::string& url, WebDavSource::Settings settings, std::vector<std::string> folders = {});
+  explicit Cloud(const std::string& url, WebDavSource::Settings settings = patient(std::chrono::seconds(30)),
+                 std::vector<std::string> folders = {});
 
   PhotoLibrary& library() { return *library_; }
   KeptLog& log() { return log_; }
-  std::filesystem::path cache() const { return folder_.top() / "cache"; }
   /// Ends this one and opens another on what it left.
   void reopen();
-  void rescan();
   /// Of the file with that name; fails the test when there is none.
   std::variant<Original, NSError> fetch(const std::string& name, ItemStore::FetchOptions options = {true, {}, {}});
+  std::string identifier(const std::string& name) { return identifierOf(*library_, name); }
+  PhotoLibrary::Details details(const std::string& name) { return library_->details(identifier(name)).value(); }
   /// Names of all items, newest first.
   std::vector<std::string> names() { return namesIn(*library_, "Camera Roll"); }
   static WebDavSource::Settings patient(std::chrono::milliseconds patience);

@@ -155,60 +155,51 @@ TEST_F(CloudFetch, ADiskThatIsFullLeavesNothingBehind) {
 /// What a server does wrong with one photo of 1000 bytes, ETag "x", and what becomes of it.
 TEST(CloudFaults, AreToldApart) {
   const std::string photo = largePhoto(1000);
-  const std::string tag = "ETag: \"x\"\r\n";
+  const std::string tag = "ETag: \"x\"\r\n", whole = tag + "Content-Length: 1000\r\n";
   using Connection = ScriptedServer::Connection;
-  const auto rest = [](const std::string& etag, const std::string& body) {
-    return answer("206 Partial Content", etag + "Content-Range: bytes 400-999/1000\r\nContent-Length: 600\r\n", body);
+  using Get = std::function<void(const Connection&, const std::string& request)>;
+  const auto sends = [](const char* status, const std::string& headers = {}, const std::string& body = "no") -> Get {
+    return [bytes = answer(status, headers, body)](auto& c, auto&) { c.send(bytes); };
   };
   /// The first 400 bytes of 1000, and `then` when the rest is asked for.
-  const auto cutShort = [&](const Connection& connection, const std::string& request, const std::string& then) {
-    const bool again = request.find("range: bytes=400-") != std::string::npos;
-    connection.send(again ? then : answer("200 OK", tag + "Content-Length: 1000\r\n", photo.substr(0, 400)));
+  const auto cutShort = [&](const std::string& then) -> Get {
+    return [then, start = answer("200 OK", whole, photo.substr(0, 400))](auto& c, auto& request) {
+      c.send(request.find("range: bytes=400-") != std::string::npos ? then : start);
+    };
+  };
+  const auto rest = [&](const std::string& body) {
+    return answer("206 Partial Content", tag + "Content-Range: bytes 400-999/1000\r\nContent-Length: 600\r\n", body);
   };
   struct Row {
     const char* reason;
     std::int64_t code;
-    std::function<void(const Connection&, const std::string& request)> get;
+    Get get;
   };
   const Row rows[] = {
-      {"nothing is wrong", 0, [&](auto& c, auto&) { c.send(answer("200 OK", tag, photo)); }},
+      {"nothing is wrong", 0, sends("200 OK", tag, photo)},
       {"wrong password", CloudErrorWrongCredentials,
-       [&](auto& c, auto&) { c.send(answer("401 Unauthorized", "WWW-Authenticate: Basic realm=\"a\"\r\n", "no")); }},
-      {"no access", CloudErrorForbidden, [&](auto& c, auto&) { c.send(answer("403 Forbidden", "", "no")); }},
-      {"a listed file that is gone", CloudErrorNotFound,
-       [&](auto& c, auto&) { c.send(answer("404 Not Found", "", "no")); }},
-      {"a server that fails", CloudErrorServer,
-       [&](auto& c, auto&) { c.send(answer("500 Internal Server Error", "", "no")); }},
-      {"a server that sends elsewhere", CloudErrorServer,
-       [&](auto& c, auto&) { c.send(answer("302 Found", "Location: http://127.0.0.1:1/\r\n", "")); }},
-      {"another version", CloudErrorChanged,
-       [&](auto& c, auto&) { c.send(answer("200 OK", "ETag: \"y\"\r\n", photo)); }},
-      {"a longer body than listed", CloudErrorChanged,
-       [&](auto& c, auto&) { c.send(answer("200 OK", tag, photo + "more")); }},
+       sends("401 Unauthorized", "WWW-Authenticate: Basic realm=\"a\"\r\n")},
+      {"no access", CloudErrorForbidden, sends("403 Forbidden")},
+      {"a listed file that is gone", CloudErrorNotFound, sends("404 Not Found")},
+      {"a server that fails", CloudErrorServer, sends("500 Internal Server Error")},
+      {"a server that sends elsewhere", CloudErrorServer, sends("302 Found", "Location: http://127.0.0.1:1/\r\n", "")},
+      {"another version", CloudErrorChanged, sends("200 OK", "ETag: \"y\"\r\n", photo)},
+      {"a longer body than listed", CloudErrorChanged, sends("200 OK", tag, photo + "more")},
       {"a longer body, its length untold", CloudErrorChanged,
-       [&](auto& c, auto&) {
-         c.send(answer("200 OK", tag + "Transfer-Encoding: chunked\r\n", "7d0\r\n" + photo + photo + "\r\n0\r\n\r\n"));
-       }},
-      {"a longer body than announced is cut", 0,
-       [&](auto& c, auto&) { c.send(answer("200 OK", tag + "Content-Length: 1000\r\n", photo + "more")); }},
-      {"a shorter body than announced, and nothing more", CloudErrorConnectionLost,
-       [&](auto& c, auto& request) { cutShort(c, request, rest(tag, "")); }},
-      {"a shorter body, then the rest", 0,
-       [&](auto& c, auto& request) { cutShort(c, request, rest(tag, photo.substr(400))); }},
+       sends("200 OK", tag + "Transfer-Encoding: chunked\r\n", "7d0\r\n" + photo + photo + "\r\n0\r\n\r\n")},
+      {"a longer body than announced is cut", 0, sends("200 OK", whole, photo + "more")},
+      {"a shorter body than announced, and nothing more", CloudErrorConnectionLost, cutShort(rest(""))},
+      {"a shorter body, then the rest", 0, cutShort(rest(photo.substr(400)))},
       {"a shorter body, then the whole of another version", CloudErrorChanged,
-       [&](auto& c, auto& request) {
-         cutShort(c, request, answer("200 OK", "ETag: \"y\"\r\n", std::string(1000, 'y')));
-       }},
+       cutShort(answer("200 OK", "ETag: \"y\"\r\n", std::string(1000, 'y')))},
       {"another part than was asked for", CloudErrorServer,
-       [&](auto& c, auto&) {
-         c.send(answer("206 Partial Content", tag + "Content-Range: bytes 10-999/1000\r\n", photo));
-       }},
-      {"no HTTP", CloudErrorConnectionLost, [&](auto& c, auto&) { c.send("220 mail.example ESMTP\r\n\r\n"); }},
-      {"a door slammed", CloudErrorConnectionLost, [&](auto&, auto&) {}},
-      {"silence", CloudErrorTimedOut, [&](auto& c, auto&) { c.stall(); }},
+       sends("206 Partial Content", tag + "Content-Range: bytes 10-999/1000\r\n", photo)},
+      {"no HTTP", CloudErrorConnectionLost, [](auto& c, auto&) { c.send("220 mail.example ESMTP\r\n\r\n"); }},
+      {"a door slammed", CloudErrorConnectionLost, [](auto&, auto&) {}},
+      {"silence", CloudErrorTimedOut, [](auto& c, auto&) { c.stall(); }},
       {"silence half way", CloudErrorTimedOut,
        [&](auto& c, auto&) {
-         c.send(answer("200 OK", tag + "Content-Length: 1000\r\n", photo.substr(0, 400)));
+         c.send(answer("200 OK", whole, photo.substr(0, 400)));
          c.stall();
        }},
   };
@@ -249,10 +240,8 @@ TEST(CloudFaults, WhoCannotBeReachedIsToldApart) {
                            top.file("key") + " -out " + top.file("certificate") + " 2>/dev/null";
   std::optional<Nginx> secure;
   if (Nginx::installed() && std::system(make.c_str()) == 0) {
-    Nginx::Options options;
-    options.certificate = top.file("certificate");
-    options.key = top.file("key");
-    secure.emplace(top.file("served"), top.file("server"), options);
+    secure.emplace(top.file("served"), top.file("server"),
+                   Nginx::Options{{}, {}, top.file("certificate"), top.file("key"), 0, {}});
   }
   struct Row {
     const char* reason;

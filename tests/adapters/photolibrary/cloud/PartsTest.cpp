@@ -94,36 +94,34 @@ TEST(Listing, ReadsWhatServersWriteAndRefusesWhatHarms) {
   struct Row {
     const char* reason;
     std::string xml;
-    bool good;
-    std::size_t members;
+    std::optional<std::size_t> members;  ///< nothing when the listing is refused
   };
   const Row rows[] = {
-      {"two members", multistatus(listed("/a", "") + listed("/b", "")), true, 2},
-      {"none", multistatus(""), true, 0},
+      {"two members", multistatus(listed("/a", "") + listed("/b", "")), 2},
+      {"none", multistatus(""), 0},
       {"a member that is gone",
-       multistatus("<d:response><d:href>/a</d:href><d:status>HTTP/1.1 404 Not Found</d:status></d:response>"), true, 0},
-      {"an address with an ampersand", multistatus(listed("/a&amp;b", "")), true, 1},
-      {"entities of its own, exploding", bomb + "]>" + multistatus(listed("&j;", "")), false, 0},
+       multistatus("<d:response><d:href>/a</d:href><d:status>HTTP/1.1 404 Not Found</d:status></d:response>"), 0},
+      {"an address with an ampersand", multistatus(listed("/a&amp;b", "")), 1},
+      {"entities of its own, exploding", bomb + "]>" + multistatus(listed("&j;", "")), {}},
       {"a file of this machine's",
-       "<!DOCTYPE b [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>" + multistatus(listed("&x;", "")), false, 0},
-      {"an entity that nobody declared", multistatus(listed("&x;", "")), false, 0},
-      {"nested without end", multistatus(deep), false, 0},
-      {"a text without end", multistatus("<d:response><d:href>" + std::string(3 << 20, 'a')), false, 0},
-      {"cut short", multistatus(listed("/a", "")).substr(0, 150), false, 0},
-      {"a page of another kind", "<html><body>Hello</body></html>", false, 0},
-      {"no XML", "{\"a\":1}", false, 0},
-      {"nothing", "", false, 0},
+       "<!DOCTYPE b [<!ENTITY x SYSTEM \"file:///etc/passwd\">]>" + multistatus(listed("&x;", "")),
+       {}},
+      {"an entity that nobody declared", multistatus(listed("&x;", "")), {}},
+      {"nested without end", multistatus(deep), {}},
+      {"a text without end", multistatus("<d:response><d:href>" + std::string(3 << 20, 'a')), {}},
+      {"cut short", multistatus(listed("/a", "")).substr(0, 150), {}},
+      {"a page of another kind", "<html><body>Hello</body></html>", {}},
+      {"no XML", "{\"a\":1}", {}},
+      {"nothing", "", {}},
   };
   for (const Row& row : rows) {
-    std::vector<ListedMember> members;
-    ListingReader reader([&](ListedMember&& member) { members.push_back(std::move(member)); });
+    std::optional<std::size_t> members = 0;
+    ListingReader reader([&](ListedMember&&) { ++*members; });
     for (std::size_t at = 0; at < row.xml.size(); at += 7000) {
       if (!reader.feed(row.xml.data() + at, std::min<std::size_t>(7000, row.xml.size() - at))) break;
     }
-    EXPECT_EQ(reader.finished(), row.good) << row.reason;
-    if (row.good) {
-      EXPECT_EQ(members.size(), row.members) << row.reason;
-    }
+    if (!reader.finished()) members.reset();
+    EXPECT_EQ(members, row.members) << row.reason;
   }
 
   ListedMember one;
