@@ -5,8 +5,6 @@
 #include <string>
 #include <utility>
 
-#include <gtest/gtest.h>
-
 #include "tlx/platform/avfoundation/CameraPort.h"
 #include "tlx/platform/uikit/UIImage.h"
 
@@ -49,14 +47,6 @@ class CameraListener final : public CaptureSessionListener {
     EXPECT_TRUE(recordings > 0 || !isRecording) << "what is being recorded comes to its end first";
     failure = why;
   }
-  void forget() {
-    previews = photos = recordings = 0;
-    isRecording = false;
-    photo = nullptr;
-    recording.reset();
-    error.reset();
-    failure.reset();
-  }
   /// A call to the session.
   template <class Call>
   void during(Call call) {
@@ -80,116 +70,121 @@ class CameraListener final : public CaptureSessionListener {
   bool calling_ = false;
 };
 
-class CameraContract : public testing::TestWithParam<CameraWorldFactory> {
+/// Somebody at a camera.
+class Capturing {
  protected:
-  using Cameras = CameraWorld::Cameras;
+  explicit Capturing(std::unique_ptr<CameraWorld> world) : world_(std::move(world)) {}
 
-  void look(Cameras cameras, CaptureKind kind) {
-    CameraPort* const camera = world_->camera(cameras);
-    if (!camera) GTEST_SKIP() << "no such machine";
-    session_ = camera->makeSession(listener_);
-    ASSERT_TRUE(session_);
-    open(kind, "");
+  void open(CaptureKind kind, const std::string& device = "") {
+    listener.during([&] { session->open(kind, device); });
   }
-  void open(CaptureKind kind, const std::string& device) {
-    listener_.during([&] { session_->open(kind, device); });
-  }
+  bool wait(const std::function<bool()>& done) { return world_->runUntil(done); }
   bool sees() {
-    return world_->runUntil([&] { return session_->preview() != nullptr; });
+    return wait([&] { return session->preview() != nullptr; });
   }
   void record(double seconds) {
     ASSERT_TRUE(sees());
-    listener_.isRecording = true;
-    listener_.during([&] { session_->startRecording(); });
-    ASSERT_TRUE(world_->runUntil([&] {
-      session_->preview();  // who has seen one picture is told of the next
-      return listener_.recordings > 0 || session_->recordedSeconds().value_or(0) >= seconds;
+    listener.isRecording = true;
+    listener.during([&] { session->startRecording(); });
+    ASSERT_TRUE(wait([&] {
+      session->preview();  // who has seen one picture is told of the next
+      return listener.recordings > 0 || session->recordedSeconds().value_or(0) >= seconds;
     }));
   }
+  void stop() {
+    listener.during([&] { session->stopRecording(); });
+    ASSERT_TRUE(wait([&] { return listener.recordings > 0; }));
+  }
 
-  const std::unique_ptr<CameraWorld> world_ = GetParam()();
-  CameraListener listener_{world_->mainQueue()};
-  std::unique_ptr<CaptureSession> session_;
+  const std::unique_ptr<CameraWorld> world_;
+  CameraListener listener{world_->mainQueue()};
+  std::unique_ptr<CaptureSession> session;
 };
 
-TEST_P(CameraContract, ShowsTheBestCameraOrTheOneThatIsNamed) {
+class CameraContract : public testing::TestWithParam<CameraWorldFactory>, protected Capturing {
+ protected:
+  using Cameras = CameraWorld::Cameras;
+
+  CameraContract() : Capturing(GetParam()()) {}
+  void look(Cameras cameras, CaptureKind kind) {
+    CameraPort* const camera = world_->camera(cameras);
+    if (!camera) GTEST_SKIP() << "no such machine";
+    session = camera->makeSession(listener);
+    open(kind);
+  }
+};
+
+TEST_P(CameraContract, ShowsTheBestCameraOrTheOneThatIsNamedAndTakesPhotos) {
   look(Cameras::Work, CaptureKind::Photo);
   ASSERT_TRUE(sees());
-  ASSERT_EQ(session_->devices().size(), 2u);
-  EXPECT_EQ(session_->device(), 0u);
-  EXPECT_FALSE(session_->isRecording());
-  open(CaptureKind::Photo, session_->devices()[1].identifier);
-  ASSERT_TRUE(world_->runUntil([&] { return session_->device() == 1; }));
+  ASSERT_EQ(session->devices().size(), 2u);
+  EXPECT_EQ(session->device(), 0u);
+  EXPECT_FALSE(session->isRecording());
+  open(CaptureKind::Photo, session->devices()[1].identifier);
+  ASSERT_TRUE(wait([&] { return session->device() == 1; }));
   EXPECT_TRUE(sees());
   open(CaptureKind::Photo, "unplugged long ago");
-  EXPECT_TRUE(world_->runUntil([&] { return session_->device() == 0; })) << "the best one instead";
-  EXPECT_TRUE(sees());
-  EXPECT_FALSE(listener_.failure);
-  session_.reset();
-  const int told = listener_.previews;
-  world_->settle();
-  EXPECT_EQ(listener_.previews, told) << "whoever has left hears nothing";
-}
-
-TEST_P(CameraContract, APhotoIsAnsweredOnceAndCanBeTurnedUpright) {
-  look(Cameras::Work, CaptureKind::Photo);
+  EXPECT_TRUE(wait([&] { return session->device() == 0; })) << "the best one instead";
   ASSERT_TRUE(sees());
   for (int taken = 1; taken <= 2; ++taken) {
-    listener_.during([&] { session_->takePhoto(); });
-    ASSERT_TRUE(world_->runUntil([&] { return listener_.photos > 0; }));
-    EXPECT_EQ(std::exchange(listener_.photos, 0), 1);
-    ASSERT_TRUE(listener_.photo && listener_.photo->bitmap());
-    EXPECT_NE(listener_.photo->imageOrientation(), UIImageOrientationLeftMirrored);
-    EXPECT_NE(listener_.photo->imageOrientation(), UIImageOrientationRightMirrored);
+    listener.during([&] { session->takePhoto(); });
+    ASSERT_TRUE(wait([&] { return listener.photos == taken; })) << "the camera stays open";
+    ASSERT_TRUE(listener.photo && listener.photo->bitmap());
+    EXPECT_NE(listener.photo->imageOrientation(), UIImageOrientationLeftMirrored);
+    EXPECT_NE(listener.photo->imageOrientation(), UIImageOrientationRightMirrored);
   }
-  EXPECT_TRUE(sees()) << "the camera stays open";
+  EXPECT_TRUE(sees());
+  EXPECT_FALSE(listener.failure);
+  session.reset();
+  const int told = listener.previews;
+  world_->settle();
+  EXPECT_EQ(listener.previews, told) << "whoever has left hears nothing";
+  EXPECT_EQ(listener.photos, 2) << "each is answered once";
 }
 
 TEST_P(CameraContract, ARecordingLastsUntilItIsStoppedAndAnotherMayFollow) {
   look(Cameras::Work, CaptureKind::Movie);
   for (int movie = 0; movie < 2; ++movie) {
     record(0.3);
-    EXPECT_TRUE(session_->isRecording());
-    listener_.during([&] { session_->stopRecording(); });
-    ASSERT_TRUE(world_->runUntil([&] { return listener_.recordings > 0; }));
-    EXPECT_EQ(std::exchange(listener_.recordings, 0), 1);
-    EXPECT_FALSE(session_->isRecording());
-    EXPECT_FALSE(listener_.error);
-    ASSERT_TRUE(listener_.recording);
-    EXPECT_GE(listener_.recording->duration, 0.3);
-    EXPECT_FALSE(listener_.recording->tracks.empty());
+    EXPECT_TRUE(session->isRecording());
+    stop();
+    EXPECT_EQ(std::exchange(listener.recordings, 0), 1);
+    EXPECT_FALSE(session->isRecording());
+    EXPECT_FALSE(listener.error);
+    ASSERT_TRUE(listener.recording);
+    EXPECT_GE(listener.recording->duration, 0.3);
+    EXPECT_FALSE(listener.recording->tracks.empty());
   }
 }
 
 TEST_P(CameraContract, ACameraThatGoesEndsTheRecordingAndMayComeBack) {
   look(Cameras::GoWhileRecording, CaptureKind::Movie);
   record(1000);
-  ASSERT_TRUE(world_->runUntil([&] { return listener_.failure.has_value(); }));
-  EXPECT_EQ(listener_.failure->code, CameraErrorDisconnected);
-  EXPECT_EQ(listener_.recordings, 1);
-  EXPECT_TRUE(listener_.recording) << "what was recorded until then";
-  ASSERT_TRUE(listener_.error);
-  EXPECT_EQ(listener_.error->code, CameraErrorDisconnected);
-  EXPECT_FALSE(session_->isRecording());
-  open(CaptureKind::Movie, "");
+  ASSERT_TRUE(wait([&] { return listener.failure.has_value(); }));
+  EXPECT_EQ(listener.failure->code, CameraErrorDisconnected);
+  EXPECT_EQ(listener.recordings, 1);
+  EXPECT_TRUE(listener.recording) << "what was recorded until then";
+  ASSERT_TRUE(listener.error);
+  EXPECT_EQ(listener.error->code, CameraErrorDisconnected);
+  EXPECT_FALSE(session->isRecording());
+  open(CaptureKind::Movie);
   EXPECT_TRUE(sees()) << "plugged in again";
 }
 
 TEST_P(CameraContract, WithoutACameraEverythingIsRefused) {
   look(Cameras::None, CaptureKind::Photo);
-  if (!session_) return;
-  ASSERT_TRUE(world_->runUntil([&] { return listener_.failure.has_value(); }));
-  EXPECT_EQ(listener_.failure->code, CameraErrorNoDevice);
-  EXPECT_TRUE(session_->devices().empty());
-  EXPECT_EQ(session_->device(), 0u);
-  listener_.failure.reset();
-  listener_.during([&] { session_->takePhoto(); });
-  EXPECT_TRUE(world_->runUntil([&] { return listener_.failure.has_value(); }));
-  listener_.during([&] { session_->startRecording(); });
-  ASSERT_TRUE(world_->runUntil([&] { return listener_.recordings > 0; }));
-  EXPECT_FALSE(listener_.recording);
-  ASSERT_TRUE(listener_.error);
-  EXPECT_EQ(listener_.error->code, CameraErrorNoDevice);
+  if (!session) return;
+  ASSERT_TRUE(wait([&] { return listener.failure.has_value(); }));
+  EXPECT_EQ(listener.failure->code, CameraErrorNoDevice);
+  EXPECT_TRUE(session->devices().empty());
+  listener.failure.reset();
+  listener.during([&] { session->takePhoto(); });
+  EXPECT_TRUE(wait([&] { return listener.failure.has_value(); }));
+  listener.during([&] { session->startRecording(); });
+  ASSERT_TRUE(wait([&] { return listener.recordings > 0; }));
+  EXPECT_FALSE(listener.recording);
+  ASSERT_TRUE(listener.error);
+  EXPECT_EQ(listener.error->code, CameraErrorNoDevice);
 }
 
 }  // namespace tlx::contracts

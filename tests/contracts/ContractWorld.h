@@ -1,6 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tlx/platform/dispatch/MainQueuePort.h"
 
@@ -24,6 +32,36 @@ class ContractWorld {
   virtual bool runUntil(const std::function<bool()>& done) = 0;
   /// Returns when the adapter has nothing left to do and what it posted has run.
   virtual void settle() = 0;
+};
+
+/// What a callback has been told so far, and on which threads. Any thread; whoever waits on the main one is woken.
+template <class What>
+class Heard {
+ public:
+  explicit Heard(MainQueuePort& mainQueue) : mainQueue_(mainQueue) {}
+  void add(What what) {
+    {
+      const std::lock_guard lock(mutex_);
+      all_.push_back(std::move(what));
+      threads_.insert(std::this_thread::get_id());
+    }
+    mainQueue_.post([] {});
+  }
+  std::vector<What> all() const {
+    const std::lock_guard lock(mutex_);
+    return all_;
+  }
+  std::size_t count() const { return all().size(); }
+  std::set<std::thread::id> threads() const {
+    const std::lock_guard lock(mutex_);
+    return threads_;
+  }
+
+ private:
+  MainQueuePort& mainQueue_;
+  mutable std::mutex mutex_;
+  std::vector<What> all_;
+  std::set<std::thread::id> threads_;
 };
 
 }  // namespace tlx::contracts

@@ -1,19 +1,12 @@
 #pragma once
 
 #include <algorithm>
-#include <atomic>
-#include <cmath>
 #include <memory>
-#include <mutex>
 #include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include "tlx/platform/dispatch/MainQueuePort.h"
 #include "tlx/platform/photos/ImageManagerPort.h"
 
 #include "tests/contracts/ContractWorld.h"
@@ -42,51 +35,29 @@ class ImageManagerWorld : public ContractWorld {
 
 using ImageManagerWorldFactory = std::unique_ptr<ImageManagerWorld> (*)();
 
-/// What one request has been answered so far. Any thread.
-class ImageAnswers {
- public:
+class ImageManagerContract : public testing::TestWithParam<ImageManagerWorldFactory> {
+ protected:
+  using Asset = ImageManagerWorld::Asset;
+  static constexpr CGSize kCell{130, 130};
+  static constexpr auto kOpportunistic = PHImageRequestOptionsDeliveryModeOpportunistic;
+  static constexpr auto kHighQuality = PHImageRequestOptionsDeliveryModeHighQualityFormat;
+
   struct Answer {
     std::shared_ptr<const UIImage> image;
     std::shared_ptr<const AVAsset> video;
     PHImageInfo info;
-    bool onMainThread = false;
-    std::thread::id thread;
   };
-
-  explicit ImageAnswers(MainQueuePort& mainQueue) : mainQueue_(mainQueue) {}
-
-  void add(std::shared_ptr<const UIImage> image, std::shared_ptr<const AVAsset> video, const PHImageInfo& info) {
-    {
-      std::lock_guard lock(mutex_);
-      all_.push_back({std::move(image), std::move(video), info, mainQueue_.isMainThread(), std::this_thread::get_id()});
-    }
-    mainQueue_.post([] {});
-  }
-  std::vector<Answer> all() const {
-    std::lock_guard lock(mutex_);
-    return all_;
-  }
-  std::size_t finals() const {
-    const auto answers = all();
-    return static_cast<std::size_t>(std::count_if(
-        answers.begin(), answers.end(), [](const Answer& answer) { return !answer.info.PHImageResultIsDegradedKey; }));
-  }
-
- private:
-  MainQueuePort& mainQueue_;
-  mutable std::mutex mutex_;
-  std::vector<Answer> all_;
-};
-
-class ImageManagerContract : public testing::TestWithParam<ImageManagerWorldFactory> {
- protected:
-  using Asset = ImageManagerWorld::Asset;
-  using Answers = std::shared_ptr<ImageAnswers>;
-
   struct Asked {
     PHImageRequestID id = PHInvalidImageRequestID;
-    Answers answers;
-    std::weak_ptr<int> handlerLife;  ///< expires when the adapter lets go of the handler
+    std::shared_ptr<Heard<Answer>> answers;
+
+    std::size_t finals() const {
+      const auto all = answers->all();
+      return static_cast<std::size_t>(std::count_if(
+          all.begin(), all.end(), [](const Answer& answer) { return !answer.info.PHImageResultIsDegradedKey; }));
+    }
+    Answer last() const { return answers->all().back(); }
+    bool handlerIsLetGoOf() const { return answers.use_count() == 1; }
   };
 
   ImageManagerPort& images() { return world_->images(); }
@@ -100,52 +71,55 @@ class ImageManagerContract : public testing::TestWithParam<ImageManagerWorldFact
     return options;
   }
 
-  Asked ask(const Asset& asset, CGSize size, PHImageContentMode mode, const PHImageRequestOptions& options) {
-    Asked asked;
-    asked.answers = std::make_shared<ImageAnswers>(world_->mainQueue());
-    auto life = std::make_shared<int>();
-    asked.handlerLife = life;
-    asked.id = images().requestImage(asset, size, mode, options,
-                                     [answers = asked.answers, life = std::move(life)](
-                                         const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
-                                       answers->add(image, nullptr, info);
-                                     });
+  Asked ask(const Asset& asset, const PHImageRequestOptions& options, CGSize size = kCell,
+            PHImageContentMode mode = PHImageContentModeAspectFill) {
+    Asked asked{.answers = std::make_shared<Heard<Answer>>(world_->mainQueue())};
+    asked.id = images().requestImage(
+        asset, size, mode, options,
+        [answers = asked.answers](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
+          answers->add({image, nullptr, info});
+        });
     return asked;
   }
-
-  Asked askVideo(const Asset& asset, PHAssetImageProgressHandler progress = nullptr, bool network = true) {
+  Asked askVideo(const Asset& asset, PHAssetImageProgressHandler progress = nullptr) {
     PHVideoRequestOptions options;
     options.version = PHVideoRequestOptionsVersionOriginal;
     options.deliveryMode = PHVideoRequestOptionsDeliveryModeHighQualityFormat;
-    options.networkAccessAllowed = network;
+    options.networkAccessAllowed = true;
     options.progressHandler = std::move(progress);
-    Asked asked;
-    asked.answers = std::make_shared<ImageAnswers>(world_->mainQueue());
-    auto life = std::make_shared<int>();
-    asked.handlerLife = life;
+    Asked asked{.answers = std::make_shared<Heard<Answer>>(world_->mainQueue())};
     asked.id = images().requestAVAsset(
         asset, options,
-        [answers = asked.answers, life = std::move(life)](
-            const std::shared_ptr<const AVAsset>& video, const std::shared_ptr<const AVAudioMix>&,
-            const PHImageInfo& info) { answers->add(nullptr, video, info); });
+        [answers = asked.answers](const std::shared_ptr<const AVAsset>& video, const std::shared_ptr<const AVAudioMix>&,
+                                  const PHImageInfo& info) {
+          answers->add({nullptr, video, info});
+        });
     return asked;
   }
 
   bool waitFor(const Asked& asked) {
-    return world_->runUntil([&] { return asked.answers->finals() > 0; });
+    return world_->runUntil([&] { return asked.finals() > 0; });
+  }
+  /// Waits for the only final answer.
+  void expectEnd(const Asked& asked, bool fails, bool onMainThread = true) {
+    ASSERT_TRUE(waitFor(asked));
+    world_->settle();
+    EXPECT_EQ(asked.finals(), 1u);
+    const auto answer = asked.last();
+    EXPECT_FALSE(answer.info.PHImageResultIsDegradedKey) << "the final answer is the last";
+    EXPECT_EQ(!answer.image && !answer.video, fails);
+    EXPECT_EQ(answer.info.PHImageErrorKey.has_value(), fails);
+    if (fails) {
+      EXPECT_FALSE(answer.info.PHImageErrorKey->domain.empty());
+      EXPECT_NE(answer.info.PHImageErrorKey->code, 0);
+    }
+    const auto here = testing::Contains(std::this_thread::get_id());
+    EXPECT_THAT(asked.answers->threads(),
+                testing::Conditional(onMainThread, testing::AllOf(here, testing::SizeIs(1)), testing::Not(here)));
+    EXPECT_TRUE(asked.handlerIsLetGoOf());
   }
 
-  static void expectFailure(const Asked& asked, const std::string& what) {
-    ASSERT_EQ(asked.answers->finals(), 1u) << what;
-    const auto answer = asked.answers->all().back();
-    EXPECT_FALSE(answer.image) << what;
-    EXPECT_FALSE(answer.video) << what;
-    ASSERT_TRUE(answer.info.PHImageErrorKey) << what;
-    EXPECT_FALSE(answer.info.PHImageErrorKey->domain.empty()) << what;
-    EXPECT_NE(answer.info.PHImageErrorKey->code, 0) << what;
-  }
-
-  std::unique_ptr<ImageManagerWorld> world_ = GetParam()();
+  const std::unique_ptr<ImageManagerWorld> world_ = GetParam()();
 };
 
 TEST_P(ImageManagerContract, AnswersAtTheSizeThatTargetAndModeGive) {
@@ -169,301 +143,193 @@ TEST_P(ImageManagerContract, AnswersAtTheSizeThatTargetAndModeGive) {
   };
   for (const Row& row : rows) {
     for (const bool synchronous : {false, true}) {
-      const auto asked = ask(world_->photo(row.width, row.height, 0x3060C0), row.target, row.mode,
-                             options(PHImageRequestOptionsDeliveryModeHighQualityFormat, synchronous));
-      ASSERT_TRUE(waitFor(asked)) << row.reason;
-      const auto image = asked.answers->all().back().image;
-      ASSERT_TRUE(image) << row.reason;
-      EXPECT_NEAR(image->size().width, row.expected.width, 1) << row.reason;
-      EXPECT_NEAR(image->size().height, row.expected.height, 1) << row.reason;
-      EXPECT_EQ(image->scale(), 1) << row.reason;
-      EXPECT_EQ(image->imageOrientation(), UIImageOrientationUp) << row.reason;
-      const auto& bitmap = image->bitmap();
-      ASSERT_TRUE(bitmap) << row.reason;
-      const std::uint8_t* middle = bitmap->row(bitmap->height() / 2) + bitmap->width() / 2 * CGImage::bytesPerPixel;
-      EXPECT_NEAR(middle[0], 0x30, 8) << row.reason;
-      EXPECT_NEAR(middle[1], 0x60, 8) << row.reason;
-      EXPECT_NEAR(middle[2], 0xC0, 8) << row.reason;
-      EXPECT_EQ(middle[3], 255) << row.reason;
+      SCOPED_TRACE(row.reason);
+      const auto asked =
+          ask(world_->photo(row.width, row.height, 0x3060C0), options(kHighQuality, synchronous), row.target, row.mode);
+      ASSERT_TRUE(waitFor(asked));
+      const auto image = asked.last().image;
+      ASSERT_TRUE(image && image->bitmap());
+      EXPECT_NEAR(image->size().width, row.expected.width, 1);
+      EXPECT_NEAR(image->size().height, row.expected.height, 1);
+      EXPECT_EQ(image->scale(), 1);
+      EXPECT_EQ(image->imageOrientation(), UIImageOrientationUp);
+      const auto& bitmap = *image->bitmap();
+      const std::uint8_t* middle = bitmap.row(bitmap.height() / 2) + bitmap.width() / 2 * CGImage::bytesPerPixel;
+      const auto about = [](int value) { return testing::AllOf(testing::Ge(value - 8), testing::Le(value + 8)); };
+      EXPECT_THAT(std::vector<int>(middle, middle + 4),
+                  testing::ElementsAre(about(0x30), about(0x60), about(0xC0), 255));
     }
   }
 }
 
-TEST_P(ImageManagerContract, AnswersOnceOnTheMainThreadAfterTheCall) {
-  for (const auto mode :
-       {PHImageRequestOptionsDeliveryModeHighQualityFormat, PHImageRequestOptionsDeliveryModeFastFormat}) {
-    const auto asked = ask(world_->photo(300, 200, 0x808080), {100, 100}, PHImageContentModeAspectFit, options(mode));
+TEST_P(ImageManagerContract, EndsWithOneFinalAnswerOnTheMainThreadAfterTheCall) {
+  for (const auto mode : {kHighQuality, PHImageRequestOptionsDeliveryModeFastFormat, kOpportunistic}) {
+    SCOPED_TRACE(mode);
+    const auto photo = world_->photo(800, 600, 0x208040);
+    const auto asked = ask(photo, options(mode));
     EXPECT_NE(asked.id, PHInvalidImageRequestID);
-    EXPECT_TRUE(asked.answers->all().empty()) << "within the call";
-    ASSERT_TRUE(waitFor(asked));
-    world_->settle();
-    ASSERT_EQ(asked.answers->all().size(), 1u);
-    const auto answer = asked.answers->all().front();
-    EXPECT_TRUE(answer.onMainThread);
-    EXPECT_FALSE(answer.info.PHImageErrorKey);
-    EXPECT_FALSE(answer.info.PHImageResultIsInCloudKey);
-    EXPECT_TRUE(asked.handlerLife.expired()) << "the handler is let go of";
+    EXPECT_EQ(asked.finals(), 0u) << "within the call";
+    expectEnd(asked, false);
+    EXPECT_FALSE(asked.last().info.PHImageResultIsInCloudKey);
+    EXPECT_LE(asked.answers->count(), mode == kOpportunistic ? 2u : 1u) << "at most one degraded answer";
+    EXPECT_TRUE(asked.answers->all().front().image);
+    if (mode != kOpportunistic) continue;
+    const auto again = ask(photo, options(mode));
+    EXPECT_EQ(again.finals(), 1u) << "a picture in memory is answered within the call";
+    expectEnd(again, false);
+    EXPECT_EQ(again.answers->count(), 1u);
   }
-}
-
-TEST_P(ImageManagerContract, AnOpportunisticRequestEndsWithOneFinalAnswerAndThenHasItAtHand) {
-  const auto photo = world_->photo(800, 600, 0x208040);
-  const auto opportunistic = options(PHImageRequestOptionsDeliveryModeOpportunistic);
-  const auto first = ask(photo, {130, 130}, PHImageContentModeAspectFill, opportunistic);
-  ASSERT_TRUE(waitFor(first));
-  world_->settle();
-  ASSERT_EQ(first.answers->finals(), 1u);
-  ASSERT_LE(first.answers->all().size(), 2u) << "at most one degraded answer";
-  EXPECT_FALSE(first.answers->all().back().info.PHImageResultIsDegradedKey) << "the final answer is the last";
-  for (const auto& answer : first.answers->all()) {
-    EXPECT_TRUE(answer.image);
-    EXPECT_TRUE(answer.onMainThread);
-  }
-  EXPECT_TRUE(first.handlerLife.expired());
-
-  const auto again = ask(photo, {130, 130}, PHImageContentModeAspectFill, opportunistic);
-  EXPECT_EQ(again.answers->finals(), 1u) << "a picture in memory is answered within the call";
-  world_->settle();
-  EXPECT_EQ(again.answers->all().size(), 1u);
-  EXPECT_TRUE(again.handlerLife.expired());
 }
 
 TEST_P(ImageManagerContract, WhatWasPreheatedIsAtHandUntilItIsReleased) {
   const int client = 0;
-  const std::vector<Asset> photos = {world_->photo(800, 600, 0x208040), world_->photo(600, 800, 0x402080)};
-  const auto opportunistic = options(PHImageRequestOptionsDeliveryModeOpportunistic);
-  images().startCachingImages(&client, photos, {130, 130}, PHImageContentModeAspectFill, opportunistic);
+  const std::vector<Asset> photos = {world_->photo(800, 600, 0x208040), world_->deletedPhoto(), world_->damagedPhoto()};
+  const auto start = [&](const std::vector<Asset>& which, CGSize size) {
+    images().startCachingImages(&client, which, size, PHImageContentModeAspectFill, options(kOpportunistic));
+  };
+  const auto stop = [&](const std::vector<Asset>& which, CGSize size) {
+    images().stopCachingImages(&client, which, size, PHImageContentModeAspectFill);
+  };
+  start({}, kCell);
+  stop({}, kCell);
+  start(photos, {0, 0});
+  stop(photos, {0, 0});
+  start(photos, kCell);
   world_->settle();
-  for (const auto& photo : photos) {
-    EXPECT_EQ(ask(photo, {130, 130}, PHImageContentModeAspectFill, opportunistic).answers->finals(), 1u);
-  }
-  images().stopCachingImages(&client, photos, {130, 130}, PHImageContentModeAspectFill);
-  images().stopCachingImages(&client, photos, {130, 130}, PHImageContentModeAspectFill);
-  images().stopCachingImagesForAllAssets(&client);
-  const auto after = ask(photos[0], {130, 130}, PHImageContentModeAspectFill, opportunistic);
-  EXPECT_TRUE(waitFor(after)) << "a released picture is made again";
-}
-
-TEST_P(ImageManagerContract, PreheatingToleratesWhatAGridMaySendIt) {
-  const int client = 0;
-  const auto opportunistic = options(PHImageRequestOptionsDeliveryModeOpportunistic);
-  const std::vector<Asset> photos = {world_->photo(80, 60, 0x208040), world_->deletedPhoto(), world_->damagedPhoto()};
-  images().startCachingImages(&client, {}, {130, 130}, PHImageContentModeAspectFill, opportunistic);
-  images().stopCachingImages(&client, {}, {130, 130}, PHImageContentModeAspectFill);
-  images().startCachingImages(&client, photos, {0, 0}, PHImageContentModeAspectFill, opportunistic);
-  images().stopCachingImages(&client, photos, {0, 0}, PHImageContentModeAspectFill);
-  images().startCachingImages(&client, photos, {130, 130}, PHImageContentModeAspectFill, opportunistic);
+  EXPECT_EQ(ask(photos[0], options(kOpportunistic)).finals(), 1u);
+  stop(photos, kCell);
+  stop(photos, kCell);
+  start(photos, kCell);
   images().stopCachingImagesForAllAssets(&client);
   images().stopCachingImagesForAllAssets(&client);
-  world_->settle();
-  const auto asked = ask(photos[0], {130, 130}, PHImageContentModeAspectFill, opportunistic);
-  EXPECT_TRUE(waitFor(asked));
+  EXPECT_TRUE(waitFor(ask(photos[0], options(kOpportunistic)))) << "a released picture is made again";
 }
 
 TEST_P(ImageManagerContract, ASynchronousRequestAnswersBeforeItReturnsAndNeverNeedsTheMainQueue) {
-  const auto photo = world_->photo(300, 200, 0x808080);
-  const auto missing = world_->deletedPhoto();
+  const auto photo = world_->photo(300, 200, 0x808080), missing = world_->deletedPhoto();
   const auto check = [&] {
-    for (const auto mode :
-         {PHImageRequestOptionsDeliveryModeOpportunistic, PHImageRequestOptionsDeliveryModeHighQualityFormat}) {
-      const auto asked = ask(photo, {130, 130}, PHImageContentModeAspectFill, options(mode, true));
-      ASSERT_EQ(asked.answers->all().size(), 1u) << "mode " << mode;
-      const auto answer = asked.answers->all().front();
-      const bool atOnce = world_->mainQueue().isMainThread() && mode == PHImageRequestOptionsDeliveryModeOpportunistic;
-      EXPECT_EQ(answer.image == nullptr, atOnce) << "the main thread waits for no decoding";
-      EXPECT_EQ(answer.info.PHImageResultIsDegradedKey, atOnce);
-      EXPECT_FALSE(answer.info.PHImageErrorKey);
-      EXPECT_EQ(answer.thread, std::this_thread::get_id());
-      EXPECT_TRUE(asked.handlerLife.expired());
-      const auto lost = ask(missing, {130, 130}, PHImageContentModeAspectFill, options(mode, true));
-      EXPECT_FALSE(lost.answers->all().back().image);
-      if (!atOnce) expectFailure(lost, "a deleted item");
+    for (const auto mode : {kOpportunistic, kHighQuality}) {
+      const auto asked = ask(photo, options(mode, true));
+      ASSERT_EQ(asked.answers->count(), 1u) << "mode " << mode;
+      const bool atOnce = world_->mainQueue().isMainThread() && mode == kOpportunistic;
+      EXPECT_EQ(asked.last().image == nullptr, atOnce) << "the main thread waits for no decoding";
+      EXPECT_EQ(asked.last().info.PHImageResultIsDegradedKey, atOnce);
+      EXPECT_FALSE(asked.last().info.PHImageErrorKey);
+      EXPECT_THAT(asked.answers->threads(), testing::ElementsAre(std::this_thread::get_id()));
+      EXPECT_TRUE(asked.handlerIsLetGoOf());
+      const auto lost = ask(missing, options(mode, true));
+      EXPECT_FALSE(lost.last().image);
+      EXPECT_TRUE(atOnce || lost.last().info.PHImageErrorKey);
     }
   };
   check();
   std::thread(check).join();  // the main thread stands still meanwhile
-  const auto opportunistic = options(PHImageRequestOptionsDeliveryModeOpportunistic);
-  ASSERT_TRUE(waitFor(ask(photo, {130, 130}, PHImageContentModeAspectFill, opportunistic)));
-  const auto made = ask(photo, {130, 130}, PHImageContentModeAspectFill,
-                        options(PHImageRequestOptionsDeliveryModeOpportunistic, true));
-  EXPECT_TRUE(made.answers->all().front().image);
-  EXPECT_FALSE(made.answers->all().front().info.PHImageResultIsDegradedKey);
+  ASSERT_TRUE(waitFor(ask(photo, options(kOpportunistic))));
+  const auto made = ask(photo, options(kOpportunistic, true)).last();
+  EXPECT_TRUE(made.image);
+  EXPECT_FALSE(made.info.PHImageResultIsDegradedKey);
 }
 
 TEST_P(ImageManagerContract, AFailedRequestAnswersOnceWithAnError) {
   struct Row {
     const char* reason;
     Asset asset;
+    bool asVideo;
   };
-  const Row rows[] = {
-      {"nothing", nullptr}, {"a deleted item", world_->deletedPhoto()}, {"a damaged file", world_->damagedPhoto()}};
+  const Row rows[] = {{"nothing", nullptr, false},
+                      {"a deleted item", world_->deletedPhoto(), false},
+                      {"a damaged file", world_->damagedPhoto(), false},
+                      {"no video", nullptr, true},
+                      {"a photo", world_->photo(40, 30, 0x808080), true},
+                      {"a video without a video track", world_->videoWithoutVideoTrack(), true},
+                      {"an item deleted before it is opened", world_->deletedPhoto(), true}};
   for (const Row& row : rows) {
-    for (const auto mode :
-         {PHImageRequestOptionsDeliveryModeOpportunistic, PHImageRequestOptionsDeliveryModeHighQualityFormat}) {
-      const auto asked = ask(row.asset, {100, 100}, PHImageContentModeAspectFit, options(mode));
-      EXPECT_TRUE(asked.answers->all().empty()) << row.reason;
-      ASSERT_TRUE(waitFor(asked)) << row.reason;
-      world_->settle();
-      expectFailure(asked, row.reason);
-      EXPECT_TRUE(asked.answers->all().back().onMainThread) << row.reason;
+    for (const auto mode : {kOpportunistic, kHighQuality}) {
+      SCOPED_TRACE(row.reason);
+      const auto asked = row.asVideo ? askVideo(row.asset) : ask(row.asset, options(mode));
+      EXPECT_TRUE(row.asVideo || asked.answers->all().empty()) << "within the call";
+      expectEnd(asked, true, !row.asVideo);
     }
   }
 }
 
 TEST_P(ImageManagerContract, ACancelledRequestAnswersNoMore) {
   std::vector<Asked> kept, cancelled;
-  std::set<PHImageRequestID> ids;
+  std::set<PHImageRequestID> ids = {PHInvalidImageRequestID};
   for (int number = 0; number < 30; ++number) {
-    const auto mode = number % 2 ? PHImageRequestOptionsDeliveryModeOpportunistic
-                                 : PHImageRequestOptionsDeliveryModeHighQualityFormat;
-    const auto asked =
-        ask(world_->photo(400 + number, 300, 0x808080), {130, 130}, PHImageContentModeAspectFill, options(mode));
+    auto asked = ask(world_->photo(400 + number, 300, 0x808080), options(number % 2 ? kOpportunistic : kHighQuality));
     EXPECT_TRUE(ids.insert(asked.id).second) << "an id used twice";
-    (number % 3 == 0 ? cancelled : kept).push_back(asked);
+    (number % 3 == 0 ? cancelled : kept).push_back(std::move(asked));
   }
-  EXPECT_EQ(ids.count(PHInvalidImageRequestID), 0u);
   for (const auto& asked : cancelled) images().cancelImageRequest(asked.id);
-  for (const auto& asked : kept) ASSERT_TRUE(waitFor(asked));
-  world_->settle();
-  for (const auto& asked : kept) EXPECT_EQ(asked.answers->finals(), 1u);
+  for (const auto& asked : kept) expectEnd(asked, false);
   for (const auto& asked : cancelled) {
     EXPECT_TRUE(asked.answers->all().empty());
-    EXPECT_TRUE(asked.handlerLife.expired()) << "the handler is let go of";
+    EXPECT_TRUE(asked.handlerIsLetGoOf());
   }
   // Answered, cancelled before, never given: nothing happens.
   for (const PHImageRequestID id : {kept[0].id, cancelled[0].id, PHInvalidImageRequestID, 1'000'000'000}) {
     images().cancelImageRequest(id);
   }
-  const auto last = ask(world_->photo(40, 30, 0x808080), {0, 0}, PHImageContentModeAspectFit,
-                        options(PHImageRequestOptionsDeliveryModeHighQualityFormat));
-  EXPECT_TRUE(waitFor(last));
-}
-
-TEST_P(ImageManagerContract, AHandlerMayAskAndCancelInTurn) {
-  const auto photo = world_->photo(300, 200, 0x808080);
-  const auto doomed =
-      ask(photo, {90, 90}, PHImageContentModeAspectFit, options(PHImageRequestOptionsDeliveryModeHighQualityFormat));
+  // A handler may ask and cancel in turn.
+  const auto photo = world_->photo(40, 30, 0x808080);
   Asked next;
-  images().cancelImageRequest(doomed.id);
-  images().requestImage(photo, {100, 100}, PHImageContentModeAspectFit,
-                        options(PHImageRequestOptionsDeliveryModeHighQualityFormat),
+  images().requestImage(photo, kCell, PHImageContentModeAspectFit, options(kHighQuality),
                         [&](const std::shared_ptr<const UIImage>&, const PHImageInfo&) {
-                          const auto dropped = ask(photo, {110, 110}, PHImageContentModeAspectFit,
-                                                   options(PHImageRequestOptionsDeliveryModeHighQualityFormat));
-                          images().cancelImageRequest(dropped.id);
-                          next = ask(photo, {120, 120}, PHImageContentModeAspectFit,
-                                     options(PHImageRequestOptionsDeliveryModeHighQualityFormat));
+                          images().cancelImageRequest(ask(photo, options(kHighQuality), {30, 30}).id);
+                          next = ask(photo, options(kHighQuality), {20, 20});
                         });
-  ASSERT_TRUE(world_->runUntil([&] { return next.answers && next.answers->finals() == 1; }));
+  ASSERT_TRUE(world_->runUntil([&] { return next.answers && next.finals() == 1; }));
 }
 
-TEST_P(ImageManagerContract, VideosComeWithTheirTracksOffTheMainThread) {
-  const auto asked = askVideo(world_->video(2));
+TEST_P(ImageManagerContract, VideosComeWithTheirTracksOffTheMainThreadAndHaveAPosterPicture) {
+  const auto video = world_->video(2);
+  const auto asked = askVideo(video);
   EXPECT_NE(asked.id, PHInvalidImageRequestID);
-  ASSERT_TRUE(waitFor(asked));
-  world_->settle();
-  ASSERT_EQ(asked.answers->all().size(), 1u);
-  const auto answer = asked.answers->all().front();
-  EXPECT_FALSE(answer.onMainThread);
-  EXPECT_FALSE(answer.info.PHImageErrorKey);
-  ASSERT_TRUE(answer.video);
-  EXPECT_GE(answer.video->tracksWithMediaType(AVMediaTypeVideo).size(), 1u);
-  EXPECT_NEAR(answer.video->duration(), 2, 0.25);
-  EXPECT_TRUE(asked.handlerLife.expired()) << "the handler is let go of";
-
-  struct Row {
-    const char* reason;
-    Asset asset;
-  };
-  const Row rows[] = {{"nothing", nullptr},
-                      {"a photo", world_->photo(40, 30, 0x808080)},
-                      {"a video without a video track", world_->videoWithoutVideoTrack()},
-                      {"a deleted item", world_->deletedPhoto()}};
-  for (const Row& row : rows) {
-    const auto failed = askVideo(row.asset);
-    ASSERT_TRUE(waitFor(failed)) << row.reason;
-    world_->settle();
-    expectFailure(failed, row.reason);
-    EXPECT_FALSE(failed.answers->all().back().onMainThread) << row.reason;
-  }
+  expectEnd(asked, false, false);
+  EXPECT_GE(asked.last().video->tracksWithMediaType(AVMediaTypeVideo).size(), 1u);
+  EXPECT_NEAR(asked.last().video->duration(), 2, 0.25);
+  expectEnd(ask(video, options(kOpportunistic)), false);
 }
-
-TEST_P(ImageManagerContract, AVideoHasAPosterPicture) {
-  const auto asked = ask(world_->video(2), {130, 130}, PHImageContentModeAspectFill,
-                         options(PHImageRequestOptionsDeliveryModeOpportunistic));
-  ASSERT_TRUE(waitFor(asked));
-  EXPECT_TRUE(asked.answers->all().back().image);
-}
-
-/// What a progress handler was told. Any thread.
-class ProgressReports {
- public:
-  explicit ProgressReports(MainQueuePort& mainQueue, bool stopAtFirst = false)
-      : mainQueue_(mainQueue), stopAtFirst_(stopAtFirst) {}
-  PHAssetImageProgressHandler handler() {
-    return [this](double progress, const NSError*, bool* stop, const PHImageInfo&) {
-      if (mainQueue_.isMainThread()) onMainThread = true;
-      if (stopAtFirst_) *stop = true;
-      std::lock_guard lock(mutex_);
-      all_.push_back(progress);
-    };
-  }
-  std::vector<double> all() const {
-    std::lock_guard lock(mutex_);
-    return all_;
-  }
-  std::atomic<bool> onMainThread = false;
-
- private:
-  MainQueuePort& mainQueue_;
-  const bool stopAtFirst_;
-  mutable std::mutex mutex_;
-  std::vector<double> all_;
-};
 
 TEST_P(ImageManagerContract, WhatLiesOnAServerComesOnlyWithLeaveAndReportsItsProgress) {
-  const auto forbidden = world_->cloudPhoto();
-  if (!forbidden) GTEST_SKIP() << "the adapter has no server";
-  auto offline = options(PHImageRequestOptionsDeliveryModeHighQualityFormat);
-  offline.networkAccessAllowed = false;
-  ProgressReports none(world_->mainQueue());
-  offline.progressHandler = none.handler();
-  const auto refused = ask(forbidden, {0, 0}, PHImageContentModeAspectFit, offline);
-  ASSERT_TRUE(waitFor(refused));
-  expectFailure(refused, "the network is forbidden");
-  EXPECT_TRUE(refused.answers->all().back().info.PHImageResultIsInCloudKey);
-  EXPECT_TRUE(none.all().empty());
+  const auto item = world_->cloudPhoto();
+  if (!item) GTEST_SKIP() << "the adapter has no server";
+  auto photoOptions = options(kHighQuality);
+  const auto reportTo = [&](Heard<double>& reports, bool stops = false) {
+    return [&reports, stops](double progress, const NSError*, bool* stop, const PHImageInfo&) {
+      if (stops) *stop = true;
+      reports.add(progress);
+    };
+  };
+  Heard<double> none(world_->mainQueue()), one(world_->mainQueue());
+  photoOptions.networkAccessAllowed = false;
+  photoOptions.progressHandler = reportTo(none);
+  const auto refused = ask(item, photoOptions, {0, 0});
+  expectEnd(refused, true);
+  EXPECT_TRUE(refused.last().info.PHImageResultIsInCloudKey);
+  EXPECT_THAT(none.all(), testing::IsEmpty());
 
-  ProgressReports photoProgress(world_->mainQueue()), videoProgress(world_->mainQueue());
-  auto online = options(PHImageRequestOptionsDeliveryModeHighQualityFormat);
-  online.progressHandler = photoProgress.handler();
-  const auto photo = ask(world_->cloudPhoto(), {0, 0}, PHImageContentModeAspectFit, online);
-  const auto video = askVideo(world_->cloudVideo(), videoProgress.handler());
-  ASSERT_TRUE(waitFor(photo) && waitFor(video));
-  world_->settle();
-  EXPECT_TRUE(photo.answers->all().back().image);
-  EXPECT_TRUE(video.answers->all().back().video);
+  photoOptions.networkAccessAllowed = true;
+  photoOptions.progressHandler = reportTo(one, true);
+  const auto stopped = ask(world_->cloudPhoto(), photoOptions, {0, 0});
+  expectEnd(stopped, true);
+  EXPECT_EQ(stopped.last().info.PHImageErrorKey->code, PhotoLibraryErrorCancelled);
+  EXPECT_EQ(one.count(), 1u);
+
+  Heard<double> photoProgress(world_->mainQueue()), videoProgress(world_->mainQueue());
+  photoOptions.progressHandler = reportTo(photoProgress);
+  const auto photo = ask(world_->cloudPhoto(), photoOptions, {0, 0});
+  const auto video = askVideo(world_->cloudVideo(), reportTo(videoProgress));
+  expectEnd(photo, false);
+  expectEnd(video, false, false);
   for (const auto* reports : {&photoProgress, &videoProgress}) {
     const auto all = reports->all();
     EXPECT_FALSE(all.empty());
     EXPECT_TRUE(std::is_sorted(all.begin(), all.end())) << "progress never falls";
     EXPECT_THAT(all, testing::Each(testing::AllOf(testing::Ge(0), testing::Le(1))));
-    EXPECT_FALSE(reports->onMainThread);
+    EXPECT_THAT(reports->threads(), testing::Not(testing::Contains(std::this_thread::get_id())));
   }
-}
-
-TEST_P(ImageManagerContract, AStoppedTransferAnswersAsCancelled) {
-  const auto item = world_->cloudPhoto();
-  if (!item) GTEST_SKIP() << "the adapter has no server";
-  ProgressReports reports(world_->mainQueue(), true);
-  auto online = options(PHImageRequestOptionsDeliveryModeHighQualityFormat);
-  online.progressHandler = reports.handler();
-  const auto asked = ask(item, {0, 0}, PHImageContentModeAspectFit, online);
-  ASSERT_TRUE(waitFor(asked));
-  world_->settle();
-  expectFailure(asked, "stopped");
-  EXPECT_EQ(asked.answers->all().back().info.PHImageErrorKey->code, PhotoLibraryErrorCancelled);
-  EXPECT_EQ(reports.all().size(), 1u);
 }
 
 }  // namespace tlx::contracts

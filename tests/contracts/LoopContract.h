@@ -1,16 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
-#include <mutex>
+#include <numeric>
 #include <set>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tlx/platform/dispatch/DisplayClockPort.h"
 #include "tlx/platform/dispatch/RunLoopPort.h"
@@ -41,81 +38,69 @@ TEST_P(LoopContract, StepsRunOnTheMainThreadFirstInFirstOutOverAllThreads) {
   auto& queue = world_->mainQueue();
   EXPECT_TRUE(queue.isMainThread());
   constexpr int threadCount = 4, stepsEach = 200;
-  std::vector<std::pair<int, int>> ran;
-  bool elsewhere = false, within = false;
-  std::vector<std::thread> threads;
-  std::atomic<int> mainThreads = 0;
-  for (int thread = 0; thread < threadCount; ++thread) {
-    threads.emplace_back([&, thread] {
-      if (queue.isMainThread()) ++mainThreads;
-      for (int step = 0; step < stepsEach; ++step) {
-        queue.post([&, thread, step] {
-          if (!queue.isMainThread()) elsewhere = true;
-          ran.emplace_back(thread, step);
-        });
-      }
-    });
+  std::vector<std::vector<int>> ran(threadCount);
+  std::atomic<int> wrongThreads = 0;
+  bool within = false, over = false;
+  {
+    std::vector<std::jthread> threads;
+    for (auto& steps : ran) {
+      threads.emplace_back([&] {
+        if (queue.isMainThread()) ++wrongThreads;
+        for (int step = 0; step < stepsEach; ++step) {
+          queue.post([&, step] {
+            if (!queue.isMainThread()) ++wrongThreads;
+            steps.push_back(step);
+          });
+        }
+      });
+    }
   }
-  for (auto& thread : threads) thread.join();
-  EXPECT_TRUE(ran.empty()) << "a step ran while nobody ran the main thread";
+  EXPECT_THAT(ran, testing::Each(testing::IsEmpty())) << "a step ran while nobody ran the main thread";
   queue.post([&] {
     const auto returned = std::make_shared<bool>(false);
     queue.post([&, returned] { within = !*returned; });
     *returned = true;
-    queue.post([&] { ran.emplace_back(-1, 0); });
+    queue.post([&] { over = true; });
   });
-  ASSERT_TRUE(world_->runUntil([&] { return !ran.empty() && ran.back().first == -1; }));
-  EXPECT_EQ(ran.size(), threadCount * stepsEach + 1u);
-  std::vector<int> next(threadCount, 0);
-  for (const auto& [thread, step] : ran) {
-    if (thread < 0) continue;
-    EXPECT_EQ(step, next[static_cast<std::size_t>(thread)]++) << "thread " << thread;
-  }
-  EXPECT_EQ(mainThreads, 0);
-  EXPECT_FALSE(elsewhere);
+  ASSERT_TRUE(world_->runUntil([&] { return over; }));
+  std::vector<int> inOrder(stepsEach);
+  std::iota(inOrder.begin(), inOrder.end(), 0);
+  EXPECT_THAT(ran, testing::Each(inOrder));
+  EXPECT_EQ(wrongThreads, 0);
   EXPECT_FALSE(within);
 }
 
-TEST_P(LoopContract, TimersFireWhenDueInTheOrderTheyWereStarted) {
+TEST_P(LoopContract, TimersFireWhenDueInTheOrderTheyWereStartedAndRepeatUntilCancelled) {
   auto& timers = world_->timers();
   std::vector<std::string> fired;
-  std::set<TimerPort::TimerId> ids;
+  std::set<TimerPort::TimerId> ids = {0};
   const double began = timers.now();
   double late = 0;
   const auto start = [&](double seconds, const char* name) {
-    ids.insert(timers.start(seconds, false, [&fired, name] { fired.emplace_back(name); }));
+    return *ids.insert(timers.start(seconds, false, [&fired, name] { fired.emplace_back(name); })).first;
   };
   start(0.03, "later");
   start(0, "at once");
   start(-1, "long ago");
   ids.insert(timers.start(0.03, false, [&] { late = timers.now(); }));
-  const auto cancelled = timers.start(0.01, false, [&] { fired.emplace_back("cancelled"); });
-  ids.insert(cancelled);
-  timers.cancel(cancelled);
-  timers.cancel(cancelled);
-  timers.cancel(0);
+  const auto cancelled = start(0.01, "cancelled");
+  for (const auto id : {cancelled, cancelled, TimerPort::TimerId{0}}) timers.cancel(id);
   EXPECT_TRUE(fired.empty()) << "within the call";
   ASSERT_TRUE(world_->runUntil([&] { return late != 0; }));
   EXPECT_THAT(fired, testing::ElementsAre("at once", "long ago", "later"));
   EXPECT_GE(late, began + 0.03 - 1e-9);
-  EXPECT_EQ(ids.size(), 5u);
-  EXPECT_EQ(ids.count(0), 0u);
-}
+  EXPECT_EQ(ids.size(), 6u);
 
-TEST_P(LoopContract, ARepeatingTimerGoesOnUntilItIsCancelledAlsoFromWithin) {
-  auto& timers = world_->timers();
-  int fired = 0, after = 0;
+  int repeated = 0;
   auto held = std::make_shared<int>();
-  const std::weak_ptr<int> life = held;
   TimerPort::TimerId timer = 0;
   timer = timers.start(0.002, true, [&, held] {
-    if (++fired == 3) timers.cancel(timer);
+    if (++repeated == 3) timers.cancel(timer);
   });
-  held.reset();
-  timers.start(0.05, false, [&] { ++after; });
-  ASSERT_TRUE(world_->runUntil([&] { return after == 1; }));
-  EXPECT_EQ(fired, 3);
-  EXPECT_TRUE(life.expired()) << "a cancelled timer lets go of what it calls";
+  start(0.05, "over");
+  ASSERT_TRUE(world_->runUntil([&] { return fired.size() == 4; }));
+  EXPECT_EQ(repeated, 3);
+  EXPECT_EQ(held.use_count(), 1) << "a cancelled timer lets go of what it calls";
 }
 
 TEST_P(LoopContract, TheDisplayBeatsOnlyForThoseWhoListen) {
@@ -138,9 +123,9 @@ TEST_P(LoopContract, TheDisplayBeatsOnlyForThoseWhoListen) {
   EXPECT_EQ(frames.size(), 4u);
   EXPECT_GE(heardBySecond, 1);
   EXPECT_LE(heardBySecond, 2) << "taken out during the second frame";
-  EXPECT_GE(frames[0], began);
-  for (std::size_t frame = 1; frame < frames.size(); ++frame) EXPECT_GT(frames[frame], frames[frame - 1]);
-  EXPECT_LE(frames.back(), world_->timers().now());
+  frames.insert(frames.begin(), began);
+  frames.push_back(world_->timers().now());
+  EXPECT_TRUE(std::is_sorted(frames.begin(), frames.end()));
   clock.removeListener(first);
 }
 

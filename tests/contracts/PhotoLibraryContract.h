@@ -2,13 +2,9 @@
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tlx/platform/photos/PhotoLibraryPort.h"
 
@@ -79,12 +75,6 @@ class PhotoLibraryContract : public testing::TestWithParam<PhotoLibraryWorldFact
     return all;
   }
 
-  static std::vector<std::string> identifiers(const Assets& assets) {
-    std::vector<std::string> all;
-    for (const auto& asset : *assets) all.push_back(asset->localIdentifier.string());
-    return all;
-  }
-
   /// Puts items and waits until an album holds as many as it should.
   void putAndWait(const std::vector<Item>& items, const std::string& title, std::size_t count) {
     world_->put(items);
@@ -92,27 +82,19 @@ class PhotoLibraryContract : public testing::TestWithParam<PhotoLibraryWorldFact
         << title << " holds " << fetch(title)->count();
     world_->settle();
   }
+  static Item photo(const std::string& name, double date) { return {name, "Trip", PHAssetMediaTypeImage, date}; }
+  static Item video(const std::string& name, double date) { return {name, "Trip", PHAssetMediaTypeVideo, date}; }
 
-  /// The changes that the library tells of while this lives, and the threads it tells them on.
-  class Changes {
-   public:
-    explicit Changes(PhotoLibraryWorld& world) : world_(world) {
-      world_.library().setChangeHandler([this](std::shared_ptr<const PHChange> change) {
-        if (running_.exchange(true)) overlapped_ = true;
-        {
-          std::lock_guard lock(mutex_);
-          all_.push_back(std::move(change));
-        }
-        if (world_.mainQueue().isMainThread()) onMainThread_ = true;
-        running_ = false;
-        world_.mainQueue().post([] {});
+  /// The changes that the library tells of while this lives.
+  struct Changes : Heard<std::shared_ptr<const PHChange>> {
+    explicit Changes(PhotoLibraryWorld& ofWorld) : Heard(ofWorld.mainQueue()), world(ofWorld) {
+      world.library().setChangeHandler([this](std::shared_ptr<const PHChange> change) {
+        if (running.exchange(true)) overlapped = true;
+        add(std::move(change));
+        running = false;
       });
     }
-    ~Changes() { world_.library().setChangeHandler(nullptr); }
-    std::vector<std::shared_ptr<const PHChange>> all() const {
-      std::lock_guard lock(mutex_);
-      return all_;
-    }
+    ~Changes() { world.library().setChangeHandler(nullptr); }
     /// The first change that touches the result.
     std::shared_ptr<const PHFetchResultChangeDetails> detailsFor(const Assets& result) const {
       for (const auto& change : all()) {
@@ -120,25 +102,21 @@ class PhotoLibraryContract : public testing::TestWithParam<PhotoLibraryWorldFact
       }
       return nullptr;
     }
-    bool overlapped() const { return overlapped_; }
-    bool onMainThread() const { return onMainThread_; }
-
-   private:
-    PhotoLibraryWorld& world_;
-    mutable std::mutex mutex_;
-    std::vector<std::shared_ptr<const PHChange>> all_;
-    std::atomic<bool> running_ = false, overlapped_ = false, onMainThread_ = false;
+    /// Waits for it.
+    Assets after(const Assets& result) const {
+      EXPECT_TRUE(world.runUntil([&] { return detailsFor(result) != nullptr; }));
+      const auto details = detailsFor(result);
+      return details ? details->fetchResultAfterChanges : std::make_shared<const PHFetchResult<PHAsset>>();
+    }
+    PhotoLibraryWorld& world;
+    std::atomic<bool> running = false, overlapped = false;
   };
 
   std::unique_ptr<PhotoLibraryWorld> world_ = GetParam()();
 };
 
-TEST_P(PhotoLibraryContract, FetchesKeepAndOrderAsTheOptionsSay) {
-  putAndWait({{"b", "Trip", PHAssetMediaTypeImage, 2000},
-              {"d", "Trip", PHAssetMediaTypeVideo, 4000},
-              {"a", "Trip", PHAssetMediaTypeVideo, 1000},
-              {"c", "Trip", PHAssetMediaTypeImage, 3000}},
-             "Trip", 4);
+TEST_P(PhotoLibraryContract, FetchesAnswerAsTheOptionsSayAndTheSameUntilSomethingChanges) {
+  putAndWait({photo("b", 2000), video("d", 4000), video("a", 1000), photo("c", 3000)}, "Trip", 4);
   EXPECT_THAT(dates(fetch("Trip")), testing::ElementsAre(4000, 3000, 2000, 1000));
   EXPECT_THAT(dates(fetch("Trip", newestFirst(PHAssetMediaTypeImage))), testing::ElementsAre(3000, 2000));
   EXPECT_THAT(dates(fetch("Trip", newestFirst(PHAssetMediaTypeVideo))), testing::ElementsAre(4000, 1000));
@@ -147,44 +125,37 @@ TEST_P(PhotoLibraryContract, FetchesKeepAndOrderAsTheOptionsSay) {
   oldestFirst.setSortDescriptors({NSSortDescriptor::sortDescriptorWithKey_ascending("creationDate", true)});
   EXPECT_THAT(dates(fetch("Trip", oldestFirst)), testing::ElementsAre(1000, 2000, 3000, 4000));
   EXPECT_EQ(fetch("Trip", PHFetchOptions())->count(), 4u);
-}
 
-TEST_P(PhotoLibraryContract, TheSameQuestionGivesTheSameObjectUntilSomethingChanges) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}, {"b", "Trip", PHAssetMediaTypeVideo, 2000}}, "Trip", 2);
   const auto first = fetch("Trip");
-  EXPECT_EQ(fetch("Trip"), first);
-  EXPECT_NE(fetch("Trip", newestFirst(PHAssetMediaTypeImage)), first);
-  putAndWait({{"c", "Trip", PHAssetMediaTypeImage, 3000}}, "Trip", 3);
+  EXPECT_EQ(fetch("Trip"), first) << "the same object";
+  const Identifier newest = first->objectAtIndex(0)->localIdentifier, oldest = first->objectAtIndex(3)->localIdentifier;
+  const auto byIdentifier = [&] {
+    return dates(library().fetchAssetsWithLocalIdentifiers({oldest, "no such item", newest}));
+  };
+  EXPECT_THAT(byIdentifier(), testing::ElementsAre(1000, 4000)) << "in the order given";
+  EXPECT_EQ(library().fetchAssetsWithLocalIdentifiers({})->count(), 0u);
+  putAndWait({photo("e", 5000)}, "Trip", 5);
   EXPECT_NE(fetch("Trip"), first);
-  EXPECT_THAT(dates(first), testing::ElementsAre(2000, 1000)) << "a result never changes";
+  EXPECT_THAT(dates(first), testing::ElementsAre(4000, 3000, 2000, 1000)) << "a result never changes";
+  EXPECT_THAT(byIdentifier(), testing::ElementsAre(1000, 4000)) << "an identifier outlives a change";
 }
 
 TEST_P(PhotoLibraryContract, ItemsOfTheSameMomentNeverFlicker) {
-  putAndWait({{"b", "Trip", PHAssetMediaTypeImage, 1000},
-              {"a", "Trip", PHAssetMediaTypeImage, 1000},
-              {"c", "Trip", PHAssetMediaTypeImage, 1000}},
-             "Trip", 3);
-  const auto before = identifiers(fetch("Trip"));
-  putAndWait({{"d", "Trip", PHAssetMediaTypeImage, 2000}}, "Trip", 4);
-  auto after = identifiers(fetch("Trip"));
-  after.erase(after.begin());
+  putAndWait({photo("b", 1000), photo("a", 1000), photo("c", 1000)}, "Trip", 3);
+  const auto identifiers = [&] {
+    std::vector<std::string> all;
+    for (const auto& asset : *fetch("Trip")) all.insert(all.begin(), asset->localIdentifier.string());
+    return all;
+  };
+  const auto before = identifiers();
+  putAndWait({photo("d", 2000)}, "Trip", 4);
+  auto after = identifiers();
+  after.pop_back();
   EXPECT_EQ(after, before);
 }
 
-TEST_P(PhotoLibraryContract, FindsItemsByIdentifierInTheOrderGiven) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}, {"b", "Trip", PHAssetMediaTypeVideo, 2000}}, "Trip", 2);
-  const auto trip = fetch("Trip");
-  const Identifier newest = trip->objectAtIndex(0)->localIdentifier, oldest = trip->objectAtIndex(1)->localIdentifier;
-  EXPECT_THAT(dates(library().fetchAssetsWithLocalIdentifiers({oldest, "no such item", newest})),
-              testing::ElementsAre(1000, 2000));
-  EXPECT_EQ(library().fetchAssetsWithLocalIdentifiers({})->count(), 0u);
-  putAndWait({{"c", "Trip", PHAssetMediaTypeImage, 3000}}, "Trip", 3);
-  EXPECT_THAT(dates(library().fetchAssetsWithLocalIdentifiers({newest})), testing::ElementsAre(2000))
-      << "an identifier outlives a change";
-}
-
-TEST_P(PhotoLibraryContract, AlbumsAreListedByTypeInAStableOrderWithDistinctIdentifiers) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}, {"b", "Home", PHAssetMediaTypeImage, 2000}}, "Home", 1);
+TEST_P(PhotoLibraryContract, AlbumsAreListedByTypeInAStableOrderWithDistinctIdentifiersAndGoWithTheirItems) {
+  putAndWait({photo("a", 1000), {"b", "Home", PHAssetMediaTypeImage, 2000}}, "Home", 1);
   const auto titles = [&](PHAssetCollectionType type, PHAssetCollectionSubtype subtype) {
     std::vector<std::string> all;
     const auto albums = library().fetchAssetCollections(type, subtype);
@@ -197,154 +168,106 @@ TEST_P(PhotoLibraryContract, AlbumsAreListedByTypeInAStableOrderWithDistinctIden
   const auto own = titles(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny);
   EXPECT_THAT(own, testing::UnorderedElementsAre("Trip", "Home"));
   EXPECT_EQ(titles(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny), own);
-  EXPECT_NE(album("Trip")->localIdentifier, album("Home")->localIdentifier);
   const auto smart = titles(PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAlbumRegular);
   EXPECT_EQ(titles(PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAlbumRegular), smart);
-}
-
-TEST_P(PhotoLibraryContract, AnAlbumThatIsGoneIsEmpty) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
   const auto trip = album("Trip");
+  EXPECT_NE(trip->localIdentifier, album("Home")->localIdentifier);
   world_->take({"a"});
   ASSERT_TRUE(world_->runUntil([&] { return !album("Trip"); }));
-  const auto left = library().fetchAssets(*trip, newestFirst());
-  ASSERT_TRUE(left);
-  EXPECT_EQ(left->count(), 0u);
+  EXPECT_EQ(library().fetchAssets(*trip, newestFirst())->count(), 0u) << "an album that is gone is empty";
 }
 
-TEST_P(PhotoLibraryContract, WithoutAccessThereIsNothingToSee) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
+TEST_P(PhotoLibraryContract, WithoutAccessThereIsNothingToSeeAndEachTurnIsAChange) {
+  putAndWait({photo("a", 1000)}, "Trip", 1);
   const auto trip = album("Trip");
-  const Identifier item = fetch("Trip")->firstObject()->localIdentifier;
+  const auto seen = fetch("Trip");
+  const Changes changes(*world_);
   for (const auto status :
        {PHAuthorizationStatusDenied, PHAuthorizationStatusRestricted, PHAuthorizationStatusNotDetermined}) {
     if (!world_->setAccess(status)) continue;
     EXPECT_EQ(library().authorizationStatus(), status);
     const auto albums = library().fetchAssetCollections(PHAssetCollectionTypeAlbum, PHAssetCollectionSubtypeAny);
     const auto assets = library().fetchAssets(*trip, newestFirst());
-    const auto byIdentifier = library().fetchAssetsWithLocalIdentifiers({item});
-    ASSERT_TRUE(albums && assets && byIdentifier) << "status " << status;
+    const auto byIdentifier = library().fetchAssetsWithLocalIdentifiers({seen->firstObject()->localIdentifier});
     EXPECT_EQ(albums->count() + assets->count() + byIdentifier->count(), 0u) << "status " << status;
+    EXPECT_EQ(changes.after(seen)->count(), 0u) << "what was fetched is to be seen no more";
   }
-}
-
-TEST_P(PhotoLibraryContract, AccessThatIsTakenAndGrantedIsAChange) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
-  const Changes changes(*world_);
-  const auto seen = fetch("Trip");
-  ASSERT_TRUE(world_->setAccess(PHAuthorizationStatusDenied));
-  ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(seen) != nullptr; }));
-  EXPECT_EQ(changes.detailsFor(seen)->fetchResultAfterChanges->count(), 0u) << "what was fetched is to be seen no more";
-  const auto before = changes.all().size();
+  world_->settle();
+  const auto before = changes.count();
   ASSERT_TRUE(world_->setAccess(PHAuthorizationStatusAuthorized));
-  ASSERT_TRUE(world_->runUntil([&] { return changes.all().size() > before; }));
+  ASSERT_TRUE(world_->runUntil([&] { return changes.count() > before; }));
   EXPECT_EQ(fetch("Trip")->count(), 1u);
 }
 
 TEST_P(PhotoLibraryContract, AsksThePersonOnceAndAnswersEachRequestOnce) {
   if (!world_->setAccess(PHAuthorizationStatusNotDetermined)) GTEST_SKIP() << "the library never asks";
   world_->setPromptAnswer(PHAuthorizationStatusDenied);
-  struct Answers {
-    std::mutex mutex;
-    std::vector<PHAuthorizationStatus> statuses;
-    std::atomic<bool> onMainThread = false;
-  };
-  const auto answers = std::make_shared<Answers>();
+  const auto answers = std::make_shared<Heard<PHAuthorizationStatus>>(world_->mainQueue());
   const auto ask = [&] {
-    library().requestAuthorization([answers, &world = *world_](PHAuthorizationStatus status) {
-      if (world.mainQueue().isMainThread()) answers->onMainThread = true;
-      {
-        std::lock_guard lock(answers->mutex);
-        answers->statuses.push_back(status);
-      }
-      world.mainQueue().post([] {});
-    });
-  };
-  const auto count = [&] {
-    std::lock_guard lock(answers->mutex);
-    return answers->statuses.size();
+    library().requestAuthorization([answers](PHAuthorizationStatus status) { answers->add(status); });
   };
   ask();
   ask();
-  ASSERT_TRUE(world_->runUntil([&] { return count() == 2; }));
+  ASSERT_TRUE(world_->runUntil([&] { return answers->count() == 2; }));
   EXPECT_EQ(library().authorizationStatus(), PHAuthorizationStatusDenied);
   ask();
-  ASSERT_TRUE(world_->runUntil([&] { return count() == 3; })) << "who decided before is answered without being asked";
+  ASSERT_TRUE(world_->runUntil([&] { return answers->count() == 3; })) << "who decided before is answered as well";
   world_->settle();
-  EXPECT_THAT(answers->statuses, testing::ElementsAre(PHAuthorizationStatusDenied, PHAuthorizationStatusDenied,
-                                                      PHAuthorizationStatusDenied));
-  EXPECT_FALSE(answers->onMainThread);
+  EXPECT_THAT(answers->all(), testing::AllOf(testing::SizeIs(3), testing::Each(PHAuthorizationStatusDenied)));
+  EXPECT_THAT(answers->threads(), testing::Not(testing::Contains(std::this_thread::get_id())));
   EXPECT_EQ(world_->promptCount(), 1);
 }
 
 TEST_P(PhotoLibraryContract, TellsWhichResultsAChangeTouches) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000},
-              {"b", "Trip", PHAssetMediaTypeVideo, 2000},
-              {"c", "Home", PHAssetMediaTypeImage, 3000}},
-             "Home", 1);
+  putAndWait({photo("a", 1000), video("b", 2000), {"c", "Home", PHAssetMediaTypeImage, 3000}}, "Home", 1);
   const Changes changes(*world_);
   const auto trip = fetch("Trip"), videos = fetch("Trip", newestFirst(PHAssetMediaTypeVideo)), home = fetch("Home");
-  const auto foreign = std::make_shared<const PHFetchResult<PHAsset>>();
-  world_->put({{"d", "Trip", PHAssetMediaTypeImage, 4000}});
-  ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(trip) != nullptr; }));
-  const auto details = changes.detailsFor(trip);
-  EXPECT_EQ(details->fetchResultBeforeChanges, trip);
-  EXPECT_THAT(dates(details->fetchResultAfterChanges), testing::ElementsAre(4000, 2000, 1000));
+  world_->put({photo("d", 4000)});
+  EXPECT_THAT(dates(changes.after(trip)), testing::ElementsAre(4000, 2000, 1000));
+  EXPECT_EQ(changes.detailsFor(trip)->fetchResultBeforeChanges, trip);
   EXPECT_THAT(dates(fetch("Trip")), testing::ElementsAre(4000, 2000, 1000)) << "a fetch sees what was told";
   EXPECT_FALSE(changes.detailsFor(videos)) << "a photo came, the list of videos stays";
   EXPECT_FALSE(changes.detailsFor(home)) << "another album";
   EXPECT_FALSE(changes.detailsFor(nullptr));
-  EXPECT_FALSE(changes.detailsFor(foreign)) << "no result of this library";
+  EXPECT_FALSE(changes.detailsFor(std::make_shared<const PHFetchResult<PHAsset>>())) << "no result of this library";
   const auto grown = fetch("Trip");
   world_->take({"a"});
-  ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(grown) != nullptr; }));
-  EXPECT_THAT(dates(changes.detailsFor(grown)->fetchResultAfterChanges), testing::ElementsAre(4000, 2000));
-  EXPECT_FALSE(changes.onMainThread());
+  EXPECT_THAT(dates(changes.after(grown)), testing::ElementsAre(4000, 2000));
+  EXPECT_THAT(changes.threads(), testing::Not(testing::Contains(std::this_thread::get_id())));
 }
 
-TEST_P(PhotoLibraryContract, TellsOfAnItemThatChangedInItsPlace) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
+TEST_P(PhotoLibraryContract, TellsOfItemsThatChangedInTheirPlaceAndOneChangeAfterTheOther) {
+  putAndWait({photo("a", 1000)}, "Trip", 1);
   const Changes changes(*world_);
   const auto shown = fetch("Trip");
-  world_->put({{"a", "Trip", PHAssetMediaTypeImage, 5000}});
-  ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(shown) != nullptr; }));
-  const auto after = changes.detailsFor(shown)->fetchResultAfterChanges;
-  EXPECT_THAT(dates(after), testing::ElementsAre(5000));
-  EXPECT_EQ(identifiers(after), identifiers(shown));
+  world_->put({photo("a", 5000)});
+  const auto dated = changes.after(shown);
+  EXPECT_THAT(dates(dated), testing::ElementsAre(5000));
+  EXPECT_EQ(dated->firstObject()->localIdentifier, shown->firstObject()->localIdentifier);
+  for (int round = 0; round < 5; ++round) world_->put({photo("new" + std::to_string(round), 6000.0 + round)});
+  ASSERT_TRUE(world_->runUntil([&] { return fetch("Trip")->count() == 6 && changes.detailsFor(dated); }));
+  world_->settle();
+  EXPECT_FALSE(changes.all().back()->changeDetailsForFetchResult(fetch("Trip"))) << "the last word is the present";
+  EXPECT_FALSE(changes.overlapped.load());
 }
 
 TEST_P(PhotoLibraryContract, ANewHandlerHearsOfWhatNoFetchHasSeen) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
+  putAndWait({photo("a", 1000)}, "Trip", 1);
   const auto shown = fetch("Trip");
-  world_->put({{"b", "Trip", PHAssetMediaTypeImage, 2000}});
+  world_->put({photo("b", 2000)});
   world_->settle();
   {
     const Changes changes(*world_);
-    ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(shown) != nullptr; }));
-    EXPECT_THAT(dates(changes.detailsFor(shown)->fetchResultAfterChanges), testing::ElementsAre(2000, 1000));
+    EXPECT_THAT(dates(changes.after(shown)), testing::ElementsAre(2000, 1000));
   }
-  putAndWait({{"c", "Trip", PHAssetMediaTypeImage, 3000}}, "Trip", 3);
+  putAndWait({photo("c", 3000)}, "Trip", 3);
   const Changes changes(*world_);
   world_->settle();
   EXPECT_THAT(changes.all(), testing::IsEmpty()) << "what the fetch before it has seen is no news";
 }
 
-TEST_P(PhotoLibraryContract, TellsOneChangeAfterTheOther) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
-  const Changes changes(*world_);
-  auto shown = fetch("Trip");
-  for (int round = 0; round < 5; ++round) {
-    world_->put({{"new" + std::to_string(round), "Trip", PHAssetMediaTypeImage, 2000.0 + round}});
-  }
-  ASSERT_TRUE(world_->runUntil([&] { return fetch("Trip")->count() == 6 && changes.detailsFor(shown); }));
-  world_->settle();
-  EXPECT_EQ(changes.all().back()->changeDetailsForFetchResult(fetch("Trip")), nullptr)
-      << "the last word is the present";
-  EXPECT_FALSE(changes.overlapped());
-}
-
 TEST_P(PhotoLibraryContract, AHandlerThatWasTakenOutIsNotRunningAndHearsNoMore) {
-  putAndWait({{"a", "Trip", PHAssetMediaTypeImage, 1000}}, "Trip", 1);
+  putAndWait({photo("a", 1000)}, "Trip", 1);
   std::atomic<bool> entered = false, leaving = false, taken = false, calledAfter = false;
   library().setChangeHandler([&, &queue = world_->mainQueue()](const std::shared_ptr<const PHChange>&) {
     if (taken) calledAfter = true;
@@ -354,13 +277,13 @@ TEST_P(PhotoLibraryContract, AHandlerThatWasTakenOutIsNotRunningAndHearsNoMore) 
     for (int turn = 0; turn < 1000; ++turn) std::this_thread::yield();  // whoever does not wait for us is back by now
     entered = false;
   });
-  world_->put({{"b", "Trip", PHAssetMediaTypeImage, 2000}});
+  world_->put({photo("b", 2000)});
   ASSERT_TRUE(world_->runUntil([&] { return entered.load(); }));
   leaving = true;
   library().setChangeHandler(nullptr);
   EXPECT_FALSE(entered);
   taken = true;
-  world_->put({{"c", "Trip", PHAssetMediaTypeImage, 3000}});
+  world_->put({photo("c", 3000)});
   ASSERT_TRUE(world_->runUntil([&] { return fetch("Trip")->count() == 3; }));
   world_->settle();
   EXPECT_FALSE(calledAfter);
@@ -370,53 +293,42 @@ TEST_P(PhotoLibraryContract, SavesWhatWasCapturedAndTellsOfIt) {
   putAndWait({{"a", "Camera", PHAssetMediaTypeImage, 1000}}, "Camera", 1);
   const Changes changes(*world_);
   const auto roll = fetch("Camera");
-  struct Outcome {
-    std::atomic<int> calls = 0;
-    std::atomic<bool> success = false;
-    std::optional<NSError> error;
-  };
+  using Outcome = std::pair<bool, std::optional<NSError>>;
+  std::vector<std::shared_ptr<Heard<Outcome>>> outcomes;
   const auto save = [&](const std::vector<PHAssetCreation>& creations) {
-    auto outcome = std::make_shared<Outcome>();
-    library().performChanges(
-        creations, [outcome, &queue = world_->mainQueue()](bool success, const std::optional<NSError>& error) {
-          outcome->success = success;
-          outcome->error = error;
-          ++outcome->calls;
-          queue.post([] {});
-        });
-    EXPECT_TRUE(world_->runUntil([&] { return outcome->calls > 0; }));
-    return outcome;
+    const auto outcome = outcomes.emplace_back(std::make_shared<Heard<Outcome>>(world_->mainQueue()));
+    library().performChanges(creations, [outcome](bool success, const std::optional<NSError>& error) {
+      outcome->add({success, error});
+    });
+    EXPECT_TRUE(world_->runUntil([&] { return outcome->count() > 0; }));
+    EXPECT_NE(outcome->all()[0].first, outcome->all()[0].second.has_value());
+    return outcome->all()[0].first;
   };
   const auto creation = [&](std::shared_ptr<const UIImage> image, std::optional<AVRecording> video, double date) {
     return PHAssetCreation{std::move(image), std::move(video), date, std::make_shared<PHObjectPlaceholder>()};
   };
   const auto image = std::make_shared<const UIImage>(CGImage::create(4, 3, std::vector<std::uint8_t>(48, 200)));
 
-  const auto photo = creation(image, std::nullopt, 5000), video = creation(nullptr, world_->recording(), 6000);
-  const auto both = save({photo, video});
-  ASSERT_TRUE(both->success) << (both->error ? both->error->localizedDescription : "");
-  EXPECT_FALSE(both->error);
-  const auto made = library().fetchAssetsWithLocalIdentifiers(
-      {photo.placeholder->localIdentifier(), video.placeholder->localIdentifier()});
+  const auto still = creation(image, std::nullopt, 5000), movie = creation(nullptr, world_->recording(), 6000);
+  ASSERT_TRUE(save({still, movie}));
+  const Identifier stillsName = still.placeholder->localIdentifier();
+  const auto made = library().fetchAssetsWithLocalIdentifiers({stillsName, movie.placeholder->localIdentifier()});
   ASSERT_EQ(made->count(), 2u) << "they are there before anything else happens";
   EXPECT_THAT(dates(made), testing::ElementsAre(5000, 6000));
   EXPECT_EQ(made->objectAtIndex(0)->mediaType, PHAssetMediaTypeImage);
   EXPECT_EQ(made->objectAtIndex(1)->mediaType, PHAssetMediaTypeVideo);
-  world_->askForPicture(photo.placeholder->localIdentifier());
-  ASSERT_TRUE(world_->runUntil([&] { return changes.detailsFor(roll) != nullptr; }));
-  EXPECT_THAT(dates(changes.detailsFor(roll)->fetchResultAfterChanges), testing::ElementsAre(6000, 5000, 1000));
+  world_->askForPicture(stillsName);
+  EXPECT_THAT(dates(changes.after(roll)), testing::ElementsAre(6000, 5000, 1000));
 
   // The same moment again: a name of its own, and all or nothing.
   const auto again = creation(image, std::nullopt, 5000), empty = creation(nullptr, std::nullopt, 5000);
-  const auto failed = save({again, empty});
-  EXPECT_FALSE(failed->success);
-  EXPECT_TRUE(failed->error);
+  EXPECT_FALSE(save({again, empty}));
   EXPECT_TRUE(again.placeholder->localIdentifier().empty());
   world_->settle();
   EXPECT_EQ(fetch("Camera")->count(), 3u);
-  EXPECT_TRUE(save({again})->success);
+  EXPECT_TRUE(save({again}));
   EXPECT_EQ(fetch("Camera")->count(), 4u);
-  EXPECT_EQ(both->calls, 1);
+  for (const auto& outcome : outcomes) EXPECT_EQ(outcome->count(), 1u);
 }
 
 }  // namespace tlx::contracts

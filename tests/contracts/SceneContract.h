@@ -4,20 +4,15 @@
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "tlx/picker/TLXMediaPickerController.h"
 #include "tlx/platform/NSException.h"
 #include "tlx/platform/photos/PhotoLibraryPort.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
 #include "tlx/platform/uikit/ResourcePort.h"
-#include "tlx/platform/uikit/UIApplication.h"
 #include "tlx/progress/ProgressClasses.h"
 #include "tlx/progress/TLXDownloadProgress.h"
 #include "tlx/views/AlbumPickerTableViewController.h"
 #include "tlx/views/CollectionViewCell.h"
-#include "tlx/views/CustomAlbumButton.h"
 #include "tlx/views/MediaCollectionViewController.h"
 #include "tlx/views/TableViewCell.h"
 #include "tlx/views/ViewClasses.h"
@@ -30,8 +25,6 @@ namespace tlx::contracts {
 class SceneWorld : public ContractWorld {
  public:
   virtual ResourcePort& resources() = 0;
-  /// URLs that the application was asked to open.
-  virtual std::vector<std::string> openedURLs() = 0;
 };
 
 using SceneWorldFactory = std::unique_ptr<SceneWorld> (*)();
@@ -55,123 +48,44 @@ class SceneContract : public testing::TestWithParam<SceneWorldFactory> {
   std::unique_ptr<SceneWorld> world_ = GetParam()();
 };
 
-struct SceneHost final : TLXMediaPickerControllerDelegate {
-  std::int64_t maxSelectedMedia() override { return 1; }
-  CGSize selectedImageSize() override { return {}; }
-  void mediaPickerCancelPressed() override { ++cancelled; }
-  void mediaPickerWillStartFetching() override { ++started; }
-  void mediaPicker_didFinishPickingMediaWithInfo(TLXMediaPickerController&, const MediaList&) override {}
-  int cancelled = 0, started = 0;
-};
-
-TEST_P(SceneContract, ThePickersOutletsTagsActionsAndStartingVisibility) {
-  SceneHost host;
+TEST_P(SceneContract, HasTheSizesThatCodeReliesOn) {
   const auto picker = load<TLXMediaPickerController>();
   ASSERT_TRUE(picker);
-  picker->pickerControllerDelegate = &host;
-  EXPECT_FALSE(picker->isViewLoaded()) << "a view is loaded when it is first read";
-  EXPECT_FALSE(picker->btnDone.lock());
-  const auto view = picker->view();
-  ASSERT_TRUE(view);
-
-  const auto noPhotos = picker->viewNoPhotos.lock();
-  const auto dimming = picker->viewTbContainer.lock();
-  const auto banner = picker->viewPhotoLimitationWarning.lock();
-  const auto title = picker->btnAlbumPicker.lock();
-  const auto done = picker->btnDone.lock();
-  const auto access = picker->btnAllowAccess.lock();
-  const auto cancel = std::dynamic_pointer_cast<UIButton>(view->viewWithTag(TLXMediaPickerController::TagCancel));
-  ASSERT_TRUE(noPhotos && dimming && banner && title && done && access && cancel);
-  EXPECT_TRUE(noPhotos->isHidden()) << "nothing says yet that the library is empty";
-  EXPECT_EQ(dimming->alpha(), 0) << "the album list is closed";
-  EXPECT_TRUE(banner->isHidden());
-  EXPECT_GT(banner->frame().size.height, 0) << "it slides by its own height";
-  EXPECT_EQ(done->tag(), TLXMediaPickerController::TagDone);
+  EXPECT_FALSE(picker->btnDone.lock()) << "a view is loaded when it is first read";
+  ASSERT_TRUE(picker->view());
+  EXPECT_GT(picker->viewPhotoLimitationWarning.lock()->frame().size.height, 0) << "it slides by its own height";
   EXPECT_GT(picker->lblPhotoCount.lock()->frame().size.width, 0);
 
-  cancel->sendActionsForControlEvents(UIControlEventTouchUpInside);
-  EXPECT_EQ(host.cancelled, 1);
-  done->sendActionsForControlEvents(UIControlEventTouchUpInside);
-  EXPECT_EQ(host.started, 1);
-  access->sendActionsForControlEvents(UIControlEventTouchUpInside);
-  EXPECT_THAT(world_->openedURLs(), testing::ElementsAre(UIApplicationOpenSettingsURLString));
-  title->setTag(TLXMediaPickerController::TagListOpen);
-  title->sendActionsForControlEvents(UIControlEventTouchUpInside);
-  EXPECT_EQ(title->tag(), TLXMediaPickerController::TagListClosed);
-}
-
-TEST_P(SceneContract, TheGridsCellsHeaderAndFooter) {
   const auto grid = load<MediaCollectionViewController>();
   ASSERT_TRUE(grid);
-  EXPECT_FALSE(grid->isViewLoaded());
   const auto view = grid->collectionView();
-  ASSERT_TRUE(view);
-  EXPECT_EQ(grid->flowLayout.lock(), view->collectionViewLayout());
-  EXPECT_GT(grid->flowLayout.lock()->headerReferenceSize().height, 0)
-      << "the camera button is reached through the header";
-  EXPECT_GT(grid->flowLayout.lock()->footerReferenceSize().height, 0);
-
+  const auto layout = grid->flowLayout.lock();
+  ASSERT_TRUE(layout);
+  EXPECT_EQ(layout, view->collectionViewLayout());
+  EXPECT_GT(layout->headerReferenceSize().height, 0) << "the camera button is reached through the header";
+  EXPECT_GT(layout->footerReferenceSize().height, 0);
   const auto cell = std::dynamic_pointer_cast<CollectionViewCell>(
       view->dequeueReusableCellWithReuseIdentifier_forIndexPath("CollectionViewCell", {0, 0}));
   ASSERT_TRUE(cell);
-  const auto icon = cell->imgViewImagIcon.lock();
-  const auto overlay = cell->imgViewOverLay.lock();
-  const auto length = cell->lblVideoLength.lock();
-  ASSERT_TRUE(icon && overlay && length);
-  const CGSize item = grid->flowLayout.lock()->itemSize();
-  EXPECT_EQ(icon->frame(), CGRectMake(0, 0, item.width, item.height)) << "a cell has its size before it awakes";
-  EXPECT_EQ(overlay->frame(), icon->frame());
-  const auto& stacked = icon->superview()->subviews();
-  const auto place = [&](const std::shared_ptr<UIView>& subview) {
-    return std::find(stacked.begin(), stacked.end(), subview) - stacked.begin();
-  };
-  EXPECT_LT(place(icon), place(overlay)) << "the mark lies over the picture";
+  const CGSize item = layout->itemSize();
+  EXPECT_EQ(cell->imgViewImagIcon.lock()->frame(), CGRectMake(0, 0, item.width, item.height))
+      << "a cell has its size before it awakes";
+  EXPECT_EQ(cell->imgViewOverLay.lock()->frame(), cell->imgViewImagIcon.lock()->frame());
 
-  const auto header = view->dequeueReusableSupplementaryViewOfKind_withReuseIdentifier_forIndexPath(
-      UICollectionElementKindSectionHeader, "HeaderView", {0, 0});
-  ASSERT_TRUE(header);
-  EXPECT_TRUE(std::dynamic_pointer_cast<UIButton>(header->viewWithTag(101)));
-  const auto footer = view->dequeueReusableSupplementaryViewOfKind_withReuseIdentifier_forIndexPath(
-      UICollectionElementKindSectionFooter, "FooterView", {0, 0});
-  ASSERT_TRUE(footer);
-  EXPECT_TRUE(std::dynamic_pointer_cast<UILabel>(footer->viewWithTag(101)));
-}
-
-TEST_P(SceneContract, TheAlbumListsRows) {
   const auto list = load<AlbumPickerTableViewController>();
   ASSERT_TRUE(list);
-  const auto table = list->tableView();
-  ASSERT_TRUE(table);
-  EXPECT_TRUE(table->tableFooterView()) << "no separators below the last row";
-  const auto cell = std::dynamic_pointer_cast<TableViewCell>(
-      table->dequeueReusableCellWithIdentifier_forIndexPath("TableViewCell", {0, 0}));
-  ASSERT_TRUE(cell);
-  const auto name = cell->lblFolderName.lock();
-  ASSERT_TRUE(name);
-  EXPECT_GT(name->frame().size.width, 0) << "code sets its x only";
-  EXPECT_GT(name->frame().size.height, 0);
-}
+  EXPECT_TRUE(list->tableView()->tableFooterView()) << "no separators below the last row";
+  const auto row = std::dynamic_pointer_cast<TableViewCell>(
+      list->tableView()->dequeueReusableCellWithIdentifier_forIndexPath("TableViewCell", {0, 0}));
+  ASSERT_TRUE(row);
+  EXPECT_GT(row->lblFolderName.lock()->frame().size.width, 0) << "code sets its x only";
+  EXPECT_GT(row->lblFolderName.lock()->frame().size.height, 0);
 
-TEST_P(SceneContract, ThePanelsOutletsAndItsCancelButton) {
-  struct Listener final : TLXDownloadProgressDelegate {
-    void cancelDownload() override { ++cancelled; }
-    int cancelled = 0;
-  } listener;
   const auto objects = world_->resources().loadNib(own_, "TLXDownloadProgress");
   ASSERT_FALSE(objects.empty());
   const auto panel = std::dynamic_pointer_cast<TLXDownloadProgress>(objects.front());
   ASSERT_TRUE(panel);
-  const auto ring = panel->viewDownloadProgress.lock();
-  const auto first = panel->lblHeader1.lock();
-  const auto second = panel->lblHeader2.lock();
-  const auto cancel = panel->btnCancel.lock();
-  ASSERT_TRUE(ring && first && second && cancel);
-  EXPECT_GT(ring->frame().size.width, 0);
-  EXPECT_EQ(first->text(), "Importing");
-  EXPECT_EQ(second->text(), "from library");
-  panel->customDelegate = &listener;
-  cancel->sendActionsForControlEvents(UIControlEventTouchUpInside);
-  EXPECT_EQ(listener.cancelled, 1);
+  EXPECT_GT(panel->viewDownloadProgress.lock()->frame().size.width, 0);
   EXPECT_NE(world_->resources().loadNib(own_, "TLXDownloadProgress").front(), panel);
 }
 
@@ -179,7 +93,6 @@ TEST_P(SceneContract, EachLoadIsItsOwnAndLeavesNothingBehind) {
   auto first = load<MediaCollectionViewController>();
   const auto second = load<MediaCollectionViewController>();
   ASSERT_TRUE(first && second);
-  EXPECT_NE(first, second);
   EXPECT_NE(first->view(), second->view());
   const std::weak_ptr<UIView> view = first->view();
   const std::weak_ptr<UIViewController> controller = first;

@@ -21,9 +21,9 @@ class Desktop {
  public:
   explicit Desktop(guint32 response) : response_(response), bus_(g_test_dbus_new(G_TEST_DBUS_NONE)) {
     g_test_dbus_up(bus_);
-    const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                         G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-    loop_.post([this, flags] {
+    run([this] {
+      const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
       connection_ = g_dbus_connection_new_for_address_sync(address(), flags, nullptr, nullptr, nullptr);
       static constexpr char kXml[] =
           "<node><interface name='org.freedesktop.portal.Camera'>"
@@ -38,18 +38,13 @@ class Desktop {
                                                   "RequestName",
                                                   g_variant_new("(su)", "org.freedesktop.portal.Desktop", 0), nullptr,
                                                   G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
-      ready_.set_value();
     });
-    ready_.get_future().wait();
   }
   ~Desktop() {
-    std::promise<void> gone;
-    loop_.post([&] {
+    run([this] {
       g_object_unref(connection_);
       g_dbus_node_info_unref(node_);
-      gone.set_value();
     });
-    gone.get_future().wait();
     g_test_dbus_stop(bus_);
     g_object_unref(bus_);
   }
@@ -58,6 +53,14 @@ class Desktop {
   std::atomic<int> asked = 0, opened = 0;
 
  private:
+  void run(const std::function<void()>& step) {
+    std::promise<void> done;
+    loop_.post([&] {
+      step();
+      done.set_value();
+    });
+    done.get_future().wait();
+  }
   static void called(GDBusConnection* connection, const gchar* sender, const gchar*, const gchar*, const gchar* method,
                      GVariant* parameters, GDBusMethodInvocation* invocation, gpointer self) {
     auto& desktop = *static_cast<Desktop*>(self);
@@ -86,7 +89,6 @@ class Desktop {
   GTestDBus* bus_;
   GDBusConnection* connection_ = nullptr;
   GDBusNodeInfo* node_ = nullptr;
-  std::promise<void> ready_;
   GlibLoop loop_;
 };
 

@@ -18,22 +18,13 @@ namespace {
 using testing::ElementsAre;
 
 /// A machine with GStreamer's own test pictures in place of cameras.
-struct Machine {
+class Machine final : public contracts::CameraWorld {
+ public:
   Machine() {
     options.test = true;
     options.folder = folder / "captures";
     options.spareBytes = 0;
   }
-  GstCamera& camera() { return made.emplace(options, platform.loop); }
-
-  const support::TemporaryFolder folder;
-  memory::MemoryPlatform platform;
-  GstCamera::Options options;
-  std::optional<GstCamera> made;
-};
-
-class GstCameraWorld final : public contracts::CameraWorld, private Machine {
- public:
   MainQueuePort& mainQueue() override { return platform.loop; }
   bool runUntil(const std::function<bool()>& done) override { return platform.loop.runUntil(done); }
   void settle() override { platform.runUntilIdle(); }
@@ -42,38 +33,32 @@ class GstCameraWorld final : public contracts::CameraWorld, private Machine {
     options.test = cameras != Cameras::None;
     if (cameras == Cameras::GoWhileRecording)
       options.testPictures = "videotestsrc is-live=true ! identity error-after=60";
-    return &Machine::camera();
+    return &made.emplace(options, platform.loop);
   }
+
+  const support::TemporaryFolder folder;
+  memory::MemoryPlatform platform;
+  GstCamera::Options options;
+  std::optional<GstCamera> made;
 };
 
 std::unique_ptr<contracts::CameraWorld> makeCameraWorld() {
-  return std::make_unique<GstCameraWorld>();
+  return std::make_unique<Machine>();
 }
 
-class CaptureSessionTest : public testing::Test, protected Machine {
+class CaptureSessionTest : public testing::Test, protected contracts::Capturing {
  protected:
-  void open(CaptureKind kind, const std::string& device = "") {
+  CaptureSessionTest() : Capturing(makeCameraWorld()) {}
+  /// At a camera made anew, having heard nothing.
+  void start(CaptureKind kind) {
     session.reset();
-    session = camera().makeSession(listener);
-    session->open(kind, device);
-  }
-  template <class Done>
-  bool wait(Done done) {
-    return platform.loop.runUntil(done);
-  }
-  bool sees() {
-    return wait([&] { return session->preview() != nullptr; });
-  }
-  /// Records until so much is in the can, then stops.
-  void record(double seconds) {
-    ASSERT_TRUE(sees());
-    session->startRecording();
-    ASSERT_TRUE(wait([&] {
-      session->preview();  // who has seen one picture is told of the next
-      return listener.recordings > 0 || session->recordedSeconds().value_or(0) >= seconds;
-    }));
-    session->stopRecording();
-    ASSERT_TRUE(wait([&] { return listener.recordings > 0; }));
+    listener.photo = nullptr;
+    listener.recording.reset();
+    listener.error = listener.failure = {};
+    listener.recordings = 0;
+    listener.isRecording = false;
+    session = machine.camera(Machine::Cameras::Work)->makeSession(listener);
+    open(kind);
   }
   std::ptrdiff_t filesLeft() const {
     return std::filesystem::exists(options.folder)
@@ -81,8 +66,8 @@ class CaptureSessionTest : public testing::Test, protected Machine {
                : 0;
   }
 
-  contracts::CameraListener listener{platform.loop};
-  std::unique_ptr<CaptureSession> session;
+  Machine& machine = static_cast<Machine&>(*world_);
+  GstCamera::Options& options = machine.options;
 };
 
 TEST_F(CaptureSessionTest, PhotosHaveTheSensorsPixelsAndSayHowItLies) {
@@ -99,19 +84,19 @@ TEST_F(CaptureSessionTest, PhotosHaveTheSensorsPixelsAndSayHowItLies) {
       {"flip-rotate-90", UIImageOrientationUp, tall, tallScreen, "mirrored as well, it is turned here"},
       {"flip-rotate-270", UIImageOrientationUp, tall, tallScreen, "and so to the other side"},
   };
+  const auto sizeOf = [](const CGImage& of) { return CGSize{double(of.width()), double(of.height())}; };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.reason);
-    listener.forget();
     options.testPictures = std::string("videotestsrc is-live=true ! taginject tags=image-orientation=") + row.tag;
-    open(CaptureKind::Photo);
+    start(CaptureKind::Photo);
     ASSERT_TRUE(sees());
     const auto preview = session->preview();
-    EXPECT_EQ(CGSizeMake(static_cast<double>(preview->width()), static_cast<double>(preview->height())), row.preview);
+    EXPECT_EQ(sizeOf(*preview), row.preview);
     session->takePhoto();
     ASSERT_TRUE(wait([&] { return listener.photo != nullptr; }));
     EXPECT_EQ(listener.photo->imageOrientation(), row.told);
     const auto& bitmap = *listener.photo->bitmap();
-    EXPECT_EQ(CGSizeMake(static_cast<double>(bitmap.width()), static_cast<double>(bitmap.height())), row.photo);
+    EXPECT_EQ(sizeOf(bitmap), row.photo);
     if (row.told != UIImageOrientationUp) continue;
     // Away from the corners into which the part of the pattern comes that never looks the same twice.
     const auto at = [](const CGImage& of, std::size_t x, std::size_t y) {
@@ -142,11 +127,11 @@ TEST_F(CaptureSessionTest, MoviesAreWrittenAsThisMachineCan) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
-    listener.forget();
     options.testSound = row.sound;
     options.withoutEncoders = row.without;
-    open(CaptureKind::Movie);
+    start(CaptureKind::Movie);
     record(1);
+    stop();
     ASSERT_TRUE(listener.recording) << (listener.error ? listener.error->localizedDescription : "");
     EXPECT_FALSE(listener.error);
     EXPECT_EQ(std::filesystem::path(listener.recording->path).extension(), row.ending);
@@ -163,23 +148,24 @@ TEST_F(CaptureSessionTest, MoviesAreWrittenAsThisMachineCan) {
     session.reset();
     EXPECT_EQ(filesLeft(), 1) << "whoever holds the recording keeps its file";
   }
-  listener.forget();
+  listener.recording.reset();
   EXPECT_EQ(filesLeft(), 0) << "and nobody else does";
 }
 
 TEST_F(CaptureSessionTest, WhatCutsARecordingShortIsTold) {
   options.testPictures = "videotestsrc is-live=true num-buffers=60";
-  open(CaptureKind::Movie);
+  start(CaptureKind::Movie);
   record(1000);
+  stop();
   ASSERT_TRUE(listener.error);
   EXPECT_EQ(listener.error->code, CameraErrorDisconnected) << "the driver stops";
   ASSERT_TRUE(listener.recording);
 
-  listener.forget();
   options.testPictures = "";
   options.spareBytes = ~std::uint64_t{0};
-  open(CaptureKind::Movie);
+  start(CaptureKind::Movie);
   record(1000);
+  stop();
   ASSERT_TRUE(listener.error);
   EXPECT_EQ(listener.error->code, CameraErrorNoSpace) << "the disk is nearly full";
   EXPECT_FALSE(listener.failure) << "it goes on showing pictures";
@@ -187,7 +173,7 @@ TEST_F(CaptureSessionTest, WhatCutsARecordingShortIsTold) {
 
 TEST_F(CaptureSessionTest, NothingIsLeftOfWhatCameToNothing) {
   options.testPictures = "videotestsrc is-live=true ! identity error-after=1";
-  open(CaptureKind::Movie);
+  start(CaptureKind::Movie);
   session->startRecording();
   ASSERT_TRUE(wait([&] { return listener.recordings > 0; }));
   EXPECT_FALSE(listener.recording);
@@ -195,7 +181,7 @@ TEST_F(CaptureSessionTest, NothingIsLeftOfWhatCameToNothing) {
   session->takePhoto();
   ASSERT_TRUE(wait([&] { return listener.failure.has_value(); }));
   options.testPictures = "";
-  open(CaptureKind::Movie);
+  start(CaptureKind::Movie);
   ASSERT_TRUE(sees());
   session->startRecording();
   ASSERT_TRUE(wait([&] { return session->preview() && session->recordedSeconds().value_or(0) > 0.3; }));
@@ -205,7 +191,7 @@ TEST_F(CaptureSessionTest, NothingIsLeftOfWhatCameToNothing) {
   const auto abandoned = std::filesystem::path(options.folder) / "recording-abc.mp4";
   std::ofstream(abandoned) << "half a movie";
   std::filesystem::last_write_time(abandoned, std::filesystem::file_time_type::clock::now() - std::chrono::minutes(5));
-  open(CaptureKind::Photo);
+  start(CaptureKind::Photo);
   ASSERT_TRUE(sees());
   EXPECT_EQ(filesLeft(), 0);
 }
@@ -228,7 +214,7 @@ TEST_F(CaptureSessionTest, ThePersonAndTheDevicesRightsDecide) {
     Person person;
     person.says = says;
     options.consent = &person;
-    GstCamera asking(options, platform.loop);
+    GstCamera asking(options, machine.platform.loop);
     EXPECT_EQ(asking.authorizationStatus(), AVAuthorizationStatusNotDetermined);
     std::vector<bool> answers;
     for (int i = 0; i < 2; ++i) asking.requestAccess([&](bool granted) { answers.push_back(granted); });
@@ -241,13 +227,13 @@ TEST_F(CaptureSessionTest, ThePersonAndTheDevicesRightsDecide) {
   }
   Person person;
   options.consent = &person;
-  options.devicesFolder = folder.path();
-  const GstCamera guarded(options, platform.loop);
+  options.devicesFolder = machine.folder.path();
+  const GstCamera guarded(options, machine.platform.loop);
   EXPECT_EQ(guarded.authorizationStatus(), AVAuthorizationStatusNotDetermined) << "no camera refuses nothing";
   // Rights do not bind root: what cannot be opened by anybody is a link to nowhere.
-  std::filesystem::create_symlink(folder / "nowhere", folder / "video0");
+  std::filesystem::create_symlink(machine.folder / "nowhere", machine.folder / "video0");
   EXPECT_EQ(guarded.authorizationStatus(), AVAuthorizationStatusRestricted);
-  std::ofstream(folder / "video1") << "";
+  std::ofstream(machine.folder / "video1") << "";
   EXPECT_EQ(guarded.authorizationStatus(), AVAuthorizationStatusNotDetermined) << "one may be opened";
 }
 

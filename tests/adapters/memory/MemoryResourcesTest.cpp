@@ -15,7 +15,6 @@ class MemorySceneWorld final : public SceneWorld {
   void settle() override { platform_.runUntilIdle(); }
 
   ResourcePort& resources() override { return platform_.resources; }
-  std::vector<std::string> openedURLs() override { return platform_.application.openedURLs(); }
 
  private:
   memory::MemoryPlatform platform_;

@@ -45,7 +45,7 @@ class QtSceneWorld final : public SceneWorld {
   }
 
   ResourcePort& resources() override { return platform_->scenes(); }
-  std::vector<std::string> openedURLs() override { return openedURLs_; }
+  std::vector<std::string> openedURLs() const { return openedURLs_; }
   QQmlEngine& engine() { return platform_->engine(); }
 
  private:
