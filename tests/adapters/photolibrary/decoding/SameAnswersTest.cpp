@@ -63,22 +63,10 @@ std::string everythingAbout(const std::string& path, DecodersPort& decoders) {
 }
 
 std::vector<std::string> writeOfEachKind(const TemporaryFolder& folder) {
-  std::vector<std::string> paths;
+  std::vector<std::string> paths = writeEachKind(folder, 640, 480);
   const auto path = [&](const char* name) { return paths.emplace_back(folder.file(name)); };
-  for (const char* name : {"a.jpg", "a.png", "a.webp", "a.gif", "a.tif"}) {
-    writePicture(path(name), {.width = 640, .height = 480, .orientation = 6});
-  }
-  writePicture(path("progressive.jpg"), {.progressive = true});
-  writePicture(path("print.jpg"), {.cmyk = true});
   writePicture(path("grey.jpg"), {.grey = true});
-  for (const char* name : {"wide.jpg", "wide.png", "wide.tif"}) writePicture(path(name), {.profile = "p3"});
-  writePicture(path("deep.png"), {.bits = 16, .alpha = 100});
   writePicture(path("large.jpg"), {.width = 3000, .height = 2000, .orientation = 8});
-  writeJpegWithThumbnail(path("embedded.jpg"), 90, 60, 160, 106, 6);
-  writeHeif(path("a.heic"), 640, 480, 6, 6, 64);
-  writeHeif(path("a.avif"), 640, 480, 6, 6, 64);
-  writeJpegXl(path("a.jxl"), 640, 480, 6);
-  for (const char* name : {"a.mp4", "a.mov", "a.mkv", "a.avi", "a.ts"}) writeClip(path(name), {.turn = 90});
   // And what becomes of each when its end is lost.
   for (const std::string& whole : std::vector<std::string>(paths)) {
     auto bytes = readFile(whole);

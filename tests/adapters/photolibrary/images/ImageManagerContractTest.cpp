@@ -25,40 +25,34 @@ class FilesImageWorld final : public ImageManagerWorld {
   Asset photo(int width, int height, std::uint32_t colour) override {
     const std::string path = nextFile(".png");
     test::writeFlatPicture(path, width, height, colour);
-    return items_.add(path, path);
+    return items_.add(path, {path});
   }
   Asset damagedPhoto() override {
     const std::string path = nextFile(".jpg");
-    test::writePicture(path, {.width = 320, .height = 240});
-    auto bytes = test::readFile(path);
-    bytes.resize(bytes.size() / 2);
-    test::writeFile(path, bytes);
-    return items_.add(path, path);
+    test::writeFile(path, {0xff, 0xd8, 0xff, 0xe0});
+    return items_.add(path, {path});
   }
   Asset video(double seconds) override {
     const std::string path = nextFile(".mp4");
     test::writeClip(path, {.frames = static_cast<int>(seconds * 10)});
-    return items_.add(path, path);
+    return items_.add(path, {path});
   }
   Asset videoWithoutVideoTrack() override {
     const std::string path = nextFile(".mov");
-    test::writeClip(path, {.video = false, .audio = true});
-    return items_.add(path, path);
+    test::writeFile(path, test::sampleVideo(1, "soun"));
+    return items_.add(path, {path});
   }
   Asset cloudPhoto() override {
     const std::string path = nextFile(".jpg");
     test::writePicture(path, {.width = 320, .height = 240});
-    return items_.addRemote(path, path);
+    return items_.add(path, {.path = path, .remote = true});
   }
   Asset cloudVideo() override {
     const std::string path = nextFile(".mp4");
     test::writeClip(path);
-    return items_.addRemote(path, path, {MediaFormat::Mp4});
+    return items_.add(path, {.path = path, .format = MediaFormat::Mp4, .remote = true});
   }
-  Asset deletedPhoto() override {
-    const std::string path = nextFile(".jpg");
-    return items_.add(path, path);
-  }
+  Asset deletedPhoto() override { return items_.add("deleted", {folder_.file("deleted.jpg")}); }
 
  private:
   std::string nextFile(const char* extension) { return folder_.file(std::to_string(++files_) + extension); }

@@ -42,6 +42,9 @@ class Gate {
   bool open_ = false;
 };
 
+constexpr auto opportunistic = PHImageRequestOptionsDeliveryModeOpportunistic;
+constexpr auto highQuality = PHImageRequestOptionsDeliveryModeHighQualityFormat;
+
 class ManagingImages : public testing::Test {
  protected:
   using Asset = std::shared_ptr<const PHAsset>;
@@ -63,7 +66,7 @@ class ManagingImages : public testing::Test {
       const std::lock_guard lock(mutex_);
       fetched_.push_back(name);
     });
-    ask(photo("first"), PHImageRequestOptionsDeliveryModeHighQualityFormat, "first");
+    ask(photo("first"), highQuality, "first");
     gate_.waitForHeld(1);
   }
   Asset photo(const std::string& name, bool withThumbnail = false) {
@@ -73,19 +76,30 @@ class ManagingImages : public testing::Test {
     } else {
       writePicture(path, {.width = 400, .height = 300});
     }
-    return items_.add(name, path);
+    return items_.add(name, {path});
   }
-  static PHImageRequestOptions options(PHImageRequestOptionsDeliveryMode mode) {
+  static PHImageRequestOptions options(PHImageRequestOptionsDeliveryMode mode, bool network = false) {
     PHImageRequestOptions options;
     options.deliveryMode = mode;
+    options.networkAccessAllowed = network;
     return options;
   }
-  PHImageRequestID ask(const Asset& asset, PHImageRequestOptionsDeliveryMode mode, const std::string& name) {
+  PHImageRequestID ask(const Asset& asset, const PHImageRequestOptions& options, const std::string& name,
+                       CGSize target = cell) {
     return images_->requestImage(
-        asset, cell, PHImageContentModeAspectFill, options(mode),
+        asset, target, PHImageContentModeAspectFill, options,
         [this, name](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
           answers_.push_back(name + (info.PHImageResultIsDegradedKey ? " degraded" : image ? " final" : " error"));
+          last_ = image;
         });
+  }
+  PHImageRequestID ask(const Asset& asset, PHImageRequestOptionsDeliveryMode mode, const std::string& name,
+                       CGSize target = cell) {
+    return ask(asset, options(mode), name, target);
+  }
+  /// Has these made beforehand, for cells.
+  void warm(const std::vector<Asset>& assets) {
+    images_->startCachingImages(this, assets, cell, PHImageContentModeAspectFill, {});
   }
   bool waitForAnswers(std::size_t count) {
     return loop_.runUntil([&] { return answers_.size() >= count; });
@@ -104,10 +118,8 @@ class ManagingImages : public testing::Test {
   FileItems items_;
   std::unique_ptr<ImageManager> images_;
   std::vector<std::string> answers_;
+  std::shared_ptr<const UIImage> last_;  ///< what the last of them brought
 };
-
-constexpr auto opportunistic = PHImageRequestOptionsDeliveryModeOpportunistic;
-constexpr auto highQuality = PHImageRequestOptionsDeliveryModeHighQualityFormat;
 
 TEST_F(ManagingImages, ShowsTheEmbeddedPictureFirstAndThenTheFinalOne) {
   start();
@@ -126,23 +138,17 @@ TEST_F(ManagingImages, AHeifsOwnThumbnailIsFinalWhereItIsLargeEnough) {
   std::atomic<int> fetches{0};
   items_.setGate([&](const std::string&) { ++fetches; });
   const std::string path = folder_.file("a.heic");
-  writeHeif(path, 640, 480, 1, 0, 320);
-  const Asset asset = items_.add("a", path, {MediaFormat::Heic, 640, 480});
+  writePicture(path, {.width = 640, .height = 480, .thumbnail = 320});
+  const Asset asset = items_.add("a", {path, MediaFormat::Heic, 640, 480});
   ask(asset, opportunistic, "cell");
   settle();
-  EXPECT_EQ(answers_, (std::vector<std::string>{"cell final"}));
   EXPECT_EQ(fetches, 0) << "the photo itself was not decoded";
-  PHImageRequestID last =
-      images_->requestImage(asset, {400, 400}, PHImageContentModeAspectFill, options(opportunistic),
-                            [this](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
-                              answers_.push_back(std::to_string(static_cast<int>(image->size().width)) +
-                                                 (info.PHImageResultIsDegradedKey ? " degraded" : " final"));
-                            });
-  EXPECT_NE(last, PHInvalidImageRequestID);
+  ask(asset, opportunistic, "large", {400, 400});
+  settle();
+  EXPECT_EQ(last_->size().width, 533);
   ask(asset, highQuality, "best");
   settle();
-  std::sort(answers_.begin(), answers_.end());
-  EXPECT_EQ(answers_, (std::vector<std::string>{"320 degraded", "533 final", "best final", "cell final"}));
+  EXPECT_EQ(answers_, (std::vector<std::string>{"cell final", "large degraded", "large final", "best final"}));
   EXPECT_EQ(fetches, 2) << "the larger picture and the one of high quality";
 }
 
@@ -151,38 +157,31 @@ TEST_F(ManagingImages, CellsGetTheScreensPixelsAndDeliveriesTheirExactSize) {
   images_->setScreenScale(2);
   const Asset asset = photo("a");
   struct Row {
-    CGSize target;
+    double target;
     PHImageRequestOptionsDeliveryMode delivery;
     PHImageRequestOptionsResizeMode resize;
     double height;
     const char* reason;
   };
   constexpr auto fast = PHImageRequestOptionsResizeModeFast, exact = PHImageRequestOptionsResizeModeExact;
-  const Row rows[] = {{{130, 130}, opportunistic, fast, 260, "a cell"},
-                      {{130, 130}, opportunistic, exact, 130, "a cell that insists"},
-                      {{130, 130}, highQuality, exact, 130, "a delivery"},
-                      {{130, 130}, highQuality, fast, 130, "a delivery that does not insist"},
-                      {{170, 170}, opportunistic, fast, 300, "never enlarged"}};
+  const Row rows[] = {{130, opportunistic, fast, 260, "a cell"},
+                      {130, opportunistic, exact, 130, "a cell that insists"},
+                      {130, highQuality, exact, 130, "a delivery"},
+                      {130, highQuality, fast, 130, "a delivery that does not insist"},
+                      {170, opportunistic, fast, 300, "never enlarged"}};
   for (const Row& row : rows) {
     PHImageRequestOptions asked = options(row.delivery);
     asked.resizeMode = row.resize;
-    CGSize size{};
-    images_->requestImage(asset, row.target, PHImageContentModeAspectFill, asked,
-                          [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) {
-                            size = image->size();
-                            EXPECT_EQ(image->scale(), 1) << row.reason;
-                          });
-    ASSERT_TRUE(loop_.runUntil([&] { return size.height > 0; })) << row.reason;
-    EXPECT_EQ(size.height, row.height) << row.reason;
+    ask(asset, asked, row.reason, {row.target, row.target});
+    settle();
+    ASSERT_TRUE(last_) << row.reason;
+    EXPECT_EQ(last_->size().height, row.height) << row.reason;
+    EXPECT_EQ(last_->scale(), 1) << row.reason;
   }
-  const int client = 0;
-  images_->startCachingImages(&client, {asset}, {100, 100}, PHImageContentModeAspectFill, {});
+  images_->startCachingImages(this, {asset}, {100, 100}, PHImageContentModeAspectFill, {});
   settle();
-  images_->requestImage(asset, {100, 100}, PHImageContentModeAspectFill, options(opportunistic),
-                        [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) {
-                          answers_.push_back(std::to_string(static_cast<int>(image->size().height)));
-                        });
-  EXPECT_EQ(answers_, (std::vector<std::string>{"200"})) << "preheated at the screen's pixels too";
+  ask(asset, opportunistic, "preheated", {100, 100});
+  EXPECT_EQ(last_->size().height, 200) << "preheated at the screen's pixels too, hence within the call";
 }
 
 TEST_F(ManagingImages, AFilesChangeMakesItsThumbnailAnew) {
@@ -192,7 +191,7 @@ TEST_F(ManagingImages, AFilesChangeMakesItsThumbnailAnew) {
   ASSERT_TRUE(waitForAnswers(1));
   ask(asset, opportunistic, "again");
   EXPECT_EQ(answers_.size(), 2u) << "within the call";
-  items_.touch("a");
+  items_.add("a", {.path = folder_.file("a.jpg"), .modified = 2});
   ask(asset, opportunistic, "changed");
   EXPECT_EQ(answers_.size(), 2u) << "no longer in memory";
   ASSERT_TRUE(waitForAnswers(3));
@@ -202,45 +201,31 @@ TEST_F(ManagingImages, AFilesChangeMakesItsThumbnailAnew) {
   EXPECT_EQ(answers_.back(), "forgotten error");
 }
 
-TEST_F(ManagingImages, ServesTheNewestFirstAndWhatIsVisibleBeforeWhatIsPreheated) {
+TEST_F(ManagingImages, WhatIsScrolledAwayWaitsBehindWhatIsLookedAtNext) {
   startHeld();
-  const int client = 0;
-  images_->startCachingImages(&client, {photo("warm 1"), photo("warm 2")}, cell, PHImageContentModeAspectFill, {});
-  ask(photo("a"), highQuality, "a");
-  ask(photo("b"), highQuality, "b");
+  const std::vector<Asset> passed{photo("passed 1"), photo("passed 2")}, stopped{photo("stopped")};
+  warm(passed);
+  for (const Asset& asset : passed) ask(asset, opportunistic, "passed");
+  images_->stopCachingImages(this, passed, cell, PHImageContentModeAspectFill);
+  warm({photo("next")});
+  warm(stopped);
+  images_->stopCachingImages(this, stopped, cell, PHImageContentModeAspectFill);
   const PHImageRequestID dropped = ask(photo("dropped"), highQuality, "dropped");
-  ask(photo("c"), highQuality, "c");
-  images_->startCachingImages(&client, {photo("stopped")}, cell, PHImageContentModeAspectFill, {});
-  images_->stopCachingImages(&client, {items_.add("stopped", folder_.file("stopped.jpg"))}, cell,
-                             PHImageContentModeAspectFill);
+  ask(photo("visible"), highQuality, "visible");
   images_->cancelImageRequest(dropped);
   gate_.open();
   settle();
-  EXPECT_EQ(fetched_, (std::vector<std::string>{"c", "b", "a", "warm 1", "warm 2"}))
+  EXPECT_EQ(fetched_, (std::vector<std::string>{"visible", "next", "passed 2", "passed 1"}))
       << "what was cancelled or stopped is never touched";
-}
-
-TEST_F(ManagingImages, WhatIsScrolledAwayWaitsBehindWhatIsLookedAtNext) {
-  startHeld();
-  const int client = 0;
-  const std::vector<Asset> passed{photo("passed 1"), photo("passed 2")};
-  images_->startCachingImages(&client, passed, cell, PHImageContentModeAspectFill, {});
-  for (const Asset& asset : passed) ask(asset, opportunistic, "passed");
-  images_->stopCachingImages(&client, passed, cell, PHImageContentModeAspectFill);
-  images_->startCachingImages(&client, {photo("next")}, cell, PHImageContentModeAspectFill, {});
-  gate_.open();
-  settle();
-  EXPECT_EQ(fetched_, (std::vector<std::string>{"next", "passed 2", "passed 1"}));
-  EXPECT_EQ(answers_.size(), 3u) << "they are answered all the same";
+  EXPECT_EQ(answers_.size(), 4u) << "what was passed is answered all the same";
 }
 
 TEST_F(ManagingImages, TheSamePictureIsMadeOnceForAllWhoAskMeanwhile) {
   start(2);
-  Gate gate;
   std::atomic<int> fetches{0};
   items_.setGate([&](const std::string&) {
     ++fetches;
-    gate.pass();
+    gate_.pass();
   });
   const Asset asset = photo("a");
   std::vector<std::shared_ptr<const UIImage>> got;
@@ -250,14 +235,13 @@ TEST_F(ManagingImages, TheSamePictureIsMadeOnceForAllWhoAskMeanwhile) {
         [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) { got.push_back(image); });
   };
   const PHImageRequestID first = again();
-  gate.waitForHeld(1);
+  gate_.waitForHeld(1);
   again();
   again();
-  const int client = 0;
-  images_->startCachingImages(&client, {asset}, cell, PHImageContentModeAspectFill, {});
-  gate.waitForHeld(2);  // the other worker comes to it only when it is through with those two
+  warm({asset});
+  gate_.waitForHeld(2);  // the other worker comes to it only when it is through with those two
   images_->cancelImageRequest(first);
-  gate.open();
+  gate_.open();
   settle();
   EXPECT_EQ(fetches, 2) << "the whole picture and the cell's";
   ASSERT_EQ(got.size(), 2u) << "the one that set it going was cancelled, and did not take the others with it";
@@ -271,37 +255,30 @@ TEST_F(ManagingImages, AnItemElsewhereIsShownByItsPreview) {
   const std::string original = folder_.file("original.jpg"), small = folder_.file("small.jpg");
   writeJpegWithThumbnail(original, 400, 300, 160, 120);
   writePicture(small, {.width = 200, .height = 150});
-  const FileFacts facts{MediaFormat::Jpeg, 400, 300};
+  using Shown = std::optional<Preview>;
+  const auto of = [](const std::string& path, bool head) { return Preview{{path, nullptr}, head}; };
+  constexpr auto jpeg = MediaFormat::Jpeg;
   struct Row {
-    const char* name;
-    Asset asset;
+    MediaFormat format;
+    Shown preview;
     bool network;
     const char* answer;
     int originals;
     const char* reason;
   };
   const Row rows[] = {
-      {"file", items_.addRemote("file", original, facts, Preview{{small, nullptr}, false}), false, "final", 0,
-       "a picture of its own, needing no leave"},
-      {"head", items_.addRemote("head", original, facts, Preview{{original, nullptr}, true}), true, "final", 0,
-       "the picture in the original's first bytes"},
-      {"none", items_.addRemote("none", original, facts), true, "final", 1, "without one the original is fetched"},
-      {"forbidden", items_.addRemote("forbidden", original, facts), false, "error", 0, "if that is allowed"},
-      {"video", items_.addRemote("video", original, {MediaFormat::Mp4, 400, 300}), true, "error", 0,
-       "no video is fetched for its poster"},
-      {"bad", items_.addRemote("bad", original, facts, Preview{{folder_.file("none"), nullptr}, false}), true, "final",
-       1, "a preview that cannot be read is as good as none"},
+      {jpeg, of(small, false), false, " final", 0, "a picture of its own, needing no leave"},
+      {jpeg, of(original, true), true, " final", 0, "the picture in the original's first bytes"},
+      {jpeg, {}, true, " final", 1, "without one the original is fetched"},
+      {jpeg, {}, false, " error", 0, "if that is allowed"},
+      {MediaFormat::Mp4, {}, true, " error", 0, "no video is fetched for its poster"},
+      {jpeg, of("none", false), true, " final", 1, "a preview that cannot be read is as good as none"},
   };
   for (const Row& row : rows) {
     answers_.clear();
     originals = 0;
-    PHImageRequestOptions asked = options(opportunistic);
-    asked.networkAccessAllowed = row.network;
-    images_->requestImage(
-        row.asset, cell, PHImageContentModeAspectFill, asked,
-        [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
-          answers_.push_back(info.PHImageResultIsDegradedKey ? "degraded" : image ? "final" : "error");
-        });
+    ask(items_.add(row.reason, {original, row.format, 400, 300, true, row.preview}),
+        options(opportunistic, row.network), "");
     settle();
     EXPECT_EQ(answers_, (std::vector<std::string>{row.answer})) << row.reason;
     EXPECT_EQ(originals, row.originals) << row.reason;
@@ -310,45 +287,37 @@ TEST_F(ManagingImages, AnItemElsewhereIsShownByItsPreview) {
 
 TEST_F(ManagingImages, TransfersHoldUpNeitherPicturesNorEachOther) {
   start(1);
-  Gate gate;
   items_.setGate([&](const std::string& name) {
-    if (name.starts_with("slow")) gate.pass();
+    if (name.starts_with("slow")) gate_.pass();
   });
   const std::string path = folder_.file("far.jpg");
   writePicture(path, {.width = 400, .height = 300});
-  PHImageRequestOptions online = options(highQuality);
-  online.networkAccessAllowed = true;
   const auto fetch = [&](const std::string& name) {
-    return images_->requestImage(
-        items_.addRemote(name, path, {MediaFormat::Jpeg, 400, 300}), cell, PHImageContentModeAspectFill, online,
-        [this, name](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
-          answers_.push_back(name + (image ? " final" : info.PHImageResultIsInCloudKey ? " in the cloud" : " error"));
-        });
+    return ask(items_.add(name, {path, MediaFormat::Jpeg, 400, 300, true}), options(highQuality, true), name);
   };
   const PHImageRequestID running = fetch("slow 1");
-  gate.waitForHeld(1);
+  gate_.waitForHeld(1);
   fetch("quick");
   ASSERT_TRUE(waitForAnswers(1)) << "another transfer comes through";
   fetch("slow 2");
-  gate.waitForHeld(2);
+  gate_.waitForHeld(2);
   ask(photo("near"), highQuality, "near");
   ASSERT_TRUE(waitForAnswers(2)) << "and so does what needs none";
   const PHImageRequestID waiting = fetch("slow 3");
   images_->cancelImageRequest(waiting);
   images_->cancelImageRequest(running);
-  gate.open();
+  gate_.open();
   settle();
   EXPECT_EQ(answers_, (std::vector<std::string>{"quick final", "near final", "slow 2 final"}));
 }
 
 TEST_F(ManagingImages, ASynchronousRequestDoesNotWaitForTheQueue) {
   start(2);
-  Gate gate;
   items_.setGate([&](const std::string& name) {
-    if (name != "now") gate.pass();
+    if (name != "now") gate_.pass();
   });
   for (int i = 0; i < 10; ++i) ask(photo(std::to_string(i)), highQuality, "queued");
-  gate.waitForHeld(2);
+  gate_.waitForHeld(2);
   const Asset now = photo("now");
   std::atomic<bool> answered{false};
   std::thread([&] {
@@ -359,33 +328,24 @@ TEST_F(ManagingImages, ASynchronousRequestDoesNotWaitForTheQueue) {
         [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) { answered = image != nullptr; });
   }).join();
   EXPECT_TRUE(answered);
-  gate.open();
+  gate_.open();
   EXPECT_TRUE(waitForAnswers(10));
 }
 
-TEST_F(ManagingImages, CallsNothingOnceItIsGone) {
+TEST_F(ManagingImages, CallsNothingOnceItIsGoneAndLeavesWhatItDelivered) {
   start(1);
-  Gate gate;
-  items_.setGate([&](const std::string&) { gate.pass(); });
+  ask(photo("delivered"), highQuality, "delivered", {});
+  ASSERT_TRUE(waitForAnswers(1));
+  items_.setGate([&](const std::string&) { gate_.pass(); });
   ask(photo("running"), highQuality, "running");
   ask(photo("waiting"), opportunistic, "waiting");
-  const int client = 0;
-  images_->startCachingImages(&client, {photo("warm")}, cell, PHImageContentModeAspectFill, {});
-  gate.waitForHeld(1);
-  gate.open();
+  warm({photo("warm")});
+  gate_.waitForHeld(1);
+  gate_.open();
   images_.reset();
   loop_.runUntilIdle();
-  EXPECT_TRUE(answers_.empty());
-}
-
-TEST_F(ManagingImages, ADeliveredPictureOutlivesTheManager) {
-  start();
-  std::shared_ptr<const UIImage> kept;
-  images_->requestImage(photo("a"), {}, PHImageContentModeAspectFit, options(highQuality),
-                        [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) { kept = image; });
-  ASSERT_TRUE(loop_.runUntil([&] { return kept != nullptr; }));
-  images_.reset();
-  EXPECT_EQ(lettersOf(*kept->bitmap()), "RG/BW");
+  EXPECT_EQ(answers_.size(), 1u);
+  EXPECT_EQ(lettersOf(*last_->bitmap()), "RG/BW");
 }
 
 }  // namespace

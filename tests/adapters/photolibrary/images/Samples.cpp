@@ -5,9 +5,9 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
 }
-#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <iterator>
 #include <memory>
 #include <stdexcept>
@@ -16,7 +16,6 @@ extern "C" {
 #include <fcntl.h>
 #include <jxl/encode.h>
 #include <libheif/heif.h>
-#include <stdlib.h>
 #include <unistd.h>
 #include <vips/vips.h>
 #include <zlib.h>
@@ -53,20 +52,27 @@ void check(bool fine, const std::string& what) {
   if (!fine) throw std::runtime_error("cannot make " + what + " " + vips_error_buffer());
 }
 
-bool hasExtension(const std::string& path, const char* extension) {
-  return std::filesystem::path(path).extension() == std::string(".") + extension;
-}
-
 using ImageRef = std::unique_ptr<VipsImage, void (*)(void*)>;
 
 ImageRef own(VipsImage* image) {
   return {image, [](void* object) { g_object_unref(object); }};
 }
 
+Buffer quarters(int width, int height) {
+  Buffer rgba;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const Colour& colour = y < height / 2 ? (x < width / 2 ? red : green) : (x < width / 2 ? blue : white);
+      rgba.insert(rgba.end(), colour.begin(), colour.end());
+    }
+  }
+  return rgba;
+}
+
 ImageRef makeImage(const PictureOptions& options) {
   static const bool started = vips_init("tests") == 0;
   check(started, "libvips");
-  const std::vector<std::uint8_t> rgba = quarters(options.width, options.height);
+  const Buffer rgba = quarters(options.width, options.height);
   ImageRef image = own(
       vips_image_new_from_memory_copy(rgba.data(), rgba.size(), options.width, options.height, 4, VIPS_FORMAT_UCHAR));
   image->Type = VIPS_INTERPRETATION_sRGB;
@@ -96,73 +102,104 @@ ImageRef makeImage(const PictureOptions& options) {
   return image;
 }
 
-void append16(std::vector<std::uint8_t>& bytes, unsigned value) {
-  bytes.push_back(static_cast<std::uint8_t>(value >> 8));
-  bytes.push_back(static_cast<std::uint8_t>(value));
+Buffer exifHead() {
+  return bytesOf(std::string_view("MM\0*\0\0\0\10", 8));
 }
 
-void append32(std::vector<std::uint8_t>& bytes, unsigned value) {
-  append16(bytes, value >> 16);
-  append16(bytes, value & 0xffff);
+/// An EXIF block with an orientation and, when given, a thumbnail.
+Buffer exifBlock(int orientation, const Buffer& thumbnail = {}) {
+  const Buffer bytes = exifHead() + be(1, 2) + exifEntry(0x0112, 3, 1, static_cast<unsigned>(orientation));
+  if (thumbnail.empty()) return bytes + be(0, 4);
+  return bytes + be(26, 4) + be(3, 2) + exifEntry(0x0103, 3, 1, 6) + exifEntry(0x0201, 4, 1, 68) +
+         exifEntry(0x0202, 4, 1, static_cast<unsigned>(thumbnail.size())) + be(0, 4) + thumbnail;
 }
 
-void appendEntry(std::vector<std::uint8_t>& bytes, unsigned tag, unsigned type, unsigned value) {
-  append16(bytes, tag);
-  append16(bytes, type);
-  append32(bytes, 1);
-  append32(bytes, type == 3 ? value << 16 : value);
-}
-
-/// A big-endian EXIF block with an orientation and, when given, a thumbnail.
-std::vector<std::uint8_t> exifBlock(int orientation, const std::vector<std::uint8_t>& thumbnail) {
-  std::vector<std::uint8_t> bytes{'M', 'M', 0, 42, 0, 0, 0, 8};
-  append16(bytes, 1);
-  appendEntry(bytes, 0x0112, 3, static_cast<unsigned>(orientation));
-  append32(bytes, thumbnail.empty() ? 0 : 26);
-  if (thumbnail.empty()) return bytes;
-  append16(bytes, 3);
-  appendEntry(bytes, 0x0103, 3, 6);
-  appendEntry(bytes, 0x0201, 4, 26 + 2 + 3 * 12 + 4);
-  appendEntry(bytes, 0x0202, 4, static_cast<unsigned>(thumbnail.size()));
-  append32(bytes, 0);
-  bytes.insert(bytes.end(), thumbnail.begin(), thumbnail.end());
-  return bytes;
-}
-
-void insertJpegExif(std::vector<std::uint8_t>& file, const std::vector<std::uint8_t>& block) {
-  std::vector<std::uint8_t> segment{0xff, 0xe1};
-  append16(segment, static_cast<unsigned>(block.size() + 8));
-  segment.insert(segment.end(), {'E', 'x', 'i', 'f', 0, 0});
-  segment.insert(segment.end(), block.begin(), block.end());
-  file.insert(file.begin() + 2, segment.begin(), segment.end());
+Buffer jpegOf(const ImageRef& image) {
+  void* buffer = nullptr;
+  size_t size = 0;
+  check(vips_jpegsave_buffer(image.get(), &buffer, &size, "Q", 90, "strip", TRUE, nullptr) == 0, "a JPEG");
+  const auto* bytes = static_cast<const std::uint8_t*>(buffer);
+  const Buffer jpeg(bytes, bytes + size);
+  g_free(buffer);
+  return jpeg;
 }
 
 /// libvips writes no EXIF into a PNG.
 void insertPngExif(const std::string& path, int orientation) {
-  const std::vector<std::uint8_t> block = exifBlock(orientation, {});
-  std::vector<std::uint8_t> chunk{'e', 'X', 'I', 'f'};
-  chunk.insert(chunk.end(), block.begin(), block.end());
-  append32(chunk, static_cast<unsigned>(crc32(0, chunk.data(), static_cast<unsigned>(chunk.size()))));
-  std::vector<std::uint8_t> length;
-  append32(length, static_cast<unsigned>(block.size()));
-  chunk.insert(chunk.begin(), length.begin(), length.end());
-  std::vector<std::uint8_t> file = readFile(path);
+  const Buffer block = exifBlock(orientation), named = bytesOf("eXIf") + block;
+  const Buffer chunk = be(block.size(), 4) + named + be(crc32(0, named.data(), static_cast<unsigned>(named.size())), 4);
+  Buffer file = readFile(path);
   file.insert(file.begin() + 33, chunk.begin(), chunk.end());
   writeFile(path, file);
 }
 
-}  // namespace
-
-std::vector<std::uint8_t> quarters(int width, int height) {
-  std::vector<std::uint8_t> rgba;
+void writeHeif(const std::string& path, const PictureOptions& wanted) {
+  const auto [width, height] = std::pair(wanted.width, wanted.height);
+  const auto fine = [&](heif_error error) { check(error.code == heif_error_Ok, path + ": " + error.message); };
+  heif_context* context = heif_context_alloc();
+  heif_encoder* encoder = nullptr;
+  fine(heif_context_get_encoder_for_format(
+      context, path.ends_with(".avif") ? heif_compression_AV1 : heif_compression_HEVC, &encoder));
+  heif_encoder_set_lossy_quality(encoder, 90);
+  heif_image* image = nullptr;
+  fine(heif_image_create(width, height, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &image));
+  fine(heif_image_add_plane(image, heif_channel_interleaved, width, height, 8));
+  int stride = 0;
+  std::uint8_t* plane = heif_image_get_plane(image, heif_channel_interleaved, &stride);
+  const Buffer rgba = quarters(width, height);
   for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const Colour& colour = y < height / 2 ? (x < width / 2 ? red : green) : (x < width / 2 ? blue : white);
-      rgba.insert(rgba.end(), colour.begin(), colour.end());
-    }
+    for (int x = 0; x < width; ++x) std::memcpy(plane + y * stride + x * 3, &rgba[(y * width + x) * 4ul], 3);
   }
-  return rgba;
+  heif_encoding_options* options = heif_encoding_options_alloc();
+  options->image_orientation = static_cast<heif_orientation>(wanted.orientation);
+  heif_image_handle* handle = nullptr;
+  fine(heif_context_encode_image(context, image, encoder, options, &handle));
+  const Buffer block = exifBlock(wanted.mentioned ? wanted.mentioned : wanted.orientation);
+  fine(heif_context_add_exif_metadata(context, handle, block.data(), static_cast<int>(block.size())));
+  if (wanted.thumbnail > 0) {
+    heif_image_handle* small = nullptr;
+    fine(heif_context_encode_thumbnail(context, image, handle, encoder, options, wanted.thumbnail, &small));
+    heif_image_handle_release(small);
+  }
+  fine(heif_context_write_to_file(context, path.c_str()));
+  heif_encoding_options_free(options);
+  heif_image_handle_release(handle);
+  heif_image_release(image);
+  heif_encoder_release(encoder);
+  heif_context_free(context);
 }
+
+void writeJpegXl(const std::string& path, const PictureOptions& wanted) {
+  JxlEncoder* encoder = JxlEncoderCreate(nullptr);
+  JxlBasicInfo info;
+  JxlEncoderInitBasicInfo(&info);
+  info.xsize = static_cast<std::uint32_t>(wanted.width);
+  info.ysize = static_cast<std::uint32_t>(wanted.height);
+  info.bits_per_sample = 8;
+  info.alpha_bits = 8;
+  info.num_extra_channels = 1;
+  info.uses_original_profile = JXL_TRUE;
+  info.orientation = static_cast<JxlOrientation>(wanted.orientation);
+  check(JxlEncoderSetBasicInfo(encoder, &info) == JXL_ENC_SUCCESS, path);
+  JxlColorEncoding colours;
+  JxlColorEncodingSetToSRGB(&colours, JXL_FALSE);
+  check(JxlEncoderSetColorEncoding(encoder, &colours) == JXL_ENC_SUCCESS, path);
+  JxlEncoderFrameSettings* frame = JxlEncoderFrameSettingsCreate(encoder, nullptr);
+  JxlEncoderSetFrameLossless(frame, JXL_TRUE);
+  const JxlPixelFormat format{4, JXL_TYPE_UINT8, JXL_NATIVE_ENDIAN, 0};
+  const Buffer rgba = quarters(wanted.width, wanted.height);
+  check(JxlEncoderAddImageFrame(frame, &format, rgba.data(), rgba.size()) == JXL_ENC_SUCCESS, path);
+  JxlEncoderCloseInput(encoder);
+  Buffer bytes(1 << 20);
+  std::uint8_t* next = bytes.data();
+  std::size_t left = bytes.size();
+  check(JxlEncoderProcessOutput(encoder, &next, &left) == JXL_ENC_SUCCESS, path);
+  bytes.resize(bytes.size() - left);
+  JxlEncoderDestroy(encoder);
+  writeFile(path, bytes);
+}
+
+}  // namespace
 
 std::array<Colour, 4> cornersOf(const CGImage& image) {
   std::array<Colour, 4> corners{};
@@ -191,209 +228,90 @@ std::string lettersOf(const CGImage& image) {
 }
 
 void writePicture(const std::string& path, const PictureOptions& options) {
-  const ImageRef image = makeImage(options);
-  int failed = 1;
-  if (hasExtension(path, "jpg")) {
-    failed = vips_jpegsave(image.get(), path.c_str(), "Q", options.quality, "interlace", options.progressive, nullptr);
-  } else if (hasExtension(path, "png")) {
-    failed =
-        vips_pngsave(image.get(), path.c_str(), "palette", options.palette, "interlace", options.progressive, nullptr);
-  } else if (hasExtension(path, "webp")) {
-    failed = vips_webpsave(image.get(), path.c_str(), "lossless", TRUE, nullptr);
-  } else if (hasExtension(path, "gif")) {
-    failed = vips_gifsave(image.get(), path.c_str(), nullptr);
-  } else if (hasExtension(path, "tif")) {
-    failed = vips_tiffsave(image.get(), path.c_str(), nullptr);
-  }
-  check(failed == 0, path);
-  if (options.orientation != 1 && hasExtension(path, "png")) insertPngExif(path, options.orientation);
+  const std::string kind = std::filesystem::path(path).extension();
+  if (kind == ".heic" || kind == ".avif") return writeHeif(path, options);
+  if (kind == ".jxl") return writeJpegXl(path, options);
+  std::string how = "[strip=false";
+  if (kind == ".jpg") how += ",Q=90";
+  if (kind == ".webp") how += ",lossless";
+  if (options.progressive) how += ",interlace";
+  if (options.palette) how += ",palette";
+  check(vips_image_write_to_file(makeImage(options).get(), (path + how + "]").c_str(), nullptr) == 0, path);
+  if (options.orientation != 1 && kind == ".png") insertPngExif(path, options.orientation);
 }
 
-void writeFlatPicture(const std::string& path, int width, int height, std::uint32_t colour) {
-  std::vector<std::uint8_t> rgb;
-  for (int i = 0; i < width * height; ++i) {
-    for (const int shift : {16, 8, 0}) rgb.push_back(static_cast<std::uint8_t>(colour >> shift));
-  }
+void writeFlatPicture(const std::string& path, int width, int height, std::uint32_t colour,
+                      const std::map<std::string, std::string>& texts) {
   check(vips_init("tests") == 0, "libvips");
-  const ImageRef image =
-      own(vips_image_new_from_memory_copy(rgb.data(), rgb.size(), width, height, 3, VIPS_FORMAT_UCHAR));
-  image->Type = VIPS_INTERPRETATION_sRGB;
+  const Buffer rgb = be(colour, 3);
+  const ImageRef pixel = own(vips_image_new_from_memory_copy(rgb.data(), 3, 1, 1, 3, VIPS_FORMAT_UCHAR));
+  pixel->Type = VIPS_INTERPRETATION_sRGB;
+  VipsImage* flat = nullptr;
+  check(vips_embed(pixel.get(), &flat, 0, 0, width, height, "extend", VIPS_EXTEND_COPY, nullptr) == 0, path);
+  const ImageRef image = own(flat);
+  int number = 0;
+  for (const auto& [key, text] : texts) {
+    const std::string name = "png-comment-" + std::to_string(number++) + "-" + key;
+    vips_image_set_string(image.get(), name.c_str(), text.c_str());
+  }
   check(vips_pngsave(image.get(), path.c_str(), nullptr) == 0, path);
-}
-
-void writeHeif(const std::string& path, int width, int height, int irot, int exif, int thumbnail) {
-  const auto fine = [&](heif_error error) { check(error.code == heif_error_Ok, path + ": " + error.message); };
-  heif_context* context = heif_context_alloc();
-  heif_encoder* encoder = nullptr;
-  fine(heif_context_get_encoder_for_format(
-      context, hasExtension(path, "avif") ? heif_compression_AV1 : heif_compression_HEVC, &encoder));
-  heif_encoder_set_lossy_quality(encoder, 90);
-  heif_image* image = nullptr;
-  fine(heif_image_create(width, height, heif_colorspace_RGB, heif_chroma_interleaved_RGB, &image));
-  fine(heif_image_add_plane(image, heif_channel_interleaved, width, height, 8));
-  int stride = 0;
-  std::uint8_t* plane = heif_image_get_plane(image, heif_channel_interleaved, &stride);
-  const std::vector<std::uint8_t> rgba = quarters(width, height);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) std::memcpy(plane + y * stride + x * 3, &rgba[(y * width + x) * 4ul], 3);
-  }
-  heif_encoding_options* options = heif_encoding_options_alloc();
-  options->image_orientation = static_cast<heif_orientation>(irot);
-  heif_image_handle* handle = nullptr;
-  fine(heif_context_encode_image(context, image, encoder, options, &handle));
-  if (exif > 0) {
-    const auto block = exifBlock(exif, {});
-    fine(heif_context_add_exif_metadata(context, handle, block.data(), static_cast<int>(block.size())));
-  }
-  if (thumbnail > 0) {
-    heif_image_handle* small = nullptr;
-    fine(heif_context_encode_thumbnail(context, image, handle, encoder, options, thumbnail, &small));
-    heif_image_handle_release(small);
-  }
-  fine(heif_context_write_to_file(context, path.c_str()));
-  heif_encoding_options_free(options);
-  heif_image_handle_release(handle);
-  heif_image_release(image);
-  heif_encoder_release(encoder);
-  heif_context_free(context);
-}
-
-void writeJpegXl(const std::string& path, int width, int height, int orientation) {
-  JxlEncoder* encoder = JxlEncoderCreate(nullptr);
-  JxlBasicInfo info;
-  JxlEncoderInitBasicInfo(&info);
-  info.xsize = static_cast<std::uint32_t>(width);
-  info.ysize = static_cast<std::uint32_t>(height);
-  info.bits_per_sample = 8;
-  info.alpha_bits = 8;
-  info.num_extra_channels = 1;
-  info.uses_original_profile = JXL_TRUE;
-  info.orientation = static_cast<JxlOrientation>(orientation);
-  check(JxlEncoderSetBasicInfo(encoder, &info) == JXL_ENC_SUCCESS, path);
-  JxlColorEncoding colours;
-  JxlColorEncodingSetToSRGB(&colours, JXL_FALSE);
-  check(JxlEncoderSetColorEncoding(encoder, &colours) == JXL_ENC_SUCCESS, path);
-  JxlEncoderFrameSettings* frame = JxlEncoderFrameSettingsCreate(encoder, nullptr);
-  JxlEncoderSetFrameLossless(frame, JXL_TRUE);
-  const JxlPixelFormat format{4, JXL_TYPE_UINT8, JXL_NATIVE_ENDIAN, 0};
-  const std::vector<std::uint8_t> rgba = quarters(width, height);
-  check(JxlEncoderAddImageFrame(frame, &format, rgba.data(), rgba.size()) == JXL_ENC_SUCCESS, path);
-  JxlEncoderCloseInput(encoder);
-  std::vector<std::uint8_t> bytes(1 << 20);
-  std::uint8_t* next = bytes.data();
-  std::size_t left = bytes.size();
-  check(JxlEncoderProcessOutput(encoder, &next, &left) == JXL_ENC_SUCCESS, path);
-  bytes.resize(bytes.size() - left);
-  JxlEncoderDestroy(encoder);
-  writeFile(path, bytes);
 }
 
 void writeJpegWithThumbnail(const std::string& path, int width, int height, int innerWidth, int innerHeight,
                             int orientation) {
-  const int outerWidth = 160, outerHeight = 120;
-  std::vector<std::uint8_t> rgb(outerWidth * outerHeight * 3, 0);
-  const int left = (outerWidth - innerWidth) / 2, top = (outerHeight - innerHeight) / 2;
-  const std::vector<std::uint8_t> rgba = quarters(innerWidth, innerHeight);
-  for (int y = 0; y < innerHeight; ++y) {
-    for (int x = 0; x < innerWidth; ++x) {
-      std::memcpy(&rgb[((top + y) * outerWidth + left + x) * 3ul], &rgba[(y * innerWidth + x) * 4ul], 3);
-    }
-  }
   writePicture(path, {.width = width, .height = height});
-  const ImageRef image =
-      own(vips_image_new_from_memory_copy(rgb.data(), rgb.size(), outerWidth, outerHeight, 3, VIPS_FORMAT_UCHAR));
-  image->Type = VIPS_INTERPRETATION_sRGB;
-  void* buffer = nullptr;
-  size_t size = 0;
-  check(vips_jpegsave_buffer(image.get(), &buffer, &size, "Q", 90, "strip", TRUE, nullptr) == 0, path);
-  const auto* small = static_cast<const std::uint8_t*>(buffer);
-  const std::vector<std::uint8_t> block = exifBlock(orientation, {small, small + size});
-  g_free(buffer);
-
-  std::vector<std::uint8_t> file = readFile(path);
-  insertJpegExif(file, block);
-  writeFile(path, file);
+  VipsImage* framed = nullptr;
+  const ImageRef inner = makeImage({.width = innerWidth, .height = innerHeight});
+  check(vips_embed(inner.get(), &framed, (160 - innerWidth) / 2, (120 - innerHeight) / 2, 160, 120, nullptr) == 0,
+        path);
+  writeFile(path, withExif(readFile(path), exifBlock(orientation, jpegOf(own(framed)))));
 }
 
 void writeClip(const std::string& path, const ClipOptions& options) {
   AVFormatContext* format = nullptr;
   check(avformat_alloc_output_context2(&format, nullptr, nullptr, path.c_str()) >= 0, path);
-  AVStream* video = nullptr;
-  AVStream* audio = nullptr;
-  AVCodecContext* codec = nullptr;
-  if (options.video) {
-    codec = avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MPEG4));
-    codec->width = options.width;
-    codec->height = options.height;
-    codec->pix_fmt = AV_PIX_FMT_YUV420P;
-    codec->time_base = {1, 10};
-    codec->gop_size = 1;
-    codec->global_quality = FF_QP2LAMBDA * 2;
-    codec->flags |= AV_CODEC_FLAG_QSCALE;
-    if (format->oformat->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    check(avcodec_open2(codec, nullptr, nullptr) >= 0, path);
-    video = avformat_new_stream(format, nullptr);
-    video->time_base = codec->time_base;
-    avcodec_parameters_from_context(video->codecpar, codec);
-    if (options.turn != 0) {
-      auto* matrix = reinterpret_cast<std::int32_t*>(
-          av_stream_new_side_data(video, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t)));
-      av_display_rotation_set(matrix, options.turn);
-    }
-  }
-  if (options.audio) {
-    audio = avformat_new_stream(format, nullptr);
-    audio->codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
-    audio->codecpar->codec_id = AV_CODEC_ID_PCM_S16LE;
-    audio->codecpar->sample_rate = 8000;
-    audio->codecpar->ch_layout = AV_CHANNEL_LAYOUT_MONO;
-    audio->codecpar->bits_per_coded_sample = 16;
-    audio->time_base = {1, 8000};
+  AVCodecContext* codec = avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MPEG4));
+  codec->width = clipWidth;
+  codec->height = clipHeight;
+  codec->pix_fmt = AV_PIX_FMT_YUV420P;
+  codec->time_base = {1, 10};
+  codec->gop_size = 1;
+  if (format->oformat->flags & AVFMT_GLOBALHEADER) codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  check(avcodec_open2(codec, nullptr, nullptr) >= 0, path);
+  AVStream* stream = avformat_new_stream(format, nullptr);
+  stream->time_base = codec->time_base;
+  avcodec_parameters_from_context(stream->codecpar, codec);
+  if (options.turn != 0) {
+    std::uint8_t* matrix = av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(std::int32_t));
+    av_display_rotation_set(reinterpret_cast<std::int32_t*>(matrix), options.turn);
   }
   check(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE) >= 0, path);
   check(avformat_write_header(format, nullptr) >= 0, path);
   AVPacket* packet = av_packet_alloc();
   AVFrame* frame = av_frame_alloc();
+  frame->format = codec->pix_fmt;
+  frame->width = clipWidth;
+  frame->height = clipHeight;
+  check(av_frame_get_buffer(frame, 0) >= 0, path);
   // Red, green, blue and white in the broadcast colours of small pictures.
   static constexpr std::uint8_t yuv[4][3] = {{82, 90, 240}, {145, 54, 34}, {41, 240, 110}, {235, 128, 128}};
-  for (int number = 0; options.video && number <= options.frames; ++number) {
-    if (number < options.frames) {
-      frame->format = codec->pix_fmt;
-      frame->width = options.width;
-      frame->height = options.height;
-      frame->pts = number;
-      check(av_frame_get_buffer(frame, 0) >= 0, path);
-      for (int plane = 0; plane < 3; ++plane) {
-        const int width = plane ? options.width / 2 : options.width,
-                  height = plane ? options.height / 2 : options.height;
-        for (int y = 0; y < height; ++y) {
-          for (int x = 0; x < width; ++x) {
-            const int corner = (y < height / 2 ? 0 : 2) + (x < width / 2 ? 0 : 1);
-            const std::uint8_t black = plane ? 128 : 16;
-            frame->data[plane][y * frame->linesize[plane] + x] =
-                number < options.leadingBlack ? black : yuv[corner][plane];
-          }
+  for (frame->pts = 0; frame->pts < options.frames; ++frame->pts) {
+    check(av_frame_make_writable(frame) >= 0, path);
+    for (int plane = 0; plane < 3; ++plane) {
+      const int width = plane ? clipWidth / 2 : clipWidth, height = plane ? clipHeight / 2 : clipHeight;
+      const std::uint8_t black = plane ? 128 : 16;
+      for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+          const std::uint8_t colour = yuv[y * 2 / height * 2 + x * 2 / width][plane];
+          frame->data[plane][y * frame->linesize[plane] + x] = frame->pts < options.leadingBlack ? black : colour;
         }
       }
     }
-    avcodec_send_frame(codec, number < options.frames ? frame : nullptr);
-    av_frame_unref(frame);
-    while (avcodec_receive_packet(codec, packet) == 0) {
-      packet->duration = 1;
-      av_packet_rescale_ts(packet, codec->time_base, video->time_base);
-      packet->stream_index = video->index;
-      check(av_interleaved_write_frame(format, packet) >= 0, path);
-    }
-  }
-  if (options.audio) {
-    for (int tenth = 0; tenth < options.frames; ++tenth) {
-      check(av_new_packet(packet, 1600) >= 0, path);
-      std::memset(packet->data, tenth, 1600);
-      packet->pts = packet->dts = av_rescale_q(tenth * 800, {1, 8000}, audio->time_base);
-      packet->duration = av_rescale_q(800, {1, 8000}, audio->time_base);
-      packet->stream_index = audio->index;
-      check(av_interleaved_write_frame(format, packet) >= 0, path);
-    }
+    // The encoder, which looks at no other frame, holds none back.
+    check(avcodec_send_frame(codec, frame) >= 0 && avcodec_receive_packet(codec, packet) >= 0, path);
+    packet->duration = 1;
+    av_packet_rescale_ts(packet, codec->time_base, stream->time_base);
+    check(av_interleaved_write_frame(format, packet) >= 0, path);
   }
   check(av_write_trailer(format) >= 0, path);
   av_packet_free(&packet);
@@ -403,69 +321,77 @@ void writeClip(const std::string& path, const ClipOptions& options) {
   avformat_free_context(format);
 }
 
-std::vector<std::uint8_t> samplePhoto(const SamplePhoto& photo) {
-  static const std::vector<std::uint8_t> plain = [] {
-    void* buffer = nullptr;
-    size_t size = 0;
-    const ImageRef image = makeImage({.width = 4, .height = 3, .grey = true});
-    check(vips_jpegsave_buffer(image.get(), &buffer, &size, "strip", TRUE, nullptr) == 0, "a photo");
-    std::vector<std::uint8_t> bytes(static_cast<std::uint8_t*>(buffer), static_cast<std::uint8_t*>(buffer) + size);
-    g_free(buffer);
-    return bytes;
-  }();
-  std::vector<std::uint8_t> file = plain;
-  if (photo.captured.empty() && photo.rating == 0) return file;
-  // A rating, and a capture date with its offset in the inner directory.
-  std::vector<std::uint8_t> exif{'M', 'M', 0, 42, 0, 0, 0, 8};
-  append16(exif, 2);
-  appendEntry(exif, 0x4746, 3, static_cast<unsigned>(photo.rating));
-  appendEntry(exif, 0x8769, 4, 38);
-  append32(exif, 0);
-  append16(exif, 2);
-  const auto text = [&](unsigned tag, unsigned length, unsigned offset) {
-    append16(exif, tag);
-    append16(exif, 2);
-    append32(exif, length);
-    append32(exif, offset);
-  };
-  text(0x9003, 20, 68);
-  text(0x9011, 7, 88);
-  append32(exif, 0);
-  for (const auto& [value, length] : {std::pair(photo.captured, 20u), std::pair(photo.offset, 7u)}) {
-    exif.insert(exif.end(), value.begin(), value.end());
-    exif.resize(exif.size() + length - value.size());
+std::vector<std::string> writeEachKind(const TemporaryFolder& folder, int width, int height) {
+  std::vector<std::string> paths;
+  const auto path = [&](const char* name) { return paths.emplace_back(folder.file(name)); };
+  for (const char* name : {"a.jpg", "a.png", "a.webp", "a.gif", "a.tif"}) {
+    writePicture(path(name), {.width = width, .height = height, .orientation = 6});
   }
-  insertJpegExif(file, exif);
-  return file;
+  writePicture(path("progressive.jpg"), {.progressive = true});
+  writePicture(path("print.jpg"), {.cmyk = true});
+  for (const char* name : {"wide.jpg", "wide.png", "wide.tif"}) writePicture(path(name), {.profile = "p3"});
+  writePicture(path("deep.png"), {.bits = 16, .alpha = 100});
+  writeJpegWithThumbnail(path("embedded.jpg"), 90, 60, 160, 106, 6);
+  for (const char* name : {"a.heic", "a.avif", "a.jxl"}) {
+    writePicture(path(name), {.width = width, .height = height, .orientation = 6, .thumbnail = width / 2});
+  }
+  for (const char* name : {"a.mp4", "a.mov", "a.mkv", "a.avi", "a.ts"})
+    writeClip(path(name), {.frames = 5, .turn = 90});
+  return paths;
 }
 
-std::vector<std::uint8_t> sampleVideo(double seconds) {
-  using Bytes = std::vector<std::uint8_t>;
-  const auto box = [](const char* type, const std::vector<Bytes>& contents) {
-    Bytes bytes(4);
-    bytes.insert(bytes.end(), type, type + 4);
-    for (const Bytes& content : contents) bytes.insert(bytes.end(), content.begin(), content.end());
-    for (std::size_t i = 0; i < 4; ++i) bytes[i] = static_cast<std::uint8_t>(bytes.size() >> (24 - 8 * i));
-    return bytes;
-  };
-  const auto zeros = [](std::size_t count) { return Bytes(count); };
-  const auto number = [](unsigned value, int count) {
-    Bytes bytes;
-    count == 2 ? append16(bytes, value) : append32(bytes, value);
-    return bytes;
-  };
-  const auto text = [](const char* letters) { return Bytes(letters, letters + 4); };
-  const Bytes time = number(1000, 4), length = number(static_cast<unsigned>(std::lround(seconds * 1000)), 4);
-  const Bytes picture = box("jpeg", {zeros(6), number(1, 2), zeros(16), number(96, 2), number(64, 2), zeros(50)});
-  const Bytes table = box("stbl", {box("stsd", {zeros(4), number(1, 4), picture}), box("stts", {zeros(8)}),
-                                   box("stsc", {zeros(8)}), box("stsz", {zeros(12)}), box("stco", {zeros(8)})});
-  const Bytes media = box("mdia", {box("mdhd", {zeros(12), time, length, zeros(4)}),
-                                   box("hdlr", {zeros(8), text("vide"), zeros(13)}), box("minf", {table})});
-  const Bytes track = box("trak", {box("tkhd", {zeros(12), number(1, 4), zeros(4), length, zeros(60)}), media});
-  Bytes bytes = box("ftyp", {text("isom"), number(512, 4), text("isom"), text("mp42")});
-  const Bytes movie = box("moov", {box("mvhd", {zeros(12), time, length, zeros(80)}), track});
-  bytes.insert(bytes.end(), movie.begin(), movie.end());
-  return bytes;
+Buffer samplePhoto(const SamplePhoto& photo) {
+  static const Buffer plain = jpegOf(makeImage({.width = 4, .height = 3, .grey = true}));
+  if (photo.captured.empty() && photo.rating == 0) return plain;
+  // A rating, and a capture date with its offset in the inner directory.
+  Buffer date = bytesOf(photo.captured), offset = bytesOf(photo.offset);
+  date.resize(20);
+  offset.resize(7);
+  return withExif(plain, exifHead() + be(2, 2) + exifEntry(0x4746, 3, 1, static_cast<unsigned>(photo.rating)) +
+                             exifEntry(0x8769, 4, 1, 38) + be(0, 4) + be(2, 2) + exifEntry(0x9003, 2, 20, 68) +
+                             exifEntry(0x9011, 2, 7, 88) + be(0, 4) + date + offset);
+}
+
+Buffer sampleVideo(double seconds, const char* track) {
+  const auto zeros = [](std::size_t count) { return Buffer(count); };
+  const Buffer time = be(1000, 4), length = be(static_cast<unsigned>(std::lround(seconds * 1000)), 4);
+  const Buffer picture = box("jpeg", zeros(6) + be(1, 2) + zeros(16) + be(96, 2) + be(64, 2) + zeros(50));
+  const Buffer table = box("stbl", box("stsd", be(1, 8) + picture) + box("stts", zeros(8)) + box("stsc", zeros(8)) +
+                                       box("stsz", zeros(12)) + box("stco", zeros(8)));
+  const Buffer media = box("mdia", box("mdhd", zeros(12) + time + length + zeros(4)) +
+                                       box("hdlr", zeros(8) + bytesOf(track) + zeros(13)) + box("minf", table));
+  return box("ftyp", bytesOf("isom") + be(512, 4) + bytesOf("isommp42")) +
+         box("moov", box("mvhd", zeros(12) + time + length + zeros(80)) +
+                         box("trak", box("tkhd", zeros(12) + be(1, 4) + zeros(4) + length + zeros(60)) + media));
+}
+
+Buffer bytesOf(std::string_view text) {
+  return {text.begin(), text.end()};
+}
+
+Buffer be(std::uint64_t value, int bytes) {
+  Buffer made;
+  for (int i = bytes - 1; i >= 0; --i) made.push_back(static_cast<std::uint8_t>(value >> (8 * i)));
+  return made;
+}
+
+Buffer operator+(Buffer left, const Buffer& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+Buffer box(const char* type, const Buffer& content) {
+  return be(content.size() + 8, 4) + bytesOf(type) + content;
+}
+
+Buffer exifEntry(unsigned tag, unsigned type, unsigned count, unsigned value) {
+  return be(tag, 2) + be(type, 2) + be(count, 4) + (type == 3 ? be(value, 2) + be(0, 2) : be(value, 4));
+}
+
+Buffer withExif(Buffer jpeg, const Buffer& block) {
+  const Buffer segment = be(0xffe1, 2) + be(block.size() + 8, 2) + bytesOf(std::string_view("Exif\0\0", 6)) + block;
+  jpeg.insert(jpeg.begin() + 2, segment.begin(), segment.end());
+  return jpeg;
 }
 
 std::variant<MediaInfo, NSError> probe(const std::string& path) {
@@ -484,37 +410,23 @@ std::string xmpPacket(const std::string& attributes, const std::string& elements
          attributes + ">" + elements + "</rdf:Description></rdf:RDF></x:xmpmeta><?xpacket end=\"w\"?>";
 }
 
-std::vector<std::uint8_t> readFile(const std::string& path) {
+Buffer readFile(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-void writeFile(const std::string& path, const std::vector<std::uint8_t>& bytes) {
+void writeFile(const std::string& path, const Buffer& bytes) {
   std::ofstream stream(path, std::ios::binary | std::ios::trunc);
   stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
-std::shared_ptr<const PHAsset> FileItems::add(const std::string& name, const std::string& path, FileFacts facts) {
-  return put(name, {path, facts});
-}
-
-std::shared_ptr<const PHAsset> FileItems::addRemote(const std::string& name, const std::string& path, FileFacts facts,
-                                                    std::optional<Preview> preview) {
-  return put(name, {path, facts, true, std::move(preview)});
-}
-
-std::shared_ptr<const PHAsset> FileItems::put(const std::string& name, Item item) {
+std::shared_ptr<const PHAsset> FileItems::add(const std::string& name, FileItem item) {
   const std::lock_guard lock(mutex_);
   items_[name] = std::move(item);
   auto asset = std::make_shared<PHAsset>();
   asset->localIdentifier = name;
   asset->mediaType = PHAssetMediaTypeImage;
   return asset;
-}
-
-void FileItems::touch(const std::string& name) {
-  const std::lock_guard lock(mutex_);
-  ++items_.at(name).modified;
 }
 
 void FileItems::forget(const std::string& name) {
@@ -531,22 +443,22 @@ std::variant<ItemLocation, NSError> FileItems::locate(const Identifier& identifi
   const std::lock_guard lock(mutex_);
   const auto found = items_.find(identifier.string());
   if (found == items_.end()) return NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorNotFound, "unknown item"};
-  const Item& item = found->second;
+  const FileItem& item = found->second;
   ItemLocation location;
   location.path = item.remote ? "" : item.path;
   gchar* uri = g_filename_to_uri(item.path.c_str(), nullptr, nullptr);
   location.uri = item.remote ? "https://server" + item.path : uri;
   g_free(uri);
   location.modified = item.modified;
-  location.format = item.facts.format;
-  location.width = item.facts.width;
-  location.height = item.facts.height;
+  location.format = item.format;
+  location.width = item.width;
+  location.height = item.height;
   return location;
 }
 
 std::variant<Original, NSError> FileItems::fetchOriginal(const Identifier& identifier, const FetchOptions& options) {
   std::function<void(const std::string&)> gate;
-  Item item;
+  FileItem item;
   {
     const std::lock_guard lock(mutex_);
     gate = gate_;
