@@ -175,27 +175,14 @@ class PickerSession {
     platform.images.setScript(item, std::move(script));
   }
   static memory::ItemScript failing() {
-    memory::ItemScript script;
-    script.error = NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorDamaged, "Damaged"};
-    return script;
+    return {.error = NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorDamaged, "Damaged"}};
   }
   static memory::ItemScript failingInTheCloud() {
-    memory::ItemScript script;
-    script.inCloud = true;
-    script.error = NSError{kCloudPhotoLibraryErrorDomain, 1, "Offline"};
-    return script;
+    return {.error = NSError{kCloudPhotoLibraryErrorDomain, 1, "Offline"}, .inCloud = true};
   }
-  static memory::ItemScript stalling() {
-    memory::ItemScript script;
-    script.stalls = true;
-    return script;
-  }
+  static memory::ItemScript stalling() { return {.stalls = true}; }
   static memory::ItemScript downloading(std::vector<double> progress, double seconds) {
-    memory::ItemScript script;
-    script.inCloud = true;
-    script.progress = std::move(progress);
-    script.seconds = seconds;
-    return script;
+    return {.seconds = seconds, .inCloud = true, .progress = std::move(progress)};
   }
 };
 
