@@ -1,5 +1,7 @@
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 
+#include <fstream>
+
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
