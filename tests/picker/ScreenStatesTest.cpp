@@ -9,10 +9,7 @@ using testing::HasSubstr;
 std::string textOf(const std::weak_ptr<UILabel>& label) {
   return label.lock()->text();
 }
-bool isShown(const std::weak_ptr<UIView>& view) {
-  return !view.lock()->isHidden();
-}
-bool isShown(const std::weak_ptr<UIButton>& view) {
+bool isShown(const auto& view) {
   return !view.lock()->isHidden();
 }
 
@@ -76,24 +73,6 @@ TEST(ScreenStates, DeniedShowsWhyAndLeadsToTheSettings) {
   session.settle();
   EXPECT_NE(session.item("a"), nullptr);
   EXPECT_FALSE(session.picker->btnAlbumPicker.lock()->isHidden());
-}
-
-TEST(ScreenStates, FirstRequestWaitsForThePersonsAnswer) {
-  for (const bool allows : {true, false}) {
-    PickerSession session;
-    session.platform.library.setStatus(PHAuthorizationStatusNotDetermined);
-    session.platform.library.setPromptAnswer(std::nullopt);
-    session.open();
-    EXPECT_FALSE(isShown(session.picker->viewAccessContainer)) << "nothing is refused yet";
-    EXPECT_EQ(session.platform.library.promptCount(), 1);
-    const auto answer = allows ? PHAuthorizationStatusAuthorized : PHAuthorizationStatusDenied;
-    session.platform.library.answerPrompt(answer);
-    session.settle();
-    EXPECT_EQ(isShown(session.picker->viewAccessContainer), !allows);
-    EXPECT_EQ(isShown(session.picker->btnCamera), allows);
-    EXPECT_EQ(session.picker->photoManager->getAlbumCount(), allows ? 1 : 0) << "every album once";
-    EXPECT_EQ(session.picker->mediaCollectionViewCotroller != nullptr, allows);
-  }
 }
 
 TEST(ScreenStates, EmptyLibraryComesAndGoes) {
@@ -172,11 +151,6 @@ TEST(ScreenStates, AbsentHostIsNeitherAskedNorTold) {
   EXPECT_EQ(session.picked(), Names({"a"}));
   EXPECT_TRUE(session.done());
   EXPECT_EQ(session.picked(), Names());
-}
-
-TEST(ScreenStates, VersionIsTheBuilds) {
-  EXPECT_EQ(TLXMediaPickerVersionNumber, 1.0);
-  EXPECT_THAT(TLXMediaPickerVersionString, testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+"));
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "adapters/memory/Pictures.h"
 #include "tests/support/PickerSession.h"
 
 namespace tlx::test {
@@ -27,18 +28,11 @@ TEST(SessionLifetime, EverythingGoesWithThePickerAtEveryMoment) {
     std::function<void(PickerSession&)> before;
   };
   const Row rows[] = {
-      {"at rest", [](PickerSession&) {}},
-      {"delivered", [](PickerSession& session) { session.done(); }},
       {"a fade under way", [](PickerSession& session) { session.tap("c"); }},
       {"the banner's timer running",
        [](PickerSession& session) {
          session.picker->photosLimitationWarning();
          session.settle();
-       }},
-      {"a fetch under way",
-       [](PickerSession& session) {
-         session.script("b", PickerSession::stalling());
-         session.done();
        }},
       {"a download under way",
        [](PickerSession& session) {
@@ -55,6 +49,12 @@ TEST(SessionLifetime, EverythingGoesWithThePickerAtEveryMoment) {
        [](PickerSession& session) {
          session.script("b", PickerSession::failing());
          session.done();
+       }},
+      {"a photo being saved",
+       [](PickerSession& session) {
+         session.picker->btnCameraPressed();
+         session.settle();
+         session.platform.camera.takePhoto(memory::solidPicture(4, 3, 0));
        }},
       {"a library change on its way",
        [](PickerSession& session) {
@@ -82,44 +82,20 @@ TEST(SessionLifetime, EverythingGoesWithThePickerAtEveryMoment) {
 }
 
 TEST(SessionLifetime, HostMayLetGoWithinItsAnswers) {
-  using Drop = std::function<void()>;
-  struct Row {
-    const char* why;
-    std::function<void(PickerSession&, Drop)> plan;
-  };
-  const Row rows[] = {
-      {"as fetching starts",
-       [](PickerSession& session, Drop drop) { session.host.whenFetchingStarts = std::move(drop); }},
-      {"as it is told the result",
-       [](PickerSession& session, Drop drop) { session.host.whenFinished = std::move(drop); }},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.why);
+  for (const auto moment : {&PickerHost::whenFetchingStarts, &PickerHost::whenFinished}) {
     PickerSession session;
     session.open();
     session.pick({"a", "b"});
-    row.plan(session, [&] {
+    session.host.*moment = [&] {
       session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
       session.picker = nullptr;
-    });
+    };
     const Made made(session);
     const auto picker = session.picker.get();
     picker->btnDonePressed();
     session.settle();
     EXPECT_EQ(made.left(), 0u);
   }
-}
-
-TEST(SessionLifetime, PhotoManagerThatOutlivesThePickerTellsNobody) {
-  PickerSession session;
-  session.open();
-  const auto manager = session.picker->photoManager;
-  session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
-  session.picker = nullptr;
-  session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"a"}); });
-  session.settle();
-  EXPECT_EQ(manager->customDelegate, nullptr);
-  EXPECT_FALSE(manager->mediaExist("a"));
 }
 
 // Progress and videos come on the adapters' thread while the main thread cancels, retries and lets go.

@@ -42,14 +42,4 @@ inline std::vector<std::string> lettersOf(const CGImage& image) {
   return rows;
 }
 
-/// Rows of letters and digits in which no two pixels near each other are alike.
-inline std::vector<std::string> variedLetters(std::size_t width, std::size_t height) {
-  static const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
-  std::vector<std::string> rows(height, std::string(width, ' '));
-  for (std::size_t y = 0; y < height; ++y) {
-    for (std::size_t x = 0; x < width; ++x) rows[y][x] = alphabet[(x * 7 + y * 11 + x * y) % alphabet.size()];
-  }
-  return rows;
-}
-
 }  // namespace tlx::test

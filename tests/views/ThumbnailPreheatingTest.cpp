@@ -1,7 +1,3 @@
-#include <sstream>
-
-#include "tlx/views/IndexPathCategories.h"
-
 #include "tests/views/ViewsTest.h"
 
 namespace tlx {
@@ -10,40 +6,6 @@ namespace {
 using memory::MemoryImageManager;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-std::string text(const char* what, const CGRect& rect) {
-  std::ostringstream out;
-  out << what << " " << rect.origin.x << "," << rect.origin.y << " " << rect.size.width << "x" << rect.size.height;
-  return out.str();
-}
-
-TEST(ThumbnailPreheating, TellsTheStripsThatEnterAndLeave) {
-  struct Row {
-    CGRect from, to;
-    std::vector<std::string> strips;
-    const char* reason;
-  };
-  const Row rows[] = {
-      {{{0, 0}, {10, 100}}, {{0, 0}, {10, 100}}, {}, "nothing moved"},
-      {{{0, 0}, {10, 100}},
-       {{5, 30}, {20, 100}},
-       {"added 5,100 20x30", "removed 5,0 20x30"},
-       "down: sides come from the new band, also of what leaves"},
-      {{{0, 30}, {10, 100}}, {{0, 0}, {10, 100}}, {"added 0,0 10x30", "removed 0,100 10x30"}, "up"},
-      {{{0, 30}, {10, 40}}, {{0, 0}, {10, 100}}, {"added 0,70 10x30", "added 0,0 10x30"}, "grown: below before above"},
-      {{{0, 0}, {10, 100}}, {{0, 30}, {10, 40}}, {"removed 0,70 10x30", "removed 0,0 10x30"}, "shrunk"},
-      {{{20, 0}, {10, 100}}, {{0, 0}, {10, 100}}, {"added 0,0 10x100", "removed 20,0 10x100"}, "side by side"},
-      {{}, {{0, -50}, {10, 200}}, {"added 0,-50 10x200", "removed 0,0 0x0"}, "after a reset"},
-  };
-  MediaCollectionViewController grid;
-  for (const Row& row : rows) {
-    std::vector<std::string> strips;
-    grid.computeDifferenceBetweenRect_andRect_removedHandler_addedHandler(
-        row.from, row.to, [&](const CGRect& rect) { strips.push_back(text("removed", rect)); },
-        [&](const CGRect& rect) { strips.push_back(text("added", rect)); });
-    EXPECT_EQ(strips, row.strips) << row.reason;
-  }
-}
 
 /// 400 × 300 points: 4 items of 98 × 98 to a row, rows 102 apart; the band reaches 150 beyond either end.
 class PreheatingTest : public ViewsTest {
@@ -134,17 +96,6 @@ TEST_F(PreheatingTest, AsksForNoSizeBeforeTheFirstCell) {
   EXPECT_THAT(calls(), ElementsAre("start p0-p0")) << "the header and the footer stand at the path of the first item";
   EXPECT_EQ(platform.images.cachingCalls().back().targetSize, CGSize{});
   EXPECT_THAT(platform.images.preheated(), IsEmpty());
-}
-
-TEST_F(PreheatingTest, TurnsPathsIntoAssetsAndIndexesIntoPaths) {
-  EXPECT_FALSE(grid->assetsAtIndexPaths({}).has_value());
-  EXPECT_THAT(grid->assetsAtIndexPaths({{0, 0}}), testing::Optional(IsEmpty())) << "no album";
-  grid->albumModel = album(0);
-  const auto asset = [&](std::uint64_t item) { return album(0)->getMediaModelAtIndex(item)->getMediaAsset(); };
-  EXPECT_THAT(grid->assetsAtIndexPaths({{0, 3}, {0, 1}, {0, 200}}), testing::Optional(ElementsAre(asset(3), asset(1))))
-      << "a path past the end is left out";
-  EXPECT_THAT(aapl_indexPathsFromIndexesWithSection({7, 0, 3}, 2),
-              ElementsAre(NSIndexPath{2, 0}, NSIndexPath{2, 3}, NSIndexPath{2, 7}));
 }
 
 }  // namespace
