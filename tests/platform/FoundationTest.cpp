@@ -5,7 +5,6 @@
 
 #include "tlx/platform/NSException.h"
 #include "tlx/platform/foundation/Identifier.h"
-#include "tlx/platform/foundation/NSNotificationCenter.h"
 #include "tlx/platform/foundation/NSTimer.h"
 #include "tlx/platform/photos/PHAssetChangeRequest.h"
 #include "tlx/platform/photos/PHImageManager.h"
@@ -15,8 +14,6 @@
 
 namespace tlx {
 namespace {
-
-using testing::ElementsAre;
 
 TEST(NSTimer, EndsWithItsTargetOrItsLastReference) {
   class Target {
@@ -38,18 +35,6 @@ TEST(NSTimer, EndsWithItsTargetOrItsLastReference) {
   target.reset();
   platform.advance(1);
   EXPECT_FALSE(again->isValid());
-}
-
-TEST(NSNotificationCenter, TellsThoseWhoObserveTheName) {
-  NSNotificationCenter center;
-  std::vector<std::string> heard;
-  const auto note = [&](const std::string& name, const void*) { heard.push_back(name); };
-  const auto first = center.addObserverForName("one", note);
-  center.addObserverForName("two", note);
-  for (const char* name : {"one", "two", "three"}) center.postNotificationName_object(name, nullptr);
-  center.removeObserver(first);
-  center.postNotificationName_object("one", nullptr);
-  EXPECT_THAT(heard, ElementsAre("one", "two"));
 }
 
 TEST(Identifier, AbsentAndEmptyAreOne) {

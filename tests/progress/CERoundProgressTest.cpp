@@ -81,7 +81,6 @@ TEST_F(RoundProgressTest, AnimatesOnlyWhatRisesAndClampsAll) {
       {0.5f, 0.5f, false, 0.5f, "the same jumps"},
       {1.0f, 1.7f, true, 1.0f, "what counts is the value given, not the clamped one"},
       {0.5f, std::nanf(""), false, 0.0f, "what is not a number"},
-      {0.5f, -0.5f, false, 0.0f, "falling below none"},
   };
   for (const auto& row : rows) {
     view->setProgress_animated(row.from, false);
@@ -107,18 +106,21 @@ TEST_F(RoundProgressTest, ShowsTheWayWhileItRises) {
   view->setProgress(1.0f);
   platform.advance(1.0);
   EXPECT_NEAR(drawing().progress(), 0.8, 0.2 / 60);
+  view->setAnimationDuration(4.0);
+  view->setProgress_animated(1.0f, true);
+  platform.advance(2.0);
+  EXPECT_TRUE(view->layer()->hasAnimationForKey("progressAnimation")) << "the one before would have ended";
+  view->layer()->setDisplayHandler([this] { view.reset(); });
+  platform.advance(1.0);
+  EXPECT_EQ(view, nullptr) << "it may go in the middle";
+  EXPECT_EQ(platform.loop.listenerCount(), 0u) << "who does not move hears no beat";
 }
 
-TEST_F(RoundProgressTest, StartsAlikeFromCodeAndFromAnInterfaceFile) {
-  const auto loaded = std::dynamic_pointer_cast<CERoundProgressView>(CERoundProgressView::classObject().alloc());
-  loaded->setBackgroundColor(UIColor::redColor());
-  loaded->initWithCoder();
-  for (const auto& made : {view, loaded}) {
-    EXPECT_EQ(made->tintColor(), (UIColor{0.2, 0.45, 0.8, 1.0}));
-    EXPECT_EQ(made->trackColor(), UIColor::whiteColor());
-    EXPECT_EQ(made->backgroundColor(), UIColor::clearColor());
-    EXPECT_FALSE(made->isOpaque());
-  }
+TEST_F(RoundProgressTest, JumpsWhereMotionIsReduced) {
+  platform.application.setReduceMotion(true);
+  view->setProgress(0.6f);
+  EXPECT_NEAR(drawing().progress(), 0.6, 1e-6);
+  EXPECT_EQ(platform.loop.listenerCount(), 0u);
 }
 
 }  // namespace

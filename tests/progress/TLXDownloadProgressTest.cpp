@@ -10,8 +10,6 @@
 namespace tlx {
 namespace {
 
-using memory::MemoryPlatform;
-
 class DownloadPanelTest : public testing::Test, public TLXDownloadProgressDelegate {
  protected:
   DownloadPanelTest() {
@@ -29,7 +27,7 @@ class DownloadPanelTest : public testing::Test, public TLXDownloadProgressDelega
            (panel->btnCancel.lock()->isHidden() ? "" : " / cancel");
   }
 
-  MemoryPlatform platform;
+  memory::MemoryPlatform platform;
   std::shared_ptr<TLXDownloadProgress> panel;
   std::vector<std::string> seenAtCancel;
 };
@@ -47,16 +45,6 @@ TEST_F(DownloadPanelTest, ShowsWhatItIsToldAndChangesItsLookBeforeItTellsOfACanc
     EXPECT_TRUE(panel->btnCancel.lock()->press());
   }
   EXPECT_EQ(seenAtCancel, std::vector<std::string>(2, "Importing / from library"));
-}
-
-TEST(TLXDownloadProgress, DoesNothingThroughWhatIsNotConnected) {
-  MemoryPlatform platform;
-  TLXDownloadProgress panel;
-  panel.initWithCoder();
-  panel.awakeFromNib();
-  panel.showCancelBtn();
-  panel.btnDownloadCancelPressed(nullptr);
-  panel.updateCompletionCount_totalCount(1, 2);
 }
 
 }  // namespace

@@ -55,15 +55,12 @@ TEST(NetlinkLinks, KindsAreTold) {
   };
   const Row rows[] = {
       {ARPHRD_ETHER, nullptr, nullptr, LinkKind::wired, "a link that nothing is told of"},
-      {ARPHRD_ETHER, nullptr, "INTERFACE=x\nIFINDEX=2\n", LinkKind::wired, "a network card"},
       {ARPHRD_ETHER, "wireless", nullptr, LinkKind::wifi, "a Wi-Fi driver of the old kind"},
       {ARPHRD_ETHER, "phy80211", nullptr, LinkKind::wifi, "a Wi-Fi driver of the new kind"},
       {ARPHRD_ETHER, nullptr, "DEVTYPE=wlan\n", LinkKind::wifi, "Wi-Fi by its properties alone"},
       {ARPHRD_ETHER, nullptr, "DEVTYPE=wwan\nIFINDEX=3\n", LinkKind::cellular, "a modem that looks like a card"},
-      {ARPHRD_NONE, nullptr, "DEVTYPE=wwan\n", LinkKind::cellular, "a modem without an address of its own"},
       {519, nullptr, nullptr, LinkKind::cellular, "a modem's raw channel"},
       {ARPHRD_NONE, nullptr, nullptr, LinkKind::tunnel, "a VPN"},
-      {ARPHRD_SIT, nullptr, "DEVTYPE=\n", LinkKind::tunnel, "IPv6 over IPv4"},
       {ARPHRD_LOOPBACK, nullptr, nullptr, LinkKind::loopback, "the machine itself"},
   };
   for (const Row& row : rows) {
@@ -94,7 +91,6 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
       {wire, "0.0.0.0", 0, "a link without a default route"},
       {wire + overWire, "0.0.0.0", kReachable, "the plain case"},
       {wire + overWire + pulled, "0.0.0.0", 0, "without a carrier the route stays, but leads nowhere"},
-      {modem + overModem, "0.0.0.0", kReachable | kCellular, "a modem alone"},
       {wire + overWire + modem + overModem, "0.0.0.0", kReachable | kCellular, "the smaller metric is the modem's"},
       {modem + overModem + wire + overWire + "link set modemx down\n", "0.0.0.0", kReachable, "the best is down"},
       {wire + modem + "route add default nexthop via 10.1.0.2 nexthop via 10.2.0.2\n" + pulled, "0.0.0.0",
@@ -108,44 +104,26 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
       {wire + overWire, "::", 0, "IPv4 is not asked for"},
 
       {wire + overWire + "route add blackhole default metric 50\n", "0.0.0.0", 0, "a better route drops all"},
-      {wire + overWire + "route add unreachable default metric 50\n", "0.0.0.0", 0, "or refuses"},
       {wire + overWire + "route add prohibit default metric 50\n", "0.0.0.0", 0, "or forbids"},
       {wire + overWire + "route add prohibit default metric 200\n", "0.0.0.0", kReachable,
        "a worse one does not count"},
-      {wire + overWire + modem + "route add default via 10.2.0.2 metric 300\nroute add blackhole default metric 200\n" +
-           pulled,
-       "0.0.0.0", 0, "next after a cable without a carrier"},
       {wire + overWire + "rule add pref 100 prohibit\n", "0.0.0.0", 0, "a rule that forbids"},
       {wire + overWire + "rule add pref 100 from 10.9.0.0/16 unreachable\n", "0.0.0.0", kReachable, "for others"},
       {wire + overWire + to77 + "route add unreachable default table 77\n", "0.0.0.0", 0, "in a rule's table"},
       {wire + overWire + to77 + "route add throw default table 77\n", "0.0.0.0", kReachable, "on to the next rule"},
-      {wire + modem + to77 +
-           "route add default via 10.1.0.2 metric 9 table 77\nroute add default via 10.2.0.2 table 77 " +
-           "metric 10\n" + pulled,
-       "0.0.0.0", kReachable | kCellular, "the second best of a rule's table"},
       {wire + overWire + "route add blackhole 192.0.2.0/24\n", "0.0.0.0", kReachable, "what cautious routers drop"},
       {lo + wire6 + overWire6 + "-6 route add blackhole default metric 50\n", "::", 0, "dropped by IPv6"},
-      {lo + wire6 + overWire6 + "-6 route add prohibit default metric 2000\n", "::", kReachable, "worse by IPv6"},
       {lo + wire6 + overWire6 + "-6 rule add pref 100 prohibit\n", "::", 0, "an IPv6 rule that forbids"},
-      {lo + wire6 + overWire6 + "-6 " + to77 + "-6 route add blackhole default table 77\n", "::", 0, "in its table"},
-      {wire + overWire + wire6.substr(wire6.find("addr ")) + overWire6 + "rule add pref 100 blackhole\n", "0.0.0.0",
-       kReachable, "IPv6 is left"},
 
       {tunnel, "0.0.0.0", kReachable, "a tunnel is all there is"},
-      {tunnel + wire, "0.0.0.0", kReachable, "a tunnel over a cable"},
       {tunnel + wire + pulled, "0.0.0.0", 0, "a tunnel over a cable that is pulled out"},
       {tunnel + modem, "0.0.0.0", kReachable | kCellular, "a tunnel over a modem"},
 
       {wire + overWire, "192.0.2.7", kReachable, "beyond the router"},
-      {wire, "192.0.2.7", 0, "no way there"},
       {wire + overWire + "route add prohibit 192.0.2.0/24\n", "192.0.2.7", 0, "a way that is forbidden"},
       {wire, "10.1.0.9", kReachable | kDirect, "a neighbour"},
       {wire, "::ffff:10.1.0.9", kReachable | kDirect, "the same in IPv6's clothes"},
-      {wire + pulled, "10.1.0.9", 0, "a neighbour behind a cable that is pulled out"},
       {wire + lo, "10.1.0.1", kReachable | kDirect | kLocal, "this machine"},
-      {lo, "::1", kReachable | kDirect | kLocal, "this machine by IPv6"},
-      {wire6, "2001:db9::9", kReachable | kDirect, "an IPv6 neighbour"},
-      {lo + wire6 + overWire6 + "route add blackhole 2001:db8::/32\n", "2001:db8::7", 0, "dropped by IPv6"},
       {wire6 + cable("wire2", "fe80::1/64") + "link set wire2x down\n", "fe80::9%wire2", 0,
        "the link is part of the address"},
       {cable("wire2", "fe80::1/64"), "fe80::9%wire2", kReachable | kDirect, "and this one carries"},
@@ -153,7 +131,6 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
       {wire, "169.254.0.0", kReachable | kDirect, "a cable is up"},
       {lo + wire + pulled, "169.254.0.0", 0, "no cable is"},
       {modem + overModem, "169.254.0.0", 0, "a modem has no neighbours"},
-      {tunnel, "169.254.0.0", 0, "neither has a tunnel"},
   };
   const Sysfs sysfs;
   NetlinkReachability port(sysfs.root);
