@@ -215,17 +215,12 @@ TEST_F(GridTest, HeaderAndFooterStandAroundTheItemsAndAroundNone) {
 TEST_F(GridTest, TapsAndScrollsReachOnlyItemsThatExistWhenThePassHasRun) {
   grid->setContentInset({61, 0, 20, 0});
   show(90);
-  const struct {
-    std::int64_t item;
-    double offset;
-    const char* why;
-  } rows[] = {{0, -61, "visible already"},
-              {9, 330 + 100 + 20 - 330, "up to the lower inset"},
-              {3, 110 - 61, "down to the upper inset"},
-              {90, 49, "does not exist"}};
-  for (const auto& row : rows) {
-    grid->scrollToItemAtIndexPath({0, row.item});
-    EXPECT_EQ(grid->contentOffset().y, row.offset) << row.why;
+  for (const auto& [item, offset, why] : {std::tuple(0, -61.0, "visible already"),
+                                          {9, 330.0 + 100 + 20 - 330, "up to the lower inset"},
+                                          {3, 110.0 - 61, "down to the upper inset"},
+                                          {90, 49.0, "does not exist"}}) {
+    grid->scrollToItemAtIndexPath({0, item});
+    EXPECT_EQ(grid->contentOffset().y, offset) << why;
   }
   EXPECT_TRUE(grid->tappedAt({0, 89}));
   EXPECT_FALSE(grid->tappedAt({0, 90}) || grid->tappedAt({0, -1}) || grid->tappedAt({1, 0}));
@@ -245,20 +240,13 @@ TEST_F(GridTest, SurvivesWhatADataSourceDoesWhileItIsAsked) {
   } rows[] = {
       {"demands everything anew", [](UICollectionView& view) { view.reloadData(); }, 9},
       {"shrinks", [&](UICollectionView& view) { source->count = 4, view.reloadData(); }, 4},
-      {"scrolls",
-       [](UICollectionView& view) {
-         view.setContentOffset({0, 440});
-       },
-       9},
+      {"scrolls", [](UICollectionView& view) { view.setContentOffset(CGRectMake(0, 440, 0, 0).origin); }, 9},
       {"asks for a pass", [](UICollectionView& view) { view.reloadData(), view.layoutIfNeeded(); }, 9},
       {"changes the layout",
-       [](UICollectionView& view) {
-         view.collectionViewLayout()->setItemSize({165, 100});
-       },
-       6},
+       [](UICollectionView& view) { view.collectionViewLayout()->setItemSize(CGSizeMake(165, 100)); }, 6},
       {"an identifier nobody registered",
        [](UICollectionView& view) {
-         view.dequeueReusableCellWithReuseIdentifier_forIndexPath("unknown", {0, 0});
+         view.dequeueReusableCellWithReuseIdentifier_forIndexPath("unknown", NSIndexPath());
        },
        9, true},
       {"its own error", [](UICollectionView&) { throw NSException(NSInvalidArgumentException, "in the middle"); }, 9,

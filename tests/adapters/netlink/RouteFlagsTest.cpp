@@ -88,7 +88,6 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
     const char* reason;
   };
   const Row rows[] = {
-      {wire, "0.0.0.0", 0, "a link without a default route"},
       {wire + overWire, "0.0.0.0", kReachable, "the plain case"},
       {wire + overWire + pulled, "0.0.0.0", 0, "without a carrier the route stays, but leads nowhere"},
       {wire + overWire + modem + overModem, "0.0.0.0", kReachable | kCellular, "the smaller metric is the modem's"},
@@ -104,14 +103,12 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
       {wire + overWire, "::", 0, "IPv4 is not asked for"},
 
       {wire + overWire + "route add blackhole default metric 50\n", "0.0.0.0", 0, "a better route drops all"},
-      {wire + overWire + "route add prohibit default metric 50\n", "0.0.0.0", 0, "or forbids"},
       {wire + overWire + "route add prohibit default metric 200\n", "0.0.0.0", kReachable,
        "a worse one does not count"},
       {wire + overWire + "rule add pref 100 prohibit\n", "0.0.0.0", 0, "a rule that forbids"},
       {wire + overWire + "rule add pref 100 from 10.9.0.0/16 unreachable\n", "0.0.0.0", kReachable, "for others"},
       {wire + overWire + to77 + "route add unreachable default table 77\n", "0.0.0.0", 0, "in a rule's table"},
       {wire + overWire + to77 + "route add throw default table 77\n", "0.0.0.0", kReachable, "on to the next rule"},
-      {wire + overWire + "route add blackhole 192.0.2.0/24\n", "0.0.0.0", kReachable, "what cautious routers drop"},
       {lo + wire6 + overWire6 + "-6 route add blackhole default metric 50\n", "::", 0, "dropped by IPv6"},
       {lo + wire6 + overWire6 + "-6 rule add pref 100 prohibit\n", "::", 0, "an IPv6 rule that forbids"},
 

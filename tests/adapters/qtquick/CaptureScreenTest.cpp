@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "adapters/memory/Pictures.h"
 #include "tests/adapters/qtquick/PickerWindow.h"
 #include "tests/adapters/qtquick/ScreenReader.h"
 
@@ -17,10 +16,9 @@ using testing::Not;
 
 class CaptureScreen : public testing::Test {
  protected:
-  void open(std::int64_t kind = 0) {
+  void open() {
     camera.bench.showsAtOnce = false;
     session.open();
-    session.picker->mediaType = kind;
     session.picker->btnCameraPressed();
     session.wait(1);
   }
@@ -74,12 +72,8 @@ TEST_F(CaptureScreen, KeysAndReadersReachEverything) {
   EXPECT_FALSE(isOpen());
   EXPECT_THAT(session.picked(), IsEmpty());
   EXPECT_THAT(reader.names(), Contains("Photos")) << "what was beneath can be reached again";
-}
-
-TEST_F(CaptureScreen, OffersWhatMayBePicked) {
-  open(2);
-  EXPECT_THAT(heard(), ElementsAre("open movie "));
-  EXPECT_THAT(reader.names(QAccessible::RadioButton), IsEmpty());
+  session.picker->btnCameraPressed();
+  session.wait(1);
   EXPECT_THAT(session.close(), IsEmpty()) << "a host may go in the middle of it";
   EXPECT_FALSE(isOpen());
 }
@@ -106,37 +100,6 @@ TEST_F(CaptureScreen, SaysWhatIsWrongAndTriesAgain) {
   heard();
   camera.plugIn({"third", "Another camera"});
   EXPECT_THAT(heard(), ElementsAre("open photo ")) << "one was plugged in";
-}
-
-TEST_F(CaptureScreen, WhatWasTakenBeforeItFailedIsKept) {
-  open();
-  show();
-  camera.bench.photo = memory::solidPicture(40, 30, 0x204060, UIImageOrientationRight);
-  session.press(Qt::Key_Space);
-  session.wait(0.1);
-  fail(CameraErrorDisconnected);
-  EXPECT_THAT(reader.names(QAccessible::Button), ElementsAre("Cancel", "Retake", "Use photo"));
-  reader.press("Use photo");
-  session.wait(1);
-  EXPECT_THAT(session.picked(), ElementsAre("saved 1"));
-  EXPECT_FALSE(isOpen());
-
-  session.picker->btnCameraPressed();
-  session.wait(1);
-  reader.press("Video");
-  show();
-  session.press(Qt::Key_Space);
-  look().record(3);
-  look().cutShort(error(CameraErrorNoSpace));
-  session.wait(0.1);
-  EXPECT_THAT(reader.names(), Contains("The disk is full. What was recorded until then is kept."));
-  heard();
-  reader.press("Retake");
-  camera.bench.failures = {{memory::MemoryCameraBench::Step::Record, error(CameraErrorNoEncoder)}};
-  session.press(Qt::Key_Space);
-  EXPECT_THAT(heard(), ElementsAre("start"));
-  EXPECT_THAT(reader.names(),
-              Contains("Videos cannot be recorded\nThis computer has no video encoder that GStreamer can use."));
 }
 
 }  // namespace

@@ -34,7 +34,6 @@ TEST(Keyboard, MovesAMarkOverTheGridAndPicks) {
   } rows[] = {
       {"Down", 0, "the first key shows where one is"},
       {"Left", 0, "there is nothing before the first"},
-      {"Up", 0, "nor above it"},
       {"Right", 1, ""},
       {"Down", 5, ""},
       {"PgDown", 29, "six rows fit"},
@@ -45,7 +44,6 @@ TEST(Keyboard, MovesAMarkOverTheGridAndPicks) {
       {"Up", 393, ""},
       {"Right", 394, ""},
       {"Down", 397, "the last row is reached where it lacks the column"},
-      {"PgDown", 397, ""},
       {"Home", 0, ""},
   };
   for (const auto& row : rows) {
@@ -69,9 +67,7 @@ TEST(Keyboard, MovesAMarkOverTheGridAndPicks) {
   session.press(Qt::Key_Space);
   EXPECT_THAT(session.picked(), ElementsAre("p1", "p2"));
   session.change([](memory::LibraryContents& contents) {
-    Names gone;
-    for (int i = 0; i < 398; ++i) gone.push_back("p" + std::to_string(i));
-    contents.remove({gone.begin(), gone.end()});
+    for (const auto& name : PickerWindow::numbered(398)) contents.remove({name});
   });
   EXPECT_EQ(marked(), 0) << "what is left";
   session.clickItem(0);
@@ -96,7 +92,6 @@ TEST(Keyboard, TheAlbumListIsOpenedChosenFromAndLeft) {
   EXPECT_EQ(markedAmong(session.table()->visibleCells(), *session.table()), 2);
   session.type({"Escape"});
   EXPECT_FALSE(session.sees(session.table()));
-  EXPECT_EQ(session.title(), "Camera Roll");
   EXPECT_THAT(session.log.take(), IsEmpty()) << "Escape went no further than the list";
 
   session.press(Qt::Key_Space);
@@ -148,8 +143,11 @@ TEST(Keyboard, ADownloadIsCancelledByEscapeAndCoversWhatIsBeneath) {
   session.wait(3);
   ASSERT_TRUE(session.sees(session.panel()));
   session.log.take();
+  session.clickItem(1);
+  session.click(session.button(TLXMediaPickerController::TagCancel));
   session.press(Qt::Key_Right);
   session.press(Qt::Key_Space);
+  EXPECT_THAT(session.log.take(), IsEmpty()) << "the panel lets nothing through";
   for (const auto key : {Qt::Key_Backtab, Qt::Key_Tab, Qt::Key_Tab, Qt::Key_Tab}) session.press(key);
   EXPECT_TRUE(qtquick::itemForView(session.panel()->btnCancel.lock(), nullptr)->hasActiveFocus());
   EXPECT_THAT(session.picked(), ElementsAre("a"));
@@ -158,8 +156,6 @@ TEST(Keyboard, ADownloadIsCancelledByEscapeAndCoversWhatIsBeneath) {
   EXPECT_FALSE(session.sees(session.panel()));
   EXPECT_THAT(session.picked(), IsEmpty());
   EXPECT_THAT(session.log.take(), IsEmpty()) << "the picker itself stays";
-  session.press(Qt::Key_Escape);
-  EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed"));
 }
 
 TEST(Keyboard, AQuestionOfTheHostsIsNotAnsweredByWhatWasBeingTyped) {
@@ -171,7 +167,6 @@ TEST(Keyboard, AQuestionOfTheHostsIsNotAnsweredByWhatWasBeingTyped) {
     const char* why;
   } rows[] = {{{"Return", "Space", "A", "Ctrl+Return"}, -1, "nothing has the keyboard yet"},
               {{"Tab", "Return"}, 0, "the first"},
-              {{"Right", "Right", "Space"}, 1, "the second"},
               {{"Shift+Backtab", "Return"}, 1, "the last"},
               {{"Escape"}, 0, "what cancels"}};
   for (const auto& row : rows) {

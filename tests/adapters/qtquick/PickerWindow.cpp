@@ -46,12 +46,6 @@ class AnimationTime final : public QAnimationDriver {
   double now_ = 1, started_ = 1;
 };
 
-template <class Visit>
-void walk(QQuickItem& item, const Visit& visit) {
-  visit(item);
-  for (QQuickItem* child : item.childItems()) walk(*child, visit);
-}
-
 }  // namespace
 
 PickerWindow::PickerWindow(const Names& items, QSize size) {
@@ -93,26 +87,16 @@ void PickerWindow::open() {
 }
 
 Names PickerWindow::close() {
-  std::vector<std::pair<std::string, std::weak_ptr<const void>>> watched = {{"picker", picker}};
-  std::vector<std::pair<std::string, QPointer<QObject>>> items;
-  const auto watch = [&](const char* name, const std::shared_ptr<UIView>& view) {
-    if (!view) return;
-    watched.emplace_back(name, view);
-    items.emplace_back(std::string(name) + "'s item", qtquick::itemForView(view, nullptr));
-  };
-  watch("view", picker->view());
+  std::vector<std::pair<std::string, std::weak_ptr<const void>>> watched = {
+      {"picker", picker},
+      {"view", picker->view()},
+      {"grid", picker->mediaCollectionViewCotroller},
+      {"album list", picker->albumPickerTableViewController},
+      {"panel", panel()},
+      {"presented", picker->presentedViewController()}};
   if (picker->mediaCollectionViewCotroller) {
-    watched.emplace_back("grid", picker->mediaCollectionViewCotroller);
-    watch("grid's view", picker->mediaCollectionViewCotroller->collectionView());
-    for (const auto& [index, shown] : grid().visibleCells()) watch("cell", shown);
+    for (const auto& [index, shown] : grid().visibleCells()) watched.emplace_back("cell", shown);
   }
-  if (picker->albumPickerTableViewController) {
-    watched.emplace_back("album list", picker->albumPickerTableViewController);
-    watch("album list's view", picker->albumPickerTableViewController->getView());
-  }
-  watch("panel", panel());
-  if (const auto presented = picker->presentedViewController()) watched.emplace_back("presented", presented);
-
   platform->window().model()->setRootViewController(nullptr);
   picker.reset();
   wait(3);
@@ -120,9 +104,7 @@ Names PickerWindow::close() {
   for (const auto& [name, object] : watched) {
     if (!object.expired()) left.push_back(name);
   }
-  for (const auto& [name, item] : items) {
-    if (item) left.push_back(name);
-  }
+  if (!platform->window().rootItem().childItems().isEmpty()) left.push_back("items");
   return left;
 }
 
@@ -155,12 +137,6 @@ void PickerWindow::change(const memory::MemoryPhotoLibrary::Edit& edit) {
 void PickerWindow::click(const QPointF& point) {
   QTest::mouseClick(&window, Qt::LeftButton, {}, point.toPoint());
   wait(0.05);
-}
-
-void PickerWindow::clickAlbum(std::int64_t row) {
-  const auto shown = table() ? table()->cellForRowAtIndexPath({0, row}) : nullptr;
-  ASSERT_TRUE(shown) << "no row " << row;
-  click(shown);
 }
 
 void PickerWindow::drag(const QPointF& from, const QPointF& to) {
@@ -197,10 +173,12 @@ void PickerWindow::type(const Names& keys) {
 
 std::vector<QQuickItem*> PickerWindow::alertButtons() {
   std::vector<QQuickItem*> buttons;
-  walk(platform->window().rootItem(), [&](QQuickItem& item) {
+  const std::function<void(QQuickItem&)> look = [&](QQuickItem& item) {
     if (item.isVisible() && item.isEnabled() && item.property("modelData").toMap().contains("title"))
       buttons.push_back(&item);
-  });
+    for (QQuickItem* child : item.childItems()) look(*child);
+  };
+  look(platform->window().rootItem());
   return buttons;
 }
 
@@ -220,27 +198,11 @@ std::vector<QRectF> PickerWindow::alertPlaces() {
   return places;
 }
 
-QRectF PickerWindow::alertWords() {
-  QRectF words;
-  const auto buttons = alertButtons();
-  walk(platform->window().rootItem(), [&](QQuickItem& item) {
-    const bool isText =
-        item.isVisible() && !item.property("textFormat").isNull() && !item.property("text").toString().isEmpty();
-    if (!isText || buttons.empty() || item.parentItem() == nullptr) return;
-    for (const QQuickItem* above = &item; above; above = above->parentItem()) {
-      if (above == buttons.front()->parentItem()) return;
-      if (above->property("actions").isValid()) words |= item.mapRectToScene({0, 0, item.width(), item.height()});
-    }
-  });
-  return words;
-}
-
 void PickerWindow::choose(const std::string& wanted) {
   const Names names = choices();
   const auto found = std::find(names.begin(), names.end(), wanted);
   ASSERT_NE(found, names.end()) << "no button " << wanted;
-  QQuickItem* button = alertButtons()[static_cast<std::size_t>(found - names.begin())];
-  click(button->mapToScene({button->width() / 2, button->height() / 2}));
+  click(alertPlaces()[static_cast<std::size_t>(found - names.begin())].center());
   wait(0.5);
 }
 

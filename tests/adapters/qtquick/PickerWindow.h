@@ -59,7 +59,6 @@ class PickerWindow {
   void click(const QPointF& point);
   void click(const std::shared_ptr<UIView>& view) { click(centre(view)); }
   void clickItem(std::int64_t index) { click(centre(cell(index))); }
-  void clickAlbum(std::int64_t row);
   void drag(const QPointF& from, const QPointF& to);
   void wheel(const QPointF& point, int degrees);
   void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
@@ -76,11 +75,9 @@ class PickerWindow {
   static QColor colourOf(const std::string& item);
   /// The names on the alert's buttons, in order; none without an alert.
   Names choices();
-  /// Where an alert's buttons are, in order, and the smallest rectangle around its words.
+  /// Where an alert's buttons are, in order.
   std::vector<QRectF> alertPlaces();
-  QRectF alertWords();
   std::string title() const { return picker->btnAlbumPicker.lock()->titleForState(UIControlStateNormal); }
-  std::string count() const { return picker->lblPhotoCount.lock()->text(); }
 
   UICollectionView& grid() { return *picker->mediaCollectionViewCotroller->collectionView(); }
   std::shared_ptr<UIView> cell(std::int64_t index) { return grid().cellForItemAtIndexPath({0, index}); }

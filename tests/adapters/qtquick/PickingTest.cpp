@@ -13,91 +13,26 @@ using testing::IsEmpty;
 constexpr auto kDone = TLXMediaPickerController::TagDone;
 constexpr auto kCancel = TLXMediaPickerController::TagCancel;
 
-/// A second album, beside the camera roll.
-void addFriends(PickerWindow& session) {
-  session.library.edit([](memory::LibraryContents& contents) {
-    contents.addUserAlbum("Friends", {memory::photo("x", -50), memory::photo("y", -60)});
-  });
-  session.script("x", {});
-  session.script("y", {});
-}
-
-TEST(Picking, AClickPicksAnotherUnpicksAndDoneDelivers) {
-  PickerWindow session;
-  session.open();
-  EXPECT_EQ(session.title(), "Camera Roll");
-  EXPECT_EQ(session.colourAt(session.centre(session.cell(2))), PickerWindow::colourOf("c"));
-  EXPECT_FALSE(session.sees(session.button(kDone)));
-  const auto overlay = [&](std::int64_t item) {
-    return std::static_pointer_cast<CollectionViewCell>(session.cell(item))->imgViewOverLay.lock();
-  };
-  for (const std::int64_t item : {4, 2, 0, 4}) session.clickItem(item);
-  session.wait(1);
-  EXPECT_THAT(session.picked(), ElementsAre("c", "a"));
-  EXPECT_EQ(session.count(), "(2)");
-  EXPECT_TRUE(session.sees(overlay(2)));
-  EXPECT_FALSE(session.sees(overlay(4)));
-  session.click(session.button(kDone));
-  session.wait(1);
-  ASSERT_EQ(session.host.deliveries.size(), 1u);
-  EXPECT_THAT(namesOf(session.host.deliveries[0]), ElementsAre("c", "a"));
-}
-
-TEST(Picking, TheLimitIsSaidInABannerThatGoesAgain) {
-  PickerWindow session;
-  session.host.limit = 0;
-  session.open();
-  const auto banner = session.picker->viewPhotoLimitationWarning.lock();
-  EXPECT_FALSE(session.sees(banner));
-  session.clickItem(1);
-  session.wait(0.7);
-  EXPECT_TRUE(session.sees(banner));
-  EXPECT_EQ(session.centre(banner).y(), banner->frame().size.height / 2) << "it has slid in";
-  session.wait(4);
-  EXPECT_FALSE(session.sees(banner));
-}
-
 TEST(Picking, APressThatLeavesItsButtonPressesNothing) {
   PickerWindow session;
   session.open();
-  session.log.take();
   QTest::mousePress(&session.window, Qt::LeftButton, {}, session.centre(session.button(kCancel)).toPoint());
   QTest::mouseMove(&session.window, {180, 400});
   QTest::mouseRelease(&session.window, Qt::LeftButton, {}, {180, 400});
   session.wait(0.1);
-  EXPECT_THAT(session.log.take(), IsEmpty());
+  EXPECT_THAT(session.log.take(), testing::Not(testing::Contains("cancelPressed")));
   EXPECT_THAT(session.picked(), IsEmpty());
-  session.click(session.button(kCancel));
-  EXPECT_THAT(session.log.take(), ElementsAre("cancelPressed"));
-}
-
-TEST(Picking, DownloadsShowAPanelThatCoversEverything) {
-  PickerWindow session;
-  session.script("a", PickerSession::downloading({0.25, 0.5, 1}, 10));
-  session.open();
-  session.clickItem(0);
-  session.wait(1);
-  session.click(session.button(kDone));
-  session.wait(5);
-  ASSERT_TRUE(session.sees(session.panel()));
-  session.log.take();
-  session.clickItem(1);
-  session.click(session.button(kCancel));
-  EXPECT_THAT(session.picked(), ElementsAre("a")) << "the panel lets nothing through";
-  EXPECT_THAT(session.log.take(), IsEmpty());
-  session.click(session.panel()->btnCancel.lock());
-  session.wait(1);
-  EXPECT_FALSE(session.sees(session.panel()));
 }
 
 TEST(Albums, TheTitleOpensTheListAndAPressOutsideClosesItAlone) {
   PickerWindow session(PickerWindow::numbered(60));
-  addFriends(session);
+  session.library.edit([](memory::LibraryContents& contents) {
+    contents.addUserAlbum("Friends", {memory::photo("x", -50), memory::photo("y", -60)});
+  });
   session.open();
   session.click(session.picker->btnAlbumPicker.lock());
   session.wait(0.5);
   ASSERT_TRUE(session.sees(session.table()));
-  EXPECT_EQ(session.table()->numberOfRows(), 2);
 
   const QPointF outside(60, 625);
   session.wheel(outside, -30);
@@ -108,6 +43,14 @@ TEST(Albums, TheTitleOpensTheListAndAPressOutsideClosesItAlone) {
   EXPECT_THAT(session.picked(), IsEmpty()) << "the press was for the list alone";
   session.click(outside);
   EXPECT_EQ(session.picked().size(), 1u);
+
+  session.click(session.picker->btnAlbumPicker.lock());
+  session.wait(0.5);
+  const QPointF row = session.centre(session.table()->cellForRowAtIndexPath({0, 1}));
+  for (int i = 0; i < 2; ++i) session.click(row);
+  session.wait(0.5);
+  EXPECT_EQ(session.title(), "Friends");
+  EXPECT_EQ(session.picked().size(), 1u) << "a double click's second half falls on what has begun to go";
 }
 
 TEST(Albums, NamesHaveRoomWhateverTheWindowsWidth) {
@@ -121,24 +64,6 @@ TEST(Albums, NamesHaveRoomWhateverTheWindowsWidth) {
     const auto row = std::dynamic_pointer_cast<TableViewCell>(session.table()->cellForRowAtIndexPath({0, 0}));
     EXPECT_GE(row->lblFolderName.lock()->frame().size.width, 120) << size.width();
   }
-}
-
-TEST(Albums, AClickOnARowShowsTheAlbum) {
-  PickerWindow session;
-  addFriends(session);
-  session.open();
-  session.click(session.picker->btnAlbumPicker.lock());
-  session.wait(0.5);
-  const QPointF row = session.centre(session.table()->cellForRowAtIndexPath({0, 1}));
-  // The second half of a double click falls on what has begun to go.
-  session.click(row);
-  session.click(row);
-  session.wait(0.5);
-  EXPECT_FALSE(session.sees(session.table()));
-  EXPECT_EQ(session.title(), "Friends");
-  EXPECT_EQ(session.grid().numberOfItems(), 2);
-  EXPECT_EQ(session.colourAt(session.centre(session.cell(1))), PickerWindow::colourOf("y"));
-  EXPECT_THAT(session.picked(), IsEmpty());
 }
 
 TEST(Scrolling, WheelMouseAndFingerScrollWithoutPickingAndAFingerPicks) {
@@ -162,20 +87,14 @@ TEST(Scrolling, WheelMouseAndFingerScrollWithoutPickingAndAFingerPicks) {
   EXPECT_GT(offset(), byMouse + 200);
   EXPECT_THAT(session.picked(), IsEmpty());
 
-  const auto touch = [&](const QPointF& point) {
-    QTest::touchEvent(&session.window, screen).press(0, point.toPoint());
-    session.wait(0.05);
-    QTest::touchEvent(&session.window, screen).release(0, point.toPoint());
-    session.wait(0.5);
-  };
   session.grid().setContentOffset({0, session.grid().minimumOffsetY()});
   session.wait(0.2);
-  touch(session.centre(session.cell(2)));
+  const QPoint finger = session.centre(session.cell(2)).toPoint();
+  QTest::touchEvent(&session.window, screen).press(0, finger);
+  session.wait(0.05);
+  QTest::touchEvent(&session.window, screen).release(0, finger);
+  session.wait(0.5);
   EXPECT_THAT(session.picked(), ElementsAre("p2"));
-  touch(session.centre(session.picker->btnAlbumPicker.lock()));
-  EXPECT_TRUE(session.sees(session.table()));
-  touch({60, 640});
-  EXPECT_FALSE(session.sees(session.table()));
 }
 
 TEST(Scrolling, FarDownCellsStandWhereTheyAreDrawn) {
@@ -197,7 +116,6 @@ TEST(Scrolling, FarDownCellsStandWhereTheyAreDrawn) {
     const double drawn = session.centre(session.cell(item)).y();
     EXPECT_NEAR(drawn, middle.y(), 0.5) << offset;
     EXPECT_EQ(drawn, std::round(drawn)) << "between two pixels at " << offset;
-    EXPECT_EQ(session.cell(item)->frame(), frame) << offset;
     session.click(middle);
     EXPECT_THAT(session.picked(), ElementsAre("p" + std::to_string(item)));
     session.click(middle);
@@ -231,44 +149,22 @@ TEST(BadLuck, APhotoVanishesBeneathTheFinger) {
   EXPECT_THAT(session.picked(), ElementsAre("e")) << "what the finger leaves is what it picks";
 }
 
-TEST(BadLuck, WithoutAccessTheScreenLeadsToTheSettings) {
-  PickerWindow session;
-  session.library.setStatus(PHAuthorizationStatusDenied);
-  int opened = 0;
-  session.platform->application().setSettingsHandler([&] { return ++opened > 0; });
-  session.open();
-  EXPECT_TRUE(session.sees(session.picker->lblAllowAccess1.lock()));
-  session.click(session.picker->btnAllowAccess.lock());
-  EXPECT_EQ(opened, 1);
-}
-
-TEST(BadLuck, TheWindowIsClosedInTheMiddleOfAFetch) {
-  PickerWindow session;
-  session.script("a", PickerSession::downloading({0.5, 1}, 5));
-  session.open();
-  session.clickItem(0);
-  session.wait(1);
-  session.click(session.button(kDone));
-  session.wait(3);
-  ASSERT_TRUE(session.sees(session.panel()));
-  session.window.close();
-  EXPECT_THAT(session.close(), IsEmpty());
-  session.wait(5);
-  EXPECT_THAT(session.host.deliveries, IsEmpty());
-}
-
-TEST(BadLuck, TheHostLetsGoWhileListOrQuestionIsOpen) {
-  for (const bool isQuestion : {false, true}) {
+TEST(BadLuck, TheHostLetsGoInTheMiddle) {
+  for (const std::string meanwhile : {"list", "question", "fetch"}) {
+    SCOPED_TRACE(meanwhile);
     PickerWindow session({"va", "b"});
-    session.script("va", PickerSession::failing());
+    session.script("va", meanwhile == "fetch" ? PickerSession::downloading({0.5, 1}, 5) : PickerSession::failing());
     session.open();
     session.clickItem(0);
     session.wait(1);
-    session.click(isQuestion ? session.button(kDone) : session.picker->btnAlbumPicker.lock());
-    session.wait(isQuestion ? 1 : 0.1);
-    EXPECT_EQ(session.choices().size(), isQuestion ? 1u : 0u);
+    session.click(meanwhile == "list" ? session.picker->btnAlbumPicker.lock() : session.button(kDone));
+    session.wait(meanwhile == "list" ? 0.1 : meanwhile == "question" ? 1 : 3);
+    EXPECT_EQ(session.choices().size(), meanwhile == "question" ? 1u : 0u);
+    EXPECT_EQ(session.sees(session.panel()), meanwhile == "fetch");
+    if (meanwhile == "fetch") session.window.close();
     EXPECT_THAT(session.close(), IsEmpty());
-    EXPECT_EQ(session.platform->window().rootItem().childItems().size(), 0);
+    session.wait(5);
+    EXPECT_THAT(session.host.deliveries, IsEmpty());
   }
 }
 

@@ -1,18 +1,10 @@
-#include <QCoreApplication>
 #include <QQmlComponent>
 #include <QQmlEngine>
-#include <QQuickWindow>
 #include <typeinfo>
 
-#include "adapters/memory/LoopThread.h"
-#include "adapters/memory/MainLoop.h"
-#include "adapters/memory/MemoryImageManager.h"
-#include "adapters/memory/MemoryLogs.h"
-#include "adapters/memory/MemoryPhotoLibrary.h"
-#include "adapters/memory/MemoryReachability.h"
 #include "adapters/memory/SceneTable.h"
-#include "adapters/qtquick/QtPlatform.h"
 #include "adapters/qtquick/views/ViewItem.h"
+#include "tests/adapters/qtquick/PickerWindow.h"
 #include "tests/contracts/SceneContract.h"
 #include "tests/contracts/ScreenContract.h"
 
@@ -22,42 +14,22 @@ namespace {
 class QtSceneWorld final : public SceneWorld {
  public:
   QtSceneWorld() {
-    library_.setStatus(PHAuthorizationStatusDenied);
-    window_.resize(375, 667);
-    platform_ = std::make_unique<qtquick::QtPlatform>(qtquick::LoopPorts{loop_, loop_, loop_, runLoops_}, window_,
-                                                      library_, images_, reachability_, log_);
-    platform_->application().setSettingsHandler([this] {
+    session_.library.setStatus(PHAuthorizationStatusDenied);
+    session_.platform->application().setSettingsHandler([this] {
       openedURLs_.emplace_back(UIApplicationOpenSettingsURLString);
       return true;
     });
   }
-  ~QtSceneWorld() override {
-    background_.end();
-    loop_.clear();
-    platform_.reset();
-  }
 
-  MainQueuePort& mainQueue() override { return loop_; }
-  bool runUntil(const std::function<bool()>& done) override { return loop_.runUntil(done); }
-  void settle() override {
-    loop_.runUntilIdle();
-    QCoreApplication::processEvents();
-  }
-
-  ResourcePort& resources() override { return platform_->scenes(); }
+  MainQueuePort& mainQueue() override { return session_.loop; }
+  bool runUntil(const std::function<bool()>& done) override { return session_.loop.runUntil(done); }
+  void settle() override { session_.wait(0); }
+  ResourcePort& resources() override { return session_.platform->scenes(); }
   std::vector<std::string> openedURLs() const { return openedURLs_; }
-  QQmlEngine& engine() { return platform_->engine(); }
+  QQmlEngine& engine() { return session_.platform->engine(); }
 
  private:
-  memory::Background background_;
-  memory::MainLoop loop_{background_};
-  memory::RunLoops runLoops_{loop_};
-  memory::MemorySystemLog log_;
-  memory::MemoryPhotoLibrary library_{background_};
-  memory::MemoryImageManager images_{library_, loop_, background_};
-  memory::MemoryReachability reachability_;
-  QQuickWindow window_;
-  std::unique_ptr<qtquick::QtPlatform> platform_;
+  test::PickerWindow session_{{}};
   std::vector<std::string> openedURLs_;
 };
 
