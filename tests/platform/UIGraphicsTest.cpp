@@ -112,7 +112,7 @@ TEST(BitmapContext, NothingToDrawOrNothingToDrawOnIsHarmless) {
   }
   CGBitmapContext context({1, 1});
   context.drawImage(CGRectMake(0, 0, 1, 1), nullptr);
-  for (const double bad : {0.0, INFINITY, 1e300}) context.drawImage(CGRectMake(bad, 0, 1, bad), picture);
+  for (const double bad : {0.0, -1e300, 1e300, std::nan("")}) context.drawImage(CGRectMake(bad, 0, 1, bad), picture);
   context.scaleCTM(0, 1);
   context.drawImage(CGRectMake(0, 0, 1, 1), picture);
   EXPECT_THAT(lettersOf(*context.makeImage()), ElementsAre("."));

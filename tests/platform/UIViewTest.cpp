@@ -3,8 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tlx/platform/uikit/UIScrollView.h"
-#include "tlx/platform/uikit/UIWindow.h"
+#include "tlx/platform/uikit/UIView.h"
 
 #include "adapters/memory/MemoryPlatform.h"
 
@@ -65,27 +64,6 @@ TEST(UIView, StretchesWithItsSuperviewInTheWayItsMaskSays) {
   view->setAutoresizingMask(UIViewAutoresizingFlexibleHeight);
   above->layoutFrame(CGRectMake(10, 20, 80, 100));
   EXPECT_EQ(view->frame(), CGRectMake(5, 6, 40, 20));
-}
-
-TEST(UIView, KnowsItsPlaceInTheWindowAndIsToldWhenItComesAndGoes) {
-  class Told : public UIView {
-   public:
-    void didMoveToWindow() override { moves.push_back(window() != nullptr); }
-    std::vector<bool> moves;
-  };
-  memory::MemoryPlatform platform;
-  const auto window = platform.application.window();
-  const auto scroller = std::make_shared<UIScrollView>();
-  const auto view = std::make_shared<Told>();
-  scroller->setFrame(CGRectMake(10, 20, 50, 50));
-  view->setFrame(CGRectMake(5, 100, 9, 9));
-  scroller->addSubview(view);
-  scroller->setContentOffset({0, 90});
-  EXPECT_EQ(view->convertRectToWindow(CGRectMake(1, 1, 2, 2)), CGRectMake(16, 31, 2, 2));
-  EXPECT_THAT(view->moves, IsEmpty());
-  window->addSubview(scroller);
-  scroller->removeFromSuperview();
-  EXPECT_THAT(view->moves, ElementsAre(true, false));
 }
 
 TEST(UIView, LaysOutUntilNothingMoreIsAskedForButNotForEver) {
