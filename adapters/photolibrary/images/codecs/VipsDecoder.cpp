@@ -183,6 +183,9 @@ void prepareVips() {
 
 Failure decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context) {
   if (!startVips()) return libraryError(PhotoLibraryErrorUnsupported, "libvips does not start");
+  // What an earlier file left there, as a header that was read in vain does, would stand before what is said of this
+  // one.
+  vips_error_clear();
   const PixelSize stored = header.swapsSides() ? result.turned() : result;
   const FileSource source(file);
   ImageRef image(load(source.get(), header.format, context.strict ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_NONE));
