@@ -134,5 +134,35 @@ TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
   }
 }
 
+TEST(Delivery, DismissalIsThePickersAndNothingElses) {
+  const std::function<void(PickerSession&)> rows[] = {
+      [](PickerSession& other) { other.picker->btnAlbumPicker.lock()->press(); },
+      [](PickerSession& other) { other.picker->btnCameraPressed(); },
+      [](PickerSession& other) {
+        other.picker->btnAlbumPicker.lock()->press();
+        other.picker->btnCameraPressed();  // waits for the list
+      },
+  };
+  for (const auto& meanwhile : rows) {
+    for (const double seconds : {0.0, 1.0}) {
+      PickerSession other;
+      other.open();
+      other.script("b", PickerSession::stalling());
+      other.pick({"a", "b"});
+      other.done();
+      meanwhile(other);
+      other.platform.advance(seconds);
+      other.host.whenFinished = [&] { other.picker->dismissViewControllerAnimated_completion(true, nullptr); };
+      other.script("b", {});
+      other.platform.images.release("b");
+      other.settle();
+      EXPECT_EQ(other.host.deliveries.size(), 1u);
+      EXPECT_EQ(other.platform.presentation.top(), nullptr);
+      EXPECT_EQ(other.picker->presentingViewController(), nullptr);
+      EXPECT_FALSE(other.platform.application.isStatusBarHidden());
+    }
+  }
+}
+
 }  // namespace
 }  // namespace tlx::test

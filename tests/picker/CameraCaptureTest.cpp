@@ -249,5 +249,21 @@ TEST(CameraCapture, LeavingShowsTheStatusBarAndNothingElse) {
   EXPECT_EQ(session.picked(), Names());
 }
 
+// The picture of a photo may come when the camera is long gone.
+TEST(CameraCapture, APhotoThatArrivesLateIsPickedOnceAndWithinTheLimit) {
+  for (const char* const tapped : {"saved 1", "a"}) {
+    CameraSession session(0, 1);
+    session.script("saved 1", PickerSession::stalling());
+    session.press();
+    session.platform.camera.takePhoto(CameraSession::photo());
+    session.settle();
+    session.pick({tapped});
+    session.script("saved 1", {});
+    session.platform.images.release("saved 1");
+    session.settle();
+    EXPECT_EQ(session.picked(), Names({tapped}));
+  }
+}
+
 }  // namespace
 }  // namespace tlx::test

@@ -414,5 +414,72 @@ TEST(Finalization, CancelButtonOfTheScreenTellsTheHostAndNothingElse) {
   EXPECT_FALSE(session.lastFetchIsCancelled()) << "the host's letting go ends the fetch";
 }
 
+// The host's leave for a pick may come while the question stands.
+TEST(Finalization, NoItemIsDeliveredThatWasNotFetched) {
+  PickerSession session;
+  session.open();
+  session.script("b", PickerSession::failing());
+  session.pick({"a", "b"});
+  session.done();
+  session.picker->arrPickedModel()->push_back(Media::initMediaWithPHAsset(session.item("c")->getMediaAsset()));
+  session.platform.presentation.press("Continue");
+  session.settle();
+  ASSERT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c"}));
+  EXPECT_NE(session.host.deliveries[0][1]->getMediaImage(), nullptr);
+}
+
+// Of a, b and c the last one fails at once; then a is waited for.
+TEST(Finalization, WhatIsNoLongerWantedIsNobodysConcern) {
+  struct Row {
+    const char* why;
+    std::int64_t limit;
+    std::function<void(PickerSession&)> meanwhile;
+    bool asks;
+    Names afterRetry;
+  };
+  const auto tap = [](Names names) { return [names](PickerSession& session) { session.pick(names); }; };
+  const Row rows[] = {
+      {"picked again: tried once more with the others", 3, tap({"c", "c"}), false, {"a", "b", "c"}},
+      {"deleted",
+       3,
+       [](PickerSession& session) {
+         session.platform.library.change([](memory::LibraryContents& contents) { contents.remove({"c"}); });
+       },
+       false,
+       {"a", "b"}},
+      {"its place was given to another", 3, tap({"d"}), true, {"a", "b", "d"}},
+      {"Done is pressed again",
+       -1,
+       [](PickerSession& session) {
+         session.script("c", {});
+         session.picker->btnDonePressed();
+       },
+       false,
+       {"a", "b", "c"}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.why);
+    PickerSession session({"a", "b", "c", "d"});
+    session.host.limit = row.limit;
+    session.open();
+    session.pick({"a", "b", "c"});
+    session.script("c", PickerSession::failing());
+    session.script("b", PickerSession::stalling());
+    session.done();
+    ASSERT_EQ(namesOf(session.picker->arrUnsuccessfulMedia()), Names({"c"}));
+    session.script("c", {});
+    row.meanwhile(session);
+    session.settle();
+    session.script("b", {});
+    session.platform.images.release("b");
+    session.settle();
+    EXPECT_EQ(session.platform.presentation.press("Retry"), row.asks);
+    session.settle();
+    ASSERT_EQ(session.host.deliveries.size(), 1u);
+    EXPECT_EQ(namesOf(session.host.deliveries[0]), row.afterRetry);
+    EXPECT_EQ(session.item("c") && session.isMarked("c"), testing::Value(row.afterRetry, testing::Contains("c")));
+  }
+}
+
 }  // namespace
 }  // namespace tlx::test
