@@ -1,11 +1,8 @@
 #include "apps/tlx-media-picker/OutputFolder.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <cmath>
-#include <cstring>
 #include <filesystem>
-#include <memory>
+#include <span>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -13,40 +10,16 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vips/vips.h>
 
 #include "adapters/photolibrary/base/FileStatus.h"
 #include "adapters/photolibrary/files/UnfinishedFile.h"
+#include "adapters/photolibrary/images/writing/CaptureExif.h"
+#include "adapters/photolibrary/images/writing/JpegWriter.h"
+#include "adapters/photolibrary/images/writing/PngWriter.h"
 #include "adapters/photolibrary/source/MediaFormat.h"
-#include "apps/tlx-media-picker/CaptureDate.h"
 
 namespace tlx::program {
 namespace {
-
-constexpr int kJpegQuality = 92;
-
-bool hasTransparency(const CGImage& bitmap) {
-  for (std::size_t y = 0; y < bitmap.height(); ++y) {
-    const std::uint8_t* row = bitmap.row(y);
-    for (std::size_t x = 0; x < bitmap.width(); ++x) {
-      if (row[4 * x + 3] != 255) return true;
-    }
-  }
-  return false;
-}
-
-struct Unref {
-  void operator()(void* object) const { g_object_unref(object); }
-};
-template <class Object>
-using Held = std::unique_ptr<Object, Unref>;
-
-std::string vipsReason() {
-  std::string text = vips_error_buffer();
-  vips_error_clear();
-  while (!text.empty() && text.back() == '\n') text.pop_back();
-  return text.empty() ? "the image could not be written" : text;
-}
 
 /// The name without its ending; a name of nothing but an ending is kept whole.
 std::string stem(const std::string& name) {
@@ -57,36 +30,6 @@ std::string stem(const std::string& name) {
 std::string ending(const std::string& name) {
   const auto dot = name.rfind('.');
   return dot == std::string::npos || dot == 0 ? "" : name.substr(dot);
-}
-
-/// The bitmap as an image of the picture library that lives no longer, without alpha where there is nothing to see
-/// through.
-Held<VipsImage> pixelsOf(const CGImage& bitmap, bool alpha) {
-  const auto width = static_cast<int>(bitmap.width()), height = static_cast<int>(bitmap.height());
-  const auto* bytes = bitmap.pixels();
-  std::vector<std::uint8_t> packed;
-  if (const std::size_t row = bitmap.width() * CGImage::bytesPerPixel; bitmap.bytesPerRow() != row) {
-    packed.resize(row * bitmap.height());
-    for (std::size_t y = 0; y < bitmap.height(); ++y) std::memcpy(packed.data() + y * row, bitmap.row(y), row);
-    bytes = packed.data();
-  }
-  VipsImage* step = nullptr;
-  const std::size_t size = bitmap.width() * bitmap.height() * CGImage::bytesPerPixel;
-  Held<VipsImage> pixels(packed.empty()
-                             ? vips_image_new_from_memory(bytes, size, width, height, 4, VIPS_FORMAT_UCHAR)
-                             : vips_image_new_from_memory_copy(bytes, size, width, height, 4, VIPS_FORMAT_UCHAR));
-  const auto next = [&](int failed) {
-    pixels.reset(failed ? nullptr : step);
-    return pixels != nullptr;
-  };
-  if (!pixels || !next(vips_copy(pixels.get(), &step, "interpretation", VIPS_INTERPRETATION_sRGB, nullptr)))
-    return nullptr;
-  if (!alpha) {
-    next(vips_extract_band(pixels.get(), &step, 0, "n", 3, nullptr));
-  } else if (next(vips_unpremultiply(pixels.get(), &step, nullptr)) && next(vips_rint(pixels.get(), &step, nullptr))) {
-    next(vips_cast(pixels.get(), &step, VIPS_FORMAT_UCHAR, nullptr));
-  }
-  return pixels;
 }
 
 /// What a copy allows others: to read it only if they may read the original, and never more than a file made here.
@@ -123,19 +66,16 @@ OutputFolder::OutputFolder(std::string path) : path_(std::move(path)) {
 
 OutputFolder::Outcome OutputFolder::writeImage(const UIImage& image, const std::string& name, double created,
                                                bool isCaptureDate) const {
-  if (vips_init("tlx-media-picker") != 0) return name + ": " + vipsReason();
   const auto& bitmap = image.bitmap();
   if (!bitmap) return name + ": there is no picture";
-  const bool alpha = hasTransparency(*bitmap);
-  const Held<VipsImage> pixels = pixelsOf(*bitmap, alpha);
-  if (!pixels) return name + ": " + vipsReason();
-  if (isCaptureDate) setCaptureDate(*pixels, created);
+  const bool alpha = !photolibrary::isOpaque(*bitmap);
+  const auto exif = isCaptureDate ? photolibrary::captureExif(created) : std::vector<std::uint8_t>();
   photolibrary::UnfinishedFile file(path_);
   if (file.error()) return because(name, file.error());
-  const Held<VipsTarget> target(vips_target_new_to_descriptor(file.get()));
-  const int failed = alpha ? vips_pngsave_target(pixels.get(), target.get(), nullptr)
-                           : vips_jpegsave_target(pixels.get(), target.get(), "Q", kJpegQuality, nullptr);
-  if (!target || failed) return name + ": " + vipsReason();
+  const auto write = [&](std::span<const std::uint8_t> bytes) { return file.write(bytes.data(), bytes.size()); };
+  const int error = alpha ? photolibrary::writePng(*bitmap, photolibrary::PngEffort::Small, {}, exif, write)
+                          : photolibrary::writeJpeg(*bitmap, photolibrary::JpegColour::EveryPixel, exif, write);
+  if (error != 0) return because(name, error);
   using photolibrary::MediaFormat;
   const MediaFormat format = alpha ? MediaFormat::Png : MediaFormat::Jpeg;
   const std::string own = "." + std::string(photolibrary::traitsOf(format).endings[0]);

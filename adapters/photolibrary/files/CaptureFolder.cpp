@@ -15,7 +15,8 @@
 #include "adapters/photolibrary/base/FileStatus.h"
 #include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/files/UnfinishedFile.h"
-#include "adapters/photolibrary/images/codecs/PhotoEncoder.h"
+#include "adapters/photolibrary/images/writing/CaptureExif.h"
+#include "adapters/photolibrary/images/writing/JpegWriter.h"
 #include "adapters/photolibrary/source/MediaProbe.h"
 
 namespace tlx::photolibrary {
@@ -63,13 +64,17 @@ std::optional<NSError> makeFolder(const std::string& path) {
 CaptureFolder::CaptureFolder(const std::string& root) : path_((root == "/" ? "" : root) + "/Camera") {}
 
 std::variant<std::string, NSError> CaptureFolder::savePhoto(const UIImage& image, double created) const {
-  const auto encoded = encodePhoto(image, created);
-  if (const auto* error = std::get_if<NSError>(&encoded)) return *error;
+  const auto& bitmap = image.bitmap();
+  if (!bitmap || bitmap->width() > kJpegSideLimit || bitmap->height() > kJpegSideLimit) {
+    return libraryError(PhotoLibraryErrorUnsupported, "The image cannot be made a file.");
+  }
   if (const auto error = makeFolder(path_)) return *error;
   UnfinishedFile file(path_);
-  const auto& bytes = std::get<std::vector<std::uint8_t>>(encoded);
   int error = file.error();
-  if (error == 0) error = file.write(bytes.data(), bytes.size());
+  if (error == 0) {
+    error = writeJpeg(*bitmap, JpegColour::EverySecond, captureExif(created),
+                      [&](std::span<const std::uint8_t> bytes) { return file.write(bytes.data(), bytes.size()); });
+  }
   if (error == 0) error = file.setTime(created);
   if (error == 0 && ::fdatasync(file.get()) != 0) error = errno;
   if (error != 0) return failure(error, path_);

@@ -127,6 +127,16 @@ void eachFile(const std::string& folder, const std::function<void(Kept)>& use) {
   ::closedir(open);
 }
 
+/// Empty when there is no memory for it.
+std::vector<std::uint8_t> pngOf(const CGImage& image, const PngTexts& texts) {
+  std::vector<std::uint8_t> png;
+  const int error = writePng(image, PngEffort::Quick, texts, {}, [&](std::span<const std::uint8_t> bytes) {
+    png.insert(png.end(), bytes.begin(), bytes.end());
+    return 0;
+  });
+  return error == 0 ? png : std::vector<std::uint8_t>();
+}
+
 }  // namespace
 
 SharedThumbnails::SharedThumbnails(Settings settings) : settings_(std::move(settings)) {}
@@ -252,11 +262,11 @@ void SharedThumbnails::write(const Record& record) {
     texts.add("Thumb::Image::Width", std::to_string(subject.size.width));
     texts.add("Thumb::Image::Height", std::to_string(subject.size.height));
     folder = settings_.folder + "/" + folderOf(record.side);
-    png = writePng(**image, texts);
+    png = pngOf(**image, texts);
   } else {
     const NSError& error = std::get<NSError>(record.content);
     texts.add(errorKey, std::to_string(error.code) + " " + error.localizedDescription.substr(0, 1000));
-    png = writePng(*CGImage::create(1, 1, {0, 0, 0, 0}), texts);
+    png = pngOf(*CGImage::create(1, 1, {0, 0, 0, 0}), texts);
   }
   if (png.empty()) return;
   const std::lock_guard lock(mutex_);

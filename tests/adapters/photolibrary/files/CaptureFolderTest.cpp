@@ -10,6 +10,8 @@
 #include <unistd.h>
 
 #include "adapters/photolibrary/files/CaptureFolder.h"
+#include "adapters/photolibrary/images/headers/PhotoFacts.h"
+#include "adapters/photolibrary/images/writing/CaptureExif.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 
 namespace tlx::photolibrary::test {
@@ -45,13 +47,40 @@ TEST(CaptureFolder, PhotosAreWholeDatedAndNeverReplaceAnything) {
   EXPECT_EQ(info.format, MediaFormat::Jpeg);
   EXPECT_EQ(info.width, 300);
   EXPECT_EQ(info.height, 200);
-  EXPECT_EQ(info.orientation, 1);
-  EXPECT_NEAR(info.captureDate.value(), kTaken, 1);
+  EXPECT_EQ(info.captureDate, kTaken);
   struct stat status;
   ASSERT_EQ(::stat(first.c_str(), &status), 0);
   EXPECT_EQ(status.st_mtim.tv_sec, static_cast<time_t>(kTaken));
   EXPECT_EQ(status.st_mode & 0600, 0600u);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(camera.path()), {}), 2) << "nothing hidden is left";
+}
+
+TEST(CaptureExif, SaysToOthersWhenItWas) {
+  struct Row {
+    double taken;
+    std::optional<double> said;
+    const char *zone, *reason;
+  };
+  const Row rows[] = {
+      {kTaken, kTaken, "Newfoundland", "hours and a half behind"},
+      {-86'400.5, -86'400.5, "Asia/Tokyo", "a scan of an old print"},
+      {-6e10, -6e10, "UTC", "four digits of the year 68"},
+      {4e11, std::nullopt, "UTC", "a year of five digits has no place"},
+  };
+  for (const Row& row : rows) {
+    ::setenv("TZ", row.zone, 1);
+    ::tzset();
+    const auto block = captureExif(row.taken);
+    ::setenv("TZ", "EST5", 1);
+    ::tzset();
+    PhotoFacts facts;
+    facts.orientation = 0;
+    readExif(block, facts);
+    EXPECT_EQ(facts.captureDate, row.said) << row.reason;
+    EXPECT_EQ(facts.orientation, 1) << row.reason;
+  }
+  ::unsetenv("TZ");
+  ::tzset();
 }
 
 TEST(CaptureFolder, AVideoIsTheSameFileUntilTheCaptureGoes) {
