@@ -65,7 +65,7 @@ class MemoryApplication final : public ApplicationPort {
  public:
   std::shared_ptr<UIWindow> window() const override { return window_; }
   std::optional<UIUserInterfaceIdiom> userInterfaceIdiom() const override { return idiom_; }
-  double screenScale() const override { return 1; }
+  double screenScale() const override { return screenScale_; }
   bool openURL(const std::string& url) override;
   void setStatusBarHidden(bool hidden) override { statusBarHidden_ = hidden; }
   bool reduceMotion() const override { return reduceMotion_; }
@@ -78,6 +78,7 @@ class MemoryApplication final : public ApplicationPort {
   /// Nothing: a device that does not tell.
   void setIdiom(std::optional<UIUserInterfaceIdiom> idiom) { idiom_ = idiom; }
   void setReduceMotion(bool reduce) { reduceMotion_ = reduce; }
+  void setScreenScale(double scale) { screenScale_ = scale; }
 
   const std::vector<std::string>& openedURLs() const { return openedURLs_; }
   bool isStatusBarHidden() const { return statusBarHidden_; }
@@ -87,6 +88,7 @@ class MemoryApplication final : public ApplicationPort {
   std::optional<UIUserInterfaceIdiom> idiom_ = UIUserInterfaceIdiomPhone;
   std::vector<std::string> openedURLs_;
   bool statusBarHidden_ = false, reduceMotion_ = false;
+  double screenScale_ = 1;
 };
 
 }  // namespace tlx::memory

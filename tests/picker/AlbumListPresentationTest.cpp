@@ -74,6 +74,7 @@ TEST_F(AlbumListPresentation, TabletPrefersItsShareOfThePicker) {
   session.platform.application.setIdiom(UIUserInterfaceIdiomPad);
   open();
   ASSERT_EQ(session.picker->view()->frame().size, (CGSize{1024, 768}));
+  EXPECT_EQ(session.grid().collectionView()->frame().size.width, 1024) << "the scene's size is another";
   title->press();
   EXPECT_EQ(session.list()->preferredContentSize(), (CGSize{603, 480}));
 }

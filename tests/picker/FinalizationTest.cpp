@@ -18,8 +18,8 @@ TEST(Finalization, FetchesFromTheLastToTheFirstAndDeliversInPickedOrder) {
   session.open();
   session.pick({"c", "v", "a"});
   session.platform.messageLog.take();
+  session.host.whenFetchingStarts = [&] { EXPECT_FALSE(session.pressDone()) << "the host may spin an event loop"; };
   ASSERT_TRUE(session.pressDone());
-  EXPECT_FALSE(session.picker->btnDone.lock()->isUserInteractionEnabled());
   EXPECT_EQ(session.fetched(), Names({"a"})) << "one request at a time";
   EXPECT_EQ(session.panel()->lblCompletionCount.lock()->text(), "1/3");
   EXPECT_EQ(session.percent(), "Processing...");
@@ -110,6 +110,7 @@ TEST(Finalization, FailuresAreToldApartByCause) {
     memory::ItemScript script;
     bool online;
     std::int64_t status;
+    bool onlineAtFirst = true;
   };
   memory::ItemScript soundOnly, soundOnlyDelivered;
   soundOnly.tracks = {{AVMediaTypeAudio, "aac", 0, 0, 10}};
@@ -122,17 +123,20 @@ TEST(Finalization, FailuresAreToldApartByCause) {
       {"no video at all", "v", soundOnly, true, 1},
       {"a video from this machine, offline", "v", disk, false, 1},
       {"a cloud video, online", "v", cloud, true, 1},
-      {"a cloud video, offline", "v", cloud, false, 2},
+      {"a cloud video, offline", "v", cloud, false, 2, false},
+      {"a cloud video, offline when it fails", "v", cloud, false, 2},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
     PickerSession session({"a", "v"});
     session.open();
-    if (!row.online) session.platform.reachability.setFlags(0);
+    if (!row.onlineAtFirst) session.platform.reachability.setFlags(0);
     session.script(row.item, row.script);
     session.pick({row.item});
-    session.done();
-    EXPECT_EQ(session.picker->boolInternetConnected, row.online);
+    session.pressDone();
+    EXPECT_EQ(session.picker->boolInternetConnected, row.onlineAtFirst);
+    if (!row.online) session.platform.reachability.setFlags(0);
+    session.settle();
     ASSERT_EQ(session.picker->arrUnsuccessfulMedia().size(), 1u);
     EXPECT_EQ(session.picker->arrUnsuccessfulMedia().front()->fetchCompletionStatus(), row.status);
     EXPECT_EQ(session.picked(), Names());
@@ -204,13 +208,13 @@ TEST(Finalization, QuestionFollowsTheCounts) {
   }
 }
 
-/// Picked a, b, c, d; b and d failed, and the question is on the screen.
+/// Picked a, b, c and the video v; b and v failed, and the question is on the screen.
 struct Asked : PickerSession {
-  Asked() : PickerSession({"a", "b", "c", "d"}) {
+  Asked() : PickerSession({"a", "b", "c", "v"}) {
     open();
     script("b", failing());
-    script("d", failing());
-    pick({"a", "b", "c", "d"});
+    script("v", failing());
+    pick({"a", "b", "c", "v"});
     done();
   }
   void choose(const std::string& button) {
@@ -222,14 +226,14 @@ struct Asked : PickerSession {
 TEST(Finalization, RetryFetchesEverythingAgainTheFailedFirst) {
   Asked session;
   const auto before = static_cast<std::ptrdiff_t>(session.fetched().size());
-  session.script("d", {});
+  session.script("v", {});
   session.platform.messageLog.take();
   session.choose("Retry");
   const auto fetched = session.fetched();
-  EXPECT_EQ(Names(fetched.begin() + before, fetched.end()), Names({"b", "d", "c", "a"}));
+  EXPECT_EQ(Names(fetched.begin() + before, fetched.end()), Names({"b", "v", "c", "a"}));
   EXPECT_THAT(session.platform.messages(), ElementsAre("willStartFetching"));
   session.choose("Continue");
-  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c", "d"}));
+  EXPECT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c", "v"}));
 }
 
 TEST(Finalization, CancelAtEveryMoment) {
@@ -264,14 +268,17 @@ TEST(Finalization, CancelAtEveryMoment) {
     button->sendActionsForControlEvents(UIControlEventTouchUpInside);
     EXPECT_TRUE(button->isHidden());
     EXPECT_EQ(session.panel()->lblHeader1.lock()->text(), "Importing");
+    session.platform.runUntilIdle();
+    EXPECT_TRUE(session.picker->btnDone.lock()->isUserInteractionEnabled()) << "until it has faded out";
     session.settle();
+    EXPECT_EQ(session.picker->btnDone.lock()->alpha(), 0.0);
     EXPECT_EQ(session.host.deliveries.size(), row.deliveries) << "what is cancelled is not delivered";
     EXPECT_TRUE(session.picker->cancelling());
     EXPECT_FALSE(session.overlayIsShown());
     EXPECT_EQ(session.picked(), Names());
     EXPECT_TRUE(session.picker->arrUnsuccessfulMedia().empty());
     EXPECT_EQ(session.platform.presentation.alert(), nullptr);
-    EXPECT_TRUE(session.lastFetchIsCancelled());
+    EXPECT_TRUE(session.fetchesAreCancelled());
     EXPECT_TRUE(session.picker->arrCloudReqId().empty());
     if (row.deliveries > 0) continue;  // the library is no longer followed
     for (const auto& name : {"a", "b", "c"}) EXPECT_FALSE(session.isMarked(name)) << name;
@@ -286,19 +293,23 @@ TEST(Finalization, CancelAtEveryMoment) {
 TEST(Finalization, ProgressThatIsOnItsWayDuringACancelShowsNothing) {
   PickerSession session;
   session.open();
-  auto script = PickerSession::downloading({0.5}, 10);
+  session.pick({"a"});
+  auto script = PickerSession::downloading({0.5, 0.9}, 10);
   script.progressOnMainThread = true;
   session.script("a", script);
-  session.pick({"a"});
+  session.platform.faults.plan(1, memory::FaultyImageManager::Fault::AnswerAfterCancel);
   session.pressDone();
   session.picker->cancelDownload();  // runs between the report and what the report posts
+  session.script("a", {});           // for the thumbnails
   session.settle();
   EXPECT_FALSE(session.overlayIsShown());
+  session.platform.advance(5);
+  EXPECT_EQ(session.platform.images.outstanding(), 0u) << "the next report stops what no cancel has reached";
 }
 
 // The choice closes the question, which takes a moment; what was picked in between would be delivered unfetched.
 TEST(Finalization, NothingIsTakenBetweenAChoiceAndItsEffect) {
-  for (const char* const choice : {"Continue", "Cancel"}) {
+  for (const char* const choice : {"Continue Anyway", "Cancel"}) {
     Asked session;
     session.platform.library.change(
         [](memory::LibraryContents& contents) { contents.add(memory::photo("z"), {"Camera Roll"}); });
@@ -349,18 +360,24 @@ TEST(Finalization, ListMayChangeUnderTheWalk) {
     const char* why;
     std::function<void(PickerSession&)> meanwhile;
     Names fetched, delivered;
+    std::string counter;
   };
   // Picked a, b, c, d; c is waited for.
   const Row rows[] = {
       {"one below is unpicked: the others move down, none is fetched twice",
        tap({"a"}),
        {"d", "c", "b"},
-       {"b", "c", "d"}},
-      {"all are unpicked", tap({"a", "b", "c", "d"}), {"d", "c"}, {}},
-      {"one is picked: it is fetched too", tap({"e"}), {"d", "c", "b", "a", "e"}, {"a", "b", "c", "d", "e"}},
-      {"one is swapped", tap({"b", "e"}), {"d", "c", "a", "e"}, {"a", "c", "d", "e"}},
-      {"unpicked and picked again: a new item", tap({"d", "d"}), {"d", "c", "b", "a", "d"}, {"a", "b", "c", "d"}},
-      {"the one in flight is deleted", remove({"c"}), {"d", "c", "b", "a"}, {"a", "b", "d"}},
+       {"b", "c", "d"},
+       "4/4"},
+      {"all are unpicked", tap({"a", "b", "c", "d"}), {"d", "c"}, {}, "2/4"},
+      {"one is picked: it is fetched too", tap({"e"}), {"d", "c", "b", "a", "e"}, {"a", "b", "c", "d", "e"}, "5/5"},
+      {"one is swapped", tap({"b", "e"}), {"d", "c", "a", "e"}, {"a", "c", "d", "e"}, "4/4"},
+      {"unpicked and picked again: a new item",
+       tap({"d", "d"}),
+       {"d", "c", "b", "a", "d"},
+       {"a", "b", "c", "d"},
+       "4/4"},
+      {"the one in flight is deleted", remove({"c"}), {"d", "c", "b", "a"}, {"a", "b", "d"}, "4/4"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
@@ -375,6 +392,7 @@ TEST(Finalization, ListMayChangeUnderTheWalk) {
     session.platform.images.release("c");
     session.settle();
     EXPECT_EQ(session.fetched(), row.fetched);
+    EXPECT_EQ(session.panel()->lblCompletionCount.lock()->text(), row.counter);
     ASSERT_EQ(session.host.deliveries.size(), 1u);
     EXPECT_EQ(namesOf(session.host.deliveries[0]), row.delivered);
     for (const auto& media : session.host.deliveries[0]) EXPECT_NE(media->getMediaImage(), nullptr);
@@ -411,7 +429,7 @@ TEST(Finalization, CancelButtonOfTheScreenTellsTheHostAndNothingElse) {
   button->setTag(106);
   session.picker->btnPressed(button);
   EXPECT_THAT(session.platform.messages(), ElementsAre("cancelPressed"));
-  EXPECT_FALSE(session.lastFetchIsCancelled()) << "the host's letting go ends the fetch";
+  EXPECT_FALSE(session.fetchesAreCancelled()) << "the host's letting go ends the fetch";
 }
 
 // The host's leave for a pick may come while the question stands.

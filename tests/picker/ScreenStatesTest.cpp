@@ -22,6 +22,7 @@ TEST(ScreenStates, AccessGrantedLeadsToTheFirstAlbum) {
   EXPECT_EQ(session.picker->iImageLimit, 7);
   EXPECT_EQ(session.picker->imageSize, session.host.size);
   EXPECT_TRUE(isShown(session.picker->btnCamera));
+  EXPECT_TRUE(session.picker->btnCamera.lock()->imageView()->image());
   EXPECT_FALSE(isShown(session.picker->viewAccessContainer));
   EXPECT_FALSE(isShown(session.picker->viewNoPhotos));
   EXPECT_EQ(textOf(session.picker->lblLimitationWarning), "Picker Limitation Exceeded.");

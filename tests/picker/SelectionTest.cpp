@@ -48,10 +48,14 @@ TEST(Selection, VetoComesBeforeTheLimitAndShowsNoBanner) {
   PickerSession session;
   session.host.limit = 0;
   session.host.shouldSelect = [](std::uint64_t) { return false; };
+  session.platform.library.edit(
+      [](memory::LibraryContents& contents) { contents.addUserAlbum("Sea", {memory::photo("a")}); });
   session.open();
   session.pick({"a"});
   EXPECT_THAT(session.platform.messages(), ElementsAre("shouldSelect 0"));
   EXPECT_FALSE(session.isMarked("a"));
+  EXPECT_FALSE(session.picker->photoManager->getAlbumModelAtIndex(1)->getMediaModelAtIndex(0)->isModelSelected())
+      << "nor in another album";
   EXPECT_FALSE(bannerIsIn(session));
   session.platform.messageLog.take();
   session.host.shouldSelect = [](std::uint64_t) { return true; };
@@ -89,8 +93,9 @@ TEST(Selection, DoneAndCountFollowTheListAsItIsWhenTheyChange) {
   EXPECT_EQ(count->text(), "(2)");
   EXPECT_EQ(done->alpha(), 1.0);
   EXPECT_EQ(count->alpha(), 1.0);
+  session.platform.advance(0.19);
   EXPECT_FALSE(done->isUserInteractionEnabled()) << "not before the fade has ended";
-  session.platform.advance(0.21);
+  session.platform.advance(0.02);
   EXPECT_TRUE(done->isUserInteractionEnabled());
   session.tap("a");
   session.tap("b");
@@ -99,8 +104,11 @@ TEST(Selection, DoneAndCountFollowTheListAsItIsWhenTheyChange) {
   session.platform.advance(0.21);
   EXPECT_EQ(count->text(), "(0)");
   EXPECT_FALSE(done->isUserInteractionEnabled());
-  session.picker->removeAssetByidentifier("nobody");
   EXPECT_FALSE(session.picker->isMediaAlreadyPicked("a"));
+  done->setAlpha(0.5);
+  session.picker->removeAssetByidentifier("nobody");
+  session.settle();
+  EXPECT_EQ(done->alpha(), 0.5) << "nothing was unpicked, nothing fades";
 }
 
 TEST(Selection, BannerSlidesInStaysAndSlidesOut) {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "adapters/memory/Pictures.h"
 #include "tests/support/PickerSession.h"
@@ -69,9 +70,11 @@ TEST(SessionLifetime, EverythingGoesWithThePickerAtEveryMoment) {
     row.before(session);
     session.platform.messageLog.take();
     const Made made(session);
+    auto panel = session.panel();
     session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
     session.picker = nullptr;
     EXPECT_TRUE(made.things.front().expired()) << "the picker goes at once";
+    EXPECT_EQ(std::exchange(panel, nullptr)->customDelegate, nullptr) << "a press on Cancel would tell it";
     session.platform.advance(60);
     EXPECT_EQ(made.left(), 0u);
     EXPECT_EQ(session.platform.images.outstanding(), 0u) << "requests are cancelled";

@@ -34,11 +34,17 @@ class RoundProgressTest : public testing::Test {
     return {std::get<CGContext::Stroke>(operations[0]), pie, std::get<CGContext::Arc>(pie.path.at(0))};
   }
 
+  RoundProgressTest() {
+    platform.application.setScreenScale(2);
+    view = CERoundProgressView::initWithFrame(CGRectMake(0, 0, 50, 30));
+  }
+
   memory::MemoryPlatform platform;
-  std::shared_ptr<CERoundProgressView> view = CERoundProgressView::initWithFrame(CGRectMake(0, 0, 50, 30));
+  std::shared_ptr<CERoundProgressView> view;
 };
 
 TEST_F(RoundProgressTest, DrawsARingAndThePieThatIsLeft) {
+  EXPECT_EQ(view->layer()->contentsScale(), 2) << "as sharp as the screen";
   view->setTintColor({0.1, 0.2, 0.3, 0.4});
   view->setTrackColor(UIColor::redColor());
   view->setProgress_animated(0.25f, false);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,6 +12,7 @@
 
 #include "tlx/library/AlbumModel.h"
 #include "tlx/picker/TLXMediaPickerController.h"
+#include "tlx/views/CollectionViewCell.h"
 
 #include "adapters/memory/MemoryPlatform.h"
 
@@ -124,7 +126,16 @@ class PickerSession {
     }
     return nullptr;
   }
-  bool isMarked(const std::string& name) { return item(name)->isModelSelected(); }
+  /// As the album's record says, and as it is drawn where it is in view.
+  bool isMarked(const std::string& name) {
+    const auto model = item(name);
+    for (const auto& [at, view] : grid().collectionView()->visibleCells()) {
+      const auto cell = std::dynamic_pointer_cast<CollectionViewCell>(view);
+      if (!(cell->representedAssetIdentifier == Identifier(name))) continue;
+      EXPECT_EQ(!cell->imgViewOverLay.lock()->isHidden(), model->isModelSelected()) << name;
+    }
+    return model->isModelSelected();
+  }
   void tap(const std::string& name) {
     std::int64_t at = 0;
     while (!(grid().albumModel->getMediaModelAtIndex(static_cast<std::uint64_t>(at))->getMediaIdentifier() ==
@@ -159,13 +170,12 @@ class PickerSession {
     }
     return names;
   }
-  /// Whether what was asked for last is no longer wanted.
-  bool lastFetchIsCancelled() {
-    PHImageRequestID last = PHInvalidImageRequestID;
-    for (const auto& request : platform.images.requests()) {
-      if (isFetch(request)) last = request.id;
-    }
-    return testing::Value(platform.images.cancelled(), testing::Contains(last));
+  /// Whether all that was asked for is no longer wanted.
+  bool fetchesAreCancelled() {
+    const auto requests = platform.images.requests();
+    return std::ranges::all_of(requests, [&](const auto& request) {
+      return !isFetch(request) || testing::Value(platform.images.cancelled(), testing::Contains(request.id));
+    });
   }
   static bool isFetch(const memory::MemoryImageManager::Request& request) {
     return request.isVideo || request.imageOptions.deliveryMode == PHImageRequestOptionsDeliveryModeHighQualityFormat;

@@ -15,12 +15,15 @@ class AlbumPickerTableTest : public ViewsTest {
  protected:
   struct Delegate : AlbumPickerDelegate {
     void pickedAlbumWithAlbumModel(const std::shared_ptr<AlbumModel>& album) override {
-      log.push_back(album->getAlbumName() + (album->isAlbumSelected() ? "" : " without its mark"));
+      const auto told = list.lock();
+      const bool current = album->isAlbumSelected() && (!told || told->lastSelectedAlbum == album);
+      log.push_back(album->getAlbumName() + (current ? "" : ", not yet current"));
     }
     std::optional<UIFontRef> fontsForKey(const std::string& key) override {
       return fonts ? std::optional((*fonts)[key]) : std::nullopt;
     }
 
+    std::weak_ptr<AlbumPickerTableViewController> list;
     std::optional<std::map<std::string, UIFontRef>> fonts;
     std::vector<std::string> log;
   };
@@ -32,7 +35,7 @@ class AlbumPickerTableTest : public ViewsTest {
       for (const auto& title : userAlbums) library.addUserAlbum(title, photos(title, 2));
     });
     openLibrary();
-    list = makeList(delegate);
+    delegate->list = list = makeList(delegate);
     platform.advance(0.2);
     list->setModalPresentationStyle(UIModalPresentationPopover);
     platform.application.host()->presentViewController_animated_completion(list, true, nullptr);
@@ -185,7 +188,7 @@ TEST_F(AlbumPickerTableTest, TakesFontsFromTheDelegateOnlyWhereItAnswers) {
 }
 
 TEST_F(AlbumPickerTableTest, AChoiceMovesTheMarkTellsAndCloses) {
-  open();
+  open({"A", "B", "C", "D", "E", "F", "G", "H", "I", "J", "K", "L", "M"});
   EXPECT_TRUE(shownAsCurrent(0));
   const auto requestsBefore = platform.images.requests().size();
   EXPECT_TRUE(list->tableView()->tappedAt({0, 3}));
@@ -201,6 +204,8 @@ TEST_F(AlbumPickerTableTest, AChoiceMovesTheMarkTellsAndCloses) {
   tap(3);
   EXPECT_THAT(marked(), ElementsAre("C")) << "the current album stays current";
   EXPECT_EQ(delegate->log.size(), 2u) << "and is told again";
+  tap(13);
+  EXPECT_FALSE(list->tableView()->indexPathForSelectedRow()) << "nor does a row out of view stay selected";
 }
 
 TEST_F(AlbumPickerTableTest, AChangeKeepsTheCurrentAlbumUnderItsNewRecordOrChoosesTheFirst) {

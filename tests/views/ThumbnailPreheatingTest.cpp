@@ -66,7 +66,7 @@ TEST_F(PreheatingTest, FollowsTheViewOnceItHasLeftByMoreThanAThird) {
   EXPECT_TRUE(call.options.networkAccessAllowed);
 }
 
-TEST_F(PreheatingTest, StartsOverWithEachAlbumButNotWithAChange) {
+TEST_F(PreheatingTest, StartsOverWithEachAlbumAndLoadButNotWithAChange) {
   open();
   scroll(300);
   EXPECT_EQ(calls().size(), 1u);
@@ -75,6 +75,8 @@ TEST_F(PreheatingTest, StartsOverWithEachAlbumButNotWithAChange) {
   grid->albumPicked(album(0));
   EXPECT_THAT(calls(), ElementsAre("stop all"));
   EXPECT_EQ(grid->previousPreheatRect, CGRectZero);
+  grid->viewDidLoad();
+  EXPECT_THAT(calls(), ElementsAre("stop all"));
 }
 
 TEST_F(PreheatingTest, DoesNothingOutsideAWindow) {

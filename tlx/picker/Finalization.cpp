@@ -132,7 +132,7 @@ void TLXMediaPickerController::startSyncOperationForIndex_totalItems(std::int64_
   const auto next = nextToFetch(index);
   if (next < 0) {
     finalizeDone();
-    if (viewProgress && !fetching_) viewProgress->setHidden(true);
+    if (viewProgress) viewProgress->setHidden(true);
     return;
   }
   if (next > index) total = std::max(total, countOf(*arrPickedModel()));  // picked while the others were fetched

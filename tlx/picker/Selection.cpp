@@ -139,7 +139,7 @@ void TLXMediaPickerController::photosLimitationWarning() {
   ++bannerSlidesIn_;
   slideBanner(true, whileAlive([](TLXMediaPickerController& self, bool) {
                 --self.bannerSlidesIn_;
-                if (self.timer) self.timer->invalidate();
+                // The timer of an earlier banner ends with its last reference.
                 self.timer = NSTimer::scheduledTimerWithTimeInterval_target_selector_repeats(
                     kBannerStaysSeconds, self.sharedAs(&self), &TLXMediaPickerController::hideBannerAtTick, true);
               }));

@@ -72,7 +72,6 @@ std::shared_ptr<TLXMediaPickerController> TLXMediaPickerController::mediaPickerC
 
 TLXMediaPickerController::~TLXMediaPickerController() {
   abandonPass();
-  if (timer) timer->invalidate();
   if (photoManager) photoManager->customDelegate = nullptr;
   if (downloadProgress) downloadProgress->customDelegate = nullptr;
 }
