@@ -164,16 +164,19 @@ void TLXMediaPickerController::saveImage(const std::shared_ptr<UIImagePickerCont
 }
 
 void TLXMediaPickerController::fetchCaptured(const std::shared_ptr<const PHAsset>& asset) {
+  if (!asset) return;  // deleted as soon as it was saved
+  capturesToPick_.push_back(asset->localIdentifier);
   PHImageRequestOptions options;
   options.deliveryMode = PHImageRequestOptionsDeliveryModeHighQualityFormat;
   options.resizeMode = PHImageRequestOptionsResizeModeExact;
   const auto arrived = whileAlive([asset](TLXMediaPickerController& self, const std::shared_ptr<const UIImage>& image) {
-    self.pickCaptured(Media::initMediaWithPHAsset_image(asset, image));
+    const bool wanted = std::erase(self.capturesToPick_, asset->localIdentifier) > 0;
+    if (image && wanted) self.pickCaptured(Media::initMediaWithPHAsset_image(asset, image));
   });
   PHImageManager::defaultManager()->requestImageForAsset_targetSize_contentMode_options_resultHandler(
       asset, imageSize, PHImageContentModeAspectFit, options,
       [arrived](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) {
-        if (image) runOnMainThread([arrived, image] { arrived(image); });
+        runOnMainThread([arrived, image] { arrived(image); });
       });
 }
 

@@ -23,6 +23,7 @@ void TLXMediaPickerController::pickedModel(const std::shared_ptr<MediaModel>& ta
   const Identifier identifier = model->getMediaIdentifier();
   if (!model->isModelSelected()) {
     forgetFailure(identifier);
+    std::erase(capturesToPick_, identifier);
     removeAssetByidentifier(identifier);
     return;
   }

@@ -313,6 +313,8 @@ class TLXMediaPickerController : public UIViewController,
   std::uint64_t turn_ = 0;
   std::unordered_set<std::shared_ptr<Media>> fetched_;  // asked for in this pass
 
+  /// Photos that were taken and are picked when their pictures come, unless they are unpicked before.
+  std::vector<Identifier> capturesToPick_;
   std::weak_ptr<UIViewController> question_, camera_, accessAlert_;
   std::shared_ptr<NSTimer> timer;  // hides the banner
   int bannerSlidesIn_ = 0;
