@@ -34,3 +34,17 @@ function(tlx_add_test name)
   target_compile_options(${name} PRIVATE -O0)
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 ENVIRONMENT "${ARG_ENVIRONMENT}")
 endfunction()
+
+# tlx_add_module(target name SOURCES ... LINK ...): what a program opens at run time as name.so, beside the programs of a
+# build. It shows nothing but its own sources' functions: copies of our libraries in it are its own.
+function(tlx_add_module target name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})
+  add_library(${target} MODULE ${ARG_SOURCES})
+  set_target_properties(${target} PROPERTIES PREFIX "" OUTPUT_NAME ${name}
+    LIBRARY_OUTPUT_DIRECTORY ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(${target} PRIVATE TLX_BUILD_VERSION="${PROJECT_VERSION}")
+  target_link_libraries(${target} PRIVATE ${ARG_LINK} tlx_build_flags)
+  target_link_options(${target} PRIVATE -Wl,--as-needed -Wl,--exclude-libs,ALL)
+  install(TARGETS ${target} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tlx-media-picker)
+endfunction()

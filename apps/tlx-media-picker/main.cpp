@@ -15,7 +15,7 @@
 #include "tlx/platform/foundation/SystemLogPort.h"
 #include "tlx/views/MediaCollectionViewController.h"
 
-#include "adapters/camera/GstCamera.h"
+#include "adapters/camera/CameraOnDemand.h"
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/base/XdgFolders.h"
@@ -146,7 +146,7 @@ int run(int argc, char** argv, const Arguments& arguments) {
   cameraOptions.test = arguments.camera == Arguments::Camera::Test;
   cameraOptions.consent = &cameraAccess;
   cameraOptions.folder = photolibrary::xdgCacheHome() + "/tlx-media-picker/recordings";
-  camera::GstCamera camera(cameraOptions, loops.mainQueue);
+  camera::CameraOnDemand camera(cameraOptions, loops.mainQueue, [&log](const std::string& line) { log.log(line); });
 
   QQuickWindow window;
   window.setTitle(QStringLiteral("Photos"));

@@ -11,7 +11,7 @@
 
 #include <gmock/gmock.h>
 
-#include "adapters/camera/GstCamera.h"
+#include "adapters/camera/CameraOnDemand.h"
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/files/CaptureFolder.h"
@@ -50,7 +50,8 @@ class Capture : public testing::Test {
     cameraOptions.consent = &access;
     cameraOptions.folder = folder / "recordings";
     cameraOptions.spareBytes = 0;
-    camera.emplace(cameraOptions, loops.mainQueue);
+    camera.emplace(
+        cameraOptions, loops.mainQueue, [this](const std::string& line) { told += line; }, module);
     photolibrary::PhotoLibrary::Options options;
     options.roots = {pictures()};
     options.preauthorised = true;
@@ -123,6 +124,7 @@ class Capture : public testing::Test {
     return found;
   }
 
+  std::string module, told;
   test::TemporaryFolder folder;
   QuietLog log;
   qtquick::QtPlatform::Loops loops;
@@ -130,7 +132,7 @@ class Capture : public testing::Test {
   WindowConsent consent;
   CloudCredentials credentials{"", false};
   CameraAccess access{folder / "access", "test"};
-  std::optional<camera::GstCamera> camera;
+  std::optional<camera::CameraOnDemand> camera;
   std::optional<photolibrary::PhotoLibrary> library;
   std::optional<photolibrary::ImageManager> images;
   netlink::NetlinkReachability reachability;
@@ -185,6 +187,14 @@ TEST_F(Capture, ARefusalLeadsToTheSettingsPage) {
   EXPECT_EQ(camera->authorizationStatus(), AVAuthorizationStatusDenied);
   ASSERT_TRUE(click("Camera", [&] { return camera->authorizationStatus() == AVAuthorizationStatusAuthorized; }));
   EXPECT_EQ(CameraAccess(folder / "access", "test").cameraAllowed(), true) << "remembered";
+}
+
+TEST_F(Capture, WithoutItsModuleThereIsNoCamera) {
+  module = folder / "none.so";
+  open();
+  picker->picker().btnCameraPressed();
+  EXPECT_TRUE(see(shows("No camera found")));
+  EXPECT_THAT(told, testing::HasSubstr(module));
 }
 
 }  // namespace
