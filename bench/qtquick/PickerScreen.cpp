@@ -49,6 +49,10 @@ std::pair<int, int> PickerScreen::blanks() const {
   return {empty, all};
 }
 
+bool PickerScreen::hasCells() const {
+  return picker_->mediaCollectionViewCotroller && blanks().second > 0;
+}
+
 bool PickerScreen::isFilled() const {
   if (!picker_->mediaCollectionViewCotroller) return false;
   const auto [empty, all] = blanks();

@@ -27,6 +27,7 @@ class PickerScreen final : public ScrolledScreen {
   void scrollTo(double offset) override;
   double end() const override;
   std::pair<int, int> blanks() const override;
+  bool hasCells() const;
   /// Cells are there, and each has its picture.
   bool isFilled() const;
   TLXMediaPickerController& controller() { return *picker_; }

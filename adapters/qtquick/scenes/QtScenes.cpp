@@ -1,12 +1,14 @@
 #include "adapters/qtquick/scenes/QtScenes.h"
 
-#include <QFile>
 #include <QGuiApplication>
 #include <QImage>
 #include <QQmlComponent>
 #include <QQmlContext>
+#include <QResource>
 #include <QUrl>
 #include <utility>
+
+#include <png.h>
 
 #include "tlx/platform/NSException.h"
 #include "tlx/platform/uikit/PlatformClasses.h"
@@ -23,6 +25,22 @@ constexpr char kScenes[] = "qrc:/tlx/mediapicker/TLX/MediaPicker/";
 constexpr char kImages[] = ":/tlx/mediapicker/images/";
 /// The images are drawn at three pixels to a point, the finest screen that a picker meets.
 constexpr double kImageScale = 3;
+
+/// One of the library's own pictures; none where there is none of that name. Qt's reader would first look through the
+/// folder of its image plug-ins and load some, for which the first frame would wait.
+QImage ownPicture(const std::string& name) {
+  const QResource file(QLatin1String(kImages) + QString::fromStdString(name) + QStringLiteral(".png"));
+  const QByteArray bytes = file.isValid() ? file.uncompressedData() : QByteArray();
+  png_image header{};
+  header.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_memory(&header, bytes.constData(), static_cast<std::size_t>(bytes.size()))) return {};
+  header.format = PNG_FORMAT_RGBA;
+  QImage picture(static_cast<int>(header.width), static_cast<int>(header.height), QImage::Format_RGBA8888);
+  if (!png_image_finish_read(&header, nullptr, picture.bits(), static_cast<int>(picture.bytesPerLine()), nullptr)) {
+    return {};
+  }
+  return picture;
+}
 
 }  // namespace
 
@@ -113,7 +131,7 @@ std::shared_ptr<const UIImage> QtScenes::imageNamed(const NSBundle& bundle, cons
   if (bundle.identifier != kTLXMediaPickerBundle) return nullptr;
   auto& kept = images_[name];
   if (kept) return kept;
-  QImage picture(QLatin1String(kImages) + QString::fromStdString(name) + QStringLiteral(".png"));
+  const QImage picture = ownPicture(name);
   if (picture.isNull()) return nullptr;
   auto pixels = std::make_shared<const QImage>(picture.convertToFormat(QImage::Format_RGBA8888_Premultiplied));
   kept = std::make_shared<const UIImage>(

@@ -101,7 +101,7 @@ View {
             Rectangle { y: Theme.barHeight + Theme.headerHeight; width: parent.width; height: parent.height - y; color: Theme.ground }
             Image {
                 anchors { horizontalCenter: parent.horizontalCenter; bottom: emptyTitle.top; bottomMargin: 16 }
-                source: "qrc:/tlx/mediapicker/images/empty.png"
+                source: visible ? "qrc:/tlx/mediapicker/images/empty.png" : ""
                 sourceSize { width: 96; height: 96 }
                 opacity: 0.9
             }
@@ -136,7 +136,7 @@ View {
             height: root.height
             Image {
                 anchors { horizontalCenter: parent.horizontalCenter; bottom: accessTitle.top; bottomMargin: 16 }
-                source: "qrc:/tlx/mediapicker/images/locked.png"
+                source: visible ? "qrc:/tlx/mediapicker/images/locked.png" : ""
                 sourceSize { width: 96; height: 96 }
                 opacity: 0.9
             }
