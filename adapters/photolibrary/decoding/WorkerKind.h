@@ -30,30 +30,9 @@ inline WorkerKind workerFor(MediaFormat format) {
   return WorkerKind::Photo;
 }
 
-/// The kind that reads a format's header: most need no library for that.
+/// The kind that reads a format's header: any can read those that need no library, so the one that starts soonest does.
 inline WorkerKind headerWorkerFor(MediaFormat format) {
-  switch (format) {
-    case MediaFormat::Tiff:
-    case MediaFormat::JpegXl:
-      return WorkerKind::Vips;
-    case MediaFormat::Mp4:
-    case MediaFormat::Mov:
-    case MediaFormat::Matroska:
-    case MediaFormat::WebM:
-    case MediaFormat::Avi:
-    case MediaFormat::ThreeGp:
-    case MediaFormat::MpegTs:
-      return WorkerKind::Video;
-    case MediaFormat::Unknown:
-    case MediaFormat::Jpeg:
-    case MediaFormat::Png:
-    case MediaFormat::WebP:
-    case MediaFormat::Gif:
-    case MediaFormat::Heic:
-    case MediaFormat::Avif:
-      break;
-  }
-  return WorkerKind::Photo;
+  return traitsOf(format).decoderReadsHeader ? workerFor(format) : WorkerKind::Photo;
 }
 
 /// The file name of a kind's program.

@@ -68,6 +68,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               // Raw sensor data that begin as a TIFF does; their first picture is a thumbnail.
               .unless = "????????CR",
               .decoder = PixelDecoder::Vips,
+              .decoderReadsHeader = true,
               .streams = true};
     case MediaFormat::Heic:
       return {.format = format,
@@ -96,6 +97,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               .endings = {"jxl"},
               .beginnings = {"\xff\x0a", "\0\0\0\x0cJXL \r\n\x87\n"sv},
               .decoder = PixelDecoder::Vips,
+              .decoderReadsHeader = true,
               .decoderTurns = true,
               .heldBytesAPixel = 16};  // floating point
     case MediaFormat::Mp4:
@@ -106,6 +108,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               .brands = {"isom", "iso2", "iso3", "iso4", "iso5", "iso6", "mp41", "mp42", "avc1", "M4V ", "M4VH", "M4VP",
                          "MSNV", "dash", "f4v "},
               .decoder = PixelDecoder::Video,
+              .decoderReadsHeader = true,
               .demuxer = "mov"};
     case MediaFormat::Mov:
       return {.format = format,
@@ -115,6 +118,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               .beginnings = {"????moov", "????mdat", "????wide", "????pnot"},  // from before there were brands
               .brands = {"qt  "},
               .decoder = PixelDecoder::Video,
+              .decoderReadsHeader = true,
               .demuxer = "mov"};
     case MediaFormat::Matroska:
       return {.format = format,
@@ -123,6 +127,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               .endings = {"mkv"},
               .docType = "matroska",
               .decoder = PixelDecoder::Video,
+              .decoderReadsHeader = true,
               .demuxer = "matroska"};
     case MediaFormat::WebM:
       return {.format = format,
@@ -131,6 +136,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               .endings = {"webm"},
               .docType = "webm",
               .decoder = PixelDecoder::Video,
+              .decoderReadsHeader = true,
               .demuxer = "matroska"};
     case MediaFormat::Avi:
       return {.format = format,
@@ -139,6 +145,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               .endings = {"avi"},
               .beginnings = {"RIFF????AVI "},
               .decoder = PixelDecoder::Video,
+              .decoderReadsHeader = true,
               .demuxer = "avi"};
     case MediaFormat::ThreeGp:
       return {.format = format,
@@ -147,6 +154,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               .endings = {"3gp", "3g2"},
               .brands = {"3gp", "3g2"},
               .decoder = PixelDecoder::Video,
+              .decoderReadsHeader = true,
               .demuxer = "mov"};
     case MediaFormat::MpegTs:
       return {.format = format,
@@ -156,6 +164,7 @@ constexpr FormatTraits rowOf(MediaFormat format) {
               // Packets of 188 bytes, or with four bytes of time before each.
               .matches = [](First first) { return hasTransportSync(first, 0, 188) || hasTransportSync(first, 4, 192); },
               .decoder = PixelDecoder::Video,
+              .decoderReadsHeader = true,
               .demuxer = "mpegts"};
   }
   return {};

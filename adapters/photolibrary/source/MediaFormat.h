@@ -53,6 +53,7 @@ struct FormatTraits {
   bool (*matches)(std::span<const std::uint8_t> first) = nullptr;  ///< where no such pattern tells
 
   PixelDecoder decoder = PixelDecoder::None;
+  bool decoderReadsHeader = false;  ///< the header is read by the decoder's libraries; the others are read by hand
   EmbeddedPicture embedded = EmbeddedPicture::None;
   bool decoderTurns = false;  ///< the decoder hands the picture over upright, whatever the metadata say
   bool streams = false;       ///< the decoder hands rows over one after the other, as long as the header allows it
