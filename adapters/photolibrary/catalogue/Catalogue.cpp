@@ -195,7 +195,7 @@ WalkScope Catalogue::scan(const WalkScope& asked, const std::stop_token& stop) {
   complete_ |= end.changes.complete;
   rememberRejected(end.changes);
   secondWays_ = outcome.secondWays || (secondWays_ && !scope.isEverything());
-  const WalkScope open = scope.isEverything() ? end.lookAgain : leftOpen(end);
+  WalkScope open = scope.isEverything() ? end.lookAgain : leftOpen(end);
   rememberOtherNames(pass, scope.isEverything());
   tellOfSkipped(outcome);
   take(std::move(end));

@@ -108,10 +108,11 @@ class Source {
   using Touched = std::function<void(const WalkScope&)>;
   /// From now on tells of what happens to the source, as far as it can, by itself. `nullptr` ends that: when it has
   /// returned nobody is told any more. Not while a walk runs. A source that hears of nothing does nothing.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param): overriders keep it
   virtual void follow(Touched touched) { (void)touched; }
   /// As `walk`, of what the scope holds only. The scope may name paths of other sources, which are not for this one.
   virtual WalkOutcome walkPart(const KnownFiles& known, WalkListener& listener, const WalkScope& scope,
-                               std::stop_token stop) {
+                               std::stop_token stop) {  // NOLINT(performance-unnecessary-value-param): likewise
     (void)known, (void)listener, (void)scope, (void)stop;
     return {true, {}};
   }

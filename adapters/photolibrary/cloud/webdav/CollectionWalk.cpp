@@ -131,11 +131,11 @@ void CollectionWalk::enter(Collection* collection) {
   const std::string& id = collection->fileId.empty() ? collection->relative : collection->fileId;
   folder.key = {fileSystem_, hashOf("collection " + id), 1};
   folder.identifier = deriveIdentifier(folder.key);
-  for (auto& [name, member] : below) enterBelow(collection, std::move(name), std::move(member));
+  for (auto& [name, member] : below) enterBelow(collection, name, std::move(member));
   compare(collection, std::move(files));
 }
 
-void CollectionWalk::enterBelow(Collection* parent, std::string name, ListedMember&& member) {
+void CollectionWalk::enterBelow(Collection* parent, const std::string& name, ListedMember&& member) {
   auto made = std::make_unique<Collection>();
   made->parent = parent;
   made->depth = parent->depth + 1;
@@ -202,14 +202,12 @@ void CollectionWalk::compare(Collection* collection, std::vector<File> files) {
     const auto same = std::lower_bound(known.begin(), known.end(), file.name, by);
     const bool asItWas = same != known.end() && same->name == file.name && same->key == keyOf(*collection, file) &&
                          same->bytes == *file.member.bytes;
-    if (!asItWas) {
-      others.push_back(std::move(file));
-    } else if (same->position == Snapshot::kNowhere) {
+    if (asItWas && same->position == Snapshot::kNowhere) {
       findings.rejected.push_back({file.name, same->key, same->bytes, same->modified});
-    } else if (known_.snapshot().itemAt(same->position).facts.format == MediaFormat::Unknown) {
-      others.push_back(std::move(file));  // its header could not be read until now
-    } else {
+    } else if (asItWas && known_.snapshot().itemAt(same->position).facts.format != MediaFormat::Unknown) {
       findings.unchanged.push_back(same->position);
+    } else {
+      others.push_back(std::move(file));  // also where only the header could not be read until now
     }
   }
   collection->inhabited = !findings.unchanged.empty();

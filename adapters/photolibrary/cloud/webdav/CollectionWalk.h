@@ -55,7 +55,7 @@ class CollectionWalk {
 
   std::string addressOf(const Collection& collection) const { return server_.address().server + collection.path; }
   void enter(Collection* collection);
-  void enterBelow(Collection* parent, std::string name, ListedMember&& member);
+  void enterBelow(Collection* parent, const std::string& name, ListedMember&& member);
   bool keepUnchanged(Collection& collection);
   void compare(Collection* collection, std::vector<File> files);
   void examine(Collection* collection, const std::vector<File>& files);
