@@ -21,15 +21,20 @@ constexpr char kNginx[] = "/usr/sbin/nginx";
 constexpr char kDavModule[] = "/usr/lib/nginx/modules/ngx_http_dav_ext_module.so";
 constexpr char kRclone[] = "/usr/bin/rclone";
 
+sockaddr_in addressOf(std::uint16_t port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(port);
+  return address;
+}
+
 /// A socket that connections wait at from now on; `port` 0 takes any and says which.
 int listenAt(std::uint16_t& port) {
   const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   const int on = 1;
   ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  address.sin_port = htons(port);
+  sockaddr_in address = addressOf(port);
   socklen_t size = sizeof address;
   if (::bind(fd, reinterpret_cast<sockaddr*>(&address), size) != 0 || ::listen(fd, 128) != 0 ||
       ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size) != 0) {
@@ -122,9 +127,22 @@ void Nginx::setRate(std::int64_t bytesPerSecond) {
 }
 
 std::vector<std::string> Nginx::requests() const {
+  // It notes a request after it has sent the answer, and serves one after the other: once this is answered, all earlier
+  // ones are noted.
+  const std::string mark = "GET /all-before-this";
+  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const sockaddr_in address = addressOf(port_);
+  if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    const ScriptedServer::Connection connection(fd);
+    connection.send(mark + " HTTP/1.0\r\n\r\n");
+    connection.stall();
+  }
+  ::close(fd);
   std::vector<std::string> lines;
   std::ifstream log(scratch_ / "requests");
-  for (std::string line; std::getline(log, line);) lines.push_back(line);
+  for (std::string line; std::getline(log, line);) {
+    if (!line.starts_with(mark)) lines.push_back(line);
+  }
   return lines;
 }
 
