@@ -1,9 +1,6 @@
-#include <filesystem>
-#include <map>
-#include <mutex>
+#include <atomic>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/adapters/photolibrary/cloud/Cloud.h"
 #include "tests/support/WebServers.h"
@@ -11,17 +8,8 @@
 namespace tlx::photolibrary {
 namespace {
 
-using test::Cloud;
-using test::look;
-using test::samplePhoto;
-using test::sampleVideo;
-using test::Served;
-using tlx::test::answer;
-using tlx::test::listed;
-using tlx::test::multistatus;
-using tlx::test::Nginx;
-using tlx::test::Rclone;
-using tlx::test::ScriptedServer;
+using namespace test;
+using namespace tlx::test;
 
 TEST(CloudLibrary, TwoServersOfDifferentMakeShowTheSame) {
   if (!Nginx::installed() || !Rclone::installed()) GTEST_SKIP() << "nginx or rclone is not installed";
@@ -188,7 +176,8 @@ TEST(CloudLibrary, TrustsCollectionsOfServersThatNumberTheirFiles) {
 TEST(CloudLibrary, ShowsTheServersPreviewsOrTheBeginningOfTheFile) {
   const auto photo = samplePhoto();
   const std::string bytes(photo.begin(), photo.end());
-  bool capable = true;
+  std::atomic<bool> capable = true;
+  std::mutex mutex;
   std::vector<std::string> previews;
   const ScriptedServer server([&](const std::string& request, const ScriptedServer::Connection& connection) {
     if (request.starts_with("PROPFIND")) {
@@ -202,6 +191,7 @@ TEST(CloudLibrary, ShowsTheServersPreviewsOrTheBeginningOfTheFile) {
                                      : answer("404 Not Found", "", ""));
     }
     if (request.starts_with("GET /x/index.php/core/preview.png?")) {
+      const std::lock_guard lock(mutex);
       previews.push_back(request.substr(0, request.find(" HTTP")));
       return connection.send(answer("200 OK", "", bytes));
     }
@@ -218,6 +208,7 @@ TEST(CloudLibrary, ShowsTheServersPreviewsOrTheBeginningOfTheFile) {
     }
     EXPECT_EQ(cloud.details("a b.jpg").path, "");
   }
+  const std::lock_guard lock(mutex);
   EXPECT_THAT(previews,
               testing::ElementsAre("GET /x/index.php/core/preview.png?file=/a%20b.jpg&x=512&y=512&a=1&forceIcon=0"))
       << "asked for once, then kept";
