@@ -6,12 +6,12 @@
 #include <QQuickWindow>
 #include <QTest>
 #include <chrono>
-#include <filesystem>
 #include <functional>
 
 #include <gmock/gmock.h>
 
 #include "adapters/camera/CameraOnDemand.h"
+#include "adapters/memory/MemoryLogs.h"
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/files/CaptureFolder.h"
@@ -24,11 +24,6 @@ namespace tlx::program {
 namespace {
 
 using testing::IsEmpty;
-
-struct QuietLog final : SystemLogPort {
-  void log(const std::string&) override {}
-  void assertionFailed(const std::string&, const std::string&, int, const std::string&) override {}
-};
 
 class Capture : public testing::Test {
  protected:
@@ -83,7 +78,6 @@ class Capture : public testing::Test {
   /// Lets the window live until it is so. False when it never is.
   static bool see(const std::function<bool()>& isSo) { return QTest::qWaitFor(isSo, 120'000); }
   /// What a person would call by that name, if they can see it.
-  QQuickItem* find(const char* name) { return find(*window.contentItem(), QString::fromUtf8(name)); }
   static QQuickItem* find(QQuickItem& in, const QString& name) {
     if (!in.isVisible() || in.opacity() == 0) return nullptr;
     for (QQuickItem* child : in.childItems()) {
@@ -92,6 +86,7 @@ class Capture : public testing::Test {
     const bool named = in.property("name").toString() == name || in.property("text").toString() == name;
     return named && in.isEnabled() ? &in : nullptr;
   }
+  QQuickItem* find(const char* name) { return find(*window.contentItem(), QString::fromUtf8(name)); }
   std::function<bool()> shows(const char* name) {
     return [this, name] { return find(name) != nullptr; };
   }
@@ -114,19 +109,17 @@ class Capture : public testing::Test {
     return picker->picker().arrPickedModel()->size() == static_cast<std::size_t>(newest);
   }
   /// The files in a folder with that ending, by name.
-  static std::vector<std::string> files(const std::string& in, const std::string& ending) {
+  static std::vector<std::string> files(const std::filesystem::path& in, const std::string& ending) {
     std::vector<std::string> found;
-    std::error_code none;
-    for (const auto& entry : std::filesystem::directory_iterator(in, none)) {
-      if (entry.path().extension() == ending) found.push_back(entry.path());
+    for (const std::string& name : support::fileNamesIn(in)) {
+      if (name.ends_with(ending)) found.push_back(in / name);
     }
-    std::sort(found.begin(), found.end());
     return found;
   }
 
   std::string module, told;
   test::TemporaryFolder folder;
-  QuietLog log;
+  memory::MemorySystemLog log;
   qtquick::QtPlatform::Loops loops;
   Arguments arguments;
   WindowConsent consent;

@@ -1,7 +1,6 @@
 // The program between a folder, a server on this machine, and a network that fails.
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 
 #include <gmock/gmock.h>

@@ -10,10 +10,9 @@ namespace tlx::program {
 namespace {
 
 TEST(Json, AndComplaintsKeepEveryByteAndCommandNoTerminal) {
-  struct Row {
+  const struct {
     std::string text, json, shown, reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"caf\xc3\xa9 \xe6\xb5\xb7 \xf0\x9f\x8f\x96", "\"caf\xc3\xa9 \xe6\xb5\xb7 \xf0\x9f\x8f\x96\"",
        "caf\xc3\xa9 \xe6\xb5\xb7 \xf0\x9f\x8f\x96", "UTF-8 stays as it is"},
       {"two\nlines\t", R"("two\u000alines\u0009")", R"(two\x0alines\x09)", "one line"},
@@ -35,7 +34,7 @@ TEST(Json, AndComplaintsKeepEveryByteAndCommandNoTerminal) {
       {"\xed\xa0\x80", R"("\udced\udca0\udc80")", R"(\xed\xa0\x80)", "nor is half of a pair"},
       {"\xf4\x90\x80\x80", R"("\udcf4\udc90\udc80\udc80")", R"(\xf4\x90\x80\x80)", "nor what lies beyond the last one"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string json = jsonString(row.text);
     EXPECT_EQ(json, row.json) << row.reason;
     EXPECT_EQ(shown(row.text), row.shown) << row.reason;
@@ -44,12 +43,9 @@ TEST(Json, AndComplaintsKeepEveryByteAndCommandNoTerminal) {
   }
 }
 
-TEST(Json, NumbersReadBackTheSameAndDatesAreCountedDown) {
-  for (const double number : {0.0, 1.0 / 3, 1.7e308, 5e-324, -2.5}) {
-    const auto json = QByteArray::fromStdString("[" + jsonNumber(number) + "]");
-    EXPECT_EQ(QJsonDocument::fromJson(json).array().at(0).toDouble(-1), number) << json.data();
-  }
+TEST(Json, NumbersAreReadByOthersAndDatesAreCountedDown) {
   EXPECT_EQ(jsonNumber(1600), "1600");
+  EXPECT_EQ(jsonNumber(-2.5e-300), "-2.5e-300");
   EXPECT_EQ(jsonNumber(std::numeric_limits<double>::infinity()), "0");
   EXPECT_EQ(isoDate(-0.5), "1969-12-31T23:59:59Z") << "before 1970, too";
 }

@@ -34,11 +34,6 @@ UIImage twoColours(std::uint8_t alpha = 255) {
 
 class OutputFolderTest : public testing::Test {
  protected:
-  std::vector<std::string> names() const {
-    std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(out_)) found.push_back(entry.path().filename());
-    return found;
-  }
   std::string written(const std::variant<OutputFolder::Written, std::string>& outcome) {
     const auto* file = std::get_if<OutputFolder::Written>(&outcome);
     if (!file) ADD_FAILURE() << std::get<std::string>(outcome);
@@ -60,7 +55,8 @@ TEST_F(OutputFolderTest, NeverTouchesWhatIsThere) {
   EXPECT_EQ(contentOf(out_ + "/beach.jpg"), "mine");
   EXPECT_EQ(contentOf(out_ + "/beach (4).jpg"), "mine");
   EXPECT_EQ(fs::read_symlink(out_ + "/beach (2).jpg"), "nowhere");
-  EXPECT_THAT(names(), UnorderedElementsAre("beach.jpg", "beach (2).jpg", "beach (3).jpg", "beach (4).jpg"))
+  EXPECT_THAT(support::fileNamesIn(out_),
+              UnorderedElementsAre("beach.jpg", "beach (2).jpg", "beach (3).jpg", "beach (4).jpg"))
       << "nothing unfinished is left lying about";
 
   const photolibrary::UnfinishedFile another(out_);
@@ -71,24 +67,25 @@ TEST_F(OutputFolderTest, NeverTouchesWhatIsThere) {
   for (const std::string& left : {killed, foreign}) std::ofstream(out_ + "/" + left) << "half";
   fs::create_symlink("beach.jpg", out_ + "/" + linked);
   written(folder.copyFile(out_ + "/beach.jpg", "copy", kSomeTime));
-  EXPECT_THAT(names(), testing::IsSupersetOf({hidden, linked, foreign})) << "another program's, and what is not ours";
-  EXPECT_THAT(names(), testing::Not(testing::Contains(killed))) << "a program that was killed left it";
+  EXPECT_THAT(support::fileNamesIn(out_), testing::IsSupersetOf({hidden, linked, foreign}))
+      << "another program's, and what is not ours";
+  EXPECT_THAT(support::fileNamesIn(out_), testing::Not(testing::Contains(killed)))
+      << "a program that was killed left it";
   EXPECT_EQ(contentOf(out_ + "/beach.jpg"), "mine");
 }
 
 TEST_F(OutputFolderTest, ACopyAllowsWhatTheUmaskAndTheOriginalAllow) {
-  struct Row {
+  const struct {
     mode_t original, umask, copy;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {07755, 022, 0644, "a copy runs nothing, least of all as somebody else"},
       {0444, 022, 0644, "it is the person's own to change"},
       {0600, 022, 0600, "what others may not read they may not read in a copy"},
       {0640, 002, 0660, "the group may"},
   };
   const OutputFolder folder(out_);
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string original = top_ / "original";
     std::ofstream(original) << "film";
     chmod(original.c_str(), row.original);
@@ -102,12 +99,11 @@ TEST_F(OutputFolderTest, ACopyAllowsWhatTheUmaskAndTheOriginalAllow) {
 }
 
 TEST_F(OutputFolderTest, KeepsNamesWithTheEndingOfWhatIsInside) {
-  struct Row {
+  const struct {
     std::string name;
     std::uint8_t alpha;
     std::string kept, reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"Mixed.JpEg", 255, "Mixed.JpEg", "whatever its letters"},
       {"IMG_2.heic", 255, "IMG_2.jpg", "another format, another ending"},
       {"sticker.png", 128, "sticker.png", "what is seen through stays so"},
@@ -117,7 +113,7 @@ TEST_F(OutputFolderTest, KeepsNamesWithTheEndingOfWhatIsInside) {
       {"caf\xe9.png", 255, "caf\xe9.jpg", "not UTF-8"},
   };
   const OutputFolder folder(out_);
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string path = written(folder.writeImage(twoColours(row.alpha), row.name, kSomeTime));
     EXPECT_EQ(path, out_ + "/" + row.kept) << row.reason;
     EXPECT_THAT(contentOf(path), testing::StartsWith(row.alpha == 255 ? "\xff\xd8\xff" : "\x89PNG")) << row.name;
@@ -155,7 +151,7 @@ TEST_F(OutputFolderTest, SaysWhatCannotBeDone) {
   EXPECT_TRUE(std::holds_alternative<std::string>(folder.copyFile(top_ / "pipe.mp4", "pipe.mp4", 0)));
   EXPECT_TRUE(std::holds_alternative<std::string>(folder.writeImage(UIImage(nullptr), "none", 0)));
   EXPECT_TRUE(std::holds_alternative<std::string>(folder.writeImage(twoColours(), std::string(300, 'n'), 0)));
-  EXPECT_THAT(names(), ElementsAre());
+  EXPECT_THAT(support::fileNamesIn(out_), ElementsAre());
 
   fs::remove(out_);
   EXPECT_TRUE(std::holds_alternative<std::string>(folder.writeImage(twoColours(), "late", 0))) << "unplugged meanwhile";

@@ -4,15 +4,9 @@
 #include <QImageReader>
 #include <QJsonDocument>
 #include <cstdlib>
-#include <fstream>
 #include <sstream>
 
 namespace tlx::program::test {
-
-std::string contentOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 QImage readPicture(const std::string& path, bool upright) {
   QByteArray bytes = QByteArray::fromStdString(contentOf(path));

@@ -5,7 +5,6 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -14,6 +13,7 @@
 
 namespace tlx::program::test {
 
+using support::contentOf;
 using support::TemporaryFolder;
 
 struct Outcome {
@@ -43,8 +43,6 @@ class ProgramTest : public testing::Test {
 
   TemporaryFolder top_;
 };
-
-std::string contentOf(const std::string& path);
 
 /// The picture in a file as another program reads it, in RGBA: as it lies there, or turned upright. Nothing in it when
 /// the file holds none.

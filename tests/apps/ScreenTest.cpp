@@ -3,7 +3,6 @@
 #include <QElapsedTimer>
 #include <QStandardPaths>
 #include <cstdlib>
-#include <filesystem>
 #include <set>
 #include <utility>
 

@@ -3,9 +3,6 @@
 #include <QImage>
 #include <QProcess>
 #include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "tests/apps/ProgramRun.h"
 
@@ -39,7 +36,6 @@ class ScreenTest : public ProgramTest {
   /// Waits until the screen shows what is looked for. False, and a failed test, when the program ends before or never
   /// gets there.
   bool see(const char* what, const std::function<bool(const Frame&)>& isThere);
-  /// A press and release of the left button there.
   void click(const QPoint& point) const;
   /// Clicks that photo of the first row and waits for its mark. False, and a failed test, without one.
   bool pick(int column);
@@ -47,7 +43,6 @@ class ScreenTest : public ProgramTest {
   void key(const char* name) const { act({"key", name}); }
   /// Asks the one window to close, as the button on its frame would.
   void closeWindow() const;
-  /// Waits for the program's end.
   Outcome end();
 
   std::unique_ptr<QProcess> process_;

@@ -1,6 +1,3 @@
-// The program in a window on an X server, used with a mouse.
-
-#include <filesystem>
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -19,7 +20,7 @@ namespace tlx::contracts {
 /// A suite is a header. Each adapter's tests include it once, derive the suite's world, and instantiate the suite with
 /// a function that makes a fresh one:
 ///
-///     INSTANTIATE_TEST_SUITE_P(Files, PhotoLibraryContract, testing::Values(&makeFilesWorld));
+///     INSTANTIATE_TEST_SUITE_P(Files, PhotoLibraryContract, testing::Values(&makeWorld<PhotoLibraryWorld, Files>));
 ///
 /// For an adapter on a real machine, `memory::MainLoop` does for the main queue: its `runUntil` waits for other
 /// threads.
@@ -33,6 +34,11 @@ class ContractWorld {
   /// Returns when the adapter has nothing left to do and what it posted has run.
   virtual void settle() = 0;
 };
+
+template <class World, class Made>
+std::unique_ptr<World> makeWorld() {
+  return std::make_unique<Made>();
+}
 
 /// What a callback has been told so far, and on which threads. Any thread; whoever waits on the main one is woken.
 template <class What>

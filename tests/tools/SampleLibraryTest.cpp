@@ -1,15 +1,14 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
 #include <map>
 #include <memory>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <vips/vips.h>
 
+#include "tests/support/TemporaryFolder.h"
 #include "tools/sample-library/Files.h"
 
 namespace tlx::samples {
@@ -22,16 +21,11 @@ struct Unref {
 };
 using Image = std::unique_ptr<VipsImage, Unref>;
 
-std::string contentOf(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::map<std::string, std::string> filesOf(const fs::path& folder) {
   std::map<std::string, std::string> files;
   for (const auto& entry : fs::recursive_directory_iterator(folder)) {
     const std::string path = fs::relative(entry.path(), folder);
-    if (entry.is_regular_file() && !path.starts_with('.')) files[path] = contentOf(entry.path());
+    if (entry.is_regular_file() && !path.starts_with('.')) files[path] = support::contentOf(entry.path());
   }
   return files;
 }
@@ -39,10 +33,8 @@ std::map<std::string, std::string> filesOf(const fs::path& folder) {
 class SampleLibrary : public testing::Test {
  protected:
   static void SetUpTestSuite() { ASSERT_EQ(VIPS_INIT("SampleLibraryTest"), 0); }
-  void SetUp() override { fs::create_directories(root_); }
-  void TearDown() override { fs::remove_all(root_); }
-
-  fs::path root_ = fs::temp_directory_path() / ("tlx-sample-library-" + std::to_string(getpid()));
+  const support::TemporaryFolder folder_;
+  const fs::path& root_ = folder_.path();
 };
 
 // One test for all that looks at a whole library, since making it is what takes the time.

@@ -93,18 +93,17 @@ class Desktop {
 };
 
 TEST(CameraPortal, TheDesktopAsksAndHandsTheCamerasOut) {
-  struct Row {
+  const struct {
     const char* why;
     guint32 response;
     bool running, granted;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"allowed", 0, true, true},
       {"refused", 1, true, false},
       {"ended otherwise", 2, true, false},
       {"no service answers", 0, false, false},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.why);
     memory::MemoryPlatform platform;
     std::optional<Desktop> desktop;

@@ -1,9 +1,6 @@
-#include <cmath>
-#include <filesystem>
 #include <fstream>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tlx/platform/uikit/UIImage.h"
 
@@ -71,21 +68,20 @@ class CaptureSessionTest : public testing::Test, protected contracts::Capturing 
 };
 
 TEST_F(CaptureSessionTest, PhotosHaveTheSensorsPixelsAndSayHowItLies) {
-  struct Row {
+  const CGSize wide{2048, 1536}, tall{1536, 2048}, wideScreen{1280, 960}, tallScreen{960, 1280};
+  const struct {
     const char* tag;
     UIImageOrientation told;
     CGSize photo, preview;
     const char* reason;
-  };
-  const CGSize wide{2048, 1536}, tall{1536, 2048}, wideScreen{1280, 960}, tallScreen{960, 1280};
-  const Row rows[] = {
+  } rows[] = {
       {"rotate-0", UIImageOrientationUp, wide, wideScreen, "a preview has no more pixels than a screen"},
       {"rotate-90", UIImageOrientationRight, wide, tallScreen, "whoever shows it turns it; a preview is turned"},
       {"flip-rotate-90", UIImageOrientationUp, tall, tallScreen, "mirrored as well, it is turned here"},
       {"flip-rotate-270", UIImageOrientationUp, tall, tallScreen, "and so to the other side"},
   };
   const auto sizeOf = [](const CGImage& of) { return CGSize{double(of.width()), double(of.height())}; };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.reason);
     options.testPictures = std::string("videotestsrc is-live=true ! taginject tags=image-orientation=") + row.tag;
     start(CaptureKind::Photo);
@@ -111,16 +107,15 @@ TEST_F(CaptureSessionTest, PhotosHaveTheSensorsPixelsAndSayHowItLies) {
 }
 
 TEST_F(CaptureSessionTest, MoviesAreWrittenAsThisMachineCan) {
-  struct Row {
+  const std::vector<std::string> noH264 = {"vah264enc",   "vah264lpenc", "vaapih264enc", "nvh264enc",  "qsvh264enc",
+                                           "v4l2h264enc", "omxh264enc",  "x264enc",      "openh264enc"};
+  const struct {
     const char* why;
     bool sound;
     std::vector<std::string> without;
     std::string ending;
     std::vector<std::string> codecs;
-  };
-  const std::vector<std::string> noH264 = {"vah264enc",   "vah264lpenc", "vaapih264enc", "nvh264enc",  "qsvh264enc",
-                                           "v4l2h264enc", "omxh264enc",  "x264enc",      "openh264enc"};
-  const Row rows[] = {
+  } rows[] = {
       {"H.264 and AAC", true, {}, ".mp4", {"h264", "aac"}},
       {"no microphone", false, {}, ".mp4", {"h264"}},
       {"no H.264", true, noH264, ".webm", {"vp8", "opus"}},

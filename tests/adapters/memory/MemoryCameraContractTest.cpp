@@ -1,12 +1,11 @@
-#include "adapters/memory/MemoryPlatform.h"
+#include "tests/adapters/memory/OnMemory.h"
 #include "tests/contracts/CameraContract.h"
 
 namespace tlx::contracts {
 namespace {
 
-class MemoryCameraWorld final : public CameraWorld {
+class MemoryCameraWorld final : public OnMemory<CameraWorld> {
  public:
-  MainQueuePort& mainQueue() override { return platform_.loop; }
   /// Each turn the camera shows another picture.
   bool runUntil(const std::function<bool()>& done) override {
     for (int turn = 0; turn < 1000; ++turn) {
@@ -23,7 +22,6 @@ class MemoryCameraWorld final : public CameraWorld {
     }
     return false;
   }
-  void settle() override { platform_.runUntilIdle(); }
   CameraPort* camera(Cameras cameras) override {
     goes_ = cameras == Cameras::GoWhileRecording;
     if (cameras == Cameras::None) platform_.camera.bench.devices.clear();
@@ -31,15 +29,10 @@ class MemoryCameraWorld final : public CameraWorld {
   }
 
  private:
-  memory::MemoryPlatform platform_;
   bool goes_ = false;
 };
 
-std::unique_ptr<CameraWorld> makeCameraWorld() {
-  return std::make_unique<MemoryCameraWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Memory, CameraContract, testing::Values(&makeCameraWorld));
+INSTANTIATE_TEST_SUITE_P(Memory, CameraContract, testing::Values(&makeWorld<CameraWorld, MemoryCameraWorld>));
 
 }  // namespace
 }  // namespace tlx::contracts

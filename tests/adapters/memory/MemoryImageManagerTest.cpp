@@ -1,20 +1,16 @@
 #include "adapters/memory/MemoryImageManager.h"
-#include "adapters/memory/MemoryPlatform.h"
+#include "tests/adapters/memory/OnMemory.h"
 #include "tests/contracts/ImageManagerContract.h"
 
 namespace tlx::contracts {
 namespace {
 
-class MemoryImagesWorld final : public ImageManagerWorld {
+class MemoryImagesWorld final : public OnMemory<ImageManagerWorld> {
  public:
   MemoryImagesWorld() {
     platform_.background.setOverlapping(true);
     platform_.library.edit([](memory::LibraryContents& contents) { contents.addUserAlbum("Trip"); });
   }
-
-  MainQueuePort& mainQueue() override { return platform_.loop; }
-  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
-  void settle() override { platform_.runUntilIdle(); }
 
   /// Through the decorator, which must change nothing while no fault is planned.
   ImageManagerPort& images() override { return platform_.faults; }
@@ -49,15 +45,11 @@ class MemoryImagesWorld final : public ImageManagerWorld {
     return platform_.library.contents()->find(identifier);
   }
 
-  memory::MemoryPlatform platform_;
   int count_ = 0;
 };
 
-std::unique_ptr<ImageManagerWorld> makeMemoryWorld() {
-  return std::make_unique<MemoryImagesWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Memory, ImageManagerContract, testing::Values(&makeMemoryWorld));
+INSTANTIATE_TEST_SUITE_P(Memory, ImageManagerContract,
+                         testing::Values(&makeWorld<ImageManagerWorld, MemoryImagesWorld>));
 
 }  // namespace
 }  // namespace tlx::contracts

@@ -1,17 +1,13 @@
 #include "adapters/memory/MemoryPhotoLibrary.h"
-#include "adapters/memory/MemoryPlatform.h"
+#include "tests/adapters/memory/OnMemory.h"
 #include "tests/contracts/PhotoLibraryContract.h"
 
 namespace tlx::contracts {
 namespace {
 
-class MemoryLibraryWorld final : public PhotoLibraryWorld {
+class MemoryLibraryWorld final : public OnMemory<PhotoLibraryWorld> {
  public:
   MemoryLibraryWorld() { platform_.background.setOverlapping(true); }
-
-  MainQueuePort& mainQueue() override { return platform_.loop; }
-  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
-  void settle() override { platform_.runUntilIdle(); }
 
   PhotoLibraryPort& library() override { return platform_.library; }
   void put(const std::vector<Item>& items) override {
@@ -38,16 +34,10 @@ class MemoryLibraryWorld final : public PhotoLibraryWorld {
   }
   void setPromptAnswer(PHAuthorizationStatus status) override { platform_.library.setPromptAnswer(status); }
   int promptCount() const override { return platform_.library.promptCount(); }
-
- private:
-  memory::MemoryPlatform platform_;
 };
 
-std::unique_ptr<PhotoLibraryWorld> makeMemoryWorld() {
-  return std::make_unique<MemoryLibraryWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Memory, PhotoLibraryContract, testing::Values(&makeMemoryWorld));
+INSTANTIATE_TEST_SUITE_P(Memory, PhotoLibraryContract,
+                         testing::Values(&makeWorld<PhotoLibraryWorld, MemoryLibraryWorld>));
 
 }  // namespace
 }  // namespace tlx::contracts

@@ -1,30 +1,18 @@
-#include "adapters/memory/MemoryPlatform.h"
 #include "adapters/memory/MemoryResources.h"
+#include "tests/adapters/memory/OnMemory.h"
 #include "tests/contracts/SceneContract.h"
 #include "tests/contracts/ScreenContract.h"
 
 namespace tlx::contracts {
 namespace {
 
-class MemorySceneWorld final : public SceneWorld {
+class MemorySceneWorld final : public OnMemory<SceneWorld> {
  public:
   MemorySceneWorld() { platform_.library.setStatus(PHAuthorizationStatusDenied); }
-
-  MainQueuePort& mainQueue() override { return platform_.loop; }
-  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
-  void settle() override { platform_.runUntilIdle(); }
-
   ResourcePort& resources() override { return platform_.resources; }
-
- private:
-  memory::MemoryPlatform platform_;
 };
 
-std::unique_ptr<SceneWorld> makeMemoryWorld() {
-  return std::make_unique<MemorySceneWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Memory, SceneContract, testing::Values(&makeMemoryWorld));
+INSTANTIATE_TEST_SUITE_P(Memory, SceneContract, testing::Values(&makeWorld<SceneWorld, MemorySceneWorld>));
 
 class MemoryScreenWorld final : public ScreenWorld {
  public:
@@ -36,11 +24,7 @@ class MemoryScreenWorld final : public ScreenWorld {
   memory::MemoryPlatform platform_;
 };
 
-std::unique_ptr<ScreenWorld> makeScreenWorld() {
-  return std::make_unique<MemoryScreenWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Memory, ScreenContract, testing::Values(&makeScreenWorld));
+INSTANTIATE_TEST_SUITE_P(Memory, ScreenContract, testing::Values(&makeWorld<ScreenWorld, MemoryScreenWorld>));
 
 }  // namespace
 }  // namespace tlx::contracts

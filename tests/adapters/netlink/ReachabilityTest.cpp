@@ -3,8 +3,8 @@
 #include <arpa/inet.h>
 
 #include "adapters/memory/LoopThread.h"
-#include "adapters/memory/MemoryPlatform.h"
 #include "adapters/netlink/NetlinkReachability.h"
+#include "tests/adapters/memory/OnMemory.h"
 #include "tests/contracts/ReachabilityContract.h"
 #include "tests/support/OwnNetwork.h"
 
@@ -20,7 +20,7 @@ std::unique_ptr<ReachabilityTarget> defaultRoute(ReachabilityPort& port) {
 }
 
 /// A machine with one cable and a default route over it.
-class NetlinkWorld final : public ReachabilityWorld {
+class NetlinkWorld final : public OnMemory<ReachabilityWorld> {
  public:
   NetlinkWorld() {
     network_.run(OwnNetwork::cable("wire", "10.1.0.1/24") + "link set lo up\nroute add default via 10.1.0.2\n");
@@ -29,8 +29,6 @@ class NetlinkWorld final : public ReachabilityWorld {
     performOnOtherLoop([this] { witness_.reset(); });
   }
 
-  MainQueuePort& mainQueue() override { return platform_.loop; }
-  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
   void settle() override {
     ASSERT_TRUE(runUntil([this] { return witnessed_.load(); }));
     platform_.runUntilIdle();
@@ -55,7 +53,6 @@ class NetlinkWorld final : public ReachabilityWorld {
 
  private:
   OwnNetwork network_;
-  memory::MemoryPlatform platform_;
   memory::LoopThread thread_;
   netlink::NetlinkReachability port_;
   std::unique_ptr<ReachabilityTarget> witness_;

@@ -47,13 +47,12 @@ std::unique_ptr<ReachabilityTarget> targetAt(NetlinkReachability& port, const st
 }
 
 TEST(NetlinkLinks, KindsAreTold) {
-  struct Row {
+  const struct {
     unsigned type;
     const char *folder, *properties;
     LinkKind kind;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {ARPHRD_ETHER, nullptr, nullptr, LinkKind::wired, "a link that nothing is told of"},
       {ARPHRD_ETHER, "wireless", nullptr, LinkKind::wifi, "a Wi-Fi driver of the old kind"},
       {ARPHRD_ETHER, "phy80211", nullptr, LinkKind::wifi, "a Wi-Fi driver of the new kind"},
@@ -63,7 +62,7 @@ TEST(NetlinkLinks, KindsAreTold) {
       {ARPHRD_NONE, nullptr, nullptr, LinkKind::tunnel, "a VPN"},
       {ARPHRD_LOOPBACK, nullptr, nullptr, LinkKind::loopback, "the machine itself"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const Sysfs sysfs;
     const std::filesystem::path told = sysfs.root + "/class/net/x";
     std::filesystem::create_directories(row.folder ? told / row.folder : told);
@@ -82,12 +81,11 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
   const std::string lo = "link set lo up\n", to77 = "rule add pref 100 lookup 77\n";
   const std::string overModem = "route add default via 10.2.0.2 metric 50\n";
   const std::string pulled = "link set wirex down\n";
-  struct Row {
+  const struct {
     std::string network, target;
     SCNetworkReachabilityFlags flags;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {wire + overWire, "0.0.0.0", kReachable, "the plain case"},
       {wire + overWire + pulled, "0.0.0.0", 0, "without a carrier the route stays, but leads nowhere"},
       {wire + overWire + modem + overModem, "0.0.0.0", kReachable | kCellular, "the smaller metric is the modem's"},
@@ -132,7 +130,7 @@ TEST(NetlinkFlags, TellWhatLinksAndRoutesAllow) {
   const Sysfs sysfs;
   NetlinkReachability port(sysfs.root);
   const bool six = std::filesystem::exists("/proc/net/if_inet6");
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     OwnNetwork network;
     const bool wantsTunnel = row.network.find("tun0") != std::string::npos;
     if ((wantsTunnel && !network.openTunnel()) || (!six && row.network.find(':') != std::string::npos)) {

@@ -44,7 +44,7 @@ void LibraryFolder::put(const std::string& path, const std::vector<std::uint8_t>
 }
 
 void LibraryFolder::trash(const std::string& path) const {
-  const std::filesystem::path bin = trashFolder(), from = pictures() / path;
+  const std::filesystem::path bin = trashFolder(), from = (pictures() / path).lexically_normal();
   std::filesystem::create_directories(bin / "files");
   std::filesystem::create_directories(bin / "info");
   std::string escaped;

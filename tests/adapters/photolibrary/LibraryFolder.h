@@ -1,37 +1,15 @@
 #pragma once
 
 #include <condition_variable>
-#include <cstdint>
-#include <filesystem>
-#include <functional>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <string>
-#include <vector>
 
+#include "adapters/memory/MemoryLogs.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary::test {
 
-/// Keeps what it is told.
-class KeptLog final : public SystemLogPort {
- public:
-  void log(const std::string& line) override {
-    std::lock_guard lock(mutex_);
-    lines_.push_back(line);
-  }
-  void assertionFailed(const std::string&, const std::string&, int, const std::string&) override {}
-  std::vector<std::string> lines() const {
-    std::lock_guard lock(mutex_);
-    return lines_;
-  }
-
- private:
-  mutable std::mutex mutex_;
-  std::vector<std::string> lines_;
-};
+using KeptLog = memory::MemorySystemLog;
 
 /// A folder of the test's own with `pictures`, `cache` and `config` in it, gone with it. The trash is the test
 /// program's own, empty at first, so that no test looks into the person's.

@@ -11,9 +11,7 @@
 namespace tlx::test {
 namespace {
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
+using namespace testing;
 
 /// 12 March 2024, 14:05 UTC, an hour later for each further day.
 constexpr double kMarch = 1710252300;
@@ -100,7 +98,6 @@ TEST(RightToLeft, TheScreenIsMirrored) {
   EXPECT_GT(session.centre(row->imgViewFolderIcon.lock()).x(), session.centre(row->lblFolderName.lock()).x());
 }
 
-/// What the desktop says, and what comes of it.
 TEST(Desktop, IsFollowedInLooksAndMotionWhileThePickerIsOpen) {
   PickerWindow session;
   session.host.limit = 0;

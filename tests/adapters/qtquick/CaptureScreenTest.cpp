@@ -1,7 +1,6 @@
 #include <utility>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "tests/adapters/qtquick/PickerWindow.h"
 #include "tests/adapters/qtquick/ScreenReader.h"
@@ -9,10 +8,7 @@
 namespace tlx::test {
 namespace {
 
-using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Not;
+using namespace testing;
 
 class CaptureScreen : public testing::Test {
  protected:

@@ -8,7 +8,6 @@
 namespace tlx::qtquick {
 namespace {
 
-/// The greatest difference of any channel of any pixel.
 int difference(const QImage& one, const QImage& other) {
   int greatest = 0;
   for (int y = 0; y < one.height(); ++y) {

@@ -61,6 +61,8 @@ TEST(Keyboard, MovesAMarkOverTheGridAndPicks) {
 
   session.window.resize(700, 500);
   session.wait(0.3);
+  const std::int64_t row = session.grid().collectionViewLayout()->itemsPerRow();
+  EXPECT_GT(session.centre(session.cell(row - 1)).x(), 600) << "the rows fill the new width";
   EXPECT_EQ(marked(), 2) << "the mark follows its cell";
   session.change([](memory::LibraryContents& contents) { contents.add(memory::photo("new", 0), {"Camera Roll"}); });
   EXPECT_EQ(marked(), 3) << "and its photo";

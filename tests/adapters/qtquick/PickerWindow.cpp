@@ -8,8 +8,6 @@
 #include <QQuickItem>
 #include <QWheelEvent>
 #include <algorithm>
-#include <cmath>
-#include <functional>
 
 #include <QtTest/QTest>
 

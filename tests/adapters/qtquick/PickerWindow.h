@@ -5,9 +5,6 @@
 #include <QQuickWindow>
 #include <QSize>
 #include <cstdint>
-#include <memory>
-#include <optional>
-#include <string>
 
 #include "tlx/platform/uikit/UITableView.h"
 #include "tlx/views/CollectionViewCell.h"

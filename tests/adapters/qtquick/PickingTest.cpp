@@ -122,19 +122,6 @@ TEST(Scrolling, FarDownCellsStandWhereTheyAreDrawn) {
   }
 }
 
-TEST(Scrolling, ANewSizeReflowsTheRows) {
-  PickerWindow session(PickerWindow::numbered(400));
-  session.open();
-  session.window.resize(800, 500);
-  session.wait(0.5);
-  const std::int64_t row = session.grid().collectionViewLayout()->itemsPerRow();
-  EXPECT_GT(row, 6);
-  EXPECT_EQ(session.centre(session.cell(0)).y(), session.centre(session.cell(row - 1)).y());
-  EXPECT_GT(session.centre(session.cell(row - 1)).x(), 700);
-  session.clickItem(row);
-  EXPECT_THAT(session.picked(), ElementsAre("p" + std::to_string(row)));
-}
-
 TEST(BadLuck, APhotoVanishesBeneathTheFinger) {
   PickerWindow session;
   session.open();

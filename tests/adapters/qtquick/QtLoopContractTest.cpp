@@ -43,11 +43,7 @@ class QtLoopWorld final : public LoopWorld {
   QObject worker_;
 };
 
-std::unique_ptr<LoopWorld> makeLoopWorld() {
-  return std::make_unique<QtLoopWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Qt, LoopContract, testing::Values(&makeLoopWorld));
+INSTANTIATE_TEST_SUITE_P(Qt, LoopContract, testing::Values(&makeWorld<LoopWorld, QtLoopWorld>));
 
 }  // namespace
 }  // namespace tlx::contracts

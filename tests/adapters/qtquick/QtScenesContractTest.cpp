@@ -33,11 +33,7 @@ class QtSceneWorld final : public SceneWorld {
   std::vector<std::string> openedURLs_;
 };
 
-std::unique_ptr<SceneWorld> makeSceneWorld() {
-  return std::make_unique<QtSceneWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Qt, SceneContract, testing::Values(&makeSceneWorld));
+INSTANTIATE_TEST_SUITE_P(Qt, SceneContract, testing::Values(&makeWorld<SceneWorld, QtSceneWorld>));
 
 class QtScreenWorld final : public ScreenWorld {
  public:
@@ -49,11 +45,7 @@ class QtScreenWorld final : public ScreenWorld {
   QtSceneWorld world_;
 };
 
-std::unique_ptr<ScreenWorld> makeScreenWorld() {
-  return std::make_unique<QtScreenWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Qt, ScreenContract, testing::Values(&makeScreenWorld));
+INSTANTIATE_TEST_SUITE_P(Qt, ScreenContract, testing::Values(&makeWorld<ScreenWorld, QtScreenWorld>));
 
 /// A scene as lines, a view each: what code relies on, without what is only looked at.
 class SceneLines {
@@ -130,7 +122,7 @@ TEST_P(ScenesInMemory, AreThoseThatAreDrawn) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Qt, ScenesInMemory, testing::Values(&makeSceneWorld));
+INSTANTIATE_TEST_SUITE_P(Qt, ScenesInMemory, testing::Values(&makeWorld<SceneWorld, QtSceneWorld>));
 
 }  // namespace
 }  // namespace tlx::contracts

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <QAccessible>
-#include <optional>
-#include <vector>
 
 #include "tests/adapters/qtquick/PickerWindow.h"
 

@@ -1,9 +1,7 @@
 // Who may see the photos, and what is remembered of it; the standard folders; natural order.
 
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <functional>
 #include <future>
 
 #include <glib.h>
@@ -49,17 +47,15 @@ class FilesAccess : public testing::Test {
   HeldConsent consent_;
 };
 
-/// What happens to a program's question, and what the library then says and another one finds remembered.
 TEST_F(FilesAccess, QuestionsAreAnsweredOnceAndDecisionsRememberedForThatHostAlone) {
   using Status = PHAuthorizationStatus;
   constexpr auto kOpen = PHAuthorizationStatusNotDetermined, kYes = PHAuthorizationStatusAuthorized,
                  kNo = PHAuthorizationStatusDenied;
-  struct Row {
+  const struct {
     const char* what;
     std::function<void(PhotoLibrary&)> happens;
     Status answer, remembered;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"answered twice",
        [&](auto&) {
          consent_.held(true);
@@ -76,7 +72,7 @@ TEST_F(FilesAccess, QuestionsAreAnsweredOnceAndDecisionsRememberedForThatHostAlo
       {"nobody to ask", nullptr, kNo, kOpen},
   };
   folder_.putPhoto("one.jpg", 1000);
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     const std::string host = std::string("../a host/with: odd name ") + row.what;
     consent_.hosts.clear();
@@ -151,34 +147,21 @@ TEST_F(FilesAccess, WhatSomebodyElseDecidesHoldsForWhatIsOpen) {
   EXPECT_TRUE(comesTo(PHAuthorizationStatusNotDetermined, 0));
 }
 
-TEST_F(FilesAccess, RootsThatAreNotThereAreNoAccess) {
-  auto options = folder_.options();
-  options.roots = {(folder_.top() / "missing").string()};
-  PhotoLibrary library(options, log_);
-  EXPECT_EQ(library.authorizationStatus(), PHAuthorizationStatusDenied);
-  library.waitUntilScanned();
-  EXPECT_EQ(library.fetchAssetCollections(PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAny)->count(), 0u);
-  folder_.putPhoto("../missing/one.jpg", 1000);
-  look(library);
-  EXPECT_THAT(namesIn(library, "Camera Roll"), ElementsAre("one.jpg")) << "the disk was plugged in";
-}
-
 TEST_F(FilesAccess, DefaultRootsAreWhatTheDesktopNames) {
   const std::string home = folder_.top().string();
   const auto set = [](const char* name, const std::string& value) { ::setenv(name, value.c_str(), 1); };
   set("HOME", home);
   set("XDG_CONFIG_HOME", home);
-  struct Row {
+  const struct {
     const char* lines;
     std::vector<std::string> roots;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"", {home + "/Pictures", home + "/Videos"}, "nothing named"},
       {"XDG_PICTURES_DIR=\"$HOME/Media/\"\nXDG_VIDEOS_DIR=\"$HOME/Media\"\n", {home + "/Media"}, "one for both"},
       {"XDG_PICTURES_DIR=\"$HOME/\"\nXDG_VIDEOS_DIR=\"/mnt/v\"\n", {"/mnt/v"}, "pictures are switched off"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     std::ofstream(home + "/user-dirs.dirs") << row.lines;
     g_reload_user_special_dirs_cache();
     EXPECT_EQ(defaultRoots(), row.roots) << row.reason;

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
-#include <filesystem>
 #include <fstream>
-#include <functional>
 #include <random>
 
 #include <fcntl.h>
@@ -23,11 +21,7 @@ namespace tlx::photolibrary::test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::Each;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
+using namespace testing;
 
 class FilesIndex : public testing::Test {
  protected:
@@ -130,12 +124,11 @@ TEST_F(FilesIndex, DamageIsReadFromTheFilesAgain) {
       std::fstream(file, std::ios::in | std::ios::out | std::ios::binary).seekp(at) << std::string(count, '\x5a');
     };
   };
-  struct Row {
+  const struct {
     const char* what;
     std::function<void(const fs::path&)> damage;
     bool setAside = false;  ///< with a word; else it is put right in silence
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"kind 0", facts(56, "00")},
       {"kind 3", facts(56, "03")},
       {"kind 0 of an unknown format", facts(56, "0000")},
@@ -164,7 +157,7 @@ TEST_F(FilesIndex, DamageIsReadFromTheFilesAgain) {
        },
        true},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     const std::string broken = indexFile().string() + ".broken";
     fs::remove(broken);
@@ -203,14 +196,13 @@ TEST_F(FilesIndex, GoesWhenItsRootsHaveBeenAwayForLong) {
   const fs::path cache = folder_.top() / "cache", index = indexFile();
   const auto today = std::chrono::system_clock::now();
   using std::chrono::hours;
-  struct Row {
+  const struct {
     const char* what;
     bool rootThere;
     bool opened;
     hours later;
     bool stays;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"the root is there", true, false, hours(0), true},
       {"unmounted today, seen first after a year", false, false, hours(24 * 365), true},
       {"not for long enough", false, false, hours(24 * (365 + 179)), true},
@@ -220,7 +212,7 @@ TEST_F(FilesIndex, GoesWhenItsRootsHaveBeenAwayForLong) {
       {"away since then", false, false, hours(24 * 790), true},
       {"for long", false, false, hours(24 * (700 + 181)), false},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     std::error_code none;
     if (row.rootThere) fs::rename(folder_.top() / "away", folder_.pictures(), none);
@@ -271,7 +263,6 @@ TEST_F(FilesIndex, AScanKilledAtAnyMomentIsTakenUpAgain) {
     if (round % 4 == 0) fs::remove_all(folder_.top() / "cache");
     const itimerval moment = {{0, 0}, {0, static_cast<suseconds_t>(1 + random() % 30'000)}};
     inAChild([&] {
-      // Ended by its own alarm, in the middle of whatever it does then.
       ::setitimer(ITIMER_REAL, &moment, nullptr);
       scanned();
     });

@@ -70,9 +70,4 @@ std::int64_t codeOf(const std::variant<Original, NSError>& fetched) {
   return error ? error->code : 0;
 }
 
-std::string contentOf(const std::filesystem::path& path) {
-  const auto bytes = readFile(path);
-  return {bytes.begin(), bytes.end()};
-}
-
 }  // namespace tlx::photolibrary::test

@@ -1,10 +1,5 @@
 #pragma once
 
-#include <filesystem>
-#include <memory>
-#include <string>
-#include <variant>
-
 #include "adapters/photolibrary/cloud/webdav/WebDavSource.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 
@@ -51,6 +46,5 @@ class Cloud {
 
 /// The code of a failed fetch; 0 when it did not fail.
 std::int64_t codeOf(const std::variant<Original, NSError>& fetched);
-std::string contentOf(const std::filesystem::path& path);
 
 }  // namespace tlx::photolibrary::test

@@ -1,12 +1,8 @@
 #include <atomic>
-#include <filesystem>
-#include <fstream>
 #include <future>
-#include <optional>
 #include <stop_token>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -17,14 +13,9 @@
 namespace tlx::photolibrary {
 namespace {
 
-using test::Cloud;
-using test::codeOf;
-using test::contentOf;
-using tlx::test::answer;
-using tlx::test::listed;
-using tlx::test::multistatus;
-using tlx::test::Nginx;
-using tlx::test::ScriptedServer;
+using support::contentOf;
+using namespace test;
+using namespace tlx::test;
 
 /// A JPEG of that many bytes: a small picture, and noise behind its end.
 std::string largePhoto(std::size_t bytes) {
@@ -170,12 +161,11 @@ TEST(CloudFaults, AreToldApart) {
   const auto rest = [&](const std::string& body) {
     return answer("206 Partial Content", tag + "Content-Range: bytes 400-999/1000\r\nContent-Length: 600\r\n", body);
   };
-  struct Row {
+  const struct {
     const char* reason;
     std::int64_t code;
     Get get;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"nothing is wrong", 0, sends("200 OK", tag, photo)},
       {"wrong password", CloudErrorWrongCredentials,
        sends("401 Unauthorized", "WWW-Authenticate: Basic realm=\"a\"\r\n")},
@@ -203,7 +193,7 @@ TEST(CloudFaults, AreToldApart) {
          c.stall();
        }},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     std::atomic<bool> listing = true;
     ScriptedServer server([&](const std::string& request, const Connection& connection) {
       if (request.starts_with("PROPFIND")) {
@@ -235,7 +225,6 @@ TEST(CloudFaults, AreToldApart) {
 TEST(CloudFaults, WhoCannotBeReachedIsToldApart) {
   const test::TemporaryFolder top;
   std::filesystem::create_directories(top.file("served"));
-  // Nobody vouches for this certificate.
   const std::string make = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost -keyout " +
                            top.file("key") + " -out " + top.file("certificate") + " 2>/dev/null";
   std::optional<Nginx> secure;
@@ -243,17 +232,16 @@ TEST(CloudFaults, WhoCannotBeReachedIsToldApart) {
     secure.emplace(top.file("served"), top.file("server"),
                    Nginx::Options{{}, {}, top.file("certificate"), top.file("key"), 0, {}});
   }
-  struct Row {
+  const struct {
     const char* reason;
     std::string url;
     std::vector<std::int64_t> codes;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"nobody listens", "http://127.0.0.1:1/", {CloudErrorRefused}},
       {"a name that nobody has", "https://no-such-host.invalid/", {CloudErrorNameNotResolved, CloudErrorOffline}},
       {"a certificate of its own making", secure ? "https://" + secure->host() : "", {CloudErrorCertificate}},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     if (row.url.empty()) continue;
     const auto address = std::get<CloudAddress>(parseCloudAddress(row.url));
     Server server(address, nullptr, std::chrono::seconds(20));

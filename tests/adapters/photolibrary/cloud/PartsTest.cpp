@@ -1,9 +1,5 @@
-#include <filesystem>
-#include <fstream>
-#include <set>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "adapters/photolibrary/cloud/CloudAddress.h"
 #include "adapters/photolibrary/cloud/OriginalCache.h"
@@ -17,14 +13,13 @@ namespace tlx::photolibrary {
 namespace {
 
 TEST(CloudAddress, TakesWhatIsSafeAndShowsNothingSecret) {
-  struct Row {
+  const struct {
     const char* reason;
     const char* url;
     const char* text;  ///< nothing when the address is refused
     const char* user = "";
     const char* password = "";
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"a server", "https://photos.example/dav/Me/", "https://photos.example/dav/Me"},
       {"its top", "https://photos.example", "https://photos.example"},
       {"another port", "https://photos.example:8443/a", "https://photos.example:8443/a"},
@@ -41,7 +36,7 @@ TEST(CloudAddress, TakesWhatIsSafeAndShowsNothingSecret) {
       {"a slash inside a name", "https://photos.example/a%2Fb", nullptr},
       {"nothing", "", nullptr},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const auto parsed = parseCloudAddress(row.url);
     const auto* address = std::get_if<CloudAddress>(&parsed);
     ASSERT_EQ(address != nullptr, row.text != nullptr) << row.reason;
@@ -53,12 +48,11 @@ TEST(CloudAddress, TakesWhatIsSafeAndShowsNothingSecret) {
 }
 
 TEST(CloudAddress, KnowsTheMembersOfACollectionHoweverTheyAreWritten) {
-  struct Row {
+  const struct {
     const char* reason;
     const char* href;
     const char* name;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"from the top", "/my%20dav/Trip/a%20b.jpg", "a b.jpg"},
       {"with the server", "https://h:8443/my%20dav/Trip/a.jpg", "a.jpg"},
       {"with the server as a proxy hides it", "http://H/my%20dav/Trip/a.jpg", "a.jpg"},
@@ -77,7 +71,8 @@ TEST(CloudAddress, KnowsTheMembersOfACollectionHoweverTheyAreWritten) {
       {"another server, shorter", "//evil.example/my%20dav/Trip/a.jpg", ""},
       {"nothing", "", ""},
   };
-  for (const Row& row : rows) EXPECT_EQ(memberName(row.href, "https://h:8443", "/my dav/Trip"), row.name) << row.reason;
+  for (const auto& row : rows)
+    EXPECT_EQ(memberName(row.href, "https://h:8443", "/my dav/Trip"), row.name) << row.reason;
 }
 
 TEST(Listing, ReadsWhatServersWriteAndRefusesWhatHarms) {
@@ -91,12 +86,11 @@ TEST(Listing, ReadsWhatServersWriteAndRefusesWhatHarms) {
   }
   std::string deep;
   for (int i = 0; i < 10'000; ++i) deep += "<x>";
-  struct Row {
+  const struct {
     const char* reason;
     std::string xml;
     std::optional<std::size_t> members;  ///< nothing when the listing is refused
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"two members", multistatus(listed("/a", "") + listed("/b", "")), 2},
       {"none", multistatus(""), 0},
       {"a member that is gone",
@@ -114,7 +108,7 @@ TEST(Listing, ReadsWhatServersWriteAndRefusesWhatHarms) {
       {"no XML", "{\"a\":1}", {}},
       {"nothing", "", {}},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     std::optional<std::size_t> members = 0;
     ListingReader reader([&](ListedMember&&) { ++*members; });
     for (std::size_t at = 0; at < row.xml.size(); at += 7000) {
@@ -147,12 +141,6 @@ TEST(Listing, ReadsWhatServersWriteAndRefusesWhatHarms) {
   }
 }
 
-std::set<std::string> filesIn(const std::string& folder) {
-  std::set<std::string> names;
-  for (const auto& each : std::filesystem::directory_iterator(folder)) names.insert(each.path().filename());
-  return names;
-}
-
 TEST(OriginalCache, KeepsWithinItsBoundWhatWasUsedLast) {
   const test::TemporaryFolder top;
   const OriginalCache cache(top.file("cache"), 1000);
@@ -173,15 +161,15 @@ TEST(OriginalCache, KeepsWithinItsBoundWhatWasUsedLast) {
   age("b", 1);
   ASSERT_TRUE(cache.take("a", 400)) << "used again, and so younger than b";
   const Original held = put("c");
-  EXPECT_EQ(filesIn(top.file("cache")), (std::set<std::string>{"a", "c"}));
+  EXPECT_THAT(support::fileNamesIn(top / "cache"), testing::ElementsAre("a", "c"));
   age("c", 3);
   put("d");
-  EXPECT_EQ(filesIn(top.file("cache")), (std::set<std::string>{"c", "d"})) << "what is in use stays";
+  EXPECT_THAT(support::fileNamesIn(top / "cache"), testing::ElementsAre("c", "d")) << "what is in use stays";
   EXPECT_FALSE(cache.take("d", 399)) << "of another length, so not it";
   for (const std::int64_t bytes : {std::int64_t{1} << 62, INT64_MAX}) {
     EXPECT_TRUE(std::holds_alternative<NSError>(cache.begin("e", bytes))) << "more than any disk holds";
   }
-  EXPECT_EQ(filesIn(top.file("cache")), (std::set<std::string>{"c", "d"})) << "and nothing had to go for it";
+  EXPECT_THAT(support::fileNamesIn(top / "cache"), testing::ElementsAre("c", "d")) << "and nothing had to go for it";
   EXPECT_TRUE(std::holds_alternative<NSError>(OriginalCache("/proc/none", 10).begin("a", 1)));
 }
 
@@ -202,8 +190,8 @@ TEST(OriginalCache, CountsNothingThatIsNotWholeAndGoesOnWithIt) {
   EXPECT_EQ(draft.written(), 3);
   EXPECT_EQ(draft.tag(), "\"one\"");
   EXPECT_FALSE(draft.append("def", 3));
-  EXPECT_EQ(test::contentOf(std::get<Original>(draft.finish()).path), "abcdef");
-  EXPECT_EQ(filesIn(top.file("cache")), std::set<std::string>{"a"});
+  EXPECT_EQ(support::contentOf(std::get<Original>(draft.finish()).path), "abcdef");
+  EXPECT_THAT(support::fileNamesIn(top / "cache"), testing::ElementsAre("a"));
 }
 
 }  // namespace

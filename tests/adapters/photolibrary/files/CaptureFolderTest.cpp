@@ -1,10 +1,7 @@
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <variant>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>

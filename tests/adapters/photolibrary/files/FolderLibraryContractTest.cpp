@@ -1,7 +1,5 @@
-#include <filesystem>
-#include <thread>
 
-#include "adapters/memory/MemoryPlatform.h"
+#include "tests/adapters/memory/OnMemory.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 #include "tests/contracts/PhotoLibraryContract.h"
 
@@ -27,7 +25,7 @@ class WillingPerson final : public photolibrary::PhotoConsent {
   std::vector<std::jthread> threads_;
 };
 
-class FilesLibraryWorld final : public PhotoLibraryWorld {
+class FilesLibraryWorld final : public OnMemory<PhotoLibraryWorld> {
  public:
   FilesLibraryWorld() {
     auto options = folder_.options();
@@ -38,8 +36,6 @@ class FilesLibraryWorld final : public PhotoLibraryWorld {
     library_->waitUntilScanned();
   }
 
-  MainQueuePort& mainQueue() override { return platform_.loop; }
-  bool runUntil(const std::function<bool()>& done) override { return platform_.loop.runUntil(done); }
   void settle() override {
     library_->waitUntilScanned();
     platform_.loop.runUntilIdle();
@@ -79,7 +75,6 @@ class FilesLibraryWorld final : public PhotoLibraryWorld {
   int promptCount() const override { return person_.asked; }
 
  private:
-  memory::MemoryPlatform platform_;
   photolibrary::test::LibraryFolder folder_;
   photolibrary::test::KeptLog log_;
   photolibrary::AccessRecord record_{folder_.options().configFolder + "/access", folder_.options().host};
@@ -87,11 +82,8 @@ class FilesLibraryWorld final : public PhotoLibraryWorld {
   std::unique_ptr<photolibrary::PhotoLibrary> library_;
 };
 
-std::unique_ptr<PhotoLibraryWorld> makeFilesWorld() {
-  return std::make_unique<FilesLibraryWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, PhotoLibraryContract, testing::Values(&makeFilesWorld));
+INSTANTIATE_TEST_SUITE_P(Files, PhotoLibraryContract,
+                         testing::Values(&makeWorld<PhotoLibraryWorld, FilesLibraryWorld>));
 
 }  // namespace
 }  // namespace tlx::contracts

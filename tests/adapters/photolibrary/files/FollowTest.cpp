@@ -1,10 +1,8 @@
 // The library keeps up with what happens to its files while it is open, and ends where a fresh look would. Identifiers
 // are the same through everything that happens to a file, and never another file's.
 
-#include <filesystem>
+#include <cstdlib>
 #include <fstream>
-#include <functional>
-#include <optional>
 #include <set>
 
 #include <gmock/gmock.h>
@@ -58,139 +56,86 @@ class FilesFollowed : public testing::Test {
 };
 
 TEST_F(FilesFollowed, EveryKindOfStepLeadsWhereAFreshLookWould) {
-  struct Row {
+  const struct {
     const char* what;
     std::vector<std::string> roll;
-    std::size_t fresh;  ///< items and albums that are none of those before
-    std::function<void()> happens;
-  };
-  const fs::path out = folder_.top() / "out";
-  fs::create_directory(out);
-  const Row rows[] = {
-      {"a file comes", {"b.jpg", "a.jpg"}, 1, [&] { folder_.putPhoto("b.jpg", 2000); }},
-      {"a folder with a file", {"c.jpg", "b.jpg", "a.jpg"}, 2, [&] { folder_.putPhoto("trip/in/c.jpg", 3000); }},
-      {"a file in it", {"d.jpg", "c.jpg", "b.jpg", "a.jpg"}, 1, [&] { folder_.putPhoto("trip/in/d.jpg", 4000); }},
-      {"renamed", {"d.jpg", "c.jpg", "e.jpg", "a.jpg"}, 0, [&] { fs::rename(at("b.jpg"), at("e.jpg")); }},
-      {"moved", {"d.jpg", "c.jpg", "f.jpg", "a.jpg"}, 1, [&] { fs::rename(at("e.jpg"), at("trip/f.jpg")); }},
+    std::size_t fresh;     ///< items and albums that are none of those before
+    const char* commands;  ///< for a shell in the pictures' folder, or beside it in `out` while that is away
+  } rows[] = {
+      {"a file comes", {"b.jpg", "a.jpg"}, 1, "photo b.jpg 2000"},
+      {"a folder with a file", {"c.jpg", "b.jpg", "a.jpg"}, 2, "mkdir -p trip/in; photo trip/in/c.jpg 3000"},
+      {"a file in it", {"d.jpg", "c.jpg", "b.jpg", "a.jpg"}, 1, "photo trip/in/d.jpg 4000"},
+      {"renamed", {"d.jpg", "c.jpg", "e.jpg", "a.jpg"}, 0, "mv b.jpg e.jpg"},
+      {"moved", {"d.jpg", "c.jpg", "f.jpg", "a.jpg"}, 1, "mv e.jpg trip/f.jpg"},
       {"the folder is renamed",
        {"d.jpg", "c.jpg", "g.jpg", "a.jpg"},
        0,
-       [&] {
-         fs::rename(at("trip"), at("journey"));
-         fs::rename(at("journey/f.jpg"), at("journey/g.jpg"));
-       }},
-      {"and is still followed", {"c.jpg", "g.jpg", "a.jpg"}, 0, [&] { fs::remove(at("journey/in/d.jpg")); }},
-      {"saved anew over another",
-       {"a.jpg", "c.jpg", "g.jpg"},
-       1,
-       [&] {
-         folder_.putPhoto("../new", 9000);
-         fs::rename(out / "../new", at("a.jpg"));
-       }},
-      {"written anew in place", {"c.jpg", "g.jpg", "a.jpg"}, 0, [&] { folder_.putPhoto("a.jpg", 500); }},
-      {"left out", {"a.jpg"}, 0, [&] { std::ofstream(at("journey/.nomedia")); }},
-      {"and what comes there too",
-       {"a.jpg", "y.jpg"},
-       1,
-       [&] {
-         folder_.putPhoto("journey/x.jpg", 7000);
-         folder_.putPhoto("y.jpg", 400);
-       }},
-      {"a file beside it tells its date",
-       {"y.jpg", "a.jpg"},
+       "mv trip journey; mv journey/f.jpg journey/g.jpg"},
+      {"and is still followed", {"c.jpg", "g.jpg", "a.jpg"}, 0, "rm journey/in/d.jpg"},
+      {"saved anew over another", {"a.jpg", "c.jpg", "g.jpg"}, 1, "photo ../new 9000; mv ../new a.jpg"},
+      {"written anew in place", {"c.jpg", "g.jpg", "a.jpg"}, 0, "photo a.jpg 500"},
+      {"left out", {"a.jpg"}, 0, "touch journey/.nomedia"},
+      {"and what comes there too", {"a.jpg", "y.jpg"}, 1, "photo journey/x.jpg 7000; photo y.jpg 400"},
+      {"a file beside it tells its date", {"y.jpg", "a.jpg"}, 0, "cp ../packet y.xmp"},
+      {"and tells no longer", {"a.jpg", "y.jpg"}, 0, "rm y.xmp"},
+      {"taken in again", {"x.jpg", "c.jpg", "g.jpg", "a.jpg", "y.jpg"}, 1, "rm journey/.nomedia"},
+      {"moved out", {"a.jpg", "y.jpg"}, 0, "mv journey ../out/"},
+      {"nobody's business out there", {"a.jpg", "y.jpg", "z.jpg"}, 1, "rm ../out/journey/x.jpg; photo z.jpg 300"},
+      {"a link to it", {"c.jpg", "g.jpg", "a.jpg", "y.jpg", "z.jpg"}, 0, "ln -s ../out/journey one"},
+      {"and another", {"c.jpg", "g.jpg", "a.jpg", "y.jpg"}, 0, "ln -s ../out/journey two; rm z.jpg"},
+      {"the first link goes", {"c.jpg", "g.jpg", "a.jpg"}, 0, "rm one; rm y.jpg"},
+      {"behind the second", {"c.jpg", "a.jpg"}, 0, "rm ../out/journey/g.jpg"},
+      {"a second name", {"c.jpg", "fence.jpg", "a.jpg"}, 1, "ln a.jpg second.jpg; photo fence.jpg 600"},
+      {"which is written through", {"a.jpg", "c.jpg", "fence.jpg"}, 0, "cat ../dated >second.jpg"},
+      {"the first name goes", {"second.jpg", "c.jpg", "fence.jpg"}, 0, "rm a.jpg"},
+      {"thrown away",
+       {"second.jpg", "c.jpg"},
        0,
-       [&] {
-         const std::string packet = xmpPacket("xmp:CreateDate='2001-01-01'");
-         folder_.put("y.xmp", {packet.begin(), packet.end()});
-       }},
-      {"and tells no longer", {"a.jpg", "y.jpg"}, 0, [&] { fs::remove(at("y.xmp")); }},
-      {"taken in again", {"x.jpg", "c.jpg", "g.jpg", "a.jpg", "y.jpg"}, 1, [&] { fs::remove(at("journey/.nomedia")); }},
-      {"moved out", {"a.jpg", "y.jpg"}, 0, [&] { fs::rename(at("journey"), out / "journey"); }},
-      {"out there it is nobody's business",
-       {"a.jpg", "y.jpg", "z.jpg"},
-       1,
-       [&] {
-         fs::remove(out / "journey/x.jpg");
-         folder_.putPhoto("z.jpg", 300);
-       }},
-      {"a link to it",
-       {"c.jpg", "g.jpg", "a.jpg", "y.jpg", "z.jpg"},
-       0,
-       [&] { fs::create_directory_symlink(out / "journey", at("one link")); }},
-      {"and another",
-       {"c.jpg", "g.jpg", "a.jpg", "y.jpg"},
-       0,
-       [&] {
-         fs::create_directory_symlink(out / "journey", at("two link"));
-         fs::remove(at("z.jpg"));
-       }},
-      {"the first link goes",
-       {"c.jpg", "g.jpg", "a.jpg"},
-       0,
-       [&] {
-         fs::remove(at("one link"));
-         fs::remove(at("y.jpg"));
-       }},
-      {"behind the second", {"c.jpg", "a.jpg"}, 0, [&] { fs::remove(out / "journey/g.jpg"); }},
-      {"a second name",
-       {"c.jpg", "fence.jpg", "a.jpg"},
-       1,
-       [&] {
-         fs::create_hard_link(at("a.jpg"), at("second.jpg"));
-         folder_.putPhoto("fence.jpg", 600);
-       }},
-      {"which is written through",
-       {"a.jpg", "c.jpg", "fence.jpg"},
-       0,
-       [&] {
-         folder_.put("second.jpg", samplePhoto({"1970:01:01 03:00:00", "+00:00", 0}));
-       }},
-      {"the first name goes", {"second.jpg", "c.jpg", "fence.jpg"}, 0, [&] { fs::remove(at("a.jpg")); }},
-      {"thrown away", {"second.jpg", "c.jpg"}, 0, [&] { folder_.trash("fence.jpg"); }},
-      {"brought back",
-       {"second.jpg", "c.jpg", "fence.jpg"},
-       0,
-       [&] { fs::rename(LibraryFolder::trashFolder() / "files/fence.jpg", at("fence.jpg")); }},
-      {"the root goes", {}, 0, [&] { fs::rename(folder_.pictures(), out / "pictures"); }},
-      {"and comes", {"second.jpg", "c.jpg", "fence.jpg"}, 0, [&] { fs::rename(out / "pictures", folder_.pictures()); }},
-      {"and is followed again", {"second.jpg", "c.jpg"}, 0, [&] { fs::remove(at("fence.jpg")); }},
-      {"a copy", {"copy.jpg", "second.jpg", "c.jpg"}, 1, [&] { fs::copy_file(at("second.jpg"), at("copy.jpg")); }},
+       "printf '[Trash Info]\\nPath=%s/fence.jpg\\nDeletionDate=2024-05-01T10:00:00\\n' \"$PWD\" "
+       ">$XDG_DATA_HOME/Trash/info/fence.jpg.trashinfo; mv fence.jpg $XDG_DATA_HOME/Trash/files/"},
+      {"brought back", {"second.jpg", "c.jpg", "fence.jpg"}, 0, "mv $XDG_DATA_HOME/Trash/files/fence.jpg ."},
+      {"the root goes", {}, 0, "mv ../pictures ../out/"},
+      {"and comes", {"second.jpg", "c.jpg", "fence.jpg"}, 0, "mv pictures .."},
+      {"and is followed again", {"second.jpg", "c.jpg"}, 0, "rm fence.jpg"},
+      {"a copy", {"copy.jpg", "second.jpg", "c.jpg"}, 1, "cp second.jpg copy.jpg"},
       {"another that the file system gives the same number",
        {"second.jpg", "c.jpg", "reborn.jpg"},
        1,
-       [&] {
-         fs::remove(at("copy.jpg"));
-         folder_.putPhoto("reborn.jpg", 1000);
-       }},
-      {"moved while nobody looked",
-       {"second.jpg", "c.jpg", "later.jpg"},
-       0,
-       [&] {
-         onlooker_.reset();
-         library_.reset();
-         fs::rename(at("reborn.jpg"), at("later.jpg"));
-         open();
-       }},
+       "rm copy.jpg; photo reborn.jpg 1000"},
   };
   folder_.putPhoto("a.jpg", 1000);
-  fs::create_directories(LibraryFolder::trashFolder() / "files");
-  fs::create_directories(LibraryFolder::trashFolder() / "info");
+  folder_.putPhoto("../photo");
+  folder_.put("../dated", samplePhoto({"1970:01:01 03:00:00", "+00:00", 0}));
+  const std::string packet = xmpPacket("xmp:CreateDate='2001-01-01'");
+  folder_.put("../packet", {packet.begin(), packet.end()});
+  for (const char* const made : {"files", "info"}) fs::create_directories(LibraryFolder::trashFolder() / made);
+  fs::create_directory(folder_.top() / "out");
+  const std::string shell = "set -e; photo() { cp ../photo \"$1\"; touch -d \"@$2\" \"$1\"; }; cd " +
+                            folder_.top().string() + "; cd pictures 2>/dev/null || cd out; ";
   open();
   countFresh();
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    row.happens();
-    ASSERT_TRUE(onlooker_->comesTo([&] { return roll() == row.roll; })) << testing::PrintToString(roll());
+  const auto expect = [&](const std::vector<std::string>& wanted, std::size_t fresh) {
+    ASSERT_TRUE(onlooker_->comesTo([&] { return roll() == wanted; })) << testing::PrintToString(roll());
     auto options = folder_.options();
     options.cacheFolder = (folder_.top() / "fresh").string();
     options.followLinksAnywhere = true;
     fs::remove_all(options.cacheFolder);
-    PhotoLibrary fresh(options, log_);
-    fresh.waitUntilScanned();
-    onlooker_->comesTo([&] { return everythingIn(*library_) == everythingIn(fresh); });
-    ASSERT_EQ(everythingIn(*library_), everythingIn(fresh)) << "identifiers outlive the loss of the index";
-    EXPECT_EQ(countFresh(), row.fresh);
+    PhotoLibrary other(options, log_);
+    other.waitUntilScanned();
+    onlooker_->comesTo([&] { return everythingIn(*library_) == everythingIn(other); });
+    ASSERT_EQ(everythingIn(*library_), everythingIn(other)) << "identifiers outlive the loss of the index";
+    EXPECT_EQ(countFresh(), fresh);
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    ASSERT_EQ(std::system((shell + row.commands).c_str()), 0);
+    ASSERT_NO_FATAL_FAILURE(expect(row.roll, row.fresh));
   }
+  onlooker_.reset();
+  library_.reset();
+  fs::rename(at("reborn.jpg"), at("later.jpg"));
+  open();
+  expect({"second.jpg", "c.jpg", "later.jpg"}, 0);  // moved while nobody looked
   EXPECT_THAT(log_.lines(), testing::IsEmpty());
 }
 

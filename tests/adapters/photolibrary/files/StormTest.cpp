@@ -4,10 +4,8 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <random>
 #include <set>
-#include <string>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -30,30 +28,13 @@ class Storm {
     for (int i = 0; i < steps; ++i) {
       const fs::path from = at(anyPath()), to = at(anyPath());
       std::error_code none;
-      switch (random_() % 11) {
-        case 0:
-        case 1:
-        case 2:
-          fs::rename(from, to, none);
-          break;
-        case 3:
-        case 4:
-          fs::remove(from, none);
-          break;
-        case 5:
-        case 6:
-          fs::copy_file(from, to, fs::copy_options::overwrite_existing, none);
-          break;
-        case 7:
-        case 8:
-          folder_.putPhoto(anyPath(), static_cast<double>(1000 + random_() % 9000));
-          break;
-        case 9:
-          fs::rename(from.parent_path(), at("moved " + std::to_string(random_() % 3)), none);
-          break;
-        default:
-          fs::rename(at("moved " + std::to_string(random_() % 3)), to.parent_path(), none);
-      }
+      const auto act = random_() % 11;
+      if (act < 3) fs::rename(from, to, none);
+      if (act == 3 || act == 4) fs::remove(from, none);
+      if (act == 5 || act == 6) fs::copy_file(from, to, fs::copy_options::overwrite_existing, none);
+      if (act == 7 || act == 8) folder_.putPhoto(anyPath(), static_cast<double>(1000 + random_() % 9000));
+      if (act == 9) fs::rename(from.parent_path(), at("moved " + std::to_string(random_() % 3)), none);
+      if (act == 10) fs::rename(at("moved " + std::to_string(random_() % 3)), to.parent_path(), none);
       fs::create_directories(to.parent_path(), none);
     }
   }

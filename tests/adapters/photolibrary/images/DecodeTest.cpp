@@ -1,4 +1,3 @@
-#include <cmath>
 
 #include <gtest/gtest.h>
 
@@ -38,12 +37,11 @@ class Decoding : public testing::Test {
 constexpr const char* uprightLetters[] = {"", "RG/BW", "GR/WB", "WB/GR", "BW/RG", "RB/GW", "BR/WG", "WG/BR", "GW/RB"};
 
 TEST_F(Decoding, TurnsUprightExactlyOnceInEveryFormat) {
-  struct Row {
+  const struct {
     const char* file;
     PictureOptions options;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"a.jpg", {}, "the EXIF block says it"},
       {"p.jpg", {.progressive = true}, "and of a progressive one too"},
       {"k.jpg", {.cmyk = true}, "print colours take another way"},
@@ -54,7 +52,7 @@ TEST_F(Decoding, TurnsUprightExactlyOnceInEveryFormat) {
       {"a.avif", {}, "likewise"},
       {"a.jxl", {}, "the codestream's decoder turns"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     for (int turn = 1; turn <= 8; ++turn) {
       const std::string path = folder_.file(row.file);
       PictureOptions options = row.options;
@@ -77,20 +75,19 @@ TEST_F(Decoding, TurnsUprightExactlyOnceInEveryFormat) {
 }
 
 TEST_F(Decoding, BringsEveryKindOfPixelToSrgb) {
-  struct Row {
-    const char* file;
-    PictureOptions options;
-    std::array<Colour, 4> corners;
-    int tolerance;
-    const char* reason;
-  };
   const std::array<Colour, 4> colours{red, green, blue, white};
   const Colour dimRed{54, 54, 54, 255}, dimGreen{182, 182, 182, 255}, dimBlue{18, 18, 18, 255};
   const std::array<Colour, 4> greys{dimRed, dimGreen, dimBlue, white};
   // What inks make of the four by the profile that comes with the picture; an inverted channel would be far off.
   const std::array<Colour, 4> inks{Colour{232, 31, 42, 255}, {192, 208, 12, 255}, {46, 70, 143, 255}, white};
   const std::array<Colour, 4> half{Colour{128, 0, 0, 128}, {0, 128, 0, 128}, {0, 0, 128, 128}, {128, 128, 128, 128}};
-  const Row rows[] = {
+  const struct {
+    const char* file;
+    PictureOptions options;
+    std::array<Colour, 4> corners;
+    int tolerance;
+    const char* reason;
+  } rows[] = {
       {"16.png", {.bits = 16}, colours, 2, "16 bits a channel"},
       {"16.tif", {.bits = 16}, colours, 2, "and in TIFF"},
       {"palette.png", {.palette = true}, colours, 4, "a palette"},
@@ -107,7 +104,7 @@ TEST_F(Decoding, BringsEveryKindOfPixelToSrgb) {
       {"alpha.webp", {.alpha = 128}, half, 3, "and in WebP"},
       {"alpha16.png", {.bits = 16, .alpha = 128}, half, 3, "16 bits and alpha"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string path = folder_.file(row.file);
     writePicture(path, row.options);
     for (const CGSize target : {CGSize{}, CGSize{30, 30}}) {
@@ -149,20 +146,19 @@ TEST_F(Decoding, WhatIsNoFileIsSaidSo) {
 }
 
 TEST_F(Decoding, AnEmbeddedPictureHasThePhotosOwnShape) {
-  struct Row {
+  const struct {
     int width, height, innerWidth, innerHeight, orientation;
     CGSize target;
     PixelSize expected;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {400, 300, 160, 120, 1, {130, 130}, {130, 98}, "no bars, made smaller"},
       {480, 270, 160, 90, 1, {}, {160, 90}, "bars above and below"},
       {200, 300, 80, 120, 1, {}, {80, 120}, "bars at the sides"},
       {480, 270, 160, 90, 6, {}, {90, 160}, "the bars lie along the stored picture"},
       {480, 270, 160, 90, 8, {45, 45}, {25, 45}, "turned and made smaller"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string path = folder_.file("a.jpg");
     writeJpegWithThumbnail(path, row.width, row.height, row.innerWidth, row.innerHeight, row.orientation);
     const Picture picture = decoder_.decodeEmbedded(path, {row.target});
@@ -184,12 +180,11 @@ TEST_F(Decoding, AnEmbeddedPictureHasThePhotosOwnShape) {
 }
 
 TEST_F(Decoding, AVideosPosterIsUprightAndNotBlack) {
-  struct Row {
+  const struct {
     ClipOptions options;
     const char* letters;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {{}, "RG/BW", "the first frame"},
       {{.turn = 90}, "BR/WG", "turned as the header asks"},
       {{.turn = 180}, "WB/GR", "upside down"},
@@ -198,7 +193,7 @@ TEST_F(Decoding, AVideosPosterIsUprightAndNotBlack) {
       {{.leadingBlack = 20}, "\?\?/\?\?", "a clip that is all black has a black poster"},
   };
   for (const char* name : {"a.mp4", "a.mkv"}) {
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
       if (row.options.turn != 0 && std::string(name) == "a.mkv") continue;  // written by the one muxer only
       writeClip(folder_.file(name), row.options);
       const Picture picture = decode(folder_.file(name), {48, 48});

@@ -48,7 +48,6 @@ class HostileFiles : public testing::Test {
   FilePictures decoder_{direct_};
 };
 
-/// Changes files as damage and malice do.
 Buffer mutated(Buffer bytes, const Buffer& other, std::mt19937& random) {
   static constexpr std::uint32_t extremes[] = {0,          1,          0x7f,       0xff,      0xffff,
                                                0x7fffffff, 0x80000000, 0xffffffff, 0xfffffff0};
@@ -60,33 +59,20 @@ Buffer mutated(Buffer bytes, const Buffer& other, std::mt19937& random) {
     const auto from = bytes.begin() + static_cast<std::ptrdiff_t>(at);
     const std::size_t length = std::min(1 + below(64), bytes.size() - at);
     const auto to = from + static_cast<std::ptrdiff_t>(length);
-    switch (1 + below(7)) {
-      case 1:
-        *from ^= static_cast<std::uint8_t>(1u << below(8));
-        break;
-      case 2: {
-        const std::uint32_t value = extremes[below(std::size(extremes))];
-        for (int i = 0; i < 4; ++i) from[i] = static_cast<std::uint8_t>(value >> (below(2) ? 24 - 8 * i : 8 * i));
-        break;
-      }
-      case 3:
-        bytes.erase(from, to);
-        break;
-      case 4: {
-        const Buffer piece(from, to);
-        bytes.insert(from, piece.begin(), piece.end());
-        break;
-      }
-      case 5:
-        std::generate(from, to, [&] { return static_cast<std::uint8_t>(random()); });
-        break;
-      case 6:
-        // A piece of another place, or of another file.
-        for (std::size_t i = 0; i < length; ++i) from[static_cast<std::ptrdiff_t>(i)] = other[below(other.size())];
-        break;
-      default:
-        if (below(3) == 0) bytes.resize(below(bytes.size()));
+    const auto kind = below(7);
+    if (kind == 0) *from ^= static_cast<std::uint8_t>(1u << below(8));
+    if (kind == 1) {
+      const std::uint32_t value = extremes[below(std::size(extremes))];
+      for (int i = 0; i < 4; ++i) from[i] = static_cast<std::uint8_t>(value >> (below(2) ? 24 - 8 * i : 8 * i));
     }
+    if (kind == 2) bytes.erase(from, to);
+    if (kind == 3) {
+      const Buffer piece(from, to);
+      bytes.insert(from, piece.begin(), piece.end());
+    }
+    if (kind == 4) std::generate(from, to, [&] { return static_cast<std::uint8_t>(random()); });
+    if (kind == 5) std::generate(from, to, [&] { return other[below(other.size())]; });
+    if (kind == 6 && below(3) == 0) bytes.resize(below(bytes.size()));
   }
   return bytes;
 }
@@ -217,13 +203,12 @@ TEST_F(HostileFiles, AreRefusedByNameAndCostLittle) {
   put(atom, place(atom, "moov") - 4, be(0xffffffff, 4));
   put(still, place(still, "mdhd") + 20, be(0, 4));
   const auto of = [](int part) { return std::vector<int>(100, part); };
-  struct Row {
+  const struct {
     const char* name;
     Buffer bytes;
     std::int64_t code;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"side.png", changed("a.png", "IHDR", 4, Buffer{0x7f, 0xff, 0xff, 0xff, 0x7f, 0xff, 0xff, 0xff}), tooLarge,
        "sides without end"},
       {"row.png", changed("a.png", "IHDR", 4, be(9'000'000, 4) + be(2, 4)), tooLarge, "few pixels, but all in a row"},
@@ -260,7 +245,7 @@ TEST_F(HostileFiles, AreRefusedByNameAndCostLittle) {
   };
   std::ofstream("/proc/self/clear_refs") << 5;
   const std::int64_t before = peakMegabytes();
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string path = folder_.file(row.name);
     writeFile(path, row.bytes);
     for (const CGSize target : {CGSize{40, 40}, CGSize{}}) {

@@ -14,14 +14,13 @@ using namespace test;
 
 TEST(FormatSniffing, GoesByTheFirstBytes) {
   using namespace std::string_literals;
-  struct Row {
+  const std::string packet = "\x47"s + std::string(187, 'x');
+  const std::string timed = "time\x47"s + std::string(187, 'x');
+  const struct {
     std::string bytes;
     MediaFormat format;
     const char* reason;
-  };
-  const std::string packet = "\x47"s + std::string(187, 'x');
-  const std::string timed = "time\x47"s + std::string(187, 'x');
-  const Row rows[] = {
+  } rows[] = {
       {"\xff\xd8\xff\xe0", MediaFormat::Jpeg, "start of image and a marker"},
       {"\xff\xd8", MediaFormat::Unknown, "two bytes are too few to tell"},
       {"RIFF....WAVEfmt ....", MediaFormat::Unknown, "sound"},
@@ -44,7 +43,7 @@ TEST(FormatSniffing, GoesByTheFirstBytes) {
       {"\0\0\0\x0cJXL \r\n\x87\n"s, MediaFormat::JpegXl, "in its container"},
       {"", MediaFormat::Unknown, "nothing at all"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     EXPECT_EQ(sniffFormat(reinterpret_cast<const std::uint8_t*>(row.bytes.data()), row.bytes.size()), row.format)
         << ::testing::PrintToString(row.bytes.substr(0, 20)) << " " << row.reason;
   }
@@ -53,12 +52,11 @@ TEST(FormatSniffing, GoesByTheFirstBytes) {
 TEST(CaptureDates, AreReadAsCamerasWriteThem) {
   ::setenv("TZ", "EST5", 1);
   ::tzset();
-  struct Row {
+  const struct {
     const char *date, *offset, *fraction;
     std::optional<double> seconds;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"2021:02:03 04:05:06", "+02:00", "", 1612317906, "east of Greenwich is earlier in UTC"},
       {"2021:02:03 04:05:06", "-03:30", "", 1612337706, "half hours too"},
       {"2021:02:03 04:05:06", "Z", "25", 1612325106.25, "a fraction's digits"},
@@ -71,7 +69,7 @@ TEST(CaptureDates, AreReadAsCamerasWriteThem) {
       {"2021:13:03 04:05:06", "Z", "", std::nullopt, "no such month"},
       {"yesterday", "Z", "", std::nullopt, "no date"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const auto seconds = parseCaptureDate(row.date, row.offset, row.fraction);
     ASSERT_EQ(seconds.has_value(), row.seconds.has_value()) << row.date << ": " << row.reason;
     if (!seconds) continue;
@@ -84,11 +82,6 @@ TEST(MetadataPackets, TellRatingsDatesPanoramasAndScreenshotsOfThePictureItself)
     bool favorite = false, panorama = false, screenshot = false;
     std::optional<double> date = {};
   };
-  struct Row {
-    std::string packet;
-    Told told;
-    const char* reason;
-  };
   const std::string plain = xmpPacket("xmp:Rating='5'");
   std::string declared = plain;
   const std::string renamed = R"(<RDF xmlns="http://www.w3.org/1999/02/22-rdf-syntax-ns#"><Description )"
@@ -99,7 +92,11 @@ TEST(MetadataPackets, TellRatingsDatesPanoramasAndScreenshotsOfThePictureItself)
   const std::string other =
       "<xmp:Pantry><rdf:Bag><rdf:li><rdf:Description xmp:Rating=\"5\" xmp:CreateDate=\"2001-01-01\"/>"
       "</rdf:li></rdf:Bag></xmp:Pantry>";
-  const Row rows[] = {
+  const struct {
+    std::string packet;
+    Told told;
+    const char* reason;
+  } rows[] = {
       {xmpPacket("xmp:Rating=\"4\""), {.favorite = true}, "as an attribute"},
       {xmpPacket("", "<xmp:Rating> 4 </xmp:Rating>"), {.favorite = true}, "as an element"},
       {xmpPacket("", "<xmp:Rating>3</xmp:Rating>"), {}, "too few stars"},
@@ -128,7 +125,7 @@ TEST(MetadataPackets, TellRatingsDatesPanoramasAndScreenshotsOfThePictureItself)
       {xmpPacket("", other), {}, "of a picture that went into this one"},
       {"", {}, "nothing"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     PhotoFacts facts;
     readXmp(row.packet, facts);
     EXPECT_EQ(facts.favorite(), row.told.favorite) << row.reason << row.packet;
@@ -146,12 +143,11 @@ TEST(NameDates, AreReadAsCamerasPhonesAndMessengersWriteThem) {
   ::setenv("TZ", "EST5", 1);
   ::tzset();
   constexpr double moment = 1612343106, noon = 1612371600;
-  struct Row {
+  const struct {
     const char* name;
     std::optional<double> date;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"IMG_20210203_040506.jpg", moment, "cameras that number by date"},
       {"PHO_20210203_040506250.MP.jpg", moment + 0.25, "with milliseconds"},
       {"Screenshot_20210203-040506.png", moment, "screenshots"},
@@ -174,7 +170,7 @@ TEST(NameDates, AreReadAsCamerasPhonesAndMessengersWriteThem) {
       {"2021-02-03 copy of 2020-01-01.jpg", std::nullopt, "two days"},
       {"2021-02-03 IMG_20210203_040506.jpg", moment, "one day, told twice"},
   };
-  for (const Row& row : rows) EXPECT_EQ(dateInName(row.name), row.date) << row.name << " " << row.reason;
+  for (const auto& row : rows) EXPECT_EQ(dateInName(row.name), row.date) << row.name << " " << row.reason;
 }
 
 TEST(ProbingMedia, PassesOverWhateverStandsBetweenTheSegmentsOfAJpeg) {

@@ -1,7 +1,5 @@
 #include <atomic>
-#include <condition_variable>
 #include <fstream>
-#include <mutex>
 #include <thread>
 
 #include <gtest/gtest.h>

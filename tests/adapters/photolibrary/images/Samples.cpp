@@ -6,8 +6,6 @@ extern "C" {
 #include <libavutil/display.h>
 }
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -16,37 +14,11 @@ extern "C" {
 #include <tuple>
 
 #include <fcntl.h>
-#include <jpeglib.h>
 #include <jxl/encode.h>
 #include <libheif/heif.h>
 #include <unistd.h>
 #include <vips/vips.h>
 #include <zlib.h>
-
-/// The encoder that makes the HEICs of these tests keeps some of its memory; it is no part of the product.
-extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() {
-  return "leak:libx265";
-}
-
-/// These libraries are not built with the sanitizer, which therefore does not see how they order their threads.
-extern "C" const char* __tsan_default_suppressions();
-extern "C" const char* __tsan_default_suppressions() {
-  return "called_from_lib:libvips.so\n"
-         "called_from_lib:libglib-2.0.so\n"
-         "called_from_lib:libgobject-2.0.so\n"
-         "called_from_lib:libjpeg.so\n"
-         "called_from_lib:libpng16.so\n"
-         "called_from_lib:libspng.so\n"
-         "called_from_lib:libz.so\n"
-         "called_from_lib:libheif.so\n"
-         "called_from_lib:libx265.so\n"
-         "race:libvips.so\n"
-         "race:libglib-2.0.so\n"
-         "race:libgobject-2.0.so\n"
-         "race:libheif.so\n"
-         "race:libx265.so\n";
-}
 
 namespace tlx::photolibrary::test {
 namespace {
@@ -343,33 +315,17 @@ std::vector<std::string> writeEachKind(const TemporaryFolder& folder, int width,
   return paths;
 }
 
-/// A few grey pixels, by the library that starts no threads: tests that fork write such photos before.
-static Buffer smallestJpeg() {
-  jpeg_compress_struct jpeg;
-  jpeg_error_mgr errors;
-  jpeg.err = jpeg_std_error(&errors);
-  jpeg_create_compress(&jpeg);
-  unsigned char* data = nullptr;
-  unsigned long size = 0;
-  jpeg_mem_dest(&jpeg, &data, &size);
-  jpeg.image_width = 4;
-  jpeg.image_height = 3;
-  jpeg.input_components = 1;
-  jpeg.in_color_space = JCS_GRAYSCALE;
-  jpeg_set_defaults(&jpeg);
-  jpeg_start_compress(&jpeg, TRUE);
-  unsigned char row[4] = {0, 80, 160, 240};
-  JSAMPROW rows[] = {row};
-  for (int y = 0; y < 3; ++y) jpeg_write_scanlines(&jpeg, rows, 1);
-  jpeg_finish_compress(&jpeg);
-  const Buffer bytes(data, data + size);
-  jpeg_destroy_compress(&jpeg);
-  std::free(data);
-  return bytes;
-}
-
 Buffer samplePhoto(const SamplePhoto& photo) {
-  static const Buffer plain = smallestJpeg();
+  // Four by three grey pixels, ready made: tests that fork write such photos before any library has started a thread.
+  static const Buffer plain = [] {
+    gchar text[] =
+        "/9j/4AAQSkZJRgABAQAAAQABAAD/2wBDAAgGBgcGBQgHBwcJCQgKDBQNDAsLDBkSEw8UHRofHh0aHBwgJC4nICIsIxwcKDcpLDAxNDQ0Hyc5"
+        "PTgyPC4zNDL/wAALCAADAAQBAREA/8QAFAABAAAAAAAAAAAAAAAAAAAABv/EABoQAAAHAAAAAAAAAAAAAAAAAAABBQc3gbH/2gAIAQEAAD8A"
+        "aM9HCfeEP//Z";
+    gsize size = 0;
+    g_base64_decode_inplace(text, &size);
+    return bytesOf({text, size});
+  }();
   if (photo.captured.empty() && photo.rating == 0) return plain;
   // A rating, and a capture date with its offset in the inner directory.
   Buffer date = bytesOf(photo.captured), offset = bytesOf(photo.offset);
@@ -439,8 +395,7 @@ std::string xmpPacket(const std::string& attributes, const std::string& elements
 }
 
 Buffer readFile(const std::string& path) {
-  std::ifstream stream(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  return bytesOf(support::contentOf(path));
 }
 
 void writeFile(const std::string& path, const Buffer& bytes) {

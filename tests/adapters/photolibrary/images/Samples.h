@@ -2,12 +2,10 @@
 
 #include <array>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <variant>
 #include <vector>

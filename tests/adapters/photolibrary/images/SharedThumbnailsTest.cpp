@@ -1,6 +1,5 @@
 #include <atomic>
 #include <chrono>
-#include <map>
 
 #include <glib.h>
 #include <gtest/gtest.h>
@@ -57,7 +56,6 @@ class SharingThumbnails : public testing::Test {
     g_free(md5);
     return settings_.shared.folder + "/" + size + "/" + name + ".png";
   }
-  /// A thumbnail as another program writes it.
   static void writeTheirs(const std::string& at, int width, int height, const Texts& texts) {
     fs::create_directories(fs::path(at).parent_path());
     writeFlatPicture(at, width, height, theirs, texts);
@@ -85,12 +83,12 @@ class SharingThumbnails : public testing::Test {
     std::int64_t error = 0;
   };
   /// What a fresh process shows of it in a cell, after which everything is written that is to be.
-  Seen show(const std::string& name, CGSize cell = {130, 130}) {
+  Seen show(const std::string& name) {
     ImageManager images(items_, loop_, settings_);
     auto asset = std::make_shared<PHAsset>();
     asset->localIdentifier = name;
     Seen seen;
-    images.requestImage(asset, cell, PHImageContentModeAspectFill, {},
+    images.requestImage(asset, {130, 130}, PHImageContentModeAspectFill, {},
                         [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo& info) {
                           seen.error = info.PHImageErrorKey ? info.PHImageErrorKey->code : 0;
                           if (!image) return;
@@ -150,16 +148,15 @@ TEST_F(SharingThumbnails, WritesATurnedPhotoUpright) {
 }
 
 TEST_F(SharingThumbnails, UsesWhatFitsTheFileAndReplacesWhatDoesNot) {
-  struct Row {
+  const auto nothing = [](Texts&) {};
+  const struct {
     const char* reason;
     bool used;
     int width, height;
     std::function<void(Texts&)> change;
     std::function<void(std::vector<std::uint8_t>&)> damage;
     const char* folder = "large";
-  };
-  const auto nothing = [](Texts&) {};
-  const Row rows[] = {
+  } rows[] = {
       {"as written by a file manager", true, 256, 192, [](Texts& texts) { texts.erase("Thumb::Size"); }, {}},
       {"rounded in another way", true, 256, 191, nothing, {}},
       {"a larger one than needed", true, 512, 384, nothing, {}, "x-large"},
@@ -176,7 +173,7 @@ TEST_F(SharingThumbnails, UsesWhatFitsTheFileAndReplacesWhatDoesNot) {
       {"a lying header", false, 256, 192, nothing, [](auto& bytes) { bytes[17] = bytes[21] = 0xff; }},
   };
   int number = 0;
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     const std::string name = std::to_string(++number) + ".png";
     const std::string path = photo(name), kept = thumbnailOf(path, row.folder);
     Texts texts{{"Thumb::URI", uriOf(path)},
