@@ -16,6 +16,7 @@ QtPlatform::QtPlatform(const LoopPorts& loops, QQuickWindow& window, PhotoLibrar
   appearance_.giveTo(engine_);
   engine_.addImportPath(QStringLiteral("qrc:/tlx/mediapicker"));
   scenes_ = std::make_unique<QtScenes>(engine_);
+  scenes_->readAhead();
   presentation_ = std::make_unique<QtPresentation>(engine_);
   platform_ = std::make_unique<Platform>(Platform::Ports{
       loops.mainQueue, loops.timers, loops.displayClock, loops.runLoops, library, images, reachability, *scenes_, text_,

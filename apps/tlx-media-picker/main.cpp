@@ -26,6 +26,7 @@
 #include "adapters/photolibrary/images/ImageManager.h"
 #include "adapters/photolibrary/source/SourceSet.h"
 #include "adapters/qtquick/QtPlatform.h"
+#include "adapters/qtquick/window/FontsAhead.h"
 #include "apps/tlx-media-picker/Arguments.h"
 #include "apps/tlx-media-picker/CameraAccess.h"
 #include "apps/tlx-media-picker/CloudCredentials.h"
@@ -96,6 +97,7 @@ int run(int argc, char** argv, const Arguments& arguments) {
   if (qgetenv("QT_QPA_PLATFORM") == "offscreen" && !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
     qputenv("QT_QUICK_BACKEND", "software");
   }
+  const qtquick::FontsAhead fonts;
   QGuiApplication application(argc, argv);
   application.setApplicationName(QString::fromLatin1(kProgram));
 

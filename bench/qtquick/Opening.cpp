@@ -25,6 +25,7 @@
 #include "adapters/photolibrary/decoding/ConfinedDecoders.h"
 #include "adapters/photolibrary/decoding/DecoderFolder.h"
 #include "adapters/photolibrary/images/ImageManager.h"
+#include "adapters/qtquick/window/FontsAhead.h"
 #include "bench/qtquick/Frames.h"
 #include "bench/qtquick/PickerScreen.h"
 #include "bench/qtquick/SyntheticLibrary.h"
@@ -89,9 +90,10 @@ int open(const QString& folder, const QString& cache, long long started) {
   photolibrary::ImageManager images(library, loops.mainQueue, std::move(settings));
   bool filled = false;
   {
+    PickerScreen screen(loops, library, images, kScreen);
     library.waitUntilOpened();
     moments[Library] = now();
-    PickerScreen screen(loops, library, images, kScreen);
+    screen.open();
     moments[Screen] = now();
     QObject::connect(
         &screen.window(), &QQuickWindow::frameSwapped, &screen.window(),
@@ -133,6 +135,7 @@ int idle(int items) {
   ReadyImages images(makePictures(64));
   qtquick::QtPlatform::Loops loops;
   PickerScreen screen(loops, library, images, kScreen);
+  screen.open();
   spin(1);
   ::malloc_trim(0);
   std::printf("%ld\n", residentKilobytes() - weight);
@@ -182,6 +185,7 @@ int main(int argc, char** argv) {
   const long long started = now();
   if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND")) qputenv("QT_QUICK_BACKEND", "software");
+  const qtquick::FontsAhead fonts;
   QGuiApplication application(argc, argv);
   const QStringList words = QCoreApplication::arguments();
   if (words.size() == 4 && words[1] == QLatin1String("open")) return open(words[2], words[3], started);

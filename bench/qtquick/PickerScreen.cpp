@@ -17,6 +17,9 @@ class PickerScreen::Host final : public TLXMediaPickerControllerDelegate {
 PickerScreen::PickerScreen(qtquick::LoopPorts loops, PhotoLibraryPort& library, ImageManagerPort& images, QSize size)
     : host_(std::make_unique<Host>()), platform_(loops, window_, library, images, network_, log_) {
   window_.resize(size);
+}
+
+void PickerScreen::open() {
   window_.show();
   picker_ = TLXMediaPickerController::mediaPickerController_delegate(0, host_.get());
   platform_.window().model()->setRootViewController(picker_);

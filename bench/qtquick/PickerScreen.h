@@ -22,6 +22,8 @@ class PickerScreen final : public ScrolledScreen {
   /// All outlive the object; the pictures are stopped first.
   PickerScreen(qtquick::LoopPorts loops, PhotoLibraryPort& library, ImageManagerPort& images, QSize size);
   ~PickerScreen() override;
+  /// Shows the window and opens the picker in it.
+  void open();
 
   QQuickWindow& window() override { return window_; }
   void scrollTo(double offset) override;

@@ -54,6 +54,7 @@ bool readyPictures() {
       ReadyImages images(pictures);
       qtquick::QtPlatform::Loops loops;
       PickerScreen picker(loops, library, images, kScreen);
+      picker.open();
       PeerScreen peer(kItems, pictures, kScreen);
       spin(1);
       Frames ours({step, paced}), theirs({step, paced});
@@ -113,6 +114,7 @@ bool picturesOnDisk() {
         {
           FreshLibrary fresh(folder.path());
           fresh.screen.emplace(fresh.loops, *fresh.library, *fresh.images, kScreen);
+          fresh.screen->open();
           spin(3, [&] { return fresh.screen->isFilled(); });
           ours.rewind();
           ours.run(*fresh.screen, frames);
@@ -141,6 +143,7 @@ bool aMillion() {
         ReadyImages images(pictures);
         qtquick::QtPlatform::Loops loops;
         PickerScreen picker(loops, library, images, kScreen);
+        picker.open();
         spin(1);
         (count == few ? small : large).run(picker, kFramesARound);
       }

@@ -7,7 +7,7 @@ QtObject {
     id: theme
 
     readonly property bool dark: Appearance.dark
-    readonly property bool mirrored: Qt.application.layoutDirection === Qt.RightToLeft
+    readonly property bool mirrored: Appearance.mirrored
 
     readonly property color accent: Qt.rgba(62 / 255, 193 / 255, 199 / 255, 1)
     readonly property color accentInk: dark ? "#5fd4d9" : "#127b81"

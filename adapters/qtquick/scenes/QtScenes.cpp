@@ -26,6 +26,10 @@ constexpr char kImages[] = ":/tlx/mediapicker/images/";
 /// The images are drawn at three pixels to a point, the finest screen that a picker meets.
 constexpr double kImageScale = 3;
 
+QUrl urlOf(const std::string& scene) {
+  return QUrl(QLatin1String(kScenes) + QString::fromStdString(scene) + QStringLiteral(".qml"));
+}
+
 /// One of the library's own pictures; none where there is none of that name. Qt's reader would first look through the
 /// folder of its image plug-ins and load some, for which the first frame would wait.
 QImage ownPicture(const std::string& name) {
@@ -51,6 +55,13 @@ QtScenes::QtScenes(QQmlEngine& engine) : engine_(engine) {
 
 QtScenes::~QtScenes() = default;
 
+void QtScenes::readAhead() {
+  for (const char* const name : {"TLXMediaPickerController", "MediaCollectionViewController", "HeaderView",
+                                 "FooterView", "AlbumPickerTableViewController", "CollectionViewCell"}) {
+    ahead_.push_back(std::make_unique<QQmlComponent>(&engine_, urlOf(name), QQmlComponent::Asynchronous));
+  }
+}
+
 void QtScenes::setSize(const CGSize& size) {
   if (size_ == size) return;
   size_ = size;
@@ -64,8 +75,7 @@ bool QtScenes::isPad() const {
 QQmlComponent& QtScenes::component(const std::string& name) {
   auto& kept = components_[name];
   if (!kept) {
-    kept = std::make_unique<QQmlComponent>(
-        &engine_, QUrl(QLatin1String(kScenes) + QString::fromStdString(name) + QStringLiteral(".qml")));
+    kept = std::make_unique<QQmlComponent>(&engine_, urlOf(name));
   }
   if (kept->isError()) {
     const std::string reason = kept->errorString().toStdString();

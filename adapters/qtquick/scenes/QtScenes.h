@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "tlx/platform/uikit/ResourcePort.h"
 #include "tlx/platform/uikit/UIView.h"
@@ -27,6 +28,8 @@ class QtScenes final : public QObject, public ResourcePort, public CellSource {
   explicit QtScenes(QQmlEngine& engine);
   ~QtScenes() override;
 
+  /// Begins to read the scenes of a picker's first screen, on the engine's own thread.
+  void readAhead();
   /// The size at which scenes are loaded: the window's.
   void setSize(const CGSize& size);
   qreal width() const { return size_.width; }
@@ -52,6 +55,7 @@ class QtScenes final : public QObject, public ResourcePort, public CellSource {
   QQmlEngine& engine_;  // unretained: the platform owns both, the engine outlives this
   CGSize size_{375, 667};
   std::map<std::string, std::unique_ptr<QQmlComponent>> components_;
+  std::vector<std::unique_ptr<QQmlComponent>> ahead_;  ///< keep what was read
   std::map<std::string, std::shared_ptr<const UIImage>> images_;
 };
 

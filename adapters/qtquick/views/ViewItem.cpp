@@ -102,6 +102,11 @@ void ViewItem::setTag(int tag) {
   if (auto shown = view()) shown->setTag(tag);
 }
 
+void ViewItem::setStartsHidden(bool hidden) {
+  startsHidden_ = hidden;
+  if (!view()) setVisible(!hidden);
+}
+
 QColor ViewItem::background() const {
   auto shown = view();
   return shown ? toQColor(shown->backgroundColor()) : QColor(Qt::transparent);

@@ -23,7 +23,7 @@ class ViewItem : public QQuickItem, public ViewRendererPort {
   Q_PROPERTY(QString customClass MEMBER customClass_)
   Q_PROPERTY(QString action MEMBER action_)
   Q_PROPERTY(int tag READ tag WRITE setTag NOTIFY modelChanged)
-  Q_PROPERTY(bool startsHidden MEMBER startsHidden_)
+  Q_PROPERTY(bool startsHidden READ startsHidden WRITE setStartsHidden)
   Q_PROPERTY(qreal startsAlpha MEMBER startsAlpha_)
   Q_PROPERTY(QColor background READ background NOTIFY modelChanged)
   Q_PROPERTY(qreal cornerRadius READ cornerRadius NOTIFY modelChanged)
@@ -50,6 +50,9 @@ class ViewItem : public QQuickItem, public ViewRendererPort {
 
   int tag() const;
   void setTag(int tag);
+  bool startsHidden() const { return startsHidden_; }
+  /// Hides the item at once, so that what waits to be seen, as pictures do, does not begin before there is a view.
+  void setStartsHidden(bool hidden);
   QColor background() const;
   qreal cornerRadius() const;
   bool isInteractive() const;

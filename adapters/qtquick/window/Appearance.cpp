@@ -42,6 +42,7 @@ bool hasDarkPalette() {
 
 Appearance::Appearance(QObject* parent) : QObject(parent) {
   qGuiApp->installEventFilter(this);
+  connect(qGuiApp, &QGuiApplication::layoutDirectionChanged, this, &Appearance::changed);
   decide();
   askDesktop();
 }
@@ -58,6 +59,10 @@ void Appearance::giveTo(QQmlEngine& engine) {
 bool Appearance::eventFilter(QObject*, QEvent* event) {
   if (event->type() == QEvent::ApplicationPaletteChange) decide();
   return false;
+}
+
+bool Appearance::isMirrored() const {
+  return QGuiApplication::isRightToLeft();
 }
 
 void Appearance::askDesktop() {

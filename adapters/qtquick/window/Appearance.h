@@ -12,11 +12,13 @@ namespace tlx::qtquick {
 /// - the environment: `TLX_APPEARANCE` is "dark" or "light", `TLX_REDUCED_MOTION` is "1" or "0";
 /// - for dark also Qt's palette, when its windows are dark;
 /// - the settings portal on the session bus, asked without waiting and followed while the program runs.
-/// Without any of them: light, with motion. Main thread.
+/// Without any of them: light, with motion. Whether the person reads from the right is the application's to say. Main
+/// thread.
 class Appearance final : public QObject {
   Q_OBJECT
   Q_PROPERTY(bool dark READ isDark NOTIFY changed)
   Q_PROPERTY(bool reducesMotion READ reducesMotion NOTIFY changed)
+  Q_PROPERTY(bool mirrored READ isMirrored NOTIFY changed)
   QML_ELEMENT
   QML_SINGLETON
 
@@ -30,6 +32,8 @@ class Appearance final : public QObject {
 
   bool isDark() const { return dark_; }
   bool reducesMotion() const { return reducesMotion_; }
+  /// For QML, which would look through all of Qt's enumerations for the name of one direction.
+  bool isMirrored() const;
 
   /// What the desktop says in its settings, by name space and key.
   void applySetting(const QString& nameSpace, const QString& key, const QVariant& value);
