@@ -1,23 +1,12 @@
 #pragma once
 
+#include <QDateTime>
 #include <filesystem>
-#include <optional>
 #include <string>
 
 #include "Scenes.h"
 
 namespace tlx::samples {
-
-/// The wall clock where a photo was taken.
-struct Moment {
-  int year = 2024, month = 1, day = 1, hour = 12, minute = 0, second = 0;
-  std::optional<int> offsetMinutes{};  ///< of that clock against UTC, where the camera knew it
-
-  /// By printf's rules from year, month, day, hour, minute and second.
-  std::string text(const char* pattern) const;
-  /// Seconds since 1970 UTC; without an offset the clock is this machine's.
-  std::int64_t unixTime() const;
-};
 
 /// What a file holds besides 8 bits of sRGB.
 enum class Pixels { Plain, Deep, Grey, Sticker, Cmyk, Wide };
@@ -29,7 +18,7 @@ struct Photo {
   int width = 0, height = 0;  ///< upright
   Pixels pixels = Pixels::Plain;
   int quality = 86, orientation = 1, stars = 0;
-  Moment taken{};
+  QDateTime taken{};  ///< by the wall clock there; with its offset against UTC where the camera knew that
   std::string make{}, model{};
   bool panorama = false, dated = true;
   bool cutShort = false;  ///< the file ends in the middle
@@ -39,7 +28,7 @@ struct Video {
   std::string path{};
   std::string picture{}, sound{};  ///< FFmpeg's encoders; no picture: sound alone
   std::function<Scene(double seconds)> scene{};
-  Moment taken{};
+  QDateTime taken{};
   bool turned = false;  ///< stored lying on its side, with the word that it stands
   int width = 640, height = 360, framesPerSecond = 15;
   double seconds = 4;
@@ -57,10 +46,6 @@ struct Plan {
 };
 Plan planLibrary(int longSide);
 
-/// From now on SIGTERM, SIGINT and SIGHUP end the program between two files, never in the middle of one. To be called
-/// before any thread is started.
-void endBetweenFiles();
-
 /// Makes the library in `folder`, newest first. Each file appears whole, by a rename, and those that are there are
 /// kept, so that a run that was broken off is completed by the next. A folder that holds anything else is refused. What
 /// this machine cannot write is told on standard error and left out. Returns the number of files made, 0 when all were
@@ -69,7 +54,5 @@ int writeSampleLibrary(const std::filesystem::path& folder, bool small,
                        const std::function<void(const std::string&)>& made = {});
 /// `count` JPEGs of 640 x 480 with dates and embedded thumbnails in folders of a few hundred; the pixels repeat.
 int writeManyPhotos(const std::filesystem::path& folder, int count);
-/// One JPEG of 4000 x 3000 and about 3.8 MB with an EXIF thumbnail.
-void writeTwelveMegapixels(const std::filesystem::path& file);
 
 }  // namespace tlx::samples

@@ -216,14 +216,14 @@ Scene sea(const Mood& mood, double side, double sunY, double rough, double phase
     for (int i = 0; i < 3; ++i) {
       const double ox = r.in(0, 200), left = r.in(-0.2, 0.9) * a, wide = r.in(0.3, 0.7), tall = r.in(0.03, 0.09);
       const Rgb tone = mix(mood.haze, mood.ink, 0.25 + 0.2 * i);
-      c.ground(
-          [=](double x) {
-            const double t = clamp01((x - left) / wide);
-            return t <= 0 || t >= 1
-                       ? 2
-                       : h - tall * std::pow(std::sin(t * 3.14159), 0.7) * (0.55 + 0.6 * ridged(x * 3 + ox, 4, 5));
-          },
-          [&](double, double y, double) { return mix(tone, mood.haze, smoothstep(h - 0.06, h, y) * 0.55); });
+      const auto island = [=](double x) {
+        const double t = clamp01((x - left) / wide);
+        return t <= 0 || t >= 1
+                   ? 2
+                   : h - tall * std::pow(std::sin(t * 3.14159), 0.7) * (0.55 + 0.6 * ridged(x * 3 + ox, 4, 5));
+      };
+      c.ground(c.heights(island),
+               [&](double, double y, double) { return mix(tone, mood.haze, smoothstep(h - 0.06, h, y) * 0.55); });
     }
     water(c, r, mood, h, rough, sunX, phase);
     c.finish(0.35, 0.28);
@@ -262,16 +262,14 @@ Scene loneTree(const Mood& mood, const std::vector<unsigned>& leaves) {
     for (int i = 0; i < 4; ++i) {
       const double near = i / 3.0, ox = r.in(0, 200), top = std::lerp(0.66, 0.86, near);
       const Rgb tone = mix(mood.haze, mix(mood.body, mood.ink, 0.1), 0.3 + 0.65 * near);
-      c.ground(
-          [=](double px) {
-            return top - 0.06 * noise(px * 1.1 + ox, near * 3) -
-                   (i == 3 ? 0.05 * std::exp(-(px - x) * (px - x) * 6) : 0);
-          },
-          [&](double px, double py, double below) {
-            const double grass = 0.95 + 0.16 * fbm(px * 12 + ox, py * 26, 4) + near * 0.12 * noise(px * 150, py * 46);
-            return mix(tone * grass, mood.sun, 0.3 * smoothstep(0.12, 0, below)) *
-                   (1 - 0.35 * near * smoothstep(0.03, 0.3, below));
-          });
+      const auto hill = [=](double px) {
+        return top - 0.06 * noise(px * 1.1 + ox, near * 3) - (i == 3 ? 0.05 * std::exp(-(px - x) * (px - x) * 6) : 0);
+      };
+      c.ground(c.heights(hill), [&](double px, double py, double below) {
+        const double grass = 0.95 + 0.16 * fbm(px * 12 + ox, py * 26, 4) + near * 0.12 * noise(px * 150, py * 46);
+        return mix(tone * grass, mood.sun, 0.3 * smoothstep(0.12, 0, below)) *
+               (1 - 0.35 * near * smoothstep(0.03, 0.3, below));
+      });
       if (i < 3) mist(c, r, top + 0.03, 0.07, mood.haze, 0.45);
     }
     leavesOn(c, r, branches(c, r, {{x, foot + 0.03}, -1.57 + r.in(-0.08, 0.08), 0.17, 0.046, 8}, mood.ink), leaves,
@@ -299,12 +297,14 @@ Scene aurora(const Mood& mood, unsigned low, unsigned high, double phase) {
     for (int i = 0; i < 2; ++i) {
       const double mx = r.in(0, 200);
       const Rgb tone = mix(mood.ink, mix(mood.haze, Rgb(low), 0.2), 0.3 - 0.22 * i);
-      c.ground([=](double x) { return shore - 0.015 - (0.2 - 0.13 * i) * ridged(x * (0.8 + i) + mx, 3 + i, 7); },
-               [&](double x, double y, double below) {
-                 const double snow = smoothstep(0.05, 0.45, noise(x * 19 + mx, y * 26) + 0.5 * noise(x * 47, y * 60)) *
-                                     smoothstep(0.16, 0, below) * (1 - i);
-                 return mix(tone, mix(mood.haze, Rgb(low), 0.4), 0.6 * snow);
-               });
+      const auto crest = [=](double x) {
+        return shore - 0.015 - (0.2 - 0.13 * i) * ridged(x * (0.8 + i) + mx, 3 + i, 7);
+      };
+      c.ground(c.heights(crest), [&](double x, double y, double below) {
+        const double snow = smoothstep(0.05, 0.45, noise(x * 19 + mx, y * 26) + 0.5 * noise(x * 47, y * 60)) *
+                            smoothstep(0.16, 0, below) * (1 - i);
+        return mix(tone, mix(mood.haze, Rgb(low), 0.4), 0.6 * snow);
+      });
     }
     water(c, r, mood, shore, 0.13, -1, phase * 0.5);
     c.finish(0.3, 0.3);

@@ -29,10 +29,6 @@ QColor Rgb::color(double alpha) const {
                           static_cast<float>(clamp01(b)), static_cast<float>(clamp01(alpha)));
 }
 
-Gradient::Gradient(std::initializer_list<unsigned> stops) {
-  stops_.assign(stops.begin(), stops.end());
-}
-
 Rgb Gradient::at(double t) const {
   const double place = clamp01(t) * static_cast<double>(stops_.size() - 1);
   const auto i = std::min(stops_.size() - 2, static_cast<std::size_t>(place));

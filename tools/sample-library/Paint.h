@@ -19,7 +19,6 @@ struct Rgb {
   Rgb(unsigned hex) : r((hex >> 16U) / 255.0), g((hex >> 8U & 255U) / 255.0), b((hex & 255U) / 255.0) {}
   Rgb operator+(Rgb o) const { return {r + o.r, g + o.g, b + o.b}; }
   Rgb operator*(double k) const { return {r * k, g * k, b * k}; }
-  Rgb operator*(Rgb o) const { return {r * o.r, g * o.g, b * o.b}; }
   QColor color(double alpha = 1) const;
 };
 
@@ -37,7 +36,7 @@ inline double smoothstep(double from, double to, double x) {
 /// Colours at even distances from 0 to 1.
 class Gradient {
  public:
-  Gradient(std::initializer_list<unsigned> stops);
+  Gradient(std::initializer_list<unsigned> stops) : stops_(stops.begin(), stops.end()) {}
   Rgb at(double t) const;
 
  private:
@@ -97,10 +96,6 @@ class Canvas {
       const double cover = clamp01(below * image.height() + 0.5);
       return cover <= 0 ? old : mix(old, paint(x, y, std::max(0.0, below)), cover);
     });
-  }
-  template <class Paint>
-  void ground(const std::function<double(double)>& line, Paint paint) {
-    ground(heights(line), paint);
   }
   /// line(x) for each column.
   std::vector<double> heights(const std::function<double(double)>& line) const;

@@ -3,9 +3,9 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/display.h>
 #include <libavutil/opt.h>
+#include <libswscale/swscale.h>
 }
 
-#include <QDateTime>
 #include <memory>
 #include <stdexcept>
 
@@ -27,17 +27,14 @@ int check(int result, const char* what) {
   return result;
 }
 
-/// Closes a muxer whose file lies in memory, and hands that over.
-std::string closed(AVFormatContext* muxer) {
-  std::uint8_t* held = nullptr;
-  const int size = avio_close_dyn_buf(muxer->pb, &held);
-  const std::string whole(reinterpret_cast<const char*>(held), static_cast<std::size_t>(size));
-  av_free(held);
-  avformat_free_context(muxer);
-  return whole;
-}
+/// Of a muxer whose file lies in memory.
 struct Close {
-  void operator()(AVFormatContext* muxer) const { closed(muxer); }
+  void operator()(AVFormatContext* muxer) const {
+    std::uint8_t* held = nullptr;
+    avio_close_dyn_buf(muxer->pb, &held);
+    av_free(held);
+    avformat_free_context(muxer);
+  }
 };
 
 struct Track {
@@ -85,16 +82,12 @@ void show(Track& track, const Video& video, int index) {
   video.scene(static_cast<double>(index) / video.framesPerSecond)(canvas, random);
   if (video.turned) canvas.image = canvas.image.transformed(QTransform().rotate(-90));
   AVFrame* frame = track.fresh(index);
-  for (int y = 0; y < video.height; ++y)
-    for (int x = 0; x < video.width; ++x) {
-      const QColor c = canvas.image.pixelColor(x, y);
-      const auto put = [&](int plane, int row, int column, double value) {
-        frame->data[plane][row * frame->linesize[plane] + column] = static_cast<std::uint8_t>(value);
-      };
-      put(0, y, x, 16.5 + 0.257 * c.red() + 0.504 * c.green() + 0.098 * c.blue());
-      put(1, y / 2, x / 2, 128.5 - 0.148 * c.red() - 0.291 * c.green() + 0.439 * c.blue());
-      put(2, y / 2, x / 2, 128.5 + 0.439 * c.red() - 0.368 * c.green() - 0.071 * c.blue());
-    }
+  SwsContext* const scaler = sws_getContext(video.width, video.height, AV_PIX_FMT_RGB32, video.width, video.height,
+                                            track.codec->pix_fmt, SWS_BILINEAR, nullptr, nullptr, nullptr);
+  const std::uint8_t* rows = canvas.image.constBits();
+  const int stride = static_cast<int>(canvas.image.bytesPerLine());
+  sws_scale(scaler, &rows, &stride, 0, video.height, frame->data, frame->linesize);
+  sws_freeContext(scaler);
   track.send(frame);
 }
 
@@ -121,8 +114,8 @@ std::string encoded(const Video& video) {
   avio_open_dyn_buf(&muxer->pb);
   std::unique_ptr<AVFormatContext, Close> file(muxer);
   muxer->flags |= AVFMT_FLAG_BITEXACT;
-  const QString utc = QDateTime::fromSecsSinceEpoch(video.taken.unixTime(), Qt::UTC).toString(Qt::ISODate);
-  av_dict_set(&muxer->metadata, "creation_time", utc.toUtf8().constData(), 0);
+  const QString created = video.taken.toUTC().toString(Qt::ISODate);
+  av_dict_set(&muxer->metadata, "creation_time", qPrintable(created), 0);
   std::unique_ptr<Track> picture;
   if (!video.picture.empty()) {
     picture = std::make_unique<Track>(muxer, video.picture, AVRational{1, video.framesPerSecond});
@@ -152,7 +145,9 @@ std::string encoded(const Video& video) {
   if (picture) picture->send(nullptr);
   sound.send(nullptr);
   check(av_write_trailer(muxer), "finish the file");
-  return closed(file.release());
+  std::uint8_t* bytes = nullptr;
+  const int size = avio_get_dyn_buf(muxer->pb, &bytes);
+  return {reinterpret_cast<const char*>(bytes), static_cast<std::size_t>(size)};
 }
 
 }  // namespace tlx::samples
