@@ -7,7 +7,7 @@ count=${2:-1000}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/photos"
-"$bin/tlx-sample-library" --twelve-megapixel "$work/one.jpg" >/dev/null
+"$bin/tlx_bench_thumbnails" --photo "$work/one.jpg"
 for ((i = 0; i < count; ++i)); do cp "$work/one.jpg" "$work/photos/photo$i.jpg"; done
 
 XDG_CACHE_HOME=$work/cache "$bin/tlx-media-picker" --headless --pick "Camera Roll:0-$((count - 1))" --size 1600x1600 \

@@ -142,14 +142,16 @@ double residentGigabytes() {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  const auto twelveMegapixels = [] { return makeJpeg(4000, 3000, 94, exifWithThumbnail(makeJpeg(160, 120, 80, {}))); };
+  // For tools/bench-picks.sh: the photo alone.
+  if (argc == 3 && std::string_view(argv[1]) == "--photo") return writeFile(argv[2], twelveMegapixels()), 0;
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   const auto folder = std::filesystem::temp_directory_path() / ("tlx-bench-thumbnails-" + std::to_string(::getpid()));
   std::filesystem::create_directories(folder);
   const std::string twelve = (folder / "12.jpg").string(), two = (folder / "2.jpg").string();
   const std::string pixels = (folder / "pixels").string();
-  const Buffer thumbnail = makeJpeg(160, 120, 80, {});
-  writeFile(twelve, makeJpeg(4000, 3000, 94, exifWithThumbnail(thumbnail)));
+  writeFile(twelve, twelveMegapixels());
   writeFile(two, makeJpeg(1600, 1200, 85, {}));
   std::printf("a JPEG of 4000 x 3000 and %.1f MB\n", static_cast<double>(std::filesystem::file_size(twelve)) / 1e6);
 
