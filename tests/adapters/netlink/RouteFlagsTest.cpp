@@ -10,6 +10,7 @@
 #include "adapters/netlink/Links.h"
 #include "adapters/netlink/NetlinkReachability.h"
 #include "tests/support/OwnNetwork.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace tlx::netlink {
 namespace {
@@ -19,16 +20,15 @@ using test::OwnNetwork;
 constexpr SCNetworkReachabilityFlags kReachable = 0x2, kLocal = 0x10000, kDirect = 0x20000, kCellular = 0x40000;
 
 /// Below it, both ends of the cable "modem" are cellular.
-class Sysfs {
- public:
+struct Sysfs {
   Sysfs() {
     for (const char* modem : {"modem", "modemx"}) {
       std::filesystem::create_directories(root + "/class/net/" + modem);
       std::ofstream(root + "/class/net/" + modem + "/uevent") << "DEVTYPE=wwan\n";
     }
   }
-  ~Sysfs() { std::filesystem::remove_all(root); }
-  const std::string root = testing::TempDir() + "tlx-route-flags";
+  const support::TemporaryFolder folder;
+  const std::string root = folder.path().string();
 };
 
 /// "fe80::1%wire" is taken apart as everywhere.
