@@ -37,14 +37,15 @@ adapters/photolibrary/access: tlx/platform/... adapters/photolibrary/base adapte
 adapters/photolibrary/catalogue: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source
 adapters/photolibrary/images/headers: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source
 adapters/photolibrary/images/writing: tlx/platform/...
-adapters/photolibrary/images/codecs: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/headers
-adapters/photolibrary/images/cache: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/writing adapters/photolibrary/images/headers adapters/photolibrary/images/codecs
-adapters/photolibrary/images: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/...
-adapters/photolibrary/decoding: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/codecs
-adapters/photolibrary/decoding/worker: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/decoding adapters/photolibrary/images/codecs
-adapters/photolibrary/files: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/catalogue adapters/photolibrary/images/headers adapters/photolibrary/images/codecs adapters/photolibrary/images/writing
+adapters/photolibrary/images/pixels: tlx/platform/... adapters/photolibrary/base
+adapters/photolibrary/images/codecs: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/headers adapters/photolibrary/images/pixels
+adapters/photolibrary/images/cache: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/pixels adapters/photolibrary/images/writing
+adapters/photolibrary/images: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/cache adapters/photolibrary/images/pixels
+adapters/photolibrary/decoding: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/images/pixels
+adapters/photolibrary/decoding/worker: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/decoding adapters/photolibrary/images/codecs adapters/photolibrary/images/headers adapters/photolibrary/images/pixels
+adapters/photolibrary/files: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/catalogue adapters/photolibrary/images/writing
 adapters/photolibrary/cloud: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source
-adapters/photolibrary/cloud/webdav: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/catalogue adapters/photolibrary/cloud adapters/photolibrary/images/headers
+adapters/photolibrary/cloud/webdav: tlx/platform/... adapters/photolibrary/base adapters/photolibrary/source adapters/photolibrary/catalogue adapters/photolibrary/cloud
 adapters/photolibrary: tlx/platform/... adapters/photolibrary/...
 apps/tlx-media-picker: tlx/... adapters/... apps/tlx-media-picker/keyring
 apps/tlx-media-picker/keyring: adapters/photolibrary/cloud

@@ -14,9 +14,9 @@
 namespace tlx::photolibrary {
 namespace {
 
-std::unique_ptr<Source> folderSource(const PhotoLibrary::Options& options, SystemLogPort& log) {
+std::unique_ptr<Source> folderSource(const PhotoLibrary::Options& options, DecodersPort& decoders, SystemLogPort& log) {
   return std::make_unique<FolderSource>(
-      options.roots.empty() ? defaultRoots() : options.roots, log,
+      options.roots.empty() ? defaultRoots() : options.roots, decoders, log,
       options.followLinksAnywhere ? FolderSource::Links::Anywhere : FolderSource::Links::WithinRoots);
 }
 
@@ -64,8 +64,8 @@ struct PhotoLibrary::Asking : std::enable_shared_from_this<Asking> {
   }
 };
 
-PhotoLibrary::PhotoLibrary(const Options& options, SystemLogPort& log)
-    : PhotoLibrary(options, folderSource(options, log), log) {}
+PhotoLibrary::PhotoLibrary(const Options& options, DecodersPort& decoders, SystemLogPort& log)
+    : PhotoLibrary(options, folderSource(options, decoders, log), log) {}
 
 PhotoLibrary::PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log)
     : options_(withDefaults(std::move(options))),

@@ -17,6 +17,7 @@
 #include "adapters/photolibrary/base/SerialThread.h"
 #include "adapters/photolibrary/catalogue/Catalogue.h"
 #include "adapters/photolibrary/catalogue/HeldNews.h"
+#include "adapters/photolibrary/source/DecodersPort.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {
@@ -51,8 +52,8 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
     std::string cacheFolder;           ///< for the index; empty for tlx-media-picker in the XDG cache folder
     std::string configFolder;  ///< for the access records; empty for tlx-media-picker in the XDG configuration folder
   };
-  /// `log` outlives the library.
-  PhotoLibrary(const Options& options, SystemLogPort& log);
+  /// `decoders` read the headers of the folders' files; they and `log` outlive the library.
+  PhotoLibrary(const Options& options, DecodersPort& decoders, SystemLogPort& log);
   /// With another source than a folder tree.
   PhotoLibrary(Options options, std::unique_ptr<Source> source, SystemLogPort& log);
   /// Main thread. As `stop`.

@@ -70,21 +70,21 @@ void list(TLXMediaPickerController& picker, Session& session, bool whole) {
 
 /// The folders and clouds that were named, or else the person's own folders of pictures and videos. `clouds` receives
 /// the clouds among them, which the answer owns.
-std::unique_ptr<photolibrary::Source> sourceOf(const Arguments& arguments, CloudCredentials& credentials,
-                                               SystemLogPort& log,
+std::unique_ptr<photolibrary::Source> sourceOf(const Arguments& arguments, photolibrary::DecodersPort& decoders,
+                                               CloudCredentials& credentials, SystemLogPort& log,
                                                std::vector<const photolibrary::WebDavSource*>& clouds) {
   using namespace photolibrary;
   const bool own = arguments.folders.empty() && arguments.clouds.empty();
   std::vector<std::unique_ptr<Source>> sources;
   if (own || !arguments.folders.empty()) {
     const auto links = arguments.followLinks ? FolderSource::Links::Anywhere : FolderSource::Links::WithinRoots;
-    sources.push_back(std::make_unique<FolderSource>(own ? defaultRoots() : arguments.folders, log, links));
+    sources.push_back(std::make_unique<FolderSource>(own ? defaultRoots() : arguments.folders, decoders, log, links));
   }
   WebDavSource::Settings settings;
   settings.cacheFolder = xdgCacheHome() + "/tlx-media-picker";
   settings.credentials = &credentials;
   for (const CloudAddress& cloud : arguments.clouds) {
-    auto source = std::make_unique<WebDavSource>(cloud, settings, log);
+    auto source = std::make_unique<WebDavSource>(cloud, decoders, settings, log);
     clouds.push_back(source.get());
     sources.push_back(std::move(source));
   }
@@ -123,16 +123,14 @@ int run(int argc, char** argv, const Arguments& arguments) {
     complain(credentials.problem());
     return Usage;
   }
+  photolibrary::PixelStore pixels(photolibrary::PixelStore::defaultFolder());
+  photolibrary::ConfinedDecoders::Settings decoding;
+  decoding.folder = photolibrary::decoderFolder();
+  decoding.log = [&log](const std::string& line) { log.log(line); };
+  photolibrary::ConfinedDecoders decoders(pixels, decoding);
   std::vector<const photolibrary::WebDavSource*> clouds;
-  photolibrary::PhotoLibrary library(options, sourceOf(arguments, credentials, log, clouds), log);
-  photolibrary::ImageManager::Settings imageSettings;
-  imageSettings.decoders = [&log](photolibrary::PixelStore& pixels) {
-    photolibrary::ConfinedDecoders::Settings settings;
-    settings.folder = photolibrary::decoderFolder();
-    settings.log = [&log](const std::string& line) { log.log(line); };
-    return std::make_unique<photolibrary::ConfinedDecoders>(pixels, settings);
-  };
-  photolibrary::ImageManager images(library, loops.mainQueue, std::move(imageSettings));
+  photolibrary::PhotoLibrary library(options, sourceOf(arguments, decoders, credentials, log, clouds), log);
+  photolibrary::ImageManager images(library, decoders, pixels, loops.mainQueue);
   TellingImages telling(images, [&library](const PHAsset& asset, bool video, const NSError& cause) {
     const auto details = library.details(asset.localIdentifier);
     const std::string place = !details                   ? asset.localIdentifier.string()

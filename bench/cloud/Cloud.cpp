@@ -13,6 +13,7 @@
 
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/cloud/webdav/WebDavSource.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "bench/SideBySide.h"
 #include "tests/support/WebServers.h"
 
@@ -82,6 +83,8 @@ int main(int count, char** words) {
   {
     const tlx::test::Nginx nginx(top, top / "server");
     Silence log;
+    PixelStore pixels(PixelStore::defaultFolder());
+    DirectDecoders decoders(pixels);
     const auto open = [&](const std::string& folder, bool knownBefore) {
       const auto cache = top / "cache";
       if (!knownBefore) std::filesystem::remove_all(cache);
@@ -92,8 +95,8 @@ int main(int count, char** words) {
       options.cacheFolder = cache;
       options.configFolder = top / "config";
       const auto address = std::get<CloudAddress>(parseCloudAddress(nginx.url() + "/" + folder));
-      auto library =
-          std::make_unique<PhotoLibrary>(options, std::make_unique<WebDavSource>(address, settings, log), log);
+      auto library = std::make_unique<PhotoLibrary>(
+          options, std::make_unique<WebDavSource>(address, decoders, settings, log), log);
       library->waitUntilScanned();
       return library;
     };

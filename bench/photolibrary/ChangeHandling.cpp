@@ -21,6 +21,7 @@
 
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/files/FolderSource.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "bench/SideBySide.h"
 
 namespace {
@@ -73,10 +74,10 @@ std::size_t statusOfAll(const std::string& folder) {
 class Follower {
  public:
   Follower(const fs::path& top, const fs::path& cache, const FolderWatch::Timing& timing)
-      : library_(
-            options(top, cache),
-            std::make_unique<FolderSource>(std::vector{top.string()}, log_, FolderSource::Links::WithinRoots, timing),
-            log_) {
+      : library_(options(top, cache),
+                 std::make_unique<FolderSource>(std::vector{top.string()}, decoders_, log_,
+                                                FolderSource::Links::WithinRoots, timing),
+                 log_) {
     library_.waitUntilScanned();
     library_.setChangeHandler([this](const auto&) {
       {
@@ -125,6 +126,8 @@ class Follower {
   }
 
   Console log_;
+  PixelStore pixels_{PixelStore::defaultFolder()};
+  DirectDecoders decoders_{pixels_};
   PhotoLibrary library_;
   std::mutex mutex_;
   std::condition_variable told_;

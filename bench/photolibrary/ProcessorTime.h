@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 #include <time.h>
 
 namespace tlx::bench {
@@ -16,6 +18,14 @@ double processorSecondsOf(Work&& work) {
   const double start = now();
   work();
   return now() - start;
+}
+
+/// Seconds that pass meanwhile, for what runs on several threads or in several processes.
+template <class Work>
+double wallSecondsOf(Work&& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 }  // namespace tlx::bench

@@ -19,9 +19,10 @@
 
 #include "tlx/platform/photos/PHAsset.h"
 
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 #include "bench/SideBySide.h"
+#include "bench/photolibrary/ProcessorTime.h"
 
 namespace tlx::bench {
 
@@ -120,14 +121,6 @@ inline void readEmbeddedByHand(const std::string& path) {
   if (!data || !data->data) std::abort();
   scaledDecode({data->data, data->data + data->size}, 8);
   exif_data_unref(data);
-}
-
-/// For what runs on several threads.
-template <class Work>
-double wallSecondsOf(Work&& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
 inline std::shared_ptr<const PHAsset> asset(int number) {

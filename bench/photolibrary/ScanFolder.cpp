@@ -26,6 +26,9 @@
 #include <vector>
 
 #include "adapters/photolibrary/PhotoLibrary.h"
+#include "adapters/photolibrary/decoding/ConfinedDecoders.h"
+#include "adapters/photolibrary/decoding/DecoderFolder.h"
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "bench/SideBySide.h"
 #include "bench/photolibrary/ProcessorTime.h"
 
@@ -141,7 +144,10 @@ void readExif(const std::string& path) {
   }
 }
 
-double secondsToScan(const fs::path& folder, const fs::path& cache) {
+/// Measured by `seconds`, which calls what it is given.
+template <class Measure>
+double secondsToScan(const fs::path& folder, const fs::path& cache, photolibrary::DecodersPort& decoders,
+                     Measure measure) {
   Console log;
   photolibrary::PhotoLibrary::Options options;
   options.roots = {folder.string()};
@@ -150,8 +156,8 @@ double secondsToScan(const fs::path& folder, const fs::path& cache) {
   double seconds = 0;
   {
     std::unique_ptr<photolibrary::PhotoLibrary> library;
-    seconds = bench::processorSecondsOf([&] {
-      library = std::make_unique<photolibrary::PhotoLibrary>(options, log);
+    seconds = measure([&] {
+      library = std::make_unique<photolibrary::PhotoLibrary>(options, decoders, log);
       library->waitUntilScanned();
     });
   }
@@ -167,15 +173,18 @@ int main(int count, char** arguments) {
   if (count <= 1) fill(folder);
   const auto files = filesIn(folder);
   std::printf("%zu files\n", files.size());
+  photolibrary::PixelStore pixels((own / "pixels").string());
+  photolibrary::DirectDecoders direct(pixels);
+  const auto processor = [](auto scan) { return bench::processorSecondsOf(scan); };
+  const auto fresh = [&](photolibrary::DecodersPort& decoders, auto measure) {
+    fs::remove_all(cache);
+    return secondsToScan(folder, cache, decoders, measure);
+  };
   bool kept = bench::sideBySide(
-      "scanning a folder never seen", 1.5, 5,
-      [&] {
-        fs::remove_all(cache);
-        return secondsToScan(folder, cache);
-      },
+      "scanning a folder never seen", 1.5, 5, [&] { return fresh(direct, processor); },
       [&] { return bench::processorSecondsOf([&] { onAllCores(filesIn(folder), readExif); }); });
   kept &= bench::sideBySide(
-      "looking again at a folder that stayed", 3, 9, [&] { return secondsToScan(folder, cache); },
+      "looking again at a folder that stayed", 3, 9, [&] { return secondsToScan(folder, cache, direct, processor); },
       [&] {
         return bench::processorSecondsOf([&] {
           onAllCores(filesIn(folder), [](const std::string& path) {
@@ -184,6 +193,13 @@ int main(int count, char** arguments) {
           });
         });
       });
+  {
+    photolibrary::ConfinedDecoders confined(pixels, {photolibrary::decoderFolder()});
+    const auto wall = [](auto scan) { return bench::wallSecondsOf(scan); };
+    kept &= bench::sideBySide(
+        "scanning it by workers / in process", 1.15, 9, [&] { return fresh(confined, wall); },
+        [&] { return fresh(direct, wall); });
+  }
   fs::remove_all(own);
   return kept ? 0 : 1;
 }

@@ -106,10 +106,9 @@ int main() {
   memory::Background background;
   memory::MainLoop loop(background);
   ImageManager::Settings settings;
-  settings.pixelFolder = (folder / "pixels").string();
   settings.shared.folder.clear();
   {
-    ImageManager images(items, loop, settings);
+    ImageManager images(items, decoders, pixels, loop, settings);
     const auto photoAsset = asset(++number);
     const auto request = [&](auto handler) {
       images.requestImage(photoAsset, cell, PHImageContentModeAspectFill, {}, handler);
@@ -135,7 +134,7 @@ int main() {
   // Writing must not be felt by whoever waits for a picture.
   const auto finals = [&](bool recording) {
     settings.shared.folder = recording ? shared.folder : "";
-    ImageManager images(items, loop, settings);
+    ImageManager images(items, decoders, pixels, loop, settings);
     int answered = 0;
     return wallSecondsOf([&] {
       for (int i = 0; i < cells; ++i) {

@@ -17,9 +17,9 @@
 #include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/ImageManager.h"
 #include "adapters/photolibrary/images/codecs/DirectDecoders.h"
-#include "adapters/photolibrary/images/codecs/RowResampler.h"
+#include "adapters/photolibrary/images/headers/MediaProbe.h"
+#include "adapters/photolibrary/images/pixels/RowResampler.h"
 #include "adapters/photolibrary/source/ItemStore.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
 #include "bench/SideBySide.h"
 #include "bench/photolibrary/SamplePhoto.h"
 
@@ -35,7 +35,9 @@ class Session {
   /// `shared` is the folder of the shared thumbnails, which stay unwritten.
   Session(const std::string& path, PixelSize size, const std::string& pixelFolder, unsigned workers,
           const std::string& shared = "")
-      : items_(path, size), images_(items_, loop_, settings(pixelFolder, workers, shared)) {}
+      : items_(path, size),
+        pixels_(pixelFolder),
+        images_(items_, decoders_, pixels_, loop_, settings(workers, shared)) {}
 
   /// Seconds until `count` new items have their first picture (or their final one).
   double secondsFor(int count, CGSize size, PHImageRequestOptionsDeliveryMode mode, bool firstOnly,
@@ -64,10 +66,9 @@ class Session {
   }
 
  private:
-  static ImageManager::Settings settings(const std::string& pixelFolder, unsigned workers, const std::string& shared) {
+  static ImageManager::Settings settings(unsigned workers, const std::string& shared) {
     ImageManager::Settings settings;
     settings.workers = workers;
-    settings.pixelFolder = pixelFolder;
     settings.shared.folder = shared;
     settings.recordBytes = 0;
     return settings;
@@ -76,6 +77,8 @@ class Session {
   memory::Background background_;
   memory::MainLoop loop_{background_};
   OneFile items_;
+  PixelStore pixels_;
+  DirectDecoders decoders_{pixels_};
   ImageManager images_;
   int next_ = 0;
 };
@@ -199,7 +202,7 @@ int main(int argc, char** argv) {
         return bench::secondsOf([&] {
           for (int i = 0; i < 2000; ++i) {
             const int fd = ::open(twelve.c_str(), O_RDONLY);
-            if (probeMedia(fd, twelve).index() != 0) std::abort();
+            if (probeMedia(fd).index() != 0) std::abort();
             ::close(fd);
           }
         });

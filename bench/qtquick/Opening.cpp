@@ -80,14 +80,10 @@ int open(const QString& folder, const QString& cache, long long started) {
   options.host = "bench";
   options.preauthorised = true;
   options.cacheFolder = cache.toStdString();
-  photolibrary::PhotoLibrary library(options, log);
-  photolibrary::ImageManager::Settings settings;
-  settings.decoders = [](photolibrary::PixelStore& pixels) {
-    photolibrary::ConfinedDecoders::Settings confined;
-    confined.folder = photolibrary::decoderFolder();
-    return std::make_unique<photolibrary::ConfinedDecoders>(pixels, confined);
-  };
-  photolibrary::ImageManager images(library, loops.mainQueue, std::move(settings));
+  photolibrary::PixelStore pixels(photolibrary::PixelStore::defaultFolder());
+  photolibrary::ConfinedDecoders decoders(pixels, {photolibrary::decoderFolder()});
+  photolibrary::PhotoLibrary library(options, decoders, log);
+  photolibrary::ImageManager images(library, decoders, pixels, loops.mainQueue);
   bool filled = false;
   {
     PickerScreen screen(loops, library, images, kScreen);

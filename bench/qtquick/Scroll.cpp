@@ -11,6 +11,8 @@
 #include <optional>
 
 #include "adapters/photolibrary/PhotoLibrary.h"
+#include "adapters/photolibrary/decoding/ConfinedDecoders.h"
+#include "adapters/photolibrary/decoding/DecoderFolder.h"
 #include "adapters/photolibrary/images/ImageManager.h"
 #include "bench/qtquick/Frames.h"
 #include "bench/qtquick/PeerScreen.h"
@@ -76,9 +78,9 @@ struct FreshLibrary {
     options.host = "bench";
     options.preauthorised = true;
     options.cacheFolder = cache.path().toStdString();
-    library.emplace(options, log);
+    library.emplace(options, decoders, log);
     library->waitUntilScanned();
-    images.emplace(*library, loops.mainQueue);
+    images.emplace(*library, decoders, pixels, loops.mainQueue);
   }
   ~FreshLibrary() {
     screen.reset();
@@ -87,6 +89,9 @@ struct FreshLibrary {
   }
   QTemporaryDir cache;
   StderrLog log;
+  photolibrary::PixelStore pixels{photolibrary::PixelStore::defaultFolder()};
+  photolibrary::ConfinedDecoders decoders{pixels,
+                                          photolibrary::ConfinedDecoders::Settings{photolibrary::decoderFolder()}};
   qtquick::QtPlatform::Loops loops;
   std::optional<photolibrary::PhotoLibrary> library;
   std::optional<photolibrary::ImageManager> images;

@@ -14,9 +14,10 @@
 #include "adapters/memory/MemoryLogs.h"
 #include "adapters/netlink/NetlinkReachability.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
+#include "adapters/photolibrary/decoding/ConfinedDecoders.h"
+#include "adapters/photolibrary/decoding/DecoderFolder.h"
 #include "adapters/photolibrary/files/CaptureFolder.h"
 #include "adapters/photolibrary/images/ImageManager.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
 #include "apps/tlx-media-picker/PickerWindow.h"
 #include "tests/apps/ProgramRun.h"
 
@@ -52,8 +53,8 @@ class Capture : public testing::Test {
     options.preauthorised = true;
     options.cacheFolder = folder / "cache";
     options.configFolder = folder / "config";
-    library.emplace(options, log);
-    images.emplace(*library, loops.mainQueue);
+    library.emplace(options, decoders, log);
+    images.emplace(*library, decoders, pixels, loops.mainQueue);
     arguments.folders = {pictures()};
     output.emplace(folder / "output");
     window.resize(375, 667);
@@ -126,6 +127,8 @@ class Capture : public testing::Test {
   CloudCredentials credentials{"", false};
   CameraAccess access{folder / "access", "test"};
   std::optional<camera::CameraOnDemand> camera;
+  photolibrary::PixelStore pixels{photolibrary::PixelStore::defaultFolder()};
+  photolibrary::ConfinedDecoders decoders{pixels, {photolibrary::decoderFolder()}};
   std::optional<photolibrary::PhotoLibrary> library;
   std::optional<photolibrary::ImageManager> images;
   netlink::NetlinkReachability reachability;
@@ -159,7 +162,8 @@ TEST_F(Capture, TakesAPhotoAndAVideoAndDeliversBoth) {
   ASSERT_EQ(photos.size(), 2u);
   EXPECT_EQ(test::readPicture(photos[1]).size(), QSize(2048, 1536));
   ASSERT_EQ(movies.size(), 1u);
-  EXPECT_EQ(std::get<photolibrary::VideoInfo>(photolibrary::probeVideo(movies[0])).tracks.size(), 2u) << "with sound";
+  EXPECT_EQ(std::get<photolibrary::VideoInfo>(photolibrary::FilePictures(decoders).tracks(movies[0])).tracks.size(), 2u)
+      << "with sound";
 
   ASSERT_TRUE(see([&] { return picker->picker().btnDone.lock()->press(); }));
   ASSERT_TRUE(see([&] { return session->hasEnded(); }));

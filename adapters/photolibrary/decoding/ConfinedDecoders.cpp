@@ -22,6 +22,8 @@ constexpr std::chrono::milliseconds aMoment{30};
 /// Few enough that a screen's pictures are shared among the workers.
 constexpr std::size_t mostEmbeddedAtOnce = 8;
 
+static_assert(DecodersPort::headersAtOnce <= wire::mostJobs);
+
 MediaFormat formatOf(int file) {
   std::uint8_t bytes[sniffedBytes];
   const ssize_t count = pread(file, bytes, sizeof(bytes), 0);
@@ -111,18 +113,13 @@ std::vector<Picture> ConfinedDecoders::decodeEmbedded(std::span<const Wanted> wa
 }
 
 std::vector<std::variant<MediaInfo, NSError>> ConfinedDecoders::probe(std::span<const int> files) {
-  std::vector<std::variant<MediaInfo, NSError>> infos(files.size());
   std::map<WorkerKind, std::vector<std::size_t>> places;
   for (std::size_t i = 0; i < files.size(); ++i) places[headerWorkerFor(formatOf(files[i]))].push_back(i);
+  std::vector<std::variant<MediaInfo, NSError>> infos(files.size());
   for (const auto& [kind, indices] : places) {
-    std::vector<Task> tasks(indices.size());
-    for (std::size_t i = 0; i < indices.size(); ++i) {
-      tasks[i].job.kind = wire::JobKind::Probe;
-      tasks[i].file = files[indices[i]];
-    }
-    for (std::size_t at = 0; at < tasks.size(); at += wire::mostJobs) {
-      run(kind, std::span(tasks).subspan(at, std::min(wire::mostJobs, tasks.size() - at)));
-    }
+    std::vector<int> chosen;
+    for (const std::size_t i : indices) chosen.push_back(files[i]);
+    std::vector<Task> tasks = lookAt(kind, wire::JobKind::Probe, chosen);
     for (std::size_t i = 0; i < indices.size(); ++i) {
       if (auto* info = std::get_if<MediaInfo>(&tasks[i].result)) {
         infos[indices[i]] = *info;
@@ -132,6 +129,27 @@ std::vector<std::variant<MediaInfo, NSError>> ConfinedDecoders::probe(std::span<
     }
   }
   return infos;
+}
+
+std::vector<std::optional<double>> ConfinedDecoders::probeSidecars(std::span<const int> files) {
+  std::vector<std::optional<double>> dates;
+  for (const Task& task : lookAt(WorkerKind::Photo, wire::JobKind::Sidecar, files)) {
+    const auto* date = std::get_if<Task::Date>(&task.result);
+    dates.push_back(date ? *date : std::nullopt);
+  }
+  return dates;
+}
+
+std::vector<Task> ConfinedDecoders::lookAt(WorkerKind kind, wire::JobKind job, std::span<const int> files) {
+  std::vector<Task> tasks(files.size());
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    tasks[i].job.kind = job;
+    tasks[i].file = files[i];
+  }
+  for (std::size_t at = 0; at < tasks.size(); at += headersAtOnce) {
+    run(kind, std::span(tasks).subspan(at, std::min(headersAtOnce, tasks.size() - at)));
+  }
+  return tasks;
 }
 
 std::variant<VideoInfo, NSError> ConfinedDecoders::tracks(int file) {
@@ -171,7 +189,7 @@ void ConfinedDecoders::runOn(WorkerPool& pool, const std::vector<Attempt*>& undo
     for (Task* task : together) {
       task->result = stop.stop_requested()
                          ? libraryError(PhotoLibraryErrorCancelled, "cancelled")
-                         : libraryError(PhotoLibraryErrorUnsupported, "the decoders' program is not to be had");
+                         : libraryError(PhotoLibraryErrorUnreadable, "the decoders' program is not to be had");
     }
     return;
   }
@@ -215,7 +233,7 @@ void ConfinedDecoders::blame(Attempt& attempt, Conversation::Outcome outcome, Wo
     task.result = libraryError(PhotoLibraryErrorTooLarge, "it takes too long to decode");
   } else if (fromOutside) {
     if (++attempt.outsideKills >= mostOutsideKills) {
-      task.result = libraryError(PhotoLibraryErrorDamaged, "its decoder was killed again and again");
+      task.result = libraryError(PhotoLibraryErrorUnreadable, "its decoder was killed again and again");
     }
   } else if (attempt.suspected) {
     task.result = libraryError(PhotoLibraryErrorDamaged, "its decoder crashed");

@@ -26,8 +26,8 @@ class ConfinedDecoders final : public DecodersPort {
     unsigned photoWorkers = 0;                   ///< 0 for one per processor
     std::int64_t processorSeconds = 10;          ///< of one picture
     std::chrono::milliseconds patience{60'000};  ///< for one picture
-    std::vector<std::string> arguments;          ///< for every worker
-    WorkerPool::Log log;                         ///< called on any thread
+    std::vector<std::string> arguments = {};     ///< for every worker
+    WorkerPool::Log log = {};                    ///< called on any thread
   };
 
   /// A picture that needs a great deal of memory needs so many times the processor time as well.
@@ -40,11 +40,13 @@ class ConfinedDecoders final : public DecodersPort {
   Picture decode(const Wanted& wanted) override;
   std::vector<Picture> decodeEmbedded(std::span<const Wanted> wanted) override;
   std::vector<std::variant<MediaInfo, NSError>> probe(std::span<const int> files) override;
+  std::vector<std::optional<double>> probeSidecars(std::span<const int> files) override;
   std::variant<VideoInfo, NSError> tracks(int file) override;
 
  private:
   struct Attempt;
 
+  std::vector<Task> lookAt(WorkerKind kind, wire::JobKind job, std::span<const int> files);
   void run(WorkerKind kind, std::span<Task> tasks);
   void runOn(WorkerPool& pool, const std::vector<Attempt*>& undone);
   static void blame(Attempt& attempt, Conversation::Outcome outcome, WorkerProcess::End end, bool fromOutside);

@@ -11,8 +11,8 @@
 #include <poll.h>
 
 #include "adapters/photolibrary/base/LibraryError.h"
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
-#include "adapters/photolibrary/images/codecs/UprightSink.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
+#include "adapters/photolibrary/images/pixels/UprightSink.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -54,7 +54,10 @@ std::string textOf(const char (&field)[size]) {
 std::optional<MediaInfo> infoOf(const wire::Info& said) {
   const auto format = static_cast<MediaFormat>(said.format);
   const auto type = static_cast<PHAssetMediaType>(said.mediaType);
-  if (type != PHAssetMediaTypeImage && type != PHAssetMediaTypeVideo) return std::nullopt;
+  // A number that names no format has a row that names no type.
+  if (format == MediaFormat::Unknown || type == PHAssetMediaTypeUnknown || traitsOf(format).mediaType != type) {
+    return std::nullopt;
+  }
   if (said.dateOrigin > static_cast<std::uint8_t>(DateOrigin::Sidecar)) return std::nullopt;
   if (said.width < 0 || said.height < 0 || said.orientation < 1 || said.orientation > 8) return std::nullopt;
   if (!isPlausible(said.duration, 0, latestDate) || !isPlausible(said.captureDate, -latestDate, latestDate)) {
@@ -92,6 +95,8 @@ class Conversation::Reception {
         return failed(answer);
       case wire::AnswerKind::Info:
         return info(answer);
+      case wire::AnswerKind::Date:
+        return date(answer);
       case wire::AnswerKind::Tracks:
         return tracks(answer);
       case wire::AnswerKind::Begin:
@@ -128,6 +133,13 @@ class Conversation::Reception {
     if (task_.job.kind != wire::JobKind::Probe || !answer.read(said)) return Step::Lie;
     auto info = infoOf(said);
     return info ? finish(std::move(*info)) : Step::Lie;
+  }
+
+  Step date(const wire::Answer& answer) {
+    wire::Date said;
+    if (task_.job.kind != wire::JobKind::Sidecar || !answer.read(said)) return Step::Lie;
+    if (!isPlausible(said.date, -latestDate, latestDate)) return Step::Lie;
+    return finish(said.isThere ? Task::Date(said.date) : Task::Date());
   }
 
   Step tracks(const wire::Answer& answer) {

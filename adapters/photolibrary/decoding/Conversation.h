@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stop_token>
 #include <variant>
@@ -12,8 +13,8 @@
 
 #include "adapters/photolibrary/decoding/WorkerKind.h"
 #include "adapters/photolibrary/decoding/WorkerProcess.h"
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/images/pixels/PixelStore.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 
@@ -25,7 +26,8 @@ struct Task {
   struct OtherKind {
     WorkerKind kind;
   };
-  using Result = std::variant<std::monostate, NSError, MediaInfo, VideoInfo, std::shared_ptr<const CGImage>,
+  using Date = std::optional<double>;
+  using Result = std::variant<std::monostate, NSError, MediaInfo, VideoInfo, Date, std::shared_ptr<const CGImage>,
                               NeedsMemory, OtherKind>;
 
   wire::Job job;  ///< id and slot are the conversation's

@@ -14,7 +14,7 @@
 /// believes nothing that it reads from a worker: every number is checked by the one who uses it.
 namespace tlx::photolibrary::wire {
 
-inline constexpr std::uint32_t version = 1;
+inline constexpr std::uint32_t version = 2;
 /// Of one request; their descriptors travel with it, and the kernel takes no more than 253 in one message.
 inline constexpr std::size_t mostJobs = 48;
 /// No message is longer.
@@ -29,7 +29,7 @@ inline constexpr std::int64_t usualMemory = std::int64_t{1} << 30;
 inline constexpr int socketDescriptor = 3;
 inline constexpr int sharedDescriptor = 4;
 
-enum class JobKind : std::uint32_t { Decode = 1, Embedded = 2, Probe = 3, Tracks = 4 };
+enum class JobKind : std::uint32_t { Decode = 1, Embedded = 2, Probe = 3, Tracks = 4, Sidecar = 5 };
 
 /// One file to look at. Its descriptor is the one at the job's place among the message's.
 struct Job {
@@ -51,6 +51,7 @@ enum class AnswerKind : std::uint32_t {
   End = 7,          ///< the picture is whole: the job has ended
   NeedsMemory = 8,  ///< `NeedsMemory`: the job has ended, and may be asked again with as much
   OtherKind = 9,    ///< `OtherKind`: the job has ended, and is for a worker of that kind
+  Date = 10,        ///< `Date`: the job has ended
 };
 
 /// Stands before each answer; several lie in one message, each at a multiple of eight bytes.
@@ -73,6 +74,10 @@ struct Info {
   std::uint8_t favorite = 0, panorama = 0, screenshot = 0, dateOrigin = 0;
   double duration = 0, captureDate = 0;
   std::uint64_t hasCaptureDate = 0;
+};
+struct Date {
+  double date = 0;
+  std::uint64_t isThere = 0;
 };
 struct Track {
   char mediaType[8] = {}, codec[24] = {};  ///< padded with zeros

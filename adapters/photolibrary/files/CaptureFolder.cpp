@@ -17,7 +17,7 @@
 #include "adapters/photolibrary/files/UnfinishedFile.h"
 #include "adapters/photolibrary/images/writing/CaptureExif.h"
 #include "adapters/photolibrary/images/writing/JpegWriter.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 namespace {

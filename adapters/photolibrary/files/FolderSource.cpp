@@ -11,9 +11,9 @@
 
 namespace tlx::photolibrary {
 
-FolderSource::FolderSource(const std::vector<std::string>& roots, SystemLogPort& log, Links links,
-                           const FolderWatch::Timing& timing)
-    : log_(log), links_(links), timing_(timing) {
+FolderSource::FolderSource(const std::vector<std::string>& roots, DecodersPort& decoders, SystemLogPort& log,
+                           Links links, const FolderWatch::Timing& timing)
+    : decoders_(decoders), log_(log), links_(links), timing_(timing) {
   for (const std::string& root : roots) {
     std::error_code failed;
     std::filesystem::path absolute = std::filesystem::absolute(root, failed);
@@ -43,7 +43,8 @@ WalkOutcome FolderSource::walk(const KnownFiles& known, WalkListener& listener, 
 WalkOutcome FolderSource::walkPart(const KnownFiles& known, WalkListener& listener, const WalkScope& scope,
                                    std::stop_token stop) {
   const auto start = std::chrono::steady_clock::now();
-  WalkOutcome outcome = FolderWalk(roots_, known, listener, scope, links_, watch_.get(), std::move(stop)).run();
+  WalkOutcome outcome =
+      FolderWalk(roots_, known, decoders_, listener, scope, links_, watch_.get(), std::move(stop)).run();
   if (watch_) watch_->tookFor(std::chrono::steady_clock::now() - start);
   return outcome;
 }

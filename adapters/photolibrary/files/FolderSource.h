@@ -19,9 +19,10 @@ class FolderSource final : public Source {
   using Links = FolderWalk::Links;
 
   /// Relative roots are taken from the current folder; symbolic links in them are kept as they are named. Links below
-  /// them are followed where they lead below a root, or anywhere. `log` outlives the source.
-  FolderSource(const std::vector<std::string>& roots, SystemLogPort& log, Links links = Links::WithinRoots,
-               const FolderWatch::Timing& timing = {});
+  /// them are followed where they lead below a root, or anywhere. `decoders` read
+  /// the files' headers; they and `log` outlive the source.
+  FolderSource(const std::vector<std::string>& roots, DecodersPort& decoders, SystemLogPort& log,
+               Links links = Links::WithinRoots, const FolderWatch::Timing& timing = {});
 
   const std::vector<std::string>& roots() const override { return roots_; }
   bool rootReadable(std::size_t root) const override;
@@ -32,6 +33,7 @@ class FolderSource final : public Source {
                        std::stop_token stop) override;
 
  private:
+  DecodersPort& decoders_;
   SystemLogPort& log_;
   const Links links_;
   const FolderWatch::Timing timing_;

@@ -23,7 +23,7 @@ namespace {
 
 /// Few enough that the workers share even one big folder and results come early, many enough that handing over costs
 /// nothing.
-constexpr std::size_t kFilesAtOnce = 64;
+constexpr std::size_t kFilesAtOnce = DecodersPort::headersAtOnce;
 /// A file that somebody keeps open for writing counts as whole when nothing was written for so long, one that nobody
 /// can tell of sooner.
 constexpr std::chrono::seconds kWriterRests{10};
@@ -86,10 +86,12 @@ FolderWalk::Place FolderWalk::Place::below(const std::string& name) const {
   return place;
 }
 
-FolderWalk::FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, WalkListener& listener,
-                       const WalkScope& scope, Links links, FolderWatch* watch, std::stop_token stop)
+FolderWalk::FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, DecodersPort& decoders,
+                       WalkListener& listener, const WalkScope& scope, Links links, FolderWatch* watch,
+                       std::stop_token stop)
     : roots_(roots),
       known_(known),
+      decoders_(decoders),
       listener_(listener),
       scope_(scope),
       followed_(links),
@@ -311,16 +313,24 @@ void FolderWalk::addFiles(const std::shared_ptr<OpenFolder>& folder, std::vector
 }
 
 void FolderWalk::lookAt(const OpenFolder& folder, const std::vector<std::string>& names) {
-  FolderFindings findings;
+  Look look{folder};
   for (const std::string& name : names) {
     if (stop_.stop_requested()) return;
-    look(folder, name, false, findings);
+    this->look(look, name, false);
   }
-  findings.folder = folder.folder;
-  listener_.found(std::move(findings));
+  tell(look, false);
 }
 
-void FolderWalk::look(const OpenFolder& folder, const std::string& name, bool followLink, FolderFindings& findings) {
+void FolderWalk::tell(Look& look, bool linked) {
+  readHeaders(look);
+  look.findings.folder = look.folder.folder;
+  look.findings.linked = linked;
+  listener_.found(std::move(look.findings));
+}
+
+void FolderWalk::look(Look& look, const std::string& name, bool followLink) {
+  const OpenFolder& folder = look.folder;
+  FolderFindings& findings = look.findings;
   if (folder.place.path.size() + 1 + name.size() >= PATH_MAX) {
     std::lock_guard lock(mutex_);
     outcome_.skipped.emplace_back(folder.place.path, std::generic_category().message(ENAMETOOLONG));
@@ -352,7 +362,7 @@ void FolderWalk::look(const OpenFolder& folder, const std::string& name, bool fo
     const bool asItWas =
         isKnown && sameFile(*known, *status) && (!isItem || known->sidecar == (sidecar ? sidecar->status.modified : 0));
     if (!asItWas) {
-      examine(folder, name, *status, sidecar, followLink, findings);
+      examine(look, name, *status, sidecar, followLink);
     } else if (known->position != Snapshot::kNowhere) {
       findings.unchanged.push_back(known->position);
     } else {
@@ -402,68 +412,90 @@ std::optional<FolderWalk::Sidecar> FolderWalk::sidecarOf(const OpenFolder& folde
   return std::nullopt;
 }
 
-void FolderWalk::examine(const OpenFolder& folder, const std::string& name, const FileStatus& status,
-                         const std::optional<Sidecar>& sidecar, bool linked, FolderFindings& findings) {
-  FoundItem found;
+void FolderWalk::examine(Look& look, const std::string& name, const FileStatus& status,
+                         const std::optional<Sidecar>& sidecar, bool linked) {
+  const OpenFolder& folder = look.folder;
+  Unread unread;
+  FoundItem& found = unread.found;
   found.identifier = identify(folder, name, status);
   found.name = name;
   found.linked = linked;
   const std::int64_t sidecarWritten = sidecar ? sidecar->status.modified : 0;
   const Item* known = known_.item(found.identifier);
-  if (known && known->facts.bytes == status.bytes && known->facts.modified == status.modified &&
-      known->facts.sidecar == sidecarWritten) {
+  const bool asItWas = known && known->facts.bytes == status.bytes && known->facts.modified == status.modified &&
+                       known->facts.sidecar == sidecarWritten;
+  if (asItWas) {
     found.mediaType = known->mediaType;
     found.created = known->creationDate;
     found.duration = known->duration;
     found.facts = known->facts;
     found.facts.marks &= static_cast<std::uint8_t>(~ItemMarkScreenshotPlace);
   } else {
-    const FileDescriptor file = openRegularFile(folder.descriptor.get(), name, status, linked);
-    if (!file) return;
-    if (mustWait(folder, name, status, file.get())) {
-      if (known) findings.unchanged.push_back(known_.snapshot().find(known->localIdentifier));
+    unread.file = openRegularFile(folder.descriptor.get(), name, status, linked);
+    if (!unread.file) return;
+    if (mustWait(folder, name, status, unread.file.get())) {
+      if (known) look.findings.unchanged.push_back(known_.snapshot().find(known->localIdentifier));
       return;
     }
-    const auto probed = probeMedia(file.get(), folder.place.path + "/" + name);
-    if (const NSError* error = std::get_if<NSError>(&probed)) {
-      const bool settled = error->code == PhotoLibraryErrorUnsupported || error->code == PhotoLibraryErrorDamaged;
-      if (settled) findings.rejected.push_back({name, status.key, status.bytes, status.modified});
-      return;
+    if (sidecar) {
+      unread.sidecar = openRegularFile(folder.descriptor.get(), sidecar->name, sidecar->status, false);
     }
-    const MediaInfo& info = std::get<MediaInfo>(probed);
-    found.mediaType = info.mediaType;
-    if (info.captureDate) {
-      found.created = *info.captureDate;
-      found.facts.dateOrigin = info.dateOrigin;
-    } else if (sidecar) {
-      const FileDescriptor beside = openRegularFile(folder.descriptor.get(), sidecar->name, sidecar->status, false);
-      if (const auto date = beside ? probeSidecar(beside.get()) : std::nullopt) {
-        found.created = *date;
-        found.facts.dateOrigin = DateOrigin::Sidecar;
-      }
-    }
-    found.duration = info.duration;
-    found.facts.width = info.width;
-    found.facts.height = info.height;
-    found.facts.format = info.format;
-    found.facts.orientation = static_cast<std::uint8_t>(info.orientation);
-    found.facts.marks =
-        static_cast<std::uint8_t>((info.favorite ? ItemMarkFavorite : 0) | (info.panorama ? ItemMarkPanorama : 0) |
-                                  (info.screenshot ? ItemMarkScreenshot : 0));
-  }
-  if (found.mediaType == PHAssetMediaTypeImage && lookedLikeScreenshot(folder.place.path, name)) {
-    found.facts.marks |= ItemMarkScreenshotPlace;
-  }
-  if (!isCaptureDate(found.facts.dateOrigin)) {
-    const ItemDate date = dateWithoutMetadata(name, status.modified);
-    found.created = date.created;
-    found.facts.dateOrigin = date.origin;
   }
   found.facts.key = status.key;
   found.facts.bytes = status.bytes;
   found.facts.modified = status.modified;
   found.facts.sidecar = sidecarWritten;
-  findings.fresh.push_back(std::move(found));
+  if (asItWas) {
+    look.findings.fresh.push_back(complete(folder, std::move(found)));
+  } else {
+    look.unread.push_back(std::move(unread));
+  }
+}
+
+/// With what its place and its name tell.
+FoundItem FolderWalk::complete(const OpenFolder& folder, FoundItem found) {
+  if (found.mediaType == PHAssetMediaTypeImage && lookedLikeScreenshot(folder.place.path, found.name)) {
+    found.facts.marks |= ItemMarkScreenshotPlace;
+  }
+  if (!isCaptureDate(found.facts.dateOrigin)) {
+    const ItemDate date = dateWithoutMetadata(found.name, found.facts.modified);
+    found.created = date.created;
+    found.facts.dateOrigin = date.origin;
+  }
+  return found;
+}
+
+/// All at once: the decoders may be in a process of their own, and the way there costs more than a header.
+void FolderWalk::readHeaders(Look& look) {
+  std::vector<int> files, sidecars;
+  for (const Unread& each : look.unread) files.push_back(each.file.get());
+  auto probed = decoders_.probe(files);
+  std::vector<FoundItem*> undated;
+  std::vector<FoundItem> read;
+  read.reserve(look.unread.size());
+  for (std::size_t i = 0; i < look.unread.size(); ++i) {
+    Unread& each = look.unread[i];
+    if (const NSError* error = std::get_if<NSError>(&probed[i])) {
+      const ItemFacts& facts = each.found.facts;
+      const bool settled = error->code == PhotoLibraryErrorUnsupported || error->code == PhotoLibraryErrorDamaged ||
+                           error->code == PhotoLibraryErrorTooLarge;
+      if (settled) look.findings.rejected.push_back({each.found.name, facts.key, facts.bytes, facts.modified});
+      continue;
+    }
+    each.found.setHeader(std::get<MediaInfo>(probed[i]));
+    read.push_back(std::move(each.found));
+    if (isCaptureDate(read.back().facts.dateOrigin) || !each.sidecar) continue;
+    undated.push_back(&read.back());
+    sidecars.push_back(each.sidecar.get());
+  }
+  const auto dates = sidecars.empty() ? std::vector<std::optional<double>>() : decoders_.probeSidecars(sidecars);
+  for (std::size_t i = 0; i < dates.size(); ++i) {
+    if (!dates[i]) continue;
+    undated[i]->created = *dates[i];
+    undated[i]->facts.dateOrigin = DateOrigin::Sidecar;
+  }
+  for (FoundItem& found : read) look.findings.fresh.push_back(complete(look.folder, std::move(found)));
+  look.unread.clear();
 }
 
 /// Whether the file is still being written, as far as anybody can tell. It is looked at again when its writer closes
@@ -528,7 +560,7 @@ void FolderWalk::followLinks() {
     if (own) {
       folder.folder = {place.path, place.root, place.relative, place.trashed, own->key, identifyFolder(own->key)};
       folder.known = known_.inFolder(place.path);
-      FolderFindings findings;
+      Look look{folder};
       for (; link != next; ++link) {
         const Place target = place.below(link->name);
         const auto status = statuses_.read(folder.descriptor.get(), link->name, true);
@@ -536,7 +568,7 @@ void FolderWalk::followLinks() {
         const bool toFolder = status && status->kind == FileStatus::Kind::Folder;
         if ((!toFile && !toFolder) || status->pseudo || !mayFollow(*link, realPath(target.path), toFolder)) continue;
         if (toFile) {
-          look(folder, link->name, true, findings);
+          this->look(look, link->name, true);
         } else {
           if (isMetElsewhere(*status, target.path)) {
             outcome_.secondWays = true;
@@ -548,9 +580,7 @@ void FolderWalk::followLinks() {
           enter(through);
         }
       }
-      findings.folder = folder.folder;
-      findings.linked = true;
-      listener_.found(std::move(findings));
+      tell(look, true);
     }
     link = next;
   }

@@ -15,6 +15,7 @@
 #include "adapters/photolibrary/base/WorkCrew.h"
 #include "adapters/photolibrary/catalogue/KnownFiles.h"
 #include "adapters/photolibrary/files/FolderWatch.h"
+#include "adapters/photolibrary/source/DecodersPort.h"
 #include "adapters/photolibrary/source/Source.h"
 
 namespace tlx::photolibrary {
@@ -34,8 +35,8 @@ class FolderWalk {
 
   /// `watch` is told of every folder that is entered, and what to look at again later; nothing for a look by itself.
   /// All references outlive the walk.
-  FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, WalkListener& listener,
-             const WalkScope& scope, Links links, FolderWatch* watch, std::stop_token stop);
+  FolderWalk(const std::vector<std::string>& roots, const KnownFiles& known, DecodersPort& decoders,
+             WalkListener& listener, const WalkScope& scope, Links links, FolderWatch* watch, std::stop_token stop);
   WalkOutcome run();
 
  private:
@@ -67,6 +68,17 @@ class FolderWalk {
     bool excluded = false;
     bool broken = false;
   };
+  /// A file whose header is still to be read, and what is known of it without that.
+  struct Unread {
+    FoundItem found;
+    FileDescriptor file, sidecar;
+  };
+  /// What one look tells of a folder.
+  struct Look {
+    const OpenFolder& folder;
+    FolderFindings findings = {};
+    std::vector<Unread> unread = {};
+  };
   struct Link {
     Place place;  ///< of the folder that holds it
     std::string name;
@@ -83,10 +95,13 @@ class FolderWalk {
   static Listing list(int folder);
   void addFiles(const std::shared_ptr<OpenFolder>& folder, std::vector<std::string> names);
   void lookAt(const OpenFolder& folder, const std::vector<std::string>& names);
-  void look(const OpenFolder& folder, const std::string& name, bool followLink, FolderFindings& findings);
+  void look(Look& look, const std::string& name, bool followLink);
   std::optional<Sidecar> sidecarOf(const OpenFolder& folder, const std::string& name) const;
-  void examine(const OpenFolder& folder, const std::string& name, const FileStatus& status,
-               const std::optional<Sidecar>& sidecar, bool linked, FolderFindings& findings);
+  void examine(Look& look, const std::string& name, const FileStatus& status, const std::optional<Sidecar>& sidecar,
+               bool linked);
+  void readHeaders(Look& look);
+  static FoundItem complete(const OpenFolder& folder, FoundItem found);
+  void tell(Look& look, bool linked);
   std::string identifyFolder(const FileKey& key);
   std::string identify(const OpenFolder& folder, const std::string& name, const FileStatus& status) const;
   void followLinks();
@@ -99,6 +114,7 @@ class FolderWalk {
 
   const std::vector<std::string>& roots_;
   const KnownFiles& known_;
+  DecodersPort& decoders_;
   WalkListener& listener_;
   const WalkScope& scope_;
   const Links followed_;

@@ -2,8 +2,8 @@
 
 #include <utility>
 
+#include "adapters/photolibrary/base/FileBytes.h"
 #include "adapters/photolibrary/base/LibraryError.h"
-#include "adapters/photolibrary/images/headers/FileBytes.h"
 
 namespace tlx::photolibrary {
 namespace {

@@ -7,7 +7,6 @@
 #include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/ImageRequest.h"
-#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -33,20 +32,20 @@ void ImageManager::name(Request& request, const std::shared_ptr<const PHAsset>& 
   }
 }
 
-ImageManager::ImageManager(ItemStore& items, MainQueuePort& mainQueue) : ImageManager(items, mainQueue, Settings()) {}
+ImageManager::ImageManager(ItemStore& items, DecodersPort& decoders, PixelStore& pixels, MainQueuePort& mainQueue)
+    : ImageManager(items, decoders, pixels, mainQueue, Settings()) {}
 
-ImageManager::ImageManager(ItemStore& items, MainQueuePort& mainQueue, Settings settings)
+ImageManager::ImageManager(ItemStore& items, DecodersPort& decoders, PixelStore& pixels, MainQueuePort& mainQueue,
+                           Settings settings)
     : items_(items),
       mainQueue_(mainQueue),
-      pixels_(settings.pixelFolder, settings.pixels),
-      decoders_(settings.decoders ? settings.decoders(pixels_) : std::make_unique<DirectDecoders>(pixels_)),
-      layers_(items, *decoders_, pixels_, settings.thumbnailBytes, settings.largestThumbnail,
-              std::move(settings.shared)),
+      decoders_(decoders),
+      layers_(items, decoders, pixels, settings.thumbnailBytes, settings.largestThumbnail, std::move(settings.shared)),
       screenScale_(std::max(1.0, settings.screenScale)),
       alive_(std::make_shared<std::atomic<bool>>(true)),
       mostRecordBytes_(settings.recordBytes),
       fetchers_(settings.fetchers),
-      workers_(workerCount(settings.workers), [this] { decoders_->leaveThread(); }) {}
+      workers_(workerCount(settings.workers), [this] { decoders_.leaveThread(); }) {}
 
 ImageManager::~ImageManager() {
   stop();
@@ -271,7 +270,7 @@ void ImageManager::videoStage(const RequestRef& request) {
     info = failure(std::move(*error), request->inCloud);
   } else {
     Original& original = std::get<Original>(fetched);
-    auto probed = FilePictures(*decoders_).tracks(original.path);
+    auto probed = FilePictures(decoders_).tracks(original.path);
     if (NSError* unreadable = std::get_if<NSError>(&probed)) {
       info = failure(std::move(*unreadable));
     } else {

@@ -19,7 +19,7 @@
 
 #include "adapters/photolibrary/images/PictureLayers.h"
 #include "adapters/photolibrary/images/RequestQueue.h"
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/images/pixels/PixelStore.h"
 #include "adapters/photolibrary/source/DecodersPort.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 
@@ -47,25 +47,22 @@ namespace tlx::photolibrary {
 class ImageManager final : public ImageManagerPort {
  public:
   struct Settings {
-    /// Makes the decoders, which put their pictures' pixels into the store; without it they work in this process.
-    std::function<std::unique_ptr<DecodersPort>(PixelStore& pixels)> decoders = {};
     unsigned workers = 0;                                ///< 0 for one per processor
     unsigned fetchers = 2;                               ///< threads that wait for originals from elsewhere
     std::size_t thumbnailBytes = std::size_t{64} << 20;  ///< of finished thumbnails kept in memory
     std::size_t largestThumbnail = std::size_t{4} << 20;
     double screenScale = 1;                             ///< pixels of the screen in a point
     std::int64_t recordBytes = std::int64_t{32} << 20;  ///< of pictures that wait to be written to the shared ones
-    std::string pixelFolder = PixelStore::defaultFolder();
-    PixelStore::Limits pixels = {};
     SharedThumbnails::Settings shared = {};
   };
 
   static constexpr double largestCell = 512;
   static constexpr std::int64_t largestForACell = std::int64_t{512} << 10;  ///< bytes
 
-  /// Both outlive the object.
-  ImageManager(ItemStore& items, MainQueuePort& mainQueue);
-  ImageManager(ItemStore& items, MainQueuePort& mainQueue, Settings settings);
+  /// `pixels` is where the decoders keep the pictures that they make. All outlive the object.
+  ImageManager(ItemStore& items, DecodersPort& decoders, PixelStore& pixels, MainQueuePort& mainQueue);
+  ImageManager(ItemStore& items, DecodersPort& decoders, PixelStore& pixels, MainQueuePort& mainQueue,
+               Settings settings);
   ~ImageManager() override;
   /// Ends the workers; nothing is called afterwards, and what is asked for stays unanswered. Main thread, before the
   /// platform goes; calling it again does nothing.
@@ -134,8 +131,7 @@ class ImageManager final : public ImageManagerPort {
 
   ItemStore& items_;          // unretained: outlives the manager by contract
   MainQueuePort& mainQueue_;  // unretained: outlives the manager by contract
-  PixelStore pixels_;
-  std::unique_ptr<DecodersPort> decoders_;
+  DecodersPort& decoders_;    // unretained: outlive the object by contract
   PictureLayers layers_;
   std::atomic<double> screenScale_;
   /// False once the manager is gone: steps that still wait on the main queue then do nothing.

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "adapters/photolibrary/base/LibraryError.h"
-#include "adapters/photolibrary/images/codecs/PictureBuilder.h"
-#include "adapters/photolibrary/images/codecs/UprightSink.h"
+#include "adapters/photolibrary/images/pixels/PictureBuilder.h"
+#include "adapters/photolibrary/images/pixels/UprightSink.h"
 
 namespace tlx::photolibrary {
 namespace {

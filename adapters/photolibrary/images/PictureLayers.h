@@ -10,7 +10,7 @@
 #include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/cache/SharedThumbnails.h"
 #include "adapters/photolibrary/images/cache/ThumbnailCache.h"
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/images/pixels/PixelStore.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {

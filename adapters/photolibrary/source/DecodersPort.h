@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <span>
 #include <stop_token>
 #include <variant>
@@ -11,7 +12,7 @@
 #include "tlx/platform/foundation/NSError.h"
 #include "tlx/platform/photos/PHImageRequest.h"
 
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 
@@ -45,8 +46,15 @@ class DecodersPort {
   /// photo's own shape. A HEIF's that is large enough comes in the very size that `decode` would give. An error where
   /// there is none; costs little more than reading the header. Several at a time may cost less than one after another.
   virtual std::vector<Picture> decodeEmbedded(std::span<const Wanted> wanted) = 0;
-  /// What the headers of photos and videos tell, in the order of the files.
+  /// How many headers are best looked at with one question.
+  static constexpr std::size_t headersAtOnce = 48;
+  /// What the headers of photos and videos tell, in the order of the files: `PhotoLibraryErrorUnsupported` for what is
+  /// neither, sound alone in a video's container among it, `PhotoLibraryErrorDamaged` for what is empty, unreadable as
+  /// what it claims to be, or a video without a frame, `PhotoLibraryErrorTooLarge` for what cannot be read within
+  /// bounds, and other errors for a file that cannot be read now. Whether a video plays is for the fetch to say.
   virtual std::vector<std::variant<MediaInfo, NSError>> probe(std::span<const int> files) = 0;
+  /// The capture dates that XMP files beside photos tell, in seconds since 1970 UTC; nothing where one tells none.
+  virtual std::vector<std::optional<double>> probeSidecars(std::span<const int> files) = 0;
   /// The tracks and duration of a video; an error when it is no video or cannot be read.
   virtual std::variant<VideoInfo, NSError> tracks(int file) = 0;
   /// To be called by a thread that will ask no more: frees what libraries keep for it.

@@ -10,7 +10,7 @@
 #include "tlx/platform/photos/PHAsset.h"
 
 #include "adapters/photolibrary/base/FileKey.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 

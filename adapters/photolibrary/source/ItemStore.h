@@ -10,7 +10,7 @@
 #include "tlx/platform/foundation/Identifier.h"
 #include "tlx/platform/foundation/NSError.h"
 
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string_view>
 
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 

@@ -28,6 +28,9 @@ struct FoundItem {
   double duration = 0;
   ItemFacts facts;
   bool linked = false;  ///< met through a symbolic link: the same file met plainly goes before
+
+  /// Takes over what the file's header tells.
+  void setHeader(const MediaInfo& info);
 };
 
 /// A file that is no photo or video; remembered so that it is not read again while it stays as it is.

@@ -22,6 +22,11 @@ std::vector<std::shared_ptr<const PHAssetCollection>> albumsIn(PhotoLibrary& lib
 
 }  // namespace
 
+DecodersPort& directDecoders() {
+  static Decoding decoding(std::filesystem::temp_directory_path());
+  return decoding.decoders;
+}
+
 LibraryFolder::LibraryFolder() : top_(std::filesystem::canonical(folder_.path())) {
   std::filesystem::create_directory(pictures());
   std::filesystem::remove_all(trashFolder());

@@ -5,6 +5,7 @@
 
 #include "adapters/memory/MemoryLogs.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
+#include "adapters/photolibrary/source/DecodersPort.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary::test {
@@ -33,6 +34,9 @@ class LibraryFolder {
   TemporaryFolder folder_;
   std::filesystem::path top_;
 };
+
+/// Decoders within the test program, for whoever reads headers.
+DecodersPort& directDecoders();
 
 /// Hears of a library's changes while it lives.
 class Onlooker {

@@ -45,8 +45,9 @@ bool isAboutOne(const NSError& error) {
 }  // namespace
 
 CollectionWalk::CollectionWalk(Server& server, std::uint64_t fileSystem, const KnownFiles& known,
-                               WalkListener& listener, std::stop_token stop)
+                               DecodersPort& decoders, WalkListener& listener, std::stop_token stop)
     : server_(server),
+      decoders_(decoders),
       fileSystem_(fileSystem),
       known_(known),
       listener_(listener),
@@ -261,21 +262,9 @@ FoundItem CollectionWalk::examined(const Collection& collection, const File& fil
     found.duration = known->duration;
     found.facts = known->facts;
   } else if (!lost_) {
-    const auto probed = probeRemote(server_, collection.path + "/" + file.name, *file.member.bytes, stop_);
+    const auto probed = probeRemote(server_, decoders_, collection.path + "/" + file.name, *file.member.bytes, stop_);
     if (const auto* info = std::get_if<MediaInfo>(&probed)) {
-      found.mediaType = info->mediaType;
-      if (info->captureDate) {
-        found.created = *info->captureDate;
-        found.facts.dateOrigin = info->dateOrigin;
-      }
-      found.duration = info->duration;
-      found.facts.width = info->width;
-      found.facts.height = info->height;
-      found.facts.format = info->format;
-      found.facts.orientation = static_cast<std::uint8_t>(info->orientation);
-      found.facts.marks =
-          static_cast<std::uint8_t>((info->favorite ? ItemMarkFavorite : 0) | (info->panorama ? ItemMarkPanorama : 0) |
-                                    (info->screenshot ? ItemMarkScreenshot : 0));
+      found.setHeader(*info);
     } else {
       rejected = isSettled(std::get<NSError>(probed));
       if (!rejected && !isAboutOne(std::get<NSError>(probed)) && !stop_.stop_requested())

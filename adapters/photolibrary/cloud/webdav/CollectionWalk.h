@@ -17,6 +17,7 @@
 #include "adapters/photolibrary/catalogue/KnownFiles.h"
 #include "adapters/photolibrary/cloud/webdav/Listing.h"
 #include "adapters/photolibrary/cloud/webdav/Server.h"
+#include "adapters/photolibrary/source/DecodersPort.h"
 #include "adapters/photolibrary/source/Source.h"
 
 namespace tlx::photolibrary {
@@ -30,8 +31,8 @@ namespace tlx::photolibrary {
 class CollectionWalk {
  public:
   /// `fileSystem` stands for the server and the person on it, in keys.
-  CollectionWalk(Server& server, std::uint64_t fileSystem, const KnownFiles& known, WalkListener& listener,
-                 std::stop_token stop);
+  CollectionWalk(Server& server, std::uint64_t fileSystem, const KnownFiles& known, DecodersPort& decoders,
+                 WalkListener& listener, std::stop_token stop);
   WalkOutcome run();
   /// What went wrong first, so that something was missed.
   const std::optional<NSError>& problem() const { return problem_; }
@@ -67,6 +68,7 @@ class CollectionWalk {
   void confirm();
 
   Server& server_;
+  DecodersPort& decoders_;
   const std::uint64_t fileSystem_;
   const KnownFiles& known_;
   WalkListener& listener_;

@@ -10,7 +10,7 @@
 #include "adapters/photolibrary/cloud/webdav/OriginalDownload.h"
 #include "adapters/photolibrary/cloud/webdav/Server.h"
 #include "adapters/photolibrary/source/ItemStore.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 

@@ -6,8 +6,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "adapters/photolibrary/base/FileBytes.h"
 #include "adapters/photolibrary/base/LibraryError.h"
-#include "adapters/photolibrary/images/headers/FileBytes.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -46,8 +46,8 @@ class SparseFile {
 
 }  // namespace
 
-std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& path, std::int64_t bytes,
-                                             const std::stop_token& stop) {
+std::variant<MediaInfo, NSError> probeRemote(Server& server, DecodersPort& decoders, const std::string& path,
+                                             std::int64_t bytes, const std::stop_token& stop) {
   SparseFile file(bytes);
   std::string head;
   HttpHead answer;
@@ -80,11 +80,15 @@ std::variant<MediaInfo, NSError> probeRemote(Server& server, const std::string& 
     if (isTable) break;
     at += length;
   }
-  auto probed = probeMedia(file.fd(), path);
+  const int descriptor = file.fd();
+  auto probed = std::move(decoders.probe({&descriptor, 1}).front());
+  NSError* const failed = std::get_if<NSError>(&probed);
+  if (!failed) return probed;
+  if (failed->code == PhotoLibraryErrorUnsupported) return named(std::move(*failed), path);
+  // Nobody could look: without a format it is asked for again at the next walk.
+  if (failed->code == PhotoLibraryErrorUnreadable) bare.format = MediaFormat::Unknown;
   // It may look damaged only because parts of it were not read.
-  const NSError* const failed = std::get_if<NSError>(&probed);
-  if (failed && failed->code != PhotoLibraryErrorUnsupported) return bare;
-  return probed;
+  return bare;
 }
 
 }  // namespace tlx::photolibrary

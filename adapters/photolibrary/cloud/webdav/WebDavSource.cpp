@@ -25,8 +25,10 @@ std::string copyName(const Item& item) {
 
 }  // namespace
 
-WebDavSource::WebDavSource(const CloudAddress& address, const Settings& settings, SystemLogPort& log)
+WebDavSource::WebDavSource(const CloudAddress& address, DecodersPort& decoders, const Settings& settings,
+                           SystemLogPort& log)
     : roots_{address.text()},
+      decoders_(decoders),
       log_(log),
       server_(address, settings.credentials, settings.patience),
       originals_(settings.cacheFolder + "/originals", settings.originalBytes),
@@ -43,7 +45,7 @@ RemoteFile WebDavSource::remoteFile(const Item& item, const Folder& folder) cons
 }
 
 WalkOutcome WebDavSource::walk(const KnownFiles& known, WalkListener& listener, std::stop_token stop) {
-  CollectionWalk walk(server_, fileSystem(), known, listener, std::move(stop));
+  CollectionWalk walk(server_, fileSystem(), known, decoders_, listener, std::move(stop));
   WalkOutcome outcome = walk.run();
   const auto& problem = walk.problem();
   listedWhole_ = outcome.finished && !problem;

@@ -16,6 +16,7 @@
 #include "adapters/photolibrary/cloud/webdav/OriginalDownload.h"
 #include "adapters/photolibrary/cloud/webdav/Previews.h"
 #include "adapters/photolibrary/cloud/webdav/Server.h"
+#include "adapters/photolibrary/source/DecodersPort.h"
 #include "adapters/photolibrary/source/Source.h"
 
 namespace tlx::photolibrary {
@@ -35,8 +36,9 @@ class WebDavSource final : public Source {
     std::chrono::milliseconds patience{30'000};
     CredentialSource* credentials = nullptr;  ///< unretained: outlives the source
   };
-  /// Asks nothing of the server. `log` outlives the source, and is told once of each new reason why a listing failed.
-  WebDavSource(const CloudAddress& address, const Settings& settings, SystemLogPort& log);
+  /// Asks nothing of the server. `decoders` read the files' headers; they and `log` outlive the source. The log is told
+  /// once of each new reason why a listing failed.
+  WebDavSource(const CloudAddress& address, DecodersPort& decoders, const Settings& settings, SystemLogPort& log);
 
   const std::vector<std::string>& roots() const override { return roots_; }
   /// True until the server has refused us or the collection: what is known may be seen without a network.
@@ -55,7 +57,8 @@ class WebDavSource final : public Source {
   RemoteFile remoteFile(const Item& item, const Folder& folder) const;
 
   const std::vector<std::string> roots_;
-  SystemLogPort& log_;  // unretained: outlives the source by contract
+  DecodersPort& decoders_;  // unretained: outlive the source by contract
+  SystemLogPort& log_;      // unretained: outlives the source by contract
   Server server_;
   const OriginalCache originals_, previewFiles_;
   Previews previews_;

@@ -1,6 +1,7 @@
 #include "adapters/photolibrary/decoding/worker/DecodingHandler.h"
 
 #include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/images/headers/MediaProbe.h"
 
 namespace tlx::photolibrary {
 
@@ -32,6 +33,9 @@ void DecodingHandler::handle(const wire::Job& job, int file, const std::stop_tok
       }
       return;
     }
+    case wire::JobKind::Sidecar:
+      reply.date(probeSidecar(file));
+      return;
     case wire::JobKind::Tracks: {
       const auto probed = probeVideo(file);
       if (const NSError* error = std::get_if<NSError>(&probed)) {

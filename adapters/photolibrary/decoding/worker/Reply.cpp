@@ -65,6 +65,11 @@ void Reply::info(const MediaInfo& info) {
   answer(wire::AnswerKind::Info, wire::bytesOf(said));
 }
 
+void Reply::date(std::optional<double> date) {
+  const wire::Date said{date.value_or(0), date.has_value()};
+  answer(wire::AnswerKind::Date, wire::bytesOf(said));
+}
+
 void Reply::tracks(const VideoInfo& info) {
   struct {
     wire::Tracks head;

@@ -2,13 +2,14 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 
 #include "tlx/platform/foundation/NSError.h"
 
 #include "adapters/photolibrary/decoding/Wire.h"
 #include "adapters/photolibrary/decoding/WorkerKind.h"
-#include "adapters/photolibrary/images/codecs/RowSink.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/images/pixels/RowSink.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 
@@ -25,6 +26,7 @@ class Reply final : public RowSink {
   void hello(const wire::Hello& hello);
   void failed(const NSError& error);
   void info(const MediaInfo& info);
+  void date(std::optional<double> date);
   void tracks(const VideoInfo& info);
   void needsMemory(std::int64_t bytes);
   void otherKind(WorkerKind kind);

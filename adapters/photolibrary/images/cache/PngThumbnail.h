@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
 #include "adapters/photolibrary/images/writing/PngWriter.h"
 
 namespace tlx::photolibrary {

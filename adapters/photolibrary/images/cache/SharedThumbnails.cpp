@@ -17,7 +17,7 @@
 
 #include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/base/XdgFolders.h"
-#include "adapters/photolibrary/images/codecs/UprightSink.h"
+#include "adapters/photolibrary/images/pixels/UprightSink.h"
 
 namespace tlx::photolibrary {
 namespace {

@@ -14,8 +14,8 @@
 #include "tlx/platform/photos/PHImageRequest.h"
 
 #include "adapters/photolibrary/images/cache/PngThumbnail.h"
-#include "adapters/photolibrary/images/codecs/PictureBuilder.h"
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/images/pixels/PictureBuilder.h"
+#include "adapters/photolibrary/images/pixels/PixelStore.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 
 namespace tlx::photolibrary {

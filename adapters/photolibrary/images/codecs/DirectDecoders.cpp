@@ -5,7 +5,8 @@
 
 #include "adapters/photolibrary/base/AvailableMemory.h"
 #include "adapters/photolibrary/base/LibraryError.h"
-#include "adapters/photolibrary/images/codecs/UprightSink.h"
+#include "adapters/photolibrary/images/headers/MediaProbe.h"
+#include "adapters/photolibrary/images/pixels/UprightSink.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -55,6 +56,12 @@ std::vector<std::variant<MediaInfo, NSError>> DirectDecoders::probe(std::span<co
   std::vector<std::variant<MediaInfo, NSError>> infos;
   for (const int file : files) infos.push_back(probeMedia(file));
   return infos;
+}
+
+std::vector<std::optional<double>> DirectDecoders::probeSidecars(std::span<const int> files) {
+  std::vector<std::optional<double>> dates;
+  for (const int file : files) dates.push_back(probeSidecar(file));
+  return dates;
 }
 
 std::variant<VideoInfo, NSError> DirectDecoders::tracks(int file) {

@@ -3,7 +3,7 @@
 #include <mutex>
 
 #include "adapters/photolibrary/images/codecs/ImageDecoder.h"
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/images/pixels/PixelStore.h"
 #include "adapters/photolibrary/source/DecodersPort.h"
 
 namespace tlx::photolibrary {
@@ -17,6 +17,7 @@ class DirectDecoders final : public DecodersPort {
   Picture decode(const Wanted& wanted) override;
   std::vector<Picture> decodeEmbedded(std::span<const Wanted> wanted) override;
   std::vector<std::variant<MediaInfo, NSError>> probe(std::span<const int> files) override;
+  std::vector<std::optional<double>> probeSidecars(std::span<const int> files) override;
   std::variant<VideoInfo, NSError> tracks(int file) override;
   void leaveThread() override { ImageDecoder::leaveThread(); }
 

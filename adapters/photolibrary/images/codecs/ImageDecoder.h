@@ -5,9 +5,8 @@
 #include <memory>
 #include <variant>
 
-#include "adapters/photolibrary/images/codecs/ColorTransform.h"
-#include "adapters/photolibrary/images/codecs/PictureBuilder.h"
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
+#include "adapters/photolibrary/images/codecs/DecodeContext.h"
 #include "adapters/photolibrary/images/headers/PhotoHeader.h"
 #include "adapters/photolibrary/source/DecodersPort.h"
 

@@ -10,8 +10,8 @@
 
 #include <jpeglib.h>
 
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
 
 namespace tlx::photolibrary {
 

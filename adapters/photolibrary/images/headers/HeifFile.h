@@ -7,7 +7,7 @@
 
 #include <libheif/heif.h>
 
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
 
 namespace tlx::photolibrary {
 

@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
 
 namespace tlx::photolibrary {
 

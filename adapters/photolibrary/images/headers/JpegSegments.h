@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
 
 namespace tlx::photolibrary {
 

@@ -1,10 +1,10 @@
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/images/headers/MediaProbe.h"
 
 #include <cstring>
 #include <utility>
 
+#include "adapters/photolibrary/base/FileBytes.h"
 #include "adapters/photolibrary/base/LibraryError.h"
-#include "adapters/photolibrary/images/headers/FileBytes.h"
 #include "adapters/photolibrary/images/headers/PhotoHeader.h"
 #include "adapters/photolibrary/images/headers/VideoFile.h"
 
@@ -48,12 +48,6 @@ std::optional<double> probeSidecar(int fd) {
   PhotoFacts facts;
   readXmp({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, facts);
   return facts.packetDate;
-}
-
-std::variant<MediaInfo, NSError> probeMedia(int fd, const std::string& path) {
-  auto probed = probeMedia(fd);
-  if (NSError* error = std::get_if<NSError>(&probed)) *error = named(std::move(*error), path);
-  return probed;
 }
 
 }  // namespace tlx::photolibrary

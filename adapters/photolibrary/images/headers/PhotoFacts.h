@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
 
 namespace tlx::photolibrary {
 

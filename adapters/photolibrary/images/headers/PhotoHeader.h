@@ -6,9 +6,9 @@
 
 #include "tlx/platform/foundation/NSError.h"
 
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
 #include "adapters/photolibrary/images/headers/PhotoFacts.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 namespace tlx::photolibrary {
 

@@ -2,7 +2,7 @@
 
 #include <tiffio.h>
 
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
 
 namespace tlx::photolibrary {
 

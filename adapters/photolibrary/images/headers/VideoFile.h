@@ -5,8 +5,8 @@
 #include <optional>
 #include <string>
 
-#include "adapters/photolibrary/images/headers/FileBytes.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
+#include "adapters/photolibrary/base/FileBytes.h"
+#include "adapters/photolibrary/source/MediaInfo.h"
 
 struct AVFormatContext;
 struct AVIOContext;

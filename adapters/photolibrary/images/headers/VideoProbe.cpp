@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/images/headers/MediaProbe.h"
 #include "adapters/photolibrary/images/headers/VideoFile.h"
 
 namespace tlx::photolibrary {
@@ -36,14 +37,6 @@ std::variant<VideoInfo, NSError> probeVideo(int fd) {
   const VideoFile video(file, format);
   if (!video.context()) return libraryError(PhotoLibraryErrorDamaged, "the container cannot be read");
   return video.info();
-}
-
-std::variant<VideoInfo, NSError> probeVideo(const std::string& path) {
-  const auto opened = OpenFile::open(path);
-  if (const NSError* error = std::get_if<NSError>(&opened)) return *error;
-  auto probed = probeVideo(std::get<0>(opened)->fd());
-  if (NSError* error = std::get_if<NSError>(&probed)) *error = named(std::move(*error), path);
-  return probed;
 }
 
 }  // namespace tlx::photolibrary

@@ -34,7 +34,7 @@ class FilesAccess : public testing::Test {
     options.preauthorised = false;
     options.host = host;
     options.consent = consent;
-    return std::make_unique<PhotoLibrary>(options, log_);
+    return std::make_unique<PhotoLibrary>(options, directDecoders(), log_);
   }
   static std::future<PHAuthorizationStatus> request(PhotoLibrary& library) {
     const auto promise = std::make_shared<std::promise<PHAuthorizationStatus>>();

@@ -30,7 +30,9 @@ class FilesIndex : public testing::Test {
     folder_.putPhoto("trip/two.jpg", 2000);
     folder_.put("note.jpg", {'n', 'o'}, 3000);
   }
-  std::unique_ptr<PhotoLibrary> open() { return std::make_unique<PhotoLibrary>(folder_.options(), log_); }
+  std::unique_ptr<PhotoLibrary> open() {
+    return std::make_unique<PhotoLibrary>(folder_.options(), directDecoders(), log_);
+  }
   std::unique_ptr<PhotoLibrary> scanned() {
     auto library = open();
     library->waitUntilScanned();
@@ -163,7 +165,7 @@ TEST_F(FilesIndex, DamageIsReadFromTheFilesAgain) {
     fs::remove(broken);
     row.damage(indexFile());
     KeptLog log;
-    PhotoLibrary library(folder_.options(), log);
+    PhotoLibrary library(folder_.options(), directDecoders(), log);
     library.waitUntilOpened();
     const auto early = namesIn(library, "Camera Roll");
     EXPECT_TRUE(row.setAside || early == std::vector<std::string>{"two.jpg"} || everythingIn(library) == truth)

@@ -54,8 +54,9 @@ WebDavSource::Settings Cloud::patient(std::chrono::milliseconds patience) {
 void Cloud::reopen() {
   library_.reset();
   std::vector<std::unique_ptr<Source>> sources;
-  if (!folders_.empty()) sources.push_back(std::make_unique<FolderSource>(folders_, log_));
-  sources.push_back(std::make_unique<WebDavSource>(std::get<CloudAddress>(parseCloudAddress(url_)), settings_, log_));
+  if (!folders_.empty()) sources.push_back(std::make_unique<FolderSource>(folders_, directDecoders(), log_));
+  sources.push_back(std::make_unique<WebDavSource>(std::get<CloudAddress>(parseCloudAddress(url_)), directDecoders(),
+                                                   settings_, log_));
   library_ = std::make_unique<PhotoLibrary>(folder_.options(), std::make_unique<SourceSet>(std::move(sources)), log_);
   library_->waitUntilScanned();
 }

@@ -14,7 +14,7 @@
 #include <sys/wait.h>
 
 #include "adapters/photolibrary/decoding/ConfinedDecoders.h"
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
 
 namespace tlx::photolibrary::test {
 namespace {
@@ -178,7 +178,7 @@ TEST_F(ConfinedDecoding, WithoutAProgramPicturesFailAndTheReasonIsSaidOnce) {
   nowhere.folder = "/nowhere";
   ConfinedDecoders decoders(pixels_, nowhere);
   for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(told(decode(decoders, "paint 4 4")), "4 the decoders' program is not to be had");
+    EXPECT_EQ(told(decode(decoders, "paint 4 4")), "2 the decoders' program is not to be had");
   }
   EXPECT_EQ(log_.size(), workerKinds);
 }

@@ -32,7 +32,7 @@ class FilesLibraryWorld final : public OnMemory<PhotoLibraryWorld> {
     options.preauthorised = false;
     options.consent = &person_;
     record_.setPhotosAllowed(true);
-    library_ = std::make_unique<photolibrary::PhotoLibrary>(options, log_);
+    library_ = std::make_unique<photolibrary::PhotoLibrary>(options, photolibrary::test::directDecoders(), log_);
     library_->waitUntilScanned();
   }
 

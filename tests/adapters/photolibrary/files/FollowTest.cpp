@@ -30,7 +30,9 @@ class FilesFollowed : public testing::Test {
     library_.reset();
     const auto options = folder_.options();
     library_ = std::make_unique<PhotoLibrary>(
-        options, std::make_unique<FolderSource>(options.roots, log_, FolderSource::Links::Anywhere, timing), log_);
+        options,
+        std::make_unique<FolderSource>(options.roots, directDecoders(), log_, FolderSource::Links::Anywhere, timing),
+        log_);
     onlooker_.emplace(*library_);
     library_->waitUntilScanned();
   }
@@ -120,7 +122,7 @@ TEST_F(FilesFollowed, EveryKindOfStepLeadsWhereAFreshLookWould) {
     options.cacheFolder = (folder_.top() / "fresh").string();
     options.followLinksAnywhere = true;
     fs::remove_all(options.cacheFolder);
-    PhotoLibrary other(options, log_);
+    PhotoLibrary other(options, directDecoders(), log_);
     other.waitUntilScanned();
     onlooker_->comesTo([&] { return everythingIn(*library_) == everythingIn(other); });
     ASSERT_EQ(everythingIn(*library_), everythingIn(other)) << "identifiers outlive the loss of the index";

@@ -18,7 +18,7 @@ class FilesLibrary : public testing::Test {
   PhotoLibrary& open() { return open(folder_.options()); }
   PhotoLibrary& open(const PhotoLibrary::Options& options) {
     library_.reset();
-    library_ = std::make_unique<PhotoLibrary>(options, log_);
+    library_ = std::make_unique<PhotoLibrary>(options, directDecoders(), log_);
     library_->waitUntilScanned();
     return *library_;
   }

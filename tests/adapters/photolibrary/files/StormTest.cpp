@@ -79,7 +79,7 @@ TEST(FilesStorm, EndsWhereAFreshLookWould) {
   const LibraryFolder folder;
   KeptLog log;
   Storm storm(folder, seed);
-  PhotoLibrary library(folder.options(), log);
+  PhotoLibrary library(folder.options(), directDecoders(), log);
   Onlooker onlooker(library);
   library.waitUntilScanned();
   std::atomic<bool> over = false;
@@ -93,7 +93,7 @@ TEST(FilesStorm, EndsWhereAFreshLookWould) {
   blowing.join();
   auto options = folder.options();
   options.cacheFolder = (folder.top() / "fresh").string();
-  PhotoLibrary fresh(options, log);
+  PhotoLibrary fresh(options, directDecoders(), log);
   fresh.waitUntilScanned();
   const auto truth = everythingIn(fresh);
   onlooker.comesTo([&] { return everythingIn(library) == truth; });

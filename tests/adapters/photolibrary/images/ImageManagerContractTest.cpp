@@ -58,7 +58,6 @@ class FilesImageWorld final : public ImageManagerWorld {
   std::string nextFile(const char* extension) { return folder_.file(std::to_string(++files_) + extension); }
   ImageManager::Settings settings() const {
     ImageManager::Settings settings;
-    settings.pixelFolder = folder_.file("pixels");
     settings.shared.folder = folder_.file("thumbnails");
     return settings;
   }
@@ -67,7 +66,8 @@ class FilesImageWorld final : public ImageManagerWorld {
   memory::Background background_;
   memory::MainLoop loop_{background_};
   test::FileItems items_;
-  ImageManager images_{items_, loop_, settings()};
+  test::Decoding decoding_{folder_.file("pixels")};
+  ImageManager images_{items_, decoding_.decoders, decoding_.pixels, loop_, settings()};
   int files_ = 0;
 };
 

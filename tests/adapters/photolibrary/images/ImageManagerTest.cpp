@@ -54,9 +54,8 @@ class ManagingImages : public testing::Test {
   void start(unsigned workers = 2) {
     ImageManager::Settings settings;
     settings.workers = workers;
-    settings.pixelFolder = folder_.file("pixels");
     settings.shared.folder.clear();
-    images_ = std::make_unique<ImageManager>(items_, loop_, settings);
+    images_ = std::make_unique<ImageManager>(items_, decoding_.decoders, decoding_.pixels, loop_, settings);
   }
   /// One worker, held at the request "first"; what it comes to when the gate opens is written down.
   void startHeld() {
@@ -116,6 +115,7 @@ class ManagingImages : public testing::Test {
   std::mutex mutex_;  ///< guards what follows
   std::vector<std::string> fetched_;
   FileItems items_;
+  Decoding decoding_{folder_.file("pixels")};
   std::unique_ptr<ImageManager> images_;
   std::vector<std::string> answers_;
   std::shared_ptr<const UIImage> last_;  ///< what the last of them brought

@@ -3,7 +3,6 @@
 #include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "adapters/photolibrary/images/headers/PhotoFacts.h"
-#include "adapters/photolibrary/source/MediaProbe.h"
 #include "adapters/photolibrary/source/NameDate.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 
@@ -216,7 +215,7 @@ TEST(ProbingMedia, TellsTracksAndDurationOfVideos) {
     EXPECT_NEAR(info.duration, 2, 0.15) << name;
   }
   writeClip(folder.file("turned.mp4"), {.turn = 90});
-  const auto turned = std::get<VideoInfo>(probeVideo(folder.file("turned.mp4")));
+  const auto turned = std::get<VideoInfo>(tracks(folder.file("turned.mp4")));
   ASSERT_EQ(turned.tracks.size(), 1u);
   EXPECT_EQ(turned.tracks[0].mediaType, AVMediaTypeVideo);
   EXPECT_EQ(turned.tracks[0].codec, "mpeg4");
@@ -237,7 +236,7 @@ TEST(ProbingMedia, TellsTracksAndDurationOfVideos) {
 
   writePicture(folder.file("a.jpg"));
   for (const char* name : {"a.jpg", "cut.mp4", "none.mp4"}) {
-    EXPECT_TRUE(std::holds_alternative<NSError>(probeVideo(folder.file(name)))) << name;
+    EXPECT_TRUE(std::holds_alternative<NSError>(tracks(folder.file(name)))) << name;
   }
 }
 

@@ -7,8 +7,8 @@
 
 #include "adapters/photolibrary/images/RequestQueue.h"
 #include "adapters/photolibrary/images/cache/ThumbnailCache.h"
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
-#include "adapters/photolibrary/images/codecs/RowResampler.h"
+#include "adapters/photolibrary/images/pixels/PixelStore.h"
+#include "adapters/photolibrary/images/pixels/RowResampler.h"
 #include "tests/adapters/photolibrary/images/Samples.h"
 
 namespace tlx::photolibrary {

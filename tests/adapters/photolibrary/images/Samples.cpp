@@ -20,6 +20,10 @@ extern "C" {
 #include <vips/vips.h>
 #include <zlib.h>
 
+
+#include "adapters/photolibrary/base/LibraryError.h"
+#include "adapters/photolibrary/images/FilePictures.h"
+#include "adapters/photolibrary/images/headers/MediaProbe.h"
 namespace tlx::photolibrary::test {
 namespace {
 
@@ -380,9 +384,15 @@ Buffer withExif(Buffer jpeg, const Buffer& block) {
 
 std::variant<MediaInfo, NSError> probe(const std::string& path) {
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  auto result = probeMedia(fd, path);
+  auto result = probeMedia(fd);
   ::close(fd);
+  if (NSError* const error = std::get_if<NSError>(&result)) *error = named(std::move(*error), path);
   return result;
+}
+
+std::variant<VideoInfo, NSError> tracks(const std::string& path) {
+  Decoding direct(std::filesystem::temp_directory_path());
+  return FilePictures(direct.decoders).tracks(path);
 }
 
 std::string xmpPacket(const std::string& attributes, const std::string& elements) {

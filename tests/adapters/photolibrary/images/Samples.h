@@ -12,6 +12,7 @@
 
 #include "tlx/platform/coregraphics/CGImage.h"
 
+#include "adapters/photolibrary/images/codecs/DirectDecoders.h"
 #include "adapters/photolibrary/source/ItemStore.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -81,8 +82,16 @@ Buffer samplePhoto(const SamplePhoto& photo = {});
 /// An MP4 header of that many seconds and one track, "vide" or "soun", and nothing to play.
 Buffer sampleVideo(double seconds = 1, const char* track = "vide");
 
-/// As `probeMedia`, of the file at the path.
+/// Decoders within the test program, with room for their pictures.
+struct Decoding {
+  explicit Decoding(const std::string& folder) : pixels(folder) {}
+  PixelStore pixels;
+  DirectDecoders decoders{pixels};
+};
+
+/// As `probeMedia` and `probeVideo`, of the file at the path.
 std::variant<MediaInfo, NSError> probe(const std::string& path);
+std::variant<VideoInfo, NSError> tracks(const std::string& path);
 
 /// An XMP packet that describes a picture by these attributes and elements.
 std::string xmpPacket(const std::string& attributes, const std::string& elements = {});

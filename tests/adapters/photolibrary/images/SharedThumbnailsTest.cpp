@@ -25,7 +25,6 @@ class SharingThumbnails : public testing::Test {
  protected:
   SharingThumbnails() {
     settings_.workers = 1;
-    settings_.pixelFolder = folder_.file("pixels");
     settings_.shared.folder = folder_.file("cache/thumbnails");
     settings_.shared.worth = 0;
   }
@@ -84,7 +83,7 @@ class SharingThumbnails : public testing::Test {
   };
   /// What a fresh process shows of it in a cell, after which everything is written that is to be.
   Seen show(const std::string& name) {
-    ImageManager images(items_, loop_, settings_);
+    ImageManager images(items_, decoding_.decoders, decoding_.pixels, loop_, settings_);
     auto asset = std::make_shared<PHAsset>();
     asset->localIdentifier = name;
     Seen seen;
@@ -105,6 +104,7 @@ class SharingThumbnails : public testing::Test {
   memory::Background background_;
   memory::MainLoop loop_{background_};
   FileItems items_;
+  Decoding decoding_{folder_.file("pixels")};
   ImageManager::Settings settings_;
 };
 

@@ -1,4 +1,4 @@
-#include "adapters/photolibrary/images/codecs/RowResampler.h"
+#include "adapters/photolibrary/images/pixels/RowResampler.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "adapters/photolibrary/images/codecs/UprightWriter.h"
+#include "adapters/photolibrary/images/pixels/UprightWriter.h"
 
 #include <algorithm>
 #include <cstring>

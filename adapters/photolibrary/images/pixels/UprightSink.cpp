@@ -1,4 +1,4 @@
-#include "adapters/photolibrary/images/codecs/UprightSink.h"
+#include "adapters/photolibrary/images/pixels/UprightSink.h"
 
 namespace tlx::photolibrary {
 

@@ -6,7 +6,7 @@
 #include "tlx/platform/coregraphics/CGImage.h"
 #include "tlx/platform/foundation/NSError.h"
 
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
 
 namespace tlx::photolibrary {
 

@@ -1,4 +1,4 @@
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
+#include "adapters/photolibrary/images/pixels/PixelStore.h"
 
 #include <cerrno>
 #include <cstdlib>

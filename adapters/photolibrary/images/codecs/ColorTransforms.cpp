@@ -1,4 +1,4 @@
-#include "adapters/photolibrary/images/codecs/ColorTransform.h"
+#include "adapters/photolibrary/images/codecs/ColorTransforms.h"
 
 #include <algorithm>
 #include <array>

@@ -5,9 +5,9 @@
 
 #include "tlx/platform/coregraphics/CGImage.h"
 
-#include "adapters/photolibrary/images/codecs/PixelStore.h"
-#include "adapters/photolibrary/images/codecs/RowSink.h"
-#include "adapters/photolibrary/images/codecs/UprightWriter.h"
+#include "adapters/photolibrary/images/pixels/PixelStore.h"
+#include "adapters/photolibrary/images/pixels/RowSink.h"
+#include "adapters/photolibrary/images/pixels/UprightWriter.h"
 
 namespace tlx::photolibrary {
 

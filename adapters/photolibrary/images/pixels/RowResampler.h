@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
 
 namespace tlx::photolibrary {
 

@@ -2,31 +2,18 @@
 
 #include <cstdint>
 #include <memory>
-#include <stop_token>
 #include <variant>
 #include <vector>
 
 #include "tlx/platform/coregraphics/CGImage.h"
 #include "tlx/platform/foundation/NSError.h"
 
-#include "adapters/photolibrary/images/codecs/ColorTransform.h"
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
-#include "adapters/photolibrary/images/codecs/RowResampler.h"
-#include "adapters/photolibrary/images/codecs/RowSink.h"
+#include "adapters/photolibrary/images/pixels/ColorTransform.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
+#include "adapters/photolibrary/images/pixels/RowResampler.h"
+#include "adapters/photolibrary/images/pixels/RowSink.h"
 
 namespace tlx::photolibrary {
-
-/// What every decoder works with.
-struct DecodeContext {
-  RowSink& sink;
-  ColorTransforms& transforms;
-  /// Looked at between rows; once stopped, the decoder gives up.
-  std::stop_token stop = {};
-  /// Whether a truncated or damaged file is an error; otherwise the picture is made of what can be read.
-  bool strict = true;
-
-  bool isCancelled() const { return stop.stop_requested(); }
-};
 
 /// Where every decoder ends: takes decoded rows from the top as they are stored and hands on those of the finished
 /// picture, resampled, in sRGB and premultiplied; whoever takes them turns it upright. One thread.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <list>
 #include <memory>
@@ -8,17 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
+#include "adapters/photolibrary/images/pixels/ColorTransform.h"
 
 namespace tlx::photolibrary {
-
-/// From some RGB colour space to sRGB, 8 bits a channel. Immutable; any thread.
-class ColorTransform {
- public:
-  virtual ~ColorTransform() = default;
-  /// In place; colour not premultiplied, alpha untouched.
-  virtual void apply(std::uint8_t* rgba, std::size_t pixels) const = 0;
-};
 
 /// The transforms of the profiles seen lately: a camera writes the same one into each of its photos, and building a
 /// transform costs more than turning a thumbnail's pixels. Any thread.

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "adapters/photolibrary/images/codecs/FittedSize.h"
+#include "adapters/photolibrary/images/pixels/FittedSize.h"
 
 namespace tlx::photolibrary {
 

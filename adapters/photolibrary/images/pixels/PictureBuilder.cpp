@@ -1,4 +1,4 @@
-#include "adapters/photolibrary/images/codecs/PictureBuilder.h"
+#include "adapters/photolibrary/images/pixels/PictureBuilder.h"
 
 #include <utility>
 

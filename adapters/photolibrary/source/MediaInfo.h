@@ -2,12 +2,9 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
-#include <variant>
 #include <vector>
 
 #include "tlx/platform/avfoundation/AVAsset.h"
-#include "tlx/platform/foundation/NSError.h"
 #include "tlx/platform/photos/PHAsset.h"
 
 #include "adapters/photolibrary/source/MediaFormat.h"
@@ -44,23 +41,10 @@ struct MediaInfo {
   bool screenshot = false;       ///< says so in its metadata ("Screenshot" as user comment or software's mark)
 };
 
-/// Reads the header of an open regular file. Any thread; reads at most the bytes it needs (64 KiB of most photos).
-/// Answers `PhotoLibraryErrorUnsupported` for what is no photo or video, sound alone in a video's container among it,
-/// `PhotoLibraryErrorDamaged` for what is empty, unreadable as what it claims to be, or a video without a frame, and
-/// other errors for a file that cannot be read now. Whether a video plays is for the fetch to say.
-std::variant<MediaInfo, NSError> probeMedia(int fd);
-/// The same, with errors that name the file.
-std::variant<MediaInfo, NSError> probeMedia(int fd, const std::string& path);
-
-/// The capture date that an open XMP file beside a photo tells, in seconds since 1970 UTC. Any thread.
-std::optional<double> probeSidecar(int fd);
-
-/// The tracks and duration of a video file; an error when it is no video or cannot be read. Any thread.
+/// What a video holds.
 struct VideoInfo {
   std::vector<AVAssetTrack> tracks;
   double duration = 0;
 };
-std::variant<VideoInfo, NSError> probeVideo(int fd);
-std::variant<VideoInfo, NSError> probeVideo(const std::string& path);
 
 }  // namespace tlx::photolibrary

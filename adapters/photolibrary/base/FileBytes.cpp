@@ -1,4 +1,4 @@
-#include "adapters/photolibrary/images/headers/FileBytes.h"
+#include "adapters/photolibrary/base/FileBytes.h"
 
 #include <algorithm>
 #include <cerrno>
