@@ -20,7 +20,6 @@ extern "C" {
 #include <vips/vips.h>
 #include <zlib.h>
 
-
 #include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/images/FilePictures.h"
 #include "adapters/photolibrary/images/headers/MediaProbe.h"
