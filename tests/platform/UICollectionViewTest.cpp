@@ -104,7 +104,7 @@ class GridTest : public testing::Test {
       EXPECT_TRUE(!dynamic_cast<NumberCell*>(view.get()) || standing.contains(view)) << "a cell nobody shows";
     }
     if (count > 0) {
-      EXPECT_EQ(grid->indexPathsForVisibleItems().back().item, last);
+      EXPECT_EQ(grid->visibleCells().rbegin()->first, last);
     }
   }
 

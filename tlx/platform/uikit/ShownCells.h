@@ -10,8 +10,8 @@
 namespace tlx {
 
 /// Which cells of a long list are shown: a range of indices that moves as the list scrolls. Only what comes into the
-/// range is asked for, only what leaves it is given back. The one who asks may demand everything anew while it is being
-/// asked. Main thread only.
+/// range is asked for, only what leaves it is given back. Whoever is asked may demand everything anew meanwhile. Main
+/// thread only.
 template <class Cell>
 class ShownCells {
  public:

@@ -27,7 +27,7 @@ class UIScrollView : public UIView {
   const UIEdgeInsets& contentInset() const { return contentInset_; }
   /// Content at rest at its start stays at its start.
   void setContentInset(const UIEdgeInsets& inset);
-  virtual CGSize contentSize() const { return contentSize_; }
+  CGSize contentSize() const { return contentSize_; }
   bool bounces() const { return bounces_; }
   void setBounces(bool bounces) { bounces_ = bounces; }
   bool alwaysBounceVertical() const { return alwaysBounceVertical_; }

@@ -27,21 +27,10 @@ void UITableView::setDelegate(std::weak_ptr<UITableViewDelegate> delegate) {
   reloadData();
 }
 
-void UITableView::registerPrototype(const std::string& reuseIdentifier, Prototype prototype) {
-  queues_.registerPrototype(reuseIdentifier, std::move(prototype));
-}
-
-void UITableView::reloadData() {
-  shown_.invalidate();
-  setNeedsLayout();
-}
-
 void UITableView::reloadRowsAtIndexPaths_withRowAnimation(const std::vector<NSIndexPath>& indexPaths,
                                                           UITableViewRowAnimation) {
   for (const NSIndexPath& path : indexPaths) {
-    if (path.section != 0 || !shown_.invalidate(path.row())) continue;
-    if (selectedRow_ == path.row()) selectedRow_.reset();
-    setNeedsLayout();
+    if (reloadAt(path) && selectedRow_ == path.row()) selectedRow_.reset();
   }
 }
 
@@ -60,41 +49,23 @@ void UITableView::setTableFooterView(std::shared_ptr<UIView> view) {
   if (footer_) footer_->removeFromSuperview();
   footer_ = std::move(view);
   if (footer_) addSubview(footer_);
-  rowsMoved_ = true;
+  moved_ = true;
   placeFooter();
   setNeedsLayout();
 }
 
 std::shared_ptr<UITableViewCell> UITableView::dequeueReusableCellWithIdentifier_forIndexPath(
     const std::string& identifier, const NSIndexPath&) {
-  return queues_.dequeue(identifier, CGRectMake(0, 0, contentWidth(), rowHeight_));
-}
-
-CGSize UITableView::contentSize() const {
-  return UIScrollView::contentSize();
-}
-
-std::shared_ptr<UITableViewCell> UITableView::cellForRowAtIndexPath(const NSIndexPath& indexPath) const {
-  return indexPath.section == 0 ? shown_.cellAt(indexPath.row()) : nullptr;
+  return dequeue(identifier, {contentWidth(), rowHeight_});
 }
 
 bool UITableView::tappedAt(const NSIndexPath& indexPath) {
-  if (!layingOut_) layoutIfNeeded();
-  auto delegate = delegate_.lock();
-  if (!delegate || indexPath.section != 0 || indexPath.row() < 0 || indexPath.row() >= rowCount_) return false;
-  if (!UIViewController::inputReaches(*this)) return false;
+  const auto delegate = canBeTappedAt(indexPath) ? delegate_.lock() : nullptr;
+  if (!delegate) return false;
   selectedRow_ = indexPath.row();
   changed(UIViewChange::Items);
   delegate->tableView_didSelectRowAtIndexPath(*this, indexPath);
   return true;
-}
-
-void UITableView::sizeChanged() {
-  setNeedsLayout();
-}
-
-void UITableView::didMoveToWindow() {
-  setNeedsLayout();
 }
 
 double UITableView::contentWidth() const {
@@ -106,7 +77,7 @@ CGRect UITableView::frameForRow(std::int64_t row) const {
 }
 
 void UITableView::placeFooter() {
-  const double bottom = static_cast<double>(rowCount_) * rowHeight_;
+  const double bottom = static_cast<double>(count_) * rowHeight_;
   double footerHeight = 0;
   if (footer_) {
     footerHeight = footer_->frame().size.height;
@@ -119,73 +90,36 @@ void UITableView::placeFooter() {
 std::pair<std::int64_t, std::int64_t> UITableView::rowsInBounds() const {
   const CGRect visible = bounds();
   if (!(rowHeight_ > 0) || !(visible.size.height > 0) || !(visible.size.width > 0)) return {0, 0};
-  const auto rows = static_cast<double>(rowCount_);
+  const auto rows = static_cast<double>(count_);
   const double first = std::clamp(std::floor(CGRectGetMinY(visible) / rowHeight_), 0.0, rows);
   const double last = std::clamp(std::ceil(CGRectGetMaxY(visible) / rowHeight_), first, rows);
   return {static_cast<std::int64_t>(first), static_cast<std::int64_t>(last)};
 }
 
-void UITableView::layoutSubviews() {
-  if (layingOut_) {
-    // The data source asked for a pass while it is being asked: it comes when this one has ended.
-    setNeedsLayout();
-    return;
-  }
-  if (!window()) return;
-  const auto self = sharedAs(this);  // an answer may let go of the table
+void UITableView::layOut() {
   const auto dataSource = dataSource_.lock();
-  layingOut_ = true;
-  try {
-    layOut(dataSource.get());
-  } catch (...) {
-    layingOut_ = false;
-    queues_.answered(nullptr);
-    shown_.invalidate();
-    throw;
-  }
-  layingOut_ = false;
-  queues_.detachWaiting();
-  if (std::exchange(rowsMoved_, false)) changed(UIViewChange::Items);
-}
-
-void UITableView::layOut(UITableViewDataSource* dataSource) {
-  const auto recycle = [this](const std::shared_ptr<UITableViewCell>& cell) { queues_.recycle(cell); };
-  const bool reload = shown_.beginReload();
-  if (reload) {
-    const std::int64_t count = dataSource ? dataSource->tableView_numberOfRowsInSection(*this, 0) : 0;
-    if (shown_.mustReload()) return;
-    rowCount_ = std::max<std::int64_t>(count, 0);
-    selectedRow_.reset();
-    shown_.clear(recycle);
-  }
+  const bool reload = reloads([&] { return dataSource ? dataSource->tableView_numberOfRowsInSection(*this, 0) : 0; });
+  if (mustReload()) return;
+  if (reload) selectedRow_.reset();
   if (const CGSize size{contentWidth(), frame().size.height}; reload || laidOutSize_ != size) {
     laidOutSize_ = size;
-    auto delegate = delegate_.lock();
-    if (delegate && rowCount_ > 0) {
+    const auto delegate = delegate_.lock();
+    if (delegate && count_ > 0) {
       const double height = delegate->tableView_heightForRowAtIndexPath(*this, {0, 0});
       rowHeight_ = std::isfinite(height) && height > 0 ? height : 0;
     }
-    for (const auto& [row, cell] : shown_.cells()) {
-      if (cell->frame() != frameForRow(row)) cell->setFrame(frameForRow(row));
-    }
-    rowsMoved_ = true;
+    for (const auto& [row, cell] : visibleCells()) stand(cell, frameForRow(row));
+    moved_ = true;
     placeFooter();
   }
-  if (shown_.mustReload()) return;
+  if (mustReload()) return;
   const auto [first, last] = rowsInBounds();
-  rowsMoved_ |=
-      shown_.show(first, last, recycle, [this, dataSource](std::int64_t row) { return askForCell(dataSource, row); });
-}
-
-std::shared_ptr<UITableViewCell> UITableView::askForCell(UITableViewDataSource* dataSource, std::int64_t row) {
-  if (!dataSource) return nullptr;
-  auto cell = dataSource->tableView_cellForRowAtIndexPath(*this, {0, row});
-  queues_.answered(cell);
-  if (cell) {
-    if (cell->frame() != frameForRow(row)) cell->setFrame(frameForRow(row));
-    if (cell->superview().get() != this) addSubview(cell);
-  }
-  return cell;
+  showCells(
+      first, last,
+      [&](std::int64_t row) {
+        return dataSource ? dataSource->tableView_cellForRowAtIndexPath(*this, {0, row}) : nullptr;
+      },
+      [this](std::int64_t row) { return frameForRow(row); });
 }
 
 }  // namespace tlx

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,10 +9,7 @@
 #include <vector>
 
 #include "tlx/platform/foundation/NSIndexPath.h"
-#include "tlx/platform/uikit/ReuseQueues.h"
-#include "tlx/platform/uikit/ShownCells.h"
-#include "tlx/platform/uikit/UIScrollView.h"
-#include "tlx/platform/uikit/UIViewController.h"
+#include "tlx/platform/uikit/CellScrollView.h"
 
 namespace tlx {
 
@@ -26,19 +22,13 @@ enum UITableViewCellSelectionStyle : std::int64_t {
 enum UITableViewRowAnimation : std::int64_t { UITableViewRowAnimationNone = 5 };
 
 /// A row that is used again and again.
-class UITableViewCell : public UIView {
+class UITableViewCell : public ReusableView {
  public:
   static const Class& classObject();
-  const std::string& reuseIdentifier() const { return reuseIdentifier_; }
-  /// Runs before the cell is used for another row.
-  virtual void prepareForReuse() {}
   UITableViewCellSelectionStyle selectionStyle() const { return selectionStyle_; }
   void setSelectionStyle(UITableViewCellSelectionStyle style) { selectionStyle_ = style; }
 
  private:
-  template <class View>
-  friend class ReuseQueues;
-  std::string reuseIdentifier_;
   UITableViewCellSelectionStyle selectionStyle_ = UITableViewCellSelectionStyleDefault;
 };
 
@@ -57,19 +47,14 @@ class UITableViewDelegate : public UIScrollViewDelegate {
   virtual void tableView_didSelectRowAtIndexPath(UITableView& tableView, const NSIndexPath& indexPath) {}
 };
 
-/// A list of one section. Asks its data source and delegate only in its layout pass and only while it stands in a
-/// window. Cells are its subviews; their frames are in the content's coordinates. A pass asks for the number of rows
-/// and, if there is one, for the height, then for the rows in ascending order. Reloads as `UICollectionView` does.
-class UITableView : public UIScrollView {
+/// A list. A pass asks for the number of rows and, if there is one, for the height, then for the rows in ascending
+/// order.
+class UITableView : public CellScrollView<UITableViewCell> {
  public:
   static const Class& classObject();
-  using Prototype = ReuseQueues<UITableViewCell>::Prototype;
 
   void setDataSource(std::weak_ptr<UITableViewDataSource> dataSource);
   void setDelegate(std::weak_ptr<UITableViewDelegate> delegate);
-  void registerPrototype(const std::string& reuseIdentifier, Prototype prototype);
-
-  void reloadData();
   /// Rows that are not visible, or do not exist, are passed over.
   void reloadRowsAtIndexPaths_withRowAnimation(const std::vector<NSIndexPath>& indexPaths,
                                                UITableViewRowAnimation animation);
@@ -84,23 +69,21 @@ class UITableView : public UIScrollView {
   std::shared_ptr<UITableViewCell> dequeueReusableCellWithIdentifier_forIndexPath(const std::string& identifier,
                                                                                   const NSIndexPath& indexPath);
 
-  std::int64_t numberOfRows() const { return rowCount_; }
+  /// As of the last layout pass.
+  std::int64_t numberOfRows() const { return count_; }
   double rowHeight() const { return rowHeight_; }
-  CGSize contentSize() const override;
-  std::shared_ptr<UITableViewCell> cellForRowAtIndexPath(const NSIndexPath& indexPath) const;
-  const std::map<std::int64_t, std::shared_ptr<UITableViewCell>>& visibleCells() const { return shown_.cells(); }
+  /// Nothing when the row is not visible.
+  std::shared_ptr<UITableViewCell> cellForRowAtIndexPath(const NSIndexPath& indexPath) const {
+    return cellAt(indexPath);
+  }
   /// A person's tap on a row as the table stands after what is waiting to be laid out. Answers whether the delegate was
   /// told: it is not for a row that does not exist.
   bool tappedAt(const NSIndexPath& indexPath);
 
  protected:
-  void layoutSubviews() override;
-  void sizeChanged() override;
-  void didMoveToWindow() override;
+  void layOut() override;
 
  private:
-  void layOut(UITableViewDataSource* dataSource);
-  std::shared_ptr<UITableViewCell> askForCell(UITableViewDataSource* dataSource, std::int64_t row);
   CGRect frameForRow(std::int64_t row) const;
   double contentWidth() const;
   std::pair<std::int64_t, std::int64_t> rowsInBounds() const;
@@ -108,14 +91,10 @@ class UITableView : public UIScrollView {
 
   std::weak_ptr<UITableViewDataSource> dataSource_;
   std::weak_ptr<UITableViewDelegate> delegate_;
-  ReuseQueues<UITableViewCell> queues_;
-  ShownCells<UITableViewCell> shown_;
   std::shared_ptr<UIView> footer_;
   std::optional<std::int64_t> selectedRow_;
-  std::int64_t rowCount_ = 0;
   double rowHeight_ = 44;
   CGSize laidOutSize_;
-  bool layingOut_ = false, rowsMoved_ = false;
 };
 
 /// A controller whose view is a table, which it serves as data source and delegate.
