@@ -159,8 +159,7 @@ void TLXMediaPickerController::resetAnimation() {
 }
 
 std::string TLXMediaPickerController::getFormattedText_suffix(std::int64_t count, const std::string& suffix) const {
-  if (count == 0) return "No " + suffix + "s";
-  return std::to_string(count) + " " + suffix + (count == 1 ? "" : "s");
+  return MediaCollectionViewController::getFormattedText_suffix(count, suffix);
 }
 
 void TLXMediaPickerController::subscribe(const std::shared_ptr<MediaPickerBroadcastProtocol>& subscriber) {

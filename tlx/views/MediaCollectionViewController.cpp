@@ -103,8 +103,7 @@ void MediaCollectionViewController::btnCameraPressed(const std::shared_ptr<UIBut
   if (auto delegate = customDelegate.lock()) delegate->btnCameraPressed();
 }
 
-std::string MediaCollectionViewController::getFormattedText_suffix(std::int64_t count,
-                                                                   const std::string& suffix) const {
+std::string MediaCollectionViewController::getFormattedText_suffix(std::int64_t count, const std::string& suffix) {
   if (count == 0) return "No " + suffix + "s";
   return std::to_string(count) + " " + suffix + (count == 1 ? "" : "s");
 }

@@ -50,7 +50,7 @@ class MediaCollectionViewController : public UICollectionViewController,
   void reload();
   void btnCameraPressed(const std::shared_ptr<UIButton>& sender);
   /// "No Photos", "1 Photo", "25 Photos".
-  std::string getFormattedText_suffix(std::int64_t count, const std::string& suffix) const;
+  static std::string getFormattedText_suffix(std::int64_t count, const std::string& suffix);
 
   void mediaPicker_selectedAlbum(std::shared_ptr<AlbumModel>, std::shared_ptr<AlbumModel> album) override;
   /// Takes over the shown album's new record, and reloads everything when its assets changed; an album that is gone

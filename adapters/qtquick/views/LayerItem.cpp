@@ -32,7 +32,6 @@ QPainterPath toPath(const std::vector<CGContext::PathElement>& elements) {
                    [&](const CGContext::Ellipse& e) {
                      path.addEllipse(QRectF(e.rect.origin.x, e.rect.origin.y, e.rect.size.width, e.rect.size.height));
                    },
-                   [&](const CGContext::MoveTo& m) { path.moveTo(m.point.x, m.point.y); },
                    [&](const CGContext::LineTo& l) { path.lineTo(l.point.x, l.point.y); },
                    [&](const CGContext::Arc& a) {
                      double sweep = a.endAngle - a.startAngle;

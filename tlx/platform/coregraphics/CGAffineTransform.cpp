@@ -39,19 +39,4 @@ CGAffineTransform CGAffineTransformRotate(const CGAffineTransform& t, double ang
   return CGAffineTransformConcat(CGAffineTransformMakeRotation(angle), t);
 }
 
-CGAffineTransform CGAffineTransformInvert(const CGAffineTransform& t) {
-  const double determinant = t.a * t.d - t.b * t.c;
-  if (determinant == 0) return t;
-  return {t.d / determinant,
-          -t.b / determinant,
-          -t.c / determinant,
-          t.a / determinant,
-          (t.c * t.ty - t.d * t.tx) / determinant,
-          (t.b * t.tx - t.a * t.ty) / determinant};
-}
-
-CGPoint CGPointApplyAffineTransform(const CGPoint& p, const CGAffineTransform& t) {
-  return {t.a * p.x + t.c * p.y + t.tx, t.b * p.x + t.d * p.y + t.ty};
-}
-
 }  // namespace tlx

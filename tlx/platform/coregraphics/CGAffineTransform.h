@@ -22,8 +22,5 @@ CGAffineTransform CGAffineTransformConcat(const CGAffineTransform& first, const 
 CGAffineTransform CGAffineTransformTranslate(const CGAffineTransform& t, double tx, double ty);
 CGAffineTransform CGAffineTransformScale(const CGAffineTransform& t, double sx, double sy);
 CGAffineTransform CGAffineTransformRotate(const CGAffineTransform& t, double angle);
-/// `t` itself when it cannot be inverted.
-CGAffineTransform CGAffineTransformInvert(const CGAffineTransform& t);
-CGPoint CGPointApplyAffineTransform(const CGPoint& p, const CGAffineTransform& t);
 
 }  // namespace tlx

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 
+#include "tlx/platform/NSException.h"
 #include "tlx/platform/coregraphics/PixelMove.h"
 #include "tlx/platform/coregraphics/PixelResampling.h"
 
@@ -84,6 +85,10 @@ void CGBitmapContext::drawImage(const CGRect& rect, const std::shared_ptr<const 
   const CGAffineTransform transform = CGAffineTransformConcat(intoRect, ctm_);
   if (!isFinite(transform) || transform.a * transform.d == transform.b * transform.c) return;
 
+  AxisTransform axes{};
+  if (!keepsAxes(transform, imageWidth, imageHeight, &axes)) {
+    throw NSException(NSInvalidArgumentException, "A picture is drawn along the axes or not at all");
+  }
   makeWritable();
   const PixelSource source{image->pixels(), image->bytesPerRow(), static_cast<std::int64_t>(image->width()),
                            static_cast<std::int64_t>(image->height())};
@@ -92,12 +97,6 @@ void CGBitmapContext::drawImage(const CGRect& rect, const std::shared_ptr<const 
   const bool overwrite = blank_;
   blank_ = false;
 
-  AxisTransform axes{};
-  if (!keepsAxes(transform, imageWidth, imageHeight, &axes)) {
-    const ResampledPixels drawn = resample(source, transform, target.width, target.height);
-    movePixels(drawn.source(), {false, 1, 1, drawn.x, drawn.y}, target, overwrite);
-    return;
-  }
   const double alongX = axes.transposed ? imageHeight : imageWidth;
   const double alongY = axes.transposed ? imageWidth : imageHeight;
   if (AxisTransform::movesWholePixels(axes.x, alongX) && AxisTransform::movesWholePixels(axes.y, alongY)) {

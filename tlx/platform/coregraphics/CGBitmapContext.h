@@ -29,16 +29,15 @@ class CGBitmapContext {
 
   std::size_t width() const { return width_; }
   std::size_t height() const { return height_; }
-  const CGAffineTransform& ctm() const { return ctm_; }
 
   void translateCTM(double tx, double ty) { ctm_ = CGAffineTransformTranslate(ctm_, tx, ty); }
   void scaleCTM(double sx, double sy) { ctm_ = CGAffineTransformScale(ctm_, sx, sy); }
   void concatCTM(const CGAffineTransform& transform) { ctm_ = CGAffineTransformConcat(transform, ctm_); }
 
   /// Draws the picture into the rectangle, over what is there. Where the transform takes pixels to pixels they are
-  /// moved exactly; when it shrinks, every pixel is the average of the area that it covers; when it enlarges or turns,
-  /// values are interpolated linearly. An absent picture, an empty rectangle and a transform without an inverse draw
-  /// nothing.
+  /// moved exactly, else every pixel is the average of the area that it covers. An absent picture, an empty rectangle
+  /// and a transform without an inverse draw nothing. The transform keeps rows and columns straight: a turn by anything
+  /// but quarters, or a shear, is a programming error (`NSException`).
   void drawImage(const CGRect& rect, const std::shared_ptr<const CGImage>& image);
 
   /// What has been drawn so far; later drawing does not change it. Nothing from a context without pixels.

@@ -15,9 +15,6 @@ class CGContext {
   struct Ellipse {
     CGRect rect;
   };
-  struct MoveTo {
-    CGPoint point;
-  };
   struct LineTo {
     CGPoint point;
   };
@@ -27,7 +24,7 @@ class CGContext {
     bool clockwise;
   };
   struct Close {};
-  using PathElement = std::variant<Ellipse, MoveTo, LineTo, Arc, Close>;
+  using PathElement = std::variant<Ellipse, LineTo, Arc, Close>;
   struct Stroke {
     std::vector<PathElement> path;
     CGColor color;
@@ -45,7 +42,6 @@ class CGContext {
   void addArc(const CGPoint& center, double radius, double startAngle, double endAngle, bool clockwise) {
     path_.push_back(Arc{center, radius, startAngle, endAngle, clockwise});
   }
-  void moveToPoint(const CGPoint& point) { path_.push_back(MoveTo{point}); }
   void addLineToPoint(const CGPoint& point) { path_.push_back(LineTo{point}); }
   void closePath() { path_.push_back(Close{}); }
   void setStrokeColor(const CGColor& color) { stroke_ = color; }

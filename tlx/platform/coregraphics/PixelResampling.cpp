@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
 
 namespace tlx {
 namespace {
@@ -51,24 +50,12 @@ AxisWeights weightsFor(const AxisMap& map, std::int64_t sourceLength, std::int64
     const double start = (static_cast<double>(index) - map.offset) / map.scale;
     const double end = (static_cast<double>(index) + 1 - map.offset) / map.scale;
     const double low = std::min(start, end), high = std::max(start, end);
-    const double covered = std::max(0.0, std::min(high, length) - std::max(low, 0.0)) / (high - low);
-    AxisWeights::Taps taps{0, 0, result.weights.size()};
-    if (std::abs(map.scale) <= 1) {
-      const Cover under = coverOf(low, high, sourceLength);
-      taps.from = under.begin;
-      for (std::int64_t k = under.begin; k < under.end; ++k) {
-        const double share = std::min(high, static_cast<double>(k) + 1) - std::max(low, static_cast<double>(k));
-        result.weights.push_back(static_cast<float>(share / (high - low)));
-      }
-    } else {
-      const double centre = std::clamp((low + high) / 2 - 0.5, 0.0, length - 1);
-      taps.from = std::min(static_cast<std::int64_t>(centre), std::max<std::int64_t>(sourceLength - 2, 0));
-      const double fraction = centre - static_cast<double>(taps.from);
-      result.weights.push_back(static_cast<float>((1 - fraction) * covered));
-      if (sourceLength > 1) result.weights.push_back(static_cast<float>(fraction * covered));
+    const Cover under = coverOf(low, high, sourceLength);
+    result.taps.push_back({under.begin, under.end - under.begin, result.weights.size()});
+    for (std::int64_t k = under.begin; k < under.end; ++k) {
+      const double share = std::min(high, static_cast<double>(k) + 1) - std::max(low, static_cast<double>(k));
+      result.weights.push_back(static_cast<float>(share / (high - low)));
     }
-    taps.count = static_cast<std::int64_t>(result.weights.size() - taps.at);
-    result.taps.push_back(taps);
   }
   return result;
 }
@@ -111,65 +98,6 @@ ResampledPixels resampleAlongAxes(const PixelSource& source, const AxisMap& xMap
         for (std::size_t c = 0; c < channels; ++c) pixel[c] += weight * *sum++;
       }
       for (const float value : pixel) *out++ = toByte(value);
-    }
-  }
-  return result;
-}
-
-ResampledPixels resample(const PixelSource& source, const CGAffineTransform& transform, std::int64_t columns,
-                         std::int64_t rows) {
-  const auto width = static_cast<double>(source.width), height = static_cast<double>(source.height);
-  const double xScale = std::hypot(transform.a, transform.b), yScale = std::hypot(transform.c, transform.d);
-  if (xScale < 1 || yScale < 1) {
-    // What shrinks is averaged first, along the picture's own axes, to the size at which it is turned.
-    const double smallWidth = std::max(1.0, std::ceil(width * std::min(xScale, 1.0)));
-    const double smallHeight = std::max(1.0, std::ceil(height * std::min(yScale, 1.0)));
-    if (smallWidth < width || smallHeight < height) {
-      const ResampledPixels small =
-          resampleAlongAxes(source, {smallWidth / width, 0}, {smallHeight / height, 0},
-                            static_cast<std::int64_t>(smallWidth), static_cast<std::int64_t>(smallHeight));
-      return resample(small.source(), CGAffineTransformScale(transform, width / smallWidth, height / smallHeight),
-                      columns, rows);
-    }
-  }
-
-  constexpr double kBeyond = std::numeric_limits<double>::infinity();
-  double left = kBeyond, right = -kBeyond, top = kBeyond, bottom = -kBeyond;
-  for (const CGPoint corner : {CGPoint{0, 0}, CGPoint{width, 0}, CGPoint{0, height}, CGPoint{width, height}}) {
-    const CGPoint at = CGPointApplyAffineTransform(corner, transform);
-    left = std::min(left, at.x), right = std::max(right, at.x);
-    top = std::min(top, at.y), bottom = std::max(bottom, at.y);
-  }
-  // One pixel more on each side: interpolation fades out over the picture's edge.
-  const Cover across = coverOf(left - 1, right + 1, columns), down = coverOf(top - 1, bottom + 1, rows);
-  ResampledPixels result;
-  result.x = across.begin;
-  result.y = down.begin;
-  result.width = across.end - across.begin;
-  result.height = down.end - down.begin;
-  result.pixels.resize(static_cast<std::size_t>(result.width * result.height * channels));
-
-  const CGAffineTransform back = CGAffineTransformInvert(transform);
-  std::uint8_t* out = result.pixels.data();
-  for (std::int64_t y = down.begin; y < down.end; ++y) {
-    for (std::int64_t x = across.begin; x < across.end; ++x, out += channels) {
-      const CGPoint at =
-          CGPointApplyAffineTransform({static_cast<double>(x) + 0.5, static_cast<double>(y) + 0.5}, back);
-      const double u = at.x - 0.5, v = at.y - 0.5;
-      if (!(u > -1 && v > -1 && u < width && v < height)) continue;
-      const auto column = static_cast<std::int64_t>(std::floor(u)), row = static_cast<std::int64_t>(std::floor(v));
-      const double fx = u - std::floor(u), fy = v - std::floor(v);
-      std::array<float, channels> pixel{};
-      for (std::int64_t dy = 0; dy < 2; ++dy) {
-        for (std::int64_t dx = 0; dx < 2; ++dx) {
-          if (column + dx < 0 || column + dx >= source.width || row + dy < 0 || row + dy >= source.height) continue;
-          const auto weight = static_cast<float>((dx ? fx : 1 - fx) * (dy ? fy : 1 - fy));
-          const std::uint8_t* from =
-              source.pixels + (row + dy) * static_cast<std::ptrdiff_t>(source.bytesPerRow) + (column + dx) * channels;
-          for (std::size_t c = 0; c < channels; ++c) pixel[c] += weight * static_cast<float>(from[c]);
-        }
-      }
-      for (std::size_t c = 0; c < channels; ++c) out[c] = toByte(pixel[c]);
     }
   }
   return result;

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "tlx/platform/coregraphics/CGAffineTransform.h"
 #include "tlx/platform/coregraphics/PixelMove.h"
 
 namespace tlx {
@@ -21,15 +20,9 @@ struct AxisMap {
   double scale, offset;
 };
 
-/// Scales along both axes, and keeps what falls into the columns 0 … columns − 1 and rows 0 … rows − 1. Per axis:
-/// shrinking gives every pixel the average of the source that it covers, enlarging interpolates linearly. A pixel that
-/// the picture covers in part is clear for the rest.
+/// Scales along both axes, and keeps what falls into the columns 0 … columns − 1 and rows 0 … rows − 1. Every pixel is
+/// the average of the source that it covers; one that the picture covers in part is clear for the rest.
 ResampledPixels resampleAlongAxes(const PixelSource& source, const AxisMap& xMap, const AxisMap& yMap,
                                   std::int64_t columns, std::int64_t rows);
-
-/// Any transform that has an inverse, from source to target coordinates. Linear interpolation, of averages where it
-/// shrinks.
-ResampledPixels resample(const PixelSource& source, const CGAffineTransform& transform, std::int64_t columns,
-                         std::int64_t rows);
 
 }  // namespace tlx

@@ -11,12 +11,8 @@ void dispatch_async_main(std::function<void()> step) {
   Platform::current().ports().mainQueue.post(std::move(step));
 }
 
-bool isMainThread() {
-  return Platform::current().ports().mainQueue.isMainThread();
-}
-
 void runOnMainThread(std::function<void()> step) {
-  if (isMainThread()) {
+  if (Platform::current().ports().mainQueue.isMainThread()) {
     step();
   } else {
     dispatch_async_main(std::move(step));

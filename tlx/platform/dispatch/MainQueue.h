@@ -4,10 +4,9 @@
 
 namespace tlx {
 
-/// Posts to the installed platform's main queue.
+/// Posts to the installed platform's main queue. Any thread.
 void dispatch_async_main(std::function<void()> step);
-bool isMainThread();
-/// For effects that a handler has at once when it happens to run on the main thread, and that are posted otherwise.
+/// Runs the step within the call on the main thread, and posts it from any other.
 void runOnMainThread(std::function<void()> step);
 
 }  // namespace tlx

@@ -27,10 +27,6 @@ void UIButton::setTitle_forState(std::string title, UIControlState) {
   changed(UIViewChange::Title);
 }
 
-const std::shared_ptr<const UIImage>& UIButton::imageForState(UIControlState) const {
-  return image_;
-}
-
 void UIButton::setImage_forState(std::shared_ptr<const UIImage> image, UIControlState) {
   if (image == image_) return;
   image_ = std::move(image);

@@ -9,9 +9,9 @@
 
 namespace tlx {
 
-/// An image in its own size and a title, side by side in this order and centred in the content rectangle, which is the
-/// bounds. What does not fit is cut: first the title's width. There is one state, so what is set for any state is set
-/// for all.
+/// An image in its own size and, to its right, a title; both together are centred in the content rectangle, which is
+/// the bounds. Where they do not fit, the title gets narrower first, then the image. There is one state, so what is set
+/// for any state is set for all.
 class UIButton : public UIControl {
  public:
   static const Class& classObject();
@@ -19,7 +19,6 @@ class UIButton : public UIControl {
   void setTitle_forState(std::string title, UIControlState state);
   const std::string& titleForState(UIControlState state) const;
   void setImage_forState(std::shared_ptr<const UIImage> image, UIControlState state);
-  const std::shared_ptr<const UIImage>& imageForState(UIControlState state) const;
   UIControlState state() const { return UIControlStateNormal; }
 
   /// The label and the picture that the button shows; made when first set or read, kept for the button's life.

@@ -44,7 +44,6 @@ class UICollectionViewFlowLayout : public NSObject {
   CGSize footerReferenceSize() const { return footerSize_; }
   void setFooterReferenceSize(const CGSize& size);
   /// Around the rows, between header and footer. Negative or not finite counts as 0.
-  const UIEdgeInsets& sectionInset() const { return inset_; }
   void setSectionInset(const UIEdgeInsets& inset);
 
   /// Elements that the rectangle meets: the header, the items in ascending order, the footer.

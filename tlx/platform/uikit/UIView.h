@@ -76,7 +76,6 @@ class UIView : public NSObject {
   bool isUserInteractionEnabled() const { return userInteractionEnabled_; }
   void setUserInteractionEnabled(bool enabled);
   /// What the superview's size gains or loses, a flexible side gains or loses as well.
-  std::uint64_t autoresizingMask() const { return autoresizingMask_; }
   void setAutoresizingMask(std::uint64_t mask) { autoresizingMask_ = mask; }
   std::int64_t tag() const { return tag_; }
   void setTag(std::int64_t tag);

@@ -94,19 +94,6 @@ void UIViewController::appear(bool animated, double seconds) {
   }
 }
 
-void UIViewController::disappear(bool animated, double seconds) {
-  viewWillDisappear(animated);
-  const auto weak = weak_from_this();
-  const auto disappeared = [weak, animated] {
-    if (auto self = std::static_pointer_cast<UIViewController>(weak.lock())) self->viewDidDisappear(animated);
-  };
-  if (seconds > 0) {
-    performAfterDelay(seconds, disappeared);
-  } else {
-    disappeared();
-  }
-}
-
 std::shared_ptr<UIPopoverPresentationController> UIViewController::popoverPresentationController() {
   if (modalPresentationStyle_ != UIModalPresentationPopover) return nullptr;
   if (!popover_) popover_ = std::make_shared<UIPopoverPresentationController>(sharedAs(this));
@@ -176,7 +163,7 @@ void UIViewController::dismissPresented(bool animated, std::function<void()> com
   leaving->beingDismissed_ = true;
   Platform::current().ports().presentation.dismiss(leaving, animated);
   tellOfInput();
-  leaving->disappear(animated, animated && UIView::areAnimationsEnabled() ? UIPresentationAnimationDuration : 0);
+  leaving->viewWillDisappear(animated);
   const auto weak = weak_from_this();
   afterAnimation(animated, [weak, leaving, completion = std::move(completion)] {
     leaving->beingDismissed_ = false;

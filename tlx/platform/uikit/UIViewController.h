@@ -40,7 +40,6 @@ class UIViewController : public NSObject {
   virtual void viewWillAppear(bool animated) {}
   virtual void viewDidAppear(bool animated) {}
   virtual void viewWillDisappear(bool animated) {}
-  virtual void viewDidDisappear(bool animated) {}
   virtual void didReceiveMemoryWarning() {}
   virtual bool prefersStatusBarHidden() { return false; }
 
@@ -83,9 +82,8 @@ class UIViewController : public NSObject {
   /// Nothing unless the style is popover; the same object while this controller lives.
   std::shared_ptr<UIPopoverPresentationController> popoverPresentationController();
 
-  /// For whoever puts the view on the screen.
+  /// For whoever puts the view on the screen: it will appear now, and has appeared after so many seconds.
   void appear(bool animated, double seconds);
-  void disappear(bool animated, double seconds);
 
  protected:
   /// Runs when the view is there, before `viewDidLoad`.

@@ -9,7 +9,7 @@ UIWindow::~UIWindow() = default;
 void UIWindow::setRootViewController(const std::shared_ptr<UIViewController>& controller) {
   if (controller == rootViewController_) return;
   if (rootViewController_) {
-    rootViewController_->disappear(false, 0);
+    rootViewController_->viewWillDisappear(false);
     rootViewController_->view()->removeFromSuperview();
   }
   rootViewController_ = controller;
