@@ -22,8 +22,10 @@ class ApplicationPort {
   virtual double screenScale() const = 0;
   /// Opens the settings page for `UIApplicationOpenSettingsURLString`. False when nothing could be opened.
   virtual bool openURL(const std::string& url) = 0;
+  /// Nothing happens where there is no status bar.
   virtual void setStatusBarHidden(bool hidden) = 0;
-  /// Whether the person asked for less motion: animations then jump, their completions keep their time.
+  /// Whether the person asked for less motion: what is drawn then jumps, while completions still come after the
+  /// full duration.
   virtual bool reduceMotion() const { return false; }
 };
 

@@ -26,13 +26,13 @@ enum AVAuthorizationStatus : std::int64_t {
 /// Domain of a camera's failures.
 inline constexpr char kCameraErrorDomain[] = "CameraErrorDomain";
 enum CameraErrorCode : std::int64_t {
-  CameraErrorNoDevice = 1,  ///< there is no camera
-  CameraErrorBusy = 2,      ///< another program has it
-  CameraErrorNotAllowed = 3,
+  CameraErrorNoDevice = 1,      ///< there is no camera
+  CameraErrorBusy = 2,          ///< another program has it
+  CameraErrorNotAllowed = 3,    ///< the system keeps it from this program
   CameraErrorDisconnected = 4,  ///< it worked, and is gone
   CameraErrorNoSpace = 5,       ///< the disk is full
   CameraErrorNoEncoder = 6,     ///< nothing here can make a video
-  CameraErrorFailed = 7,
+  CameraErrorFailed = 7,        ///< anything else
 };
 
 enum class CaptureKind { Photo, Movie };
@@ -50,6 +50,7 @@ class CaptureSessionListener {
   virtual ~CaptureSessionListener() = default;
   /// `CaptureSession::preview` has another picture; told at most once until it has been read.
   virtual void previewChanged() = 0;
+  /// `CaptureSession::devices` or `CaptureSession::device` answers something else now.
   virtual void devicesChanged() = 0;
   /// The answer to `takePhoto`: as many pixels as the sensor gives, with the orientation in which they are to be shown.
   /// Never on its side and mirrored at once: `scaleAndRotate`, which whoever keeps the photo calls, cuts a third off
@@ -75,9 +76,9 @@ class CaptureSession {
   /// sensor's largest pictures, movies from a format that moves smoothly. Returns at once; what fails is told.
   virtual void open(CaptureKind kind, const std::string& identifier) = 0;
 
-  /// The newest picture, for a screen: no larger than a screen has use for. Nothing before the first.
+  /// The newest picture of what the camera sees, small enough to be drawn smoothly. Nothing before the first.
   virtual std::shared_ptr<const CGImage> preview() = 0;
-  /// Answered by `photoTaken` or `failed`. Not while one is being taken, nor in movie mode.
+  /// Answered by `photoTaken` or `failed`. To be called in photo mode, and not again before the answer.
   virtual void takePhoto() = 0;
   /// Answered by `recordingEnded`, after `stopRecording` or when something cuts it short. Sound is recorded when there
   /// is a microphone.

@@ -13,6 +13,7 @@ class RunLoop {
   virtual void perform(std::function<void()> step) = 0;
 };
 
+/// Finds the loops of this program's threads. Any thread.
 class RunLoopPort {
  public:
   virtual ~RunLoopPort() = default;

@@ -5,7 +5,7 @@
 
 namespace tlx {
 
-/// Main thread only, both ways.
+/// Calls back after a time. Main thread: all calls are made there, and timers fire there.
 class TimerPort {
  public:
   using TimerId = std::uint64_t;

@@ -33,7 +33,7 @@ class NSObject : public std::enable_shared_from_this<NSObject> {
 /// A property that a scene connects to one of its views.
 struct Outlet {
   std::string name;
-  /// The class that the target must be, or derive from: for whoever is told that it is not.
+  /// Name of the class that the target must be, or derive from; used in the error when it is not.
   std::string targetClass;
   /// False when the target is of another class. `target` is never nothing.
   std::function<bool(NSObject& owner, const std::shared_ptr<NSObject>& target)> connect;

@@ -15,7 +15,7 @@ struct NSBundle {
   friend bool operator==(const NSBundle&, const NSBundle&) = default;
 };
 
-/// The bundle of the picker's own classes.
+/// Identifier of the bundle that holds the picker's own classes, scenes and images.
 inline constexpr char kTLXMediaPickerBundle[] = "tlx.mediapicker";
 
 }  // namespace tlx

@@ -19,6 +19,8 @@ class NSNotificationCenter {
   /// The one centre of the installed platform.
   static std::shared_ptr<NSNotificationCenter> defaultCenter();
 
+  /// The observer is called on whichever thread posts, until it is removed; a post that is under way on another thread
+  /// may still reach it then. Holds no lock while it calls.
   ObserverId addObserverForName(std::string name, Observer observer);
   void removeObserver(ObserverId observer);
   /// Calls the observers of the name in the order they were added, on the calling thread, before it returns.

@@ -7,11 +7,11 @@
 
 namespace tlx {
 
-/// A timer on the main run loop. It holds its target weakly and ends with it; it also ends when the last reference to
-/// it goes.
+/// A timer on the main run loop. Main thread only. It holds its target weakly and ends with it; it also ends when the
+/// last reference to it goes.
 class NSTimer {
  public:
-  /// Calls `action` on the target after each interval (once, or again and again).
+  /// Calls `action` on the target when `seconds` have passed, and then once or again after every such interval.
   template <class Target>
   static std::shared_ptr<NSTimer> scheduledTimerWithTimeInterval_target_selector_repeats(
       double seconds, const std::shared_ptr<Target>& target, void (Target::*action)(), bool repeats) {
@@ -29,6 +29,7 @@ class NSTimer {
   NSTimer(const NSTimer&) = delete;
   NSTimer& operator=(const NSTimer&) = delete;
 
+  /// It fires no more. May be called again.
   void invalidate();
   bool isValid() const { return id_ != 0; }
 
@@ -40,7 +41,7 @@ class NSTimer {
   TimerPort::TimerId id_ = 0;
 };
 
-/// Runs `step` on the main run loop after `seconds`.
+/// Runs `step` on the main run loop after `seconds`; it cannot be taken back. Main thread.
 void performAfterDelay(double seconds, std::function<void()> step);
 
 }  // namespace tlx

@@ -4,7 +4,7 @@
 
 namespace tlx {
 
-/// Where the few words go that are for whoever maintains the machine. Any thread.
+/// The system's log, which is read by whoever maintains the machine. Any thread.
 class SystemLogPort {
  public:
   virtual ~SystemLogPort() = default;

@@ -18,9 +18,8 @@ namespace tlx {
 ///   queue. On the main thread an opportunistic or fast one answers from what is at hand within a few milliseconds: in
 ///   memory, or kept with the file or beside it. The answer is degraded, with or without an image, where an
 ///   asynchronous request for the same would bring a better one or say why there is none.
-/// - An opportunistic request that has the picture in memory answers within the call, before it returns its id. No
-/// other
-///   request does.
+/// - An opportunistic request whose picture is in memory answers within the call, before it returns its id. No other
+///   asynchronous request does.
 ///
 /// Answers. Opportunistic: zero or one degraded answer, then exactly one final answer. Any other mode: exactly one. A
 /// failed request answers with no image and an error. A cancelled asynchronous image request answers no more; its
@@ -47,7 +46,8 @@ class ImageManagerPort {
 
   /// Names one user of the cache: what it preheats is its own to release.
   using CacheClient = const void*;
-  /// Main thread; all return at once. An empty list and a target size of 0 × 0 do nothing. What is started is matched
+  /// These make pictures ahead of the requests for them, and release them. Main thread; all return at once. An empty
+  /// list and a target size of 0 × 0 do nothing. What is started is matched
   /// for stopping by asset, size and mode.
   virtual void startCachingImages(CacheClient client, const std::vector<std::shared_ptr<const PHAsset>>& assets,
                                   CGSize targetSize, PHImageContentMode contentMode,

@@ -26,7 +26,7 @@ class PHObjectPlaceholder {
   Identifier identifier_;
 };
 
-/// One asset that is to be made: of an image or of a video, of which one is set unless the asker had none.
+/// One asset that is to be made, of an image or of a video. Neither is set when the asker had none; saving it fails.
 struct PHAssetCreation {
   std::shared_ptr<const UIImage> image;
   std::optional<AVRecording> video;

@@ -43,7 +43,7 @@ enum PHVideoRequestOptionsDeliveryMode : std::int64_t {
   PHVideoRequestOptionsDeliveryModeHighQualityFormat = 1,
 };
 
-/// What accompanies an answer.
+/// What is told with each answer.
 struct PHImageInfo {
   std::optional<NSError> PHImageErrorKey;   ///< why there is no image or video; absent beside a good answer
   bool PHImageResultIsDegradedKey = false;  ///< a better answer follows
@@ -61,8 +61,8 @@ using PHVideoResultHandler = std::function<void(const std::shared_ptr<const AVAs
 struct PHImageRequestOptions {
   PHImageRequestOptionsDeliveryMode deliveryMode = PHImageRequestOptionsDeliveryModeOpportunistic;
   PHImageRequestOptionsResizeMode resizeMode = PHImageRequestOptionsResizeModeFast;
-  bool networkAccessAllowed = false;
-  bool synchronous = false;
+  bool networkAccessAllowed = false;  ///< an original that is elsewhere may be fetched, else the request fails
+  bool synchronous = false;           ///< answers before the request returns
   PHAssetImageProgressHandler progressHandler;
 };
 

@@ -12,17 +12,18 @@ struct sockaddr;
 
 namespace tlx {
 
+/// A set of the bits below.
 using SCNetworkReachabilityFlags = std::uint32_t;
 enum : SCNetworkReachabilityFlags {
-  kSCNetworkReachabilityFlagsTransientConnection = 0x1,
-  kSCNetworkReachabilityFlagsReachable = 0x2,
-  kSCNetworkReachabilityFlagsConnectionRequired = 0x4,
-  kSCNetworkReachabilityFlagsConnectionOnTraffic = 0x8,
-  kSCNetworkReachabilityFlagsInterventionRequired = 0x10,
-  kSCNetworkReachabilityFlagsConnectionOnDemand = 0x20,
-  kSCNetworkReachabilityFlagsIsLocalAddress = 0x10000,
-  kSCNetworkReachabilityFlagsIsDirect = 0x20000,
-  kSCNetworkReachabilityFlagsIsWWAN = 0x40000,
+  kSCNetworkReachabilityFlagsTransientConnection = 0x1,    ///< over a connection that comes and goes
+  kSCNetworkReachabilityFlagsReachable = 0x2,              ///< a packet would get there, perhaps after connecting
+  kSCNetworkReachabilityFlagsConnectionRequired = 0x4,     ///< something must connect first
+  kSCNetworkReachabilityFlagsConnectionOnTraffic = 0x8,    ///< the first packet connects
+  kSCNetworkReachabilityFlagsInterventionRequired = 0x10,  ///< connecting asks the person
+  kSCNetworkReachabilityFlagsConnectionOnDemand = 0x20,    ///< asking for an address connects
+  kSCNetworkReachabilityFlagsIsLocalAddress = 0x10000,     ///< this machine itself
+  kSCNetworkReachabilityFlagsIsDirect = 0x20000,           ///< on a link of this machine, without a gateway
+  kSCNetworkReachabilityFlagsIsWWAN = 0x40000,             ///< over a cellular link
 };
 
 /// One network target whose reachability can be read and followed.
@@ -42,6 +43,7 @@ class ReachabilityTarget {
   virtual void unschedule(const std::shared_ptr<RunLoop>& loop) = 0;
 };
 
+/// Tells whether the network leads to a host or an address. Any thread, except where a member says otherwise.
 class ReachabilityPort {
  public:
   virtual ~ReachabilityPort() = default;

@@ -18,13 +18,14 @@ enum UIUserInterfaceIdiom : std::int64_t {
 /// The URL that leads to the page where the person decides what this host may do.
 inline constexpr char UIApplicationOpenSettingsURLString[] = "app-settings:";
 
+/// The host program. Main thread; the contract is `ApplicationPort`'s.
 class UIApplication {
  public:
   static UIApplication sharedApplication() { return {}; }
 
   bool openURL(const std::string& url) const;
   void setStatusBarHidden(bool hidden) const;
-  /// Through the application's delegate; nothing when there is none.
+  /// The program's window; nothing while there is none.
   std::shared_ptr<UIWindow> window() const;
 };
 
@@ -38,6 +39,7 @@ class UIDevice {
 class UIScreen {
  public:
   static UIScreen mainScreen() { return {}; }
+  /// Pixels to a point.
   double scale() const;
 };
 

@@ -4,7 +4,7 @@
 
 namespace tlx {
 
-/// Views and contexts colour with the same values.
+/// Views take the same colours as drawing contexts.
 using UIColor = CGColor;
 
 }  // namespace tlx

@@ -27,6 +27,7 @@ class UIControl : public UIView {
   void addTarget_action_forControlEvents(const std::shared_ptr<Target>& target,
                                          void (Target::*method)(const std::shared_ptr<Sender>&),
                                          UIControlEvents events) {
+    // What a pointer to a member function points to shows only in its bytes, once its type is forgotten.
     using Method = void (Target::*)(const std::shared_ptr<Sender>&);
     static_assert(sizeof(Method) <= sizeof(Registration::method));
     Registration registration;

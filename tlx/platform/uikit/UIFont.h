@@ -24,7 +24,7 @@ class UIFont {
 /// Nothing stands for the platform's default font.
 using UIFontRef = std::shared_ptr<const UIFont>;
 
-/// The installed platform's measure.
+/// The size of one line of UTF-8 text in points, as the installed platform would draw it. Main thread.
 CGSize sizeWithAttributes(const std::string& text, const UIFontRef& font);
 
 }  // namespace tlx

@@ -23,7 +23,7 @@ enum UIImagePickerControllerQualityType : std::int64_t {
   UIImagePickerControllerQualityTypeMedium = 1,
 };
 
-/// What was captured. Beside the type there is what belongs to it.
+/// What was captured: its type, and the image of a photo or the file of a video.
 struct UIImagePickerControllerInfo {
   std::string UIImagePickerControllerMediaType;
   std::shared_ptr<const UIImage> UIImagePickerControllerOriginalImage;
@@ -32,6 +32,7 @@ struct UIImagePickerControllerInfo {
 
 class UIImagePickerController;
 
+/// Hears what the person did. Main thread.
 class UIImagePickerControllerDelegate {
  public:
   virtual ~UIImagePickerControllerDelegate() = default;
@@ -40,8 +41,8 @@ class UIImagePickerControllerDelegate {
   virtual void imagePickerControllerDidCancel(const std::shared_ptr<UIImagePickerController>& picker) = 0;
 };
 
-/// The capture screen: one takes a photo or a video, looks at it, and keeps it. It is shown by whoever presents it, and
-/// leaves only when its delegate dismisses it. Main thread.
+/// The capture screen, on which a person takes a photo or a video, looks at it, and keeps it or tries again. It is
+/// shown by whoever presents it, and leaves only when its delegate dismisses it. Main thread.
 class UIImagePickerController : public UIViewController {
  public:
   using MediaTypes = std::optional<std::vector<std::string>>;
@@ -50,7 +51,7 @@ class UIImagePickerController : public UIViewController {
 
   void setDelegate(std::weak_ptr<UIImagePickerControllerDelegate> delegate) { delegate_ = std::move(delegate); }
   bool allowsEditing() const { return allowsEditing_; }
-  /// The screen has no editing to offer; kept for those who ask.
+  /// Only remembered: the screen offers no editing.
   void setAllowsEditing(bool allows) { allowsEditing_ = allows; }
   std::optional<UIImagePickerControllerSourceType> sourceType() const { return sourceType_; }
   void setSourceType(UIImagePickerControllerSourceType type) { sourceType_ = type; }

@@ -7,7 +7,7 @@
 
 namespace tlx {
 
-/// A picture, or nothing.
+/// Shows a picture, or nothing, fitted into its bounds as its content mode says.
 class UIImageView : public UIView {
  public:
   static const Class& classObject();

@@ -31,7 +31,7 @@ enum class UIViewChange {
   Items,  ///< of a collection or table: which cells stand where
 };
 
-/// The block of changes that is being animated.
+/// The block of animated changes that a change belongs to.
 struct UIViewAnimation {
   std::uint64_t id = 0;
   double duration = 0;  ///< seconds
