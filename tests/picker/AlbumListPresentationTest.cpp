@@ -1,6 +1,5 @@
 #include <cmath>
 
-#include "tlx/platform/foundation/NSTimer.h"
 #include "tlx/views/AlbumPickerTableViewController.h"
 
 #include "tests/support/PickerSession.h"
@@ -74,7 +73,8 @@ TEST_F(AlbumListPresentation, TabletPrefersItsShareOfThePicker) {
   session.platform.application.setIdiom(UIUserInterfaceIdiomPad);
   open();
   ASSERT_EQ(session.picker->view()->frame().size, (CGSize{1024, 768}));
-  EXPECT_EQ(session.grid().collectionView()->frame().size.width, 1024) << "the scene's size is another";
+  EXPECT_EQ(session.grid().collectionView()->frame().size, session.picker->viewCLContainer.lock()->frame().size)
+      << "the scene's size is another";
   title->press();
   EXPECT_EQ(session.list()->preferredContentSize(), (CGSize{603, 480}));
 }
@@ -100,69 +100,6 @@ TEST_F(AlbumListPresentation, PressOutsideTogglesByTheTagAndDismisses) {
   expectLooks(true, "the press outside opened by the tag");
   EXPECT_EQ(session.platform.presentation.events().size(), presentations + 1) << "only the dismissal";
   EXPECT_FALSE(listIsOnScreen());
-}
-
-// The grid is free while few items are fetched, and so is the title.
-TEST_F(AlbumListPresentation, QuestionComesOverAnOpenList) {
-  open();
-  for (const bool hostShowsAScreen : {false, true}) {
-    SCOPED_TRACE(hostShowsAScreen);
-    session.script("b", PickerSession::stalling());
-    session.pick({"a", "b"});
-    session.done();
-    if (hostShowsAScreen) {
-      const auto screen = std::make_shared<UIViewController>();
-      session.picker->presentViewController_animated_completion(screen, false, nullptr);
-      performAfterDelay(0.1, [screen] { screen->leave(true, nullptr); });
-    } else {
-      title->press();
-      session.settle();
-      session.picker->btnPressed(title);  // which leaves the list where it is
-    }
-    session.script("b", PickerSession::failing());
-    session.platform.images.release("b");
-    session.settle();
-    ASSERT_NE(session.platform.presentation.alert(), nullptr) << "else Done would stay disabled for good";
-    EXPECT_FALSE(UIViewController::inputReaches(*title));
-    EXPECT_FALSE(listIsOnScreen());
-    expectLooks(false, "under the question");
-    EXPECT_TRUE(session.platform.presentation.press("Cancel"));
-    session.settle();
-    session.pick({"a"});
-    EXPECT_TRUE(session.picker->btnDone.lock()->canBeOperated());
-    session.pick({"a"});
-    EXPECT_TRUE(session.platform.systemLog.lines().empty()) << "nothing was refused";
-  }
-}
-
-TEST(Delivery, DismissalIsThePickersAndNothingElses) {
-  const std::function<void(PickerSession&)> rows[] = {
-      [](PickerSession& other) { other.picker->btnAlbumPicker.lock()->press(); },
-      [](PickerSession& other) { other.picker->btnCameraPressed(); },
-      [](PickerSession& other) {
-        other.picker->btnAlbumPicker.lock()->press();
-        other.picker->btnCameraPressed();  // waits for the list
-      },
-  };
-  for (const auto& meanwhile : rows) {
-    for (const double seconds : {0.0, 1.0}) {
-      PickerSession other;
-      other.open();
-      other.script("b", PickerSession::stalling());
-      other.pick({"a", "b"});
-      other.done();
-      meanwhile(other);
-      other.platform.advance(seconds);
-      other.host.whenFinished = [&] { other.picker->dismissViewControllerAnimated_completion(true, nullptr); };
-      other.script("b", {});
-      other.platform.images.release("b");
-      other.settle();
-      EXPECT_EQ(other.host.deliveries.size(), 1u);
-      EXPECT_EQ(other.platform.presentation.top(), nullptr);
-      EXPECT_EQ(other.picker->presentingViewController(), nullptr);
-      EXPECT_FALSE(other.platform.application.isStatusBarHidden());
-    }
-  }
 }
 
 }  // namespace

@@ -332,17 +332,6 @@ TEST(Finalization, NothingIsTakenBetweenAChoiceAndItsEffect) {
   }
 }
 
-TEST(Finalization, DoneIsNotEnabledAgainByATapJustBeforeIt) {
-  PickerSession session;
-  session.open();
-  session.script("a", PickerSession::stalling());
-  session.pick({"a"});
-  session.tap("b");
-  ASSERT_TRUE(session.pressDone());
-  session.settle();
-  EXPECT_FALSE(session.pressDone());
-}
-
 // The overlay is hidden for few items, so that the grid takes taps under a running pass.
 TEST(Finalization, ListMayChangeUnderTheWalk) {
   const auto remove = [](std::vector<Identifier> items) {
@@ -413,37 +402,16 @@ TEST(Finalization, ItemOfAnotherTypeEndsTheWalk) {
   EXPECT_EQ(session.fetched(), Names({"b"}));
   EXPECT_TRUE(session.host.deliveries.empty());
   EXPECT_FALSE(session.picker->btnDone.lock()->isUserInteractionEnabled());
+  session.platform.messageLog.take();
+  const auto cancel = std::make_shared<UIButton>();
+  cancel->setTag(106);
+  session.picker->btnPressed(cancel);
+  EXPECT_THAT(session.platform.messages(), ElementsAre("cancelPressed"));
+  session.settle();
+  EXPECT_FALSE(session.picker->cancelling()) << "that is the host's to decide";
   session.picker->cancelDownload();
   session.settle();
   EXPECT_EQ(session.picked(), Names()) << "a cancel leads out";
-}
-
-TEST(Finalization, CancelButtonOfTheScreenTellsTheHostAndNothingElse) {
-  PickerSession session;
-  session.open();
-  session.script("a", PickerSession::stalling());
-  session.pick({"a"});
-  session.done();
-  session.platform.messageLog.take();
-  const auto button = std::make_shared<UIButton>();
-  button->setTag(106);
-  session.picker->btnPressed(button);
-  EXPECT_THAT(session.platform.messages(), ElementsAre("cancelPressed"));
-  EXPECT_FALSE(session.fetchesAreCancelled()) << "the host's letting go ends the fetch";
-}
-
-// The host's leave for a pick may come while the question stands.
-TEST(Finalization, NoItemIsDeliveredThatWasNotFetched) {
-  PickerSession session;
-  session.open();
-  session.script("b", PickerSession::failing());
-  session.pick({"a", "b"});
-  session.done();
-  session.picker->arrPickedModel()->push_back(Media::initMediaWithPHAsset(session.item("c")->getMediaAsset()));
-  session.platform.presentation.press("Continue");
-  session.settle();
-  ASSERT_EQ(namesOf(session.host.deliveries.at(0)), Names({"a", "c"}));
-  EXPECT_NE(session.host.deliveries[0][1]->getMediaImage(), nullptr);
 }
 
 // Of a, b and c the last one fails at once; then a is waited for.
@@ -465,6 +433,7 @@ TEST(Finalization, WhatIsNoLongerWantedIsNobodysConcern) {
        },
        false,
        {"a", "b"}},
+      {"unpicked", 3, tap({"c"}), false, {"a", "b"}},
       {"its place was given to another", 3, tap({"d"}), true, {"a", "b", "d"}},
       {"Done is pressed again",
        -1,

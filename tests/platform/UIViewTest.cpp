@@ -45,46 +45,5 @@ TEST(UIView, AnAnimationIsToldFalseOnlyWhenALaterWriteToItsOwnPropertyTookOver) 
   }
 }
 
-TEST(UIView, TurnsTheShortestWayAndHalfATurnTowardsGrowingAngle) {
-  UIView view;
-  const double pi = 3.141592653589793;
-  for (const auto& [to, total] : {std::pair(pi / 2, pi / 2), {-pi / 2, 3 * pi / 2}, {0.0, 2 * pi}, {pi, 3 * pi}}) {
-    view.setTransform(CGAffineTransformMakeRotation(to));
-    EXPECT_NEAR(view.rotation(), total, 1e-6);
-  }
-}
-
-TEST(UIView, StretchesWithItsSuperviewInTheWayItsMaskSays) {
-  const auto above = std::make_shared<UIView>(CGRectMake(10, 20, 100, 100));
-  const auto view = std::make_shared<UIView>(CGRectMake(5, 6, 50, 50));
-  above->addSubview(view);
-  view->setAutoresizingMask(UIViewAutoresizingFlexibleWidth);
-  above->setFrame(CGRectMake(10, 20, 90, 130));
-  EXPECT_EQ(view->frame(), CGRectMake(5, 6, 40, 50));
-  view->setAutoresizingMask(UIViewAutoresizingFlexibleHeight);
-  above->layoutFrame(CGRectMake(10, 20, 80, 100));
-  EXPECT_EQ(view->frame(), CGRectMake(5, 6, 40, 20));
-}
-
-TEST(UIView, LaysOutUntilNothingMoreIsAskedForButNotForEver) {
-  class Asking : public UIView {
-   public:
-    void layoutSubviews() override {
-      if (++passes < wanted) setNeedsLayout();
-    }
-    int passes = 0, wanted = 3;
-  };
-  Asking view;
-  view.setNeedsLayout();
-  view.layoutIfNeeded();
-  EXPECT_EQ(view.passes, 3);
-  view.layoutIfNeeded();
-  EXPECT_EQ(view.passes, 3);
-  view.wanted = 1'000'000'000;
-  view.setNeedsLayout();
-  view.layoutIfNeeded();
-  EXPECT_LT(view.passes, 100);
-}
-
 }  // namespace
 }  // namespace tlx

@@ -79,6 +79,13 @@ TEST_F(PreheatingTest, StartsOverWithEachAlbumAndLoadButNotWithAChange) {
   EXPECT_THAT(calls(), ElementsAre("stop all"));
 }
 
+TEST_F(PreheatingTest, LetsGoOfEverythingAsItGoes) {
+  open();
+  subscribers.clear();
+  grid.reset();
+  EXPECT_THAT(calls(), ElementsAre("stop all"));
+}
+
 TEST_F(PreheatingTest, DoesNothingOutsideAWindow) {
   MediaCollectionViewController unloaded;
   unloaded.updateCachedAssets();
