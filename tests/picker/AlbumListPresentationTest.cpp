@@ -1,6 +1,6 @@
 #include <cmath>
 
-#include "tlx/views/AlbumPickerTableViewController.h"
+#include "tlx/platform/uikit/UITableView.h"
 
 #include "tests/support/PickerSession.h"
 
@@ -18,10 +18,6 @@ class AlbumListPresentation : public testing::Test {
   void open() {
     session.open();
     title = session.picker->btnAlbumPicker.lock();
-  }
-  void choose(std::int64_t row) {
-    auto list = std::dynamic_pointer_cast<AlbumPickerTableViewController>(session.list());
-    list->tableView()->tappedAt(NSIndexPath::indexPathForRow_inSection(row, 0));
   }
   bool listIsOnScreen() { return session.list()->presentingViewController() != nullptr; }
 
@@ -60,7 +56,7 @@ TEST_F(AlbumListPresentation, OpensUnderTheTitleAndClosesWithAChoice) {
   EXPECT_EQ(popover->frameInWindow({375, 667}).size.width, 320);
   EXPECT_EQ(popover->frameInWindow({900, 560}).size.width, 540) << "rows grow with the window, and the list with them";
   EXPECT_EQ(popover->delegate()->adaptivePresentationStyleForPresentationController(*popover), UIModalPresentationNone);
-  choose(1);
+  std::dynamic_pointer_cast<UITableViewController>(session.list())->tableView()->tappedAt({0, 1});
   session.settle();
   expectLooks(false, "after the choice");
   EXPECT_EQ(title->titleForState(UIControlStateNormal), "Sea");

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <utility>
 
 #include "adapters/memory/Pictures.h"
@@ -7,21 +6,20 @@
 namespace tlx::test {
 namespace {
 
-struct Made {
-  explicit Made(PickerSession& session)
-      : things{session.picker,
-               session.picker->photoManager,
-               session.picker->mediaCollectionViewCotroller,
-               session.list(),
-               session.panel(),
-               session.picker->view(),
-               session.grid().albumModel} {}
-  std::size_t left() const {
-    return static_cast<std::size_t>(
-        std::count_if(things.begin(), things.end(), [](const auto& thing) { return !thing.expired(); }));
-  }
-  std::vector<std::weak_ptr<void>> things;
-};
+/// Everything that a session makes.
+std::vector<std::weak_ptr<void>> madeBy(PickerSession& session) {
+  return {session.picker,
+          session.picker->photoManager,
+          session.picker->mediaCollectionViewCotroller,
+          session.list(),
+          session.panel(),
+          session.picker->view(),
+          session.grid().albumModel};
+}
+
+MATCHER(HasGone, "") {
+  return arg.expired();
+}
 
 TEST(SessionLifetime, EverythingGoesWithThePickerAtEveryMoment) {
   struct Row {
@@ -69,14 +67,14 @@ TEST(SessionLifetime, EverythingGoesWithThePickerAtEveryMoment) {
     session.pick({"a", "b"});
     row.before(session);
     session.platform.messageLog.take();
-    const Made made(session);
+    const auto made = madeBy(session);
     auto panel = session.panel();
     session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
     session.picker = nullptr;
-    EXPECT_TRUE(made.things.front().expired()) << "the picker goes at once";
+    EXPECT_TRUE(made.front().expired()) << "the picker goes at once";
     EXPECT_EQ(std::exchange(panel, nullptr)->customDelegate, nullptr) << "a press on Cancel would tell it";
     session.platform.advance(60);
-    EXPECT_EQ(made.left(), 0u);
+    EXPECT_THAT(made, testing::Each(HasGone()));
     EXPECT_EQ(session.platform.images.outstanding(), 0u) << "requests are cancelled";
     EXPECT_TRUE(session.platform.messages().empty()) << "the host hears no more";
     EXPECT_EQ(session.platform.presentation.top(), nullptr);
@@ -93,11 +91,11 @@ TEST(SessionLifetime, HostMayLetGoWithinItsAnswers) {
       session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
       session.picker = nullptr;
     };
-    const Made made(session);
+    const auto made = madeBy(session);
     const auto picker = session.picker.get();
     picker->btnDonePressed();
     session.settle();
-    EXPECT_EQ(made.left(), 0u);
+    EXPECT_THAT(made, testing::Each(HasGone()));
   }
 }
 

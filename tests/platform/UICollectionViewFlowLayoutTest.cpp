@@ -9,13 +9,12 @@
 namespace tlx {
 namespace {
 
-UICollectionViewFlowLayout& laidOut(UICollectionViewFlowLayout& layout, CGSize item, double spacing, double line,
-                                    std::int64_t count, double width) {
+void layOut(UICollectionViewFlowLayout& layout, CGSize item, double spacing, double line, std::int64_t count,
+            double width) {
   layout.setItemSize(item);
   layout.setMinimumInteritemSpacing(spacing);
   layout.setMinimumLineSpacing(line);
   layout.prepareLayout(count, width);
-  return layout;
 }
 
 TEST(UICollectionViewFlowLayout, FillsRowsFromEdgeToEdge) {
@@ -37,7 +36,7 @@ TEST(UICollectionViewFlowLayout, FillsRowsFromEdgeToEdge) {
   for (const auto& row : rows) {
     UICollectionViewFlowLayout layout;
     layout.setSectionInset(row.inset);
-    laidOut(layout, {row.item, 10}, row.spacing, 5, 1000, row.width);
+    layOut(layout, {row.item, 10}, row.spacing, 5, 1000, row.width);
     ASSERT_EQ(layout.itemsPerRow(), row.perRow) << row.why;
     EXPECT_EQ(layout.collectionViewContentSize().height,
               row.inset.top + std::ceil(1000.0 / static_cast<double>(row.perRow)) * 15 - 5 + row.inset.bottom);
@@ -61,7 +60,7 @@ TEST(UICollectionViewFlowLayout, FindsWhatARectangleMeets) {
     std::int64_t count;
   } cases[] = {{{92, 92}, 2, 3.75, 39}, {{50, 0.1}, 0, 0.2, 70}, {{400, 33}, 2, 0, 9}, {{92, 92}, 2, 30, 0}};
   for (const auto& c : cases) {
-    laidOut(layout, c.item, c.spacing, c.line, c.count, 375);
+    layOut(layout, c.item, c.spacing, c.line, c.count, 375);
     const double height = layout.collectionViewContentSize().height;
     for (double y = -50; y < height + 50; y += height / 97) {
       for (const CGRect& rect : {CGRectMake(0, y, 375, 120), CGRectMake(100, y, 90, 0.01), CGRectMake(92, y, 2, 50),
@@ -92,7 +91,7 @@ TEST(UICollectionViewFlowLayout, MeasuresThatMakeNoSenseShowNothing) {
   const double nan = std::numeric_limits<double>::quiet_NaN(), infinite = std::numeric_limits<double>::infinity();
   for (const double bad : {0.0, -5.0, nan, infinite}) {
     UICollectionViewFlowLayout layout;
-    laidOut(layout, {bad, bad}, bad, bad, 1000, bad);
+    layOut(layout, {bad, bad}, bad, bad, 1000, bad);
     EXPECT_TRUE(layout.layoutAttributesForElementsInRect(CGRectMake(-1e300, -1e300, 2e300, 2e300)).empty()) << bad;
     EXPECT_EQ(layout.indexOfItemAtPoint({0, 0}), -1) << bad;
     EXPECT_TRUE(std::isfinite(layout.collectionViewContentSize().height)) << bad;

@@ -82,21 +82,14 @@ TEST(UIControl, CanBeOperatedOnlyWhereAPersonWouldReachIt) {
   }
 }
 
-class ButtonTest : public testing::Test {
- protected:
-  /// 20 characters at 10 points are 100 wide and 12 high; the image is 35 × 21 points.
-  ButtonTest() {
-    button->setFrame(CGRectMake(7, 9, 320, 44));
-    button->titleLabel()->setFont(UIFont::fontWithName_size("Any", 10));
-    button->setTitle_forState(std::string(20, 'x'), UIControlStateNormal);
-    button->setImage_forState(memory::solidPicture(70, 42, 0, UIImageOrientationUp, 2), UIControlStateNormal);
-    button->layoutIfNeeded();
-  }
+TEST(UIButton, StandsImageAndTitleInTheMiddleAsAPair) {
   memory::MemoryPlatform platform;
-  std::shared_ptr<UIButton> button = std::make_shared<UIButton>();
-};
-
-TEST_F(ButtonTest, StandsImageAndTitleInTheMiddleAsAPair) {
+  const auto button = std::make_shared<UIButton>();
+  button->setFrame(CGRectMake(7, 9, 320, 44));
+  button->titleLabel()->setFont(UIFont::fontWithName_size("Any", 10));  // a character is 5 wide and 12 high
+  button->setTitle_forState(std::string(20, 'x'), UIControlStateNormal);
+  button->setImage_forState(memory::solidPicture(70, 42, 0, UIImageOrientationUp, 2), UIControlStateNormal);
+  button->layoutIfNeeded();
   EXPECT_EQ(button->imageView()->frame(), CGRectMake(92.5, 11.5, 35, 21));
   EXPECT_EQ(button->titleLabel()->frame(), CGRectMake(127.5, 16, 100, 12));
   button->setImageEdgeInsets({4, 10, 0, 0});
