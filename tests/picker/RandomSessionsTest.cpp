@@ -224,6 +224,9 @@ class RandomSession : PickerSession {
     note("delivered " + testing::PrintToString(namesOf(media)));
     observe();
     expect(std::exchange(passesSinceDelivery_, 0) > 0, "delivered twice");
+    const auto shown = picker->presentedViewController();
+    expect(!shown || shown->isBeingDismissed() || shown == hostsScreen_.lock(),
+           "a screen of the picker's own would take the host's dismissal");
     expect(namesOf(media) == picked() || questionsToHost_ > 0, "something picked was not delivered");
     for (const auto& each : media) {
       const auto name = each->getMediaIdentifier().string();

@@ -68,6 +68,8 @@ bool TLXMediaPickerController::isOnScreen() {
 }
 
 void TLXMediaPickerController::showAlert() {
+  // Access may have been asked for twice: the alert is alive while it is shown or waits to be.
+  if (const auto former = accessAlert_.lock(); former && !former->isBeingDismissed()) return;
   auto alert = UIAlertController::alertControllerWithTitle_message_preferredStyle(
       "", "You can allow this app to access your camera in privacy settings.", UIAlertControllerStyleAlert);
   alert->addAction(UIAlertAction::actionWithTitle_style_handler("Cancel", UIAlertActionStyleDefault, nullptr));
@@ -106,7 +108,8 @@ void TLXMediaPickerController::showCamera() {
       !pickerControllerDelegate->mediaPicker_shouldSelectMediaItem(*this, arrPickedModel()->size())) {
     return;
   }
-  if (onScreen && !isOnScreen()) return;  // it went while the host was thinking
+  // While the host was thinking, the picker may have gone, or a camera have been opened.
+  if ((onScreen && !isOnScreen()) || openCamera()) return;
   if (isFull()) {
     photosLimitationWarning();
     return;
