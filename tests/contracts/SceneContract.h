@@ -103,22 +103,16 @@ TEST_P(SceneContract, EachLoadIsItsOwnAndLeavesNothingBehind) {
 }
 
 TEST_P(SceneContract, WhatIsNotThereIsSaidByName) {
-  const auto complaint = [](const std::function<void()>& load) {
-    try {
-      load();
-    } catch (const NSException& exception) {
-      return exception.reason();
-    }
-    return std::string("nothing was raised");
+  const auto names = [](const std::string& what) {
+    return testing::ThrowsMessage<NSException>(testing::HasSubstr(what));
   };
   auto& resources = world_->resources();
   const std::string scene = TLXMediaPickerController::classObject().name;
-  EXPECT_THAT(complaint([&] { resources.instantiateViewController(own_, "PickerStoryboard", "NoSuchScene"); }),
-              testing::HasSubstr("NoSuchScene"));
-  EXPECT_THAT(complaint([&] { resources.instantiateViewController({"host"}, "PickerStoryboard", scene); }),
-              testing::HasSubstr(scene))
+  EXPECT_THAT([&] { resources.instantiateViewController(own_, "PickerStoryboard", "NoSuchScene"); },
+              names("NoSuchScene"));
+  EXPECT_THAT([&] { resources.instantiateViewController({"host"}, "PickerStoryboard", scene); }, names(scene))
       << "a host's bundle is never looked up";
-  EXPECT_THAT(complaint([&] { resources.loadNib(own_, "NoSuchFile"); }), testing::HasSubstr("NoSuchFile"));
+  EXPECT_THAT([&] { resources.loadNib(own_, "NoSuchFile"); }, names("NoSuchFile"));
 }
 
 TEST_P(SceneContract, ImagesComeFromTheirOwnBundleOnly) {

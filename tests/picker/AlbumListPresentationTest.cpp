@@ -69,8 +69,7 @@ TEST_F(AlbumListPresentation, TabletPrefersItsShareOfThePicker) {
   session.platform.application.setIdiom(UIUserInterfaceIdiomPad);
   open();
   ASSERT_EQ(session.picker->view()->frame().size, (CGSize{1024, 768}));
-  EXPECT_EQ(session.grid().collectionView()->frame().size, session.picker->viewCLContainer.lock()->frame().size)
-      << "the scene's size is another";
+  EXPECT_EQ(session.grid().collectionView()->frame().size, (CGSize{1024, 768})) << "the scene's size is another";
   title->press();
   EXPECT_EQ(session.list()->preferredContentSize(), (CGSize{603, 480}));
 }
@@ -96,6 +95,38 @@ TEST_F(AlbumListPresentation, PressOutsideTogglesByTheTagAndDismisses) {
   expectLooks(true, "the press outside opened by the tag");
   EXPECT_EQ(session.platform.presentation.events().size(), presentations + 1) << "only the dismissal";
   EXPECT_FALSE(listIsOnScreen());
+}
+
+// The grid is free while few items are fetched, and so is the title.
+TEST_F(AlbumListPresentation, AQuestionClosesTheList) {
+  open();
+  session.script("b", PickerSession::stalling());
+  session.pick({"a", "b"});
+  session.done();
+  title->press();
+  session.settle();
+  session.script("b", PickerSession::failing());
+  session.platform.images.release("b");
+  session.settle();
+  EXPECT_NE(session.platform.presentation.alert(), nullptr) << "else Done would stay disabled for good";
+  EXPECT_FALSE(listIsOnScreen());
+  expectLooks(false, "under the question");
+}
+
+// Else the host's dismissal would take what the picker presents for the picker.
+TEST_F(AlbumListPresentation, NothingOfThePickersStaysOverADelivery) {
+  open();
+  session.script("b", PickerSession::stalling());
+  session.pick({"a", "b"});
+  session.done();
+  title->press();
+  session.picker->btnCameraPressed();  // waits for the list
+  session.host.whenFinished = [&] { session.picker->dismissViewControllerAnimated_completion(true, nullptr); };
+  session.script("b", {});
+  session.platform.images.release("b");
+  session.settle();
+  EXPECT_EQ(session.platform.presentation.top(), nullptr);
+  EXPECT_FALSE(session.platform.application.isStatusBarHidden());
 }
 
 }  // namespace

@@ -73,19 +73,12 @@ TEST_F(InternetConnectionTest, LocalWiFiWantsADirectRouteAndLogsTheFlags) {
                           "Reachability Flag Status: -- tcCiDld localWiFiStatusForFlags\n"));
 }
 
-TEST_F(InternetConnectionTest, SharesOneStartedMonitorOrItsRefusal) {
+TEST_F(InternetConnectionTest, SharesOneStartedMonitor) {
   const auto shared = InternetConnection::sharedInstance();
   EXPECT_EQ(InternetConnection::sharedInstance(), shared);
   EXPECT_THAT(platform.reachability.created(), ElementsAre("0.0.0.0"));
   change(0);
   EXPECT_THAT(posters, ElementsAre(shared.get()));
-}
-
-TEST_F(InternetConnectionTest, KeepsARefusalForGood) {
-  platform.reachability.setRefusals({.creation = true});
-  EXPECT_FALSE(InternetConnection::sharedInstance());
-  platform.reachability.setRefusals({});
-  EXPECT_FALSE(InternetConnection::sharedInstance());
 }
 
 TEST_F(InternetConnectionTest, PostsEachChangeOnTheThreadThatStartedItUntilStoppedOrGone) {
@@ -117,7 +110,7 @@ TEST_F(InternetConnectionTest, PostsEachChangeOnTheThreadThatStartedItUntilStopp
   EXPECT_EQ(platform.reachability.scheduledCount(), 0u);
 }
 
-TEST_F(InternetConnectionTest, AssertsItsPreconditions) {
+TEST_F(InternetConnectionTest, AssertsItsPreconditionsAndKeepsARefusal) {
   const std::string callback =
       "void ReachabilityCallback(SCNetworkReachabilityRef, SCNetworkReachabilityFlags, void *)";
   NSObject foreign;
@@ -139,6 +132,10 @@ TEST_F(InternetConnectionTest, AssertsItsPreconditions) {
     EXPECT_THAT(platform.systemLog.assertions().back().function, testing::HasSubstr(row.function));
   }
   EXPECT_THAT(posters, IsEmpty());
+  for (const bool refuses : {true, false}) {
+    platform.reachability.setRefusals({.creation = refuses});
+    EXPECT_FALSE(InternetConnection::sharedInstance()) << "a refusal is kept for good";
+  }
 }
 
 }  // namespace
