@@ -251,6 +251,17 @@ std::shared_ptr<const PHFetchResult<PHAsset>> PhotoLibrary::fetchAssets(const PH
   return forFetch()->answer(Question::about(collection.localIdentifier, options));
 }
 
+std::vector<std::shared_ptr<const PHAsset>> PhotoLibrary::newest(std::size_t count) const {
+  std::vector<std::shared_ptr<const PHAsset>> found;
+  if (!hasAccess()) return found;
+  const auto snapshot = catalogue_->snapshot();
+  for (const auto& asset : *snapshot->live()) {
+    if (found.size() == count) break;
+    found.push_back(asset);
+  }
+  return found;
+}
+
 std::shared_ptr<const PHFetchResult<PHAsset>> PhotoLibrary::fetchAssetsWithLocalIdentifiers(
     const std::vector<Identifier>& identifiers) {
   if (identifiers.empty() || !hasAccess()) return nothing<PHAsset>();

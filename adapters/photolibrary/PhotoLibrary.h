@@ -100,6 +100,9 @@ class PhotoLibrary final : public PhotoLibraryPort, public ItemStore {
   /// Any thread; asks no disk. Nothing for an item that the library does not hold.
   std::optional<Details> details(const Identifier& identifier) const;
 
+  /// The newest items, so many at most. Any thread; asks no disk. None without access.
+  std::vector<std::shared_ptr<const PHAsset>> newest(std::size_t count) const;
+
   // PhotoLibraryPort. A root that is missing or unreadable holds nothing; when all are, that is no access.
   PHAuthorizationStatus authorizationStatus() const override;
   void requestAuthorization(AuthorizationHandler handler) override;

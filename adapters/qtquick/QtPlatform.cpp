@@ -33,6 +33,7 @@ QtPlatform::~QtPlatform() {
   application_.setWindow(nullptr);
   window_.reset();
   presentation_.reset();
+  scenes_->dropReady();
   // Items go with their views a turn later; none may outlive the engine that made it.
   QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
   platform_.reset();

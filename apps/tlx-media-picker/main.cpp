@@ -17,6 +17,7 @@
 
 #include "adapters/camera/CameraOnDemand.h"
 #include "adapters/netlink/NetlinkReachability.h"
+#include "adapters/photolibrary/FirstScreen.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/base/XdgFolders.h"
 #include "adapters/photolibrary/cloud/webdav/WebDavSource.h"
@@ -155,10 +156,11 @@ int run(int argc, char** argv, const Arguments& arguments) {
 
   // The grid asks for the same small pictures whatever its cells' size. Each frame tells anew, so that they stay sharp
   // when the window comes to another screen.
-  QObject::connect(&window, &QQuickWindow::afterAnimating, &window, [&] {
+  const auto tellScale = [&] {
     const double enlarged = std::max(1.0, sizeCollectionViewCell.width / kThumbnailSide);
     images.setScreenScale(window.effectiveDevicePixelRatio() * enlarged);
-  });
+  };
+  QObject::connect(&window, &QQuickWindow::afterAnimating, &window, tellScale);
 
   qtquick::QtPlatform platform(loops, window, library, telling, reachability, log,
                                arguments.camera == Arguments::Camera::None ? nullptr : &camera);
@@ -177,6 +179,17 @@ int run(int argc, char** argv, const Arguments& arguments) {
   }
   if (!arguments.headless || !arguments.screenshot.empty()) window.show();
   picker->open();
+  // Between the first frame and the first album nothing else is to be done.
+  const auto preheat = [&] {
+    tellScale();
+    photolibrary::preheatNewest(
+        library, telling, {kThumbnailSide, kThumbnailSide},
+        photolibrary::cellsIn({1.0 * window.width(), 1.0 * window.height()}, sizeCollectionViewCell));
+  };
+  if (!arguments.headless) {
+    QObject::connect(&window, &QQuickWindow::frameSwapped, &window, preheat,
+                     static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
+  }
 
   const bool whole = std::all_of(clouds.begin(), clouds.end(), [](const auto* cloud) { return cloud->listedWhole(); });
   std::unique_ptr<HeadlessRun> headless;

@@ -20,7 +20,9 @@
 #include <malloc.h>
 
 #include "tlx/library/AlbumModel.h"
+#include "tlx/views/MediaCollectionViewController.h"
 
+#include "adapters/photolibrary/FirstScreen.h"
 #include "adapters/photolibrary/PhotoLibrary.h"
 #include "adapters/photolibrary/decoding/ConfinedDecoders.h"
 #include "adapters/photolibrary/decoding/DecoderFolder.h"
@@ -96,7 +98,11 @@ int open(const QString& folder, const QString& cache, long long started) {
         [&] {
           if (filled) return;
           const long long at = now();
-          if (moments[FirstFrame] == 0) moments[FirstFrame] = at;
+          if (moments[FirstFrame] == 0) {
+            moments[FirstFrame] = at;
+            photolibrary::preheatNewest(library, images, {130, 130},
+                                        photolibrary::cellsIn({375, 667}, sizeCollectionViewCell));
+          }
           if (moments[Cells] == 0 && screen.hasCells()) moments[Cells] = at;
           if (!screen.isFilled()) return;
           filled = true;

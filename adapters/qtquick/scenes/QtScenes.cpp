@@ -5,6 +5,7 @@
 #include <QQmlComponent>
 #include <QQmlContext>
 #include <QResource>
+#include <QTimer>
 #include <QUrl>
 #include <utility>
 
@@ -25,6 +26,7 @@ constexpr char kScenes[] = "qrc:/tlx/mediapicker/TLX/MediaPicker/";
 constexpr char kImages[] = ":/tlx/mediapicker/images/";
 /// The images are drawn at three pixels to a point, the finest screen that a picker meets.
 constexpr double kImageScale = 3;
+constexpr int kReadyAtATime = 4;
 
 QUrl urlOf(const std::string& scene) {
   return QUrl(QLatin1String(kScenes) + QString::fromStdString(scene) + QStringLiteral(".qml"));
@@ -133,8 +135,32 @@ std::vector<std::shared_ptr<NSObject>> QtScenes::loadNib(const NSBundle& bundle,
 }
 
 std::shared_ptr<UIView> QtScenes::makeCell(const std::string& name, const CGRect& frame) {
+  if (const auto found = ready_.find(name); found != ready_.end() && !found->second.cells.empty()) {
+    Ready& ready = found->second;
+    ready.missing = 0;
+    const auto cell = std::move(ready.cells.back());
+    ready.cells.pop_back();
+    cell->setFrame(CGRectMake(0, 0, frame.size.width, frame.size.height));
+    return cell;
+  }
   return load(name, nullptr,
               {{QStringLiteral("width"), frame.size.width}, {QStringLiteral("height"), frame.size.height}});
+}
+
+void QtScenes::makeReady(const std::string& name, const CGSize& size, std::size_t count) {
+  ready_[name] = {size, count, {}};
+  QTimer::singleShot(0, this, &QtScenes::makeSomeReady);
+}
+
+void QtScenes::makeSomeReady() {
+  for (auto& [name, ready] : ready_) {
+    // A few at a time, so that a hand is not kept waiting.
+    for (int made = 0; made < kReadyAtATime && ready.missing > 0; ++made, --ready.missing) {
+      ready.cells.push_back(load(
+          name, nullptr, {{QStringLiteral("width"), ready.size.width}, {QStringLiteral("height"), ready.size.height}}));
+    }
+    if (ready.missing > 0) QTimer::singleShot(0, this, &QtScenes::makeSomeReady);
+  }
 }
 
 std::shared_ptr<const UIImage> QtScenes::imageNamed(const NSBundle& bundle, const std::string& name) {

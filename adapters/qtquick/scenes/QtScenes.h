@@ -44,12 +44,16 @@ class QtScenes final : public QObject, public ResourcePort, public CellSource {
 
   // CellSource
   std::shared_ptr<UIView> makeCell(const std::string& name, const CGRect& frame) override;
+  void makeReady(const std::string& name, const CGSize& size, std::size_t count) override;
+  /// Lets go of the cells that nobody asked for. Before the engine's last turn.
+  void dropReady() { ready_.clear(); }
 
  Q_SIGNALS:
   void sizeChanged();
 
  private:
   QQmlComponent& component(const std::string& name);
+  void makeSomeReady();
   std::shared_ptr<UIView> load(const std::string& name, NSObject* owner, const QVariantMap& initial);
 
   QQmlEngine& engine_;  // unretained: the platform owns both, the engine outlives this
@@ -57,6 +61,12 @@ class QtScenes final : public QObject, public ResourcePort, public CellSource {
   std::map<std::string, std::unique_ptr<QQmlComponent>> components_;
   std::vector<std::unique_ptr<QQmlComponent>> ahead_;  ///< keep what was read
   std::map<std::string, std::shared_ptr<const UIImage>> images_;
+  struct Ready {
+    CGSize size;
+    std::size_t missing = 0;
+    std::vector<std::shared_ptr<UIView>> cells;
+  };
+  std::map<std::string, Ready> ready_;
 };
 
 }  // namespace tlx::qtquick

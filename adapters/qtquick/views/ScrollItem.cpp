@@ -454,6 +454,21 @@ void CollectionViewItem::addOutlets(UIView& view, SceneParts& parts) {
   }
 }
 
+/// While a grid waits for its first items, a screenful of cells is made.
+void CollectionViewItem::updatePolish() {
+  ScrollItem::updatePolish();
+  auto grid = viewAs<UICollectionView>();
+  CellSource* scenes = cellSource(qmlEngine(this));
+  if (madeReady_ || !grid || !scenes || !window() || prototypes_.isEmpty()) return;
+  const auto& layout = *grid->collectionViewLayout();
+  const CGSize size = layout.itemSize();
+  if (!(size.width > 0) || !(size.height > 0)) return;
+  madeReady_ = true;
+  if (itemCount() > 0) return;
+  const double rows = std::ceil(height() / (size.height + layout.minimumLineSpacing()));
+  scenes->makeReady(prototypes_.front().toStdString(), size, static_cast<std::size_t>(rows) * itemsPerRow());
+}
+
 std::int64_t TableViewItem::itemCount() const {
   auto table = viewAs<UITableView>();
   return table ? table->numberOfRows() : 0;

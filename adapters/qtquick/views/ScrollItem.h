@@ -151,10 +151,12 @@ class CollectionViewItem : public ScrollItem {
   std::shared_ptr<UIView> makeView() override;
   void seed(UIView& view) override;
   void addOutlets(UIView& view, SceneParts& parts) override;
+  void updatePolish() override;
 
  private:
-  QStringList prototypes_;
+  QStringList prototypes_;  ///< the cell's first
   QString layoutOutlet_;
+  bool madeReady_ = false;
   qreal headerHeight_ = 0, footerHeight_ = 0, margin_ = 0;
 };
 
