@@ -268,21 +268,6 @@ TEST_F(PhotoManagerTest, MarksEveryCopyOfAnItem) {
   EXPECT_FALSE(manager->mediaExist("unknown") || manager->mediaExist(""));
 }
 
-TEST_F(PhotoManagerTest, WalksGoAsFarAsTheCountAndSkipWhatIsNotThere) {
-  fillThreeAlbums();
-  const auto manager = PhotoManager::photoManagerWithType_delegate(0, nullptr);  // which tells nobody
-  const auto album = manager->getAlbumModelAtIndex(0);
-  manager->albumList() = {album, nullptr};
-  album->setIMediaCount(1000);
-  EXPECT_TRUE(manager->mediaExist("a"));
-  EXPECT_FALSE(manager->mediaExist("unknown"));
-  album->setIMediaCount(2);
-  EXPECT_FALSE(manager->mediaExist("a")) << "the third record is past the count";
-  EXPECT_THAT(manager->selectModels({"a"}), ElementsAre(false));
-  album->setArrMediaModel(nullptr);
-  EXPECT_FALSE(manager->mediaExist("c"));
-}
-
 TEST_F(PhotoManagerTest, AfterUnregisteringNothingIsRebuilt) {
   fillThreeAlbums();
   const auto manager = make();

@@ -1,3 +1,5 @@
+#include "tlx/platform/foundation/NSTimer.h"
+
 #include "tests/support/PickerSession.h"
 
 namespace tlx::test {
@@ -145,6 +147,18 @@ TEST(Selection, BannerShownAgainStaysItsFullTime) {
     session.platform.advance(0.6);
     EXPECT_FALSE(bannerIsIn(session));
   }
+}
+
+TEST(NSTimer, EndsWithItsTarget) {
+  struct Target {
+    void fire() {}
+  };
+  memory::MemoryPlatform platform;
+  auto target = std::make_shared<Target>();
+  const auto timer = NSTimer::scheduledTimerWithTimeInterval_target_selector_repeats(1, target, &Target::fire, true);
+  target.reset();
+  platform.advance(1);
+  EXPECT_FALSE(timer->isValid());
 }
 
 TEST(Broadcast, ReachesSubscribersInOrderWithTheDatumInBothPlaces) {

@@ -112,24 +112,17 @@ TEST(SessionLifetime, HandlersOnOtherThreadsOnlyPost) {
     session.pressDone();
     const auto asked = static_cast<std::size_t>(1 + round % 3);
     EXPECT_TRUE(session.platform.loop.runUntil([&] { return session.fetched().size() >= asked; }));
-    switch (round % 4) {
-      case 0:
-        EXPECT_TRUE(session.platform.loop.runUntil([&] { return !session.host.deliveries.empty(); }));
-        EXPECT_EQ(session.host.deliveries.at(0).size(), 3u);
-        break;
-      case 1:
-        session.picker->cancelDownload();
-        EXPECT_TRUE(session.platform.loop.runUntil([&] { return session.picker->cancelling(); }));
-        break;
-      case 2:
-        session.picker->btnDonePressed();
-        EXPECT_TRUE(session.platform.loop.runUntil([&] { return !session.host.deliveries.empty(); }));
-        break;
-      default:
-        session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
-        session.picker = nullptr;
-        session.platform.runUntilIdle();
-        break;
+    if (round % 4 == 0) {
+      session.picker->cancelDownload();
+      EXPECT_TRUE(session.platform.loop.runUntil([&] { return session.picker->cancelling(); }));
+    } else if (round % 4 == 1) {
+      session.platform.application.host()->dismissViewControllerAnimated_completion(false, nullptr);
+      session.picker = nullptr;
+      session.platform.runUntilIdle();
+    } else {
+      if (round % 4 == 2) session.picker->btnDonePressed();
+      EXPECT_TRUE(session.platform.loop.runUntil([&] { return !session.host.deliveries.empty(); }));
+      EXPECT_EQ(session.host.deliveries.at(0).size(), 3u);
     }
   }
 }
