@@ -54,7 +54,8 @@ void Service::serve(const wire::Job& job, int file) {
   try {
     handler_.handle(job, file, cancelled, reply_);
   } catch (const std::bad_alloc&) {
-    reply_.failed(libraryError(PhotoLibraryErrorNoSpace, "no memory for a picture"));
+    // The bound is this process's own, so that the picture will not fit the next time either.
+    reply_.failed(libraryError(PhotoLibraryErrorTooLarge, "it needs more memory than a picture may take"));
   } catch (const std::exception& error) {
     // Damaged files reach deep into other people's code; what that throws is an answer like any other.
     reply_.failed(libraryError(PhotoLibraryErrorDamaged, error.what()));

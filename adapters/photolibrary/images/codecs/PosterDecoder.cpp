@@ -12,6 +12,7 @@ extern "C" {
 
 #include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/images/codecs/ImageDecoder.h"
+#include "adapters/photolibrary/images/headers/VideoCodecs.h"
 #include "adapters/photolibrary/images/headers/VideoFile.h"
 
 namespace tlx::photolibrary {
@@ -132,6 +133,10 @@ Failure decodePoster(FileBytes& file, MediaFormat format, const PictureRequest& 
   const AVStream* stream = video.videoStream();
   if (!video.context()) return libraryError(PhotoLibraryErrorDamaged, "the container cannot be read");
   if (!stream) return libraryError(PhotoLibraryErrorUnsupported, "no video track");
+  if (!isVideoCodecAllowed(stream->codecpar->codec_id)) {
+    const std::string name = avcodec_get_name(stream->codecpar->codec_id);
+    return libraryError(PhotoLibraryErrorUnsupported, "video of the kind " + name + " is not decoded");
+  }
   const Codec codec = openCodec(*stream);
   if (!codec) return libraryError(PhotoLibraryErrorUnsupported, "no decoder for its video");
 

@@ -14,6 +14,7 @@ extern "C" {
 
 #include "adapters/photolibrary/base/LibraryError.h"
 #include "adapters/photolibrary/images/headers/PhotoFacts.h"
+#include "adapters/photolibrary/images/headers/VideoCodecs.h"
 
 namespace tlx::photolibrary {
 namespace {
@@ -71,6 +72,7 @@ VideoFile::VideoFile(FileBytes& file, MediaFormat format) : file_(file), allowan
   context_->pb = io_;
   context_->flags |= AVFMT_FLAG_CUSTOM_IO;
   context_->max_streams = 64;
+  context_->codec_whitelist = av_strdup(allowedDecoders());
   // Other files that the container refers to are not opened.
   context_->io_open = [](AVFormatContext*, AVIOContext**, const char*, int, AVDictionary**) { return AVERROR(EPERM); };
   if (avformat_open_input(&context_, nullptr, demuxer, nullptr) < 0) {

@@ -107,7 +107,7 @@ TEST_F(ConfinedDecoding, WhateverADecoderDoesEndsWithItsOwnPicture) {
       {"3 its decoder crashed",
        {"null", "abort", "recurse", "exit", "exec", "fork", "socket", "kill", "code", "shrink", "lie-size", "lie-turn",
         "lie-id", "lie-end", "lie-rows", "lie-many-rows", "lie-info", "lie-short"}},
-      {"7 no memory for a picture", {"eat"}},
+      {"5 it needs more memory than a picture may take", {"eat"}},
       {"4 held", {"open", "reopen", "environment", "needs-memory"}},
   };
   for (const auto& [result, deeds] : rows) {

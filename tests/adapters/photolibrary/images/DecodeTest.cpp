@@ -202,6 +202,9 @@ TEST_F(Decoding, AVideosPosterIsUprightAndNotBlack) {
       EXPECT_EQ(std::max(image.width(), image.height()), 48u) << name << ": " << row.reason;
     }
   }
+  writeClip(folder_.file("rare.mkv"), {.codec = "ffv1"});
+  EXPECT_EQ(std::get<NSError>(decode(folder_.file("rare.mkv"), {48, 48})).localizedDescription,
+            folder_.file("rare.mkv") + ": video of the kind ffv1 is not decoded");
 }
 
 TEST_F(Decoding, GivesUpWhenCancelled) {

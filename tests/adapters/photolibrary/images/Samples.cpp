@@ -248,7 +248,7 @@ void writeJpegWithThumbnail(const std::string& path, int width, int height, int 
 void writeClip(const std::string& path, const ClipOptions& options) {
   AVFormatContext* format = nullptr;
   check(avformat_alloc_output_context2(&format, nullptr, nullptr, path.c_str()) >= 0, path);
-  AVCodecContext* codec = avcodec_alloc_context3(avcodec_find_encoder(AV_CODEC_ID_MPEG4));
+  AVCodecContext* codec = avcodec_alloc_context3(avcodec_find_encoder_by_name(options.codec));
   codec->width = clipWidth;
   codec->height = clipHeight;
   codec->pix_fmt = AV_PIX_FMT_YUV420P;

@@ -65,6 +65,7 @@ void writeJpegWithThumbnail(const std::string& path, int width, int height, int 
 /// black, the others show the quarters. `turn` is the clockwise rotation in degrees that its header asks for.
 struct ClipOptions {
   int frames = 20, leadingBlack = 0, turn = 0;
+  const char* codec = "mpeg4";
 };
 inline constexpr int clipWidth = 96, clipHeight = 64;
 void writeClip(const std::string& path, const ClipOptions& options = {});
