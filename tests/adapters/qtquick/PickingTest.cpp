@@ -103,13 +103,13 @@ TEST(Scrolling, FarDownCellsStandWhereTheyAreDrawn) {
   for (const double offset : {20'000.0, 20'040.0, 60'000.0, 59'900.0}) {
     session.grid().setContentOffset({0, offset});
     session.wait(0.2);
-    const auto visible = session.grid().indexPathsForVisibleItems();
-    for (const NSIndexPath& path : visible) {
-      const QPointF place = session.centre(session.cell(path.item));
+    const auto& visible = session.grid().visibleCells();
+    for (const auto& [index, cell] : visible) {
+      const QPointF place = session.centre(session.cell(index));
       if (place.y() < 70 || place.y() > session.window.height() - 5) continue;
-      EXPECT_EQ(session.colourAt(place), PickerWindow::colourOf("p" + std::to_string(path.item))) << offset;
+      EXPECT_EQ(session.colourAt(place), PickerWindow::colourOf("p" + std::to_string(index))) << offset;
     }
-    const std::int64_t item = visible[visible.size() / 2].item;
+    const std::int64_t item = std::next(visible.begin(), static_cast<std::ptrdiff_t>(visible.size() / 2))->first;
     const CGRect frame = session.grid().collectionViewLayout()->frameForItemAtIndex(item);
     const QPointF middle(CGRectGetMidX(frame), CGRectGetMidY(frame) - offset);
     EXPECT_EQ(session.colourAt(middle), PickerWindow::colourOf("p" + std::to_string(item))) << offset;
