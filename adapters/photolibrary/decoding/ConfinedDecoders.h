@@ -21,13 +21,19 @@ namespace tlx::photolibrary {
 /// by itself and then fails by name.
 class ConfinedDecoders final : public DecodersPort {
  public:
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  static constexpr int slowness = 20;  ///< of code that a sanitizer watches
+#else
+  static constexpr int slowness = 1;
+#endif
+
   struct Settings {
-    std::string folder;                          ///< where the workers' programs are
-    unsigned photoWorkers = 0;                   ///< 0 for one per processor
-    std::int64_t processorSeconds = 10;          ///< of one picture
-    std::chrono::milliseconds patience{60'000};  ///< for one picture
-    std::vector<std::string> arguments = {};     ///< for every worker
-    WorkerPool::Log log = {};                    ///< called on any thread
+    std::string folder;                             ///< where the workers' programs are
+    unsigned photoWorkers = 0;                      ///< 0 for one per processor
+    std::int64_t processorSeconds = 10 * slowness;  ///< of one picture
+    std::chrono::seconds patience{60 * slowness};   ///< for one picture
+    std::vector<std::string> arguments = {};        ///< for every worker
+    WorkerPool::Log log = {};                       ///< called on any thread
   };
 
   /// A picture that needs a great deal of memory needs so many times the processor time as well.
