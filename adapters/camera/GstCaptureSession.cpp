@@ -165,6 +165,7 @@ std::optional<double> GstCaptureSession::recordedSeconds() const {
 
 void GstCaptureSession::Engine::tellDevices(const std::vector<Camera>& cameras, const std::string& open) {
   std::vector<CaptureDevice> devices;
+  devices.reserve(cameras.size());
   for (const Camera& camera : cameras) devices.push_back(camera.device);
   Shared::tell(shared_,
                [devices = std::move(devices), open](GstCaptureSession& session, CaptureSessionListener& listener) {
@@ -361,7 +362,8 @@ void GstCaptureSession::Engine::recordingEnded(std::optional<AVRecording> record
   // It goes in a step of its own: not from within its own call, and on this thread although a picture may still be on
   // its way into it.
   loop_.post([this, done = std::exchange(recorder_, nullptr)] { (void)this; });
-  Shared::tell(shared_, [recording, error](GstCaptureSession&, CaptureSessionListener& listener) {
+  Shared::tell(shared_, [recording = std::move(recording), error = std::move(error)](GstCaptureSession&,
+                                                                                     CaptureSessionListener& listener) {
     listener.recordingEnded(recording, error);
   });
   if (failure_) fail(*std::exchange(failure_, std::nullopt));

@@ -4,6 +4,7 @@
 #include <QEvent>
 #include <QtQml>
 
+// NOLINTNEXTLINE(readability-identifier-naming): named by what makes it of the QML module
 void qml_register_types_TLX_MediaPicker();
 
 namespace tlx::qtquick {

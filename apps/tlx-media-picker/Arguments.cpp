@@ -202,6 +202,7 @@ std::variant<Arguments, std::string> Options::parse(std::vector<std::string> wor
   }
   words.insert(words.begin(), kProgram);
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
   int count = static_cast<int>(words.size());
@@ -238,9 +239,8 @@ void eraseSecrets(int count, char** words) {
     char* const colon =
         at ? static_cast<char*>(std::memchr(scheme + 3, ':', static_cast<std::size_t>(at - scheme - 3))) : nullptr;
     if (!colon) continue;
-    const std::size_t rest = std::strlen(at), secret = static_cast<std::size_t>(at - colon);
-    std::memmove(colon, at, rest);
-    std::memset(colon + rest, 0, secret);
+    char* const end = at + std::strlen(at);
+    std::fill(std::copy(at, end, colon), end, '\0');
   }
 }
 

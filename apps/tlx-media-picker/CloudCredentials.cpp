@@ -81,7 +81,7 @@ std::optional<photolibrary::Credentials> CloudCredentials::ask(const std::string
   lock.unlock();
   std::unique_lock answering(said->mutex);
   const bool answered = said->changed.wait(answering, stop, [&] { return said->answered; });
-  const auto credentials = answered ? said->credentials : std::nullopt;
+  auto credentials = answered ? said->credentials : std::nullopt;
   answering.unlock();
   lock.lock();
   isAsking_ = false;

@@ -7,15 +7,15 @@ namespace tlx::samples {
 namespace {
 
 struct Lattice {
-  std::array<int, 512> order{};
+  std::array<std::size_t, 512> order{};
   std::array<QPointF, 256> slopes;
   Lattice() {
     Random random(2019);
     std::iota(order.begin(), order.begin() + 256, 0);
-    for (int i = 255; i >= 0; --i) {
+    for (std::size_t i = 256; i-- > 0;) {
       const double angle = random.in(0, 6.2831853);
-      slopes[static_cast<std::size_t>(i)] = {std::cos(angle) * 1.5, std::sin(angle) * 1.5};
-      std::swap(order[static_cast<std::size_t>(i)], order[static_cast<std::size_t>(random.below(i + 1))]);
+      slopes[i] = {std::cos(angle) * 1.5, std::sin(angle) * 1.5};
+      std::swap(order[i], order[static_cast<std::size_t>(random.below(static_cast<int>(i) + 1))]);
     }
     std::copy_n(order.begin(), 256, order.begin() + 256);
   }
@@ -48,12 +48,10 @@ double noise(double x, double y) {
   constexpr int kFar = 1 << 20;
   const int left = static_cast<int>(x + kFar) - kFar, top = static_cast<int>(y + kFar) - kFar;
   const double fx = x - left, fy = y - top;
-  const int xi = left & 255, yi = top & 255;
+  const auto xi = static_cast<std::size_t>(left & 255), yi = static_cast<std::size_t>(top & 255);
   const auto& order = kLattice.order;
-  const auto pull = [&](int i, int j) {
-    const int first = order[static_cast<std::size_t>(xi + i)];
-    const QPointF& slope =
-        kLattice.slopes[static_cast<std::size_t>(order[static_cast<std::size_t>(first + yi + j)] & 255)];
+  const auto pull = [&](unsigned i, unsigned j) {
+    const QPointF& slope = kLattice.slopes[order[order[xi + i] + yi + j] & 255];
     return slope.x() * (fx - i) + slope.y() * (fy - j);
   };
   const double u = fx * fx * fx * (fx * (fx * 6 - 15) + 10), v = fy * fy * fy * (fy * (fy * 6 - 15) + 10);

@@ -99,7 +99,7 @@ std::shared_ptr<UIView> QtScenes::load(const std::string& name, NSObject* owner,
   QQmlEngine::setObjectOwnership(item, QQmlEngine::CppOwnership);
   ViewItem::Built built;
   item->build(built);
-  object.release();  // from now on the item goes with its view
+  (void)object.release();  // from now on the item goes with its view
   const std::string ownerClass = NSClassFromString(name) ? name : "UIView";
   connectScene(name, owner ? *owner : *built.view, ownerClass, built.parts);
   return built.view;

@@ -19,7 +19,7 @@ using FourPixels = std::uint8_t __attribute__((vector_size(16)));
 using Halves = std::uint64_t __attribute__((vector_size(16)));
 
 /// So many pixels, or parts of them, make one: enough for up to half the size. What is smaller still is left to Qt.
-constexpr int kPixelsToOne = 3;
+constexpr std::size_t kPixelsToOne = 3;
 constexpr int kWhole = 256;
 
 /// Which pixels of a line each pixel of the shorter line covers, and the share of each, adding up to 256.
@@ -28,11 +28,11 @@ struct Shares {
     const double step = static_cast<double>(from) / to;
     for (int i = 0; i < to; ++i) {
       const double begin = i * step, end = begin + step;
-      first.push_back(std::min(static_cast<int>(begin), from - kPixelsToOne));
+      first.push_back(std::min(static_cast<int>(begin), from - static_cast<int>(kPixelsToOne)));
       int left = kWhole;
       std::size_t largest = shares.size();
-      for (int k = 0; k < kPixelsToOne; ++k) {
-        const double pixel = first.back() + k;
+      for (std::size_t k = 0; k < kPixelsToOne; ++k) {
+        const double pixel = first.back() + static_cast<double>(k);
         const double covered = std::max(0.0, std::min(end, pixel + 1) - std::max(begin, pixel)) / step;
         shares.push_back(static_cast<std::uint16_t>(std::lround(covered * kWhole)));
         left -= shares.back();
@@ -50,10 +50,11 @@ struct Plan {
   Plan(const QSize& source, const QSize& target)
       : from(source), to(target), across(from.width(), to.width()), down(from.height(), to.height()) {
     for (int x = 0; x < to.width(); x += 2) {
-      const int begin = std::min(x, to.width() - 2);  // an odd last pixel is made together with its neighbour once more
-      for (int k = 0; k < kPixelsToOne; ++k) {
-        const std::uint16_t a = across.shares[static_cast<std::size_t>(begin * kPixelsToOne + k)];
-        const std::uint16_t b = across.shares[static_cast<std::size_t>((begin + 1) * kPixelsToOne + k)];
+      // An odd last pixel is made together with its neighbour once more.
+      const auto begin = static_cast<std::size_t>(std::min(x, to.width() - 2));
+      for (std::size_t k = 0; k < kPixelsToOne; ++k) {
+        const std::uint16_t a = across.shares[begin * kPixelsToOne + k];
+        const std::uint16_t b = across.shares[(begin + 1) * kPixelsToOne + k];
         pairs.push_back(Channels{a, a, a, a, b, b, b, b});
       }
     }
@@ -72,16 +73,16 @@ Channels two(const std::uint16_t* one, const std::uint16_t* other) {
 
 /// The mean of the lines that line `y` of the outcome covers, four numbers a pixel, of four pixels or more.
 void addLines(const QImage& picture, const Shares& down, int y, std::vector<std::uint16_t>& line) {
-  const std::uint16_t* shares = &down.shares[static_cast<std::size_t>(y * kPixelsToOne)];
+  const std::uint16_t* shares = &down.shares[static_cast<std::size_t>(y) * kPixelsToOne];
   const uchar* top = picture.constScanLine(down.first[static_cast<std::size_t>(y)]);
   const qsizetype stride = picture.bytesPerLine();
   Channels parts[kPixelsToOne];
-  for (int k = 0; k < kPixelsToOne; ++k) parts[k] = Channels{} + shares[k];
+  for (std::size_t k = 0; k < kPixelsToOne; ++k) parts[k] = Channels{} + shares[k];
   const auto length = static_cast<std::ptrdiff_t>(line.size());
   for (std::ptrdiff_t i = 0; i < length; i += 16) {
     const std::ptrdiff_t begin = std::min(i, length - 16);
     Channels sum{}, sumAfter{};
-    for (int k = 0; k < kPixelsToOne; ++k) {
+    for (std::size_t k = 0; k < kPixelsToOne; ++k) {
       FourPixels bytes;
       std::memcpy(&bytes, top + k * stride + begin, sizeof bytes);
       const FourPixels low =
@@ -113,7 +114,7 @@ bool shrink(const QImage& picture, const Plan& plan, QImage& out) {
       const std::uint16_t* one = line.data() + 4 * first[begin];
       const std::uint16_t* other = line.data() + 4 * first[begin + 1];
       Channels sum{};
-      for (int k = 0; k < kPixelsToOne; ++k) sum += two(one + 4 * k, other + 4 * k) * shares[k];
+      for (std::size_t k = 0; k < kPixelsToOne; ++k) sum += two(one + 4 * k, other + 4 * k) * shares[k];
       sum /= kWhole;
       all &= sum;
       // As the screen has them.

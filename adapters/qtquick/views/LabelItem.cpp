@@ -35,7 +35,7 @@ QFont toQFont(const UIFontRef& font) {
     break;
   }
   if (!family.isEmpty() && QFontDatabase::hasFamily(family)) drawn.setFamilies({family});
-  if (font->pointSize() >= 1) drawn.setPixelSize(static_cast<int>(font->pointSize() + 0.5));
+  if (font->pointSize() >= 1) drawn.setPixelSize(qRound(font->pointSize()));
   return drawn;
 }
 
