@@ -1,8 +1,6 @@
 // How states follow one another, over a source that does what the test says.
 
-#include <functional>
 #include <future>
-#include <mutex>
 
 #include <gmock/gmock.h>
 

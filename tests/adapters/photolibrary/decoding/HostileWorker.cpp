@@ -2,7 +2,6 @@
 // simply fails. It is shut in as the real ones are.
 
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <sstream>
 #include <string>
@@ -26,6 +25,11 @@ int recurse(int depth) {
   return depth < 0 ? 0 : recurse(depth + 1) + room[0];
 }
 
+template <class Deed>
+void again(Deed deed) {
+  for (volatile bool forever = true; forever;) deed();
+}
+
 /// Each pixel tells where it stands, so that a picture which came in another's place or order is seen.
 void paint(Reply& reply, PixelSize size, std::int32_t turn) {
   reply.begin(size, turn);
@@ -43,7 +47,7 @@ void paint(Reply& reply, PixelSize size, std::int32_t turn) {
   reply.end();
 }
 
-/// Tries what a worker may not do, and tells whether it could.
+/// What a worker may not do: each tells whether it could.
 const std::map<std::string, bool (*)(int file)> escapes{
     {"exec", [](int) { return execve("/bin/true", environ, environ), true; }},
     {"fork", [](int) { return fork() >= 0; }},
@@ -57,11 +61,56 @@ const std::map<std::string, bool (*)(int file)> escapes{
     {"environment", [](int) { return environ[0] && environ[1]; }},
 };
 
-void send(int socket, const wire::Job& job, wire::AnswerKind kind, std::span<const std::byte> body) {
+/// Ways of coming to no end, or to an early one.
+const std::map<std::string, void (*)()> failures{
+    {"null", [] { *static_cast<volatile int*>(nullptr) = 1; }},
+    {"abort", [] { std::abort(); }},
+    {"recurse", [] { recurse(0); }},
+    {"exit", [] { _exit(0); }},
+    {"spin", [] { again([] {}); }},
+    {"sleep", [] { again(pause); }},
+    {"eat", [] { again([eaten = std::vector<std::vector<char>>()]() mutable { eaten.emplace_back(64 << 20, 'x'); }); }},
+};
+
+void send(const wire::Job& job, wire::AnswerKind kind, std::span<const std::byte> body) {
   wire::AnswerMessage message;
   message.add(kind, job.id, body);
-  wire::send(socket, message.bytes());
+  wire::send(wire::socketDescriptor, message.bytes());
 }
+void begin(const wire::Job& job, wire::Begin said) {
+  send(job, wire::AnswerKind::Begin, wire::bytesOf(said));
+}
+void rows(const wire::Job& job, wire::Rows said) {
+  begin(job, {4, 4, 1, 0});
+  send(job, wire::AnswerKind::Rows, wire::bytesOf(said));
+}
+
+/// Answers that are not so.
+const std::map<std::string, void (*)(wire::Job)> lies{
+    {"lie-size",
+     [](wire::Job job) {
+       begin(job, {1 << 17, 1 << 17, 1, 0});
+     }},
+    {"lie-turn",
+     [](wire::Job job) {
+       begin(job, {4, 4, 9, 0});
+     }},
+    {"lie-id", [](wire::Job job) { send((++job.id, job), wire::AnswerKind::End, {}); }},
+    {"lie-end",
+     [](wire::Job job) {
+       begin(job, {4, 4, 1, 0}), send(job, wire::AnswerKind::End, {});
+     }},
+    {"lie-rows",
+     [](wire::Job job) {
+       rows(job, {wire::ringBytes - 8, 2});
+     }},
+    {"lie-many-rows",
+     [](wire::Job job) {
+       rows(job, {0, ~std::uint64_t{0} / 16 + 2});
+     }},
+    {"lie-info", [](wire::Job job) { send(job, wire::AnswerKind::Info, wire::bytesOf(wire::Info{})); }},
+    {"lie-short", [](wire::Job job) { send(job, wire::AnswerKind::Failed, {}); }},
+};
 
 class Deeds final : public Service::Handler {
  public:
@@ -80,70 +129,22 @@ class Deeds final : public Service::Handler {
       std::int32_t turn = 1;
       words >> size.width >> size.height >> turn;
       paint(reply, size, turn);
+    } else if (deed == "needs-memory" && job.memory == 0) {
+      reply.needsMemory(std::int64_t{1200} << 20);
     } else if (deed == "needs-memory") {
-      if (job.memory == 0) {
-        reply.needsMemory(std::int64_t{1200} << 20);
-        return;
-      }
       void* much = mmap(nullptr, std::size_t{1500} << 20, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
       answer(much == MAP_FAILED);
       if (much != MAP_FAILED) munmap(much, std::size_t{1500} << 20);
-    } else if (deed == "null") {
-      *static_cast<volatile int*>(nullptr) = 1;
-    } else if (deed == "abort") {
-      std::abort();
-    } else if (deed == "recurse") {
-      recurse(0);
-    } else if (deed == "exit") {
-      _exit(0);
-    } else if (deed == "spin") {
-      for (volatile bool forever = true; forever;) {
-      }
-    } else if (deed == "sleep") {
-      for (;;) pause();
     } else if (deed == "until-cancelled") {
       while (!cancelled.stop_requested()) std::this_thread::yield();
       reply.failed(libraryError(PhotoLibraryErrorCancelled, "cancelled"));
-    } else if (deed == "eat") {
-      std::vector<std::vector<char>> eaten;
-      for (;;) eaten.emplace_back(std::size_t{64} << 20, 'x');
     } else if (const auto escape = escapes.find(deed); escape != escapes.end()) {
       answer(escape->second(file));
+    } else if (const auto failure = failures.find(deed); failure != failures.end()) {
+      failure->second();
     } else {
-      lie(deed, job, reply);
-    }
-  }
-
- private:
-  static void lie(const std::string& deed, const wire::Job& job, Reply& reply) {
-    reply.flush();
-    const int socket = wire::socketDescriptor;
-    const auto begin = [&](wire::Begin said) { send(socket, job, wire::AnswerKind::Begin, wire::bytesOf(said)); };
-    const auto rows = [&](wire::Rows said) {
-      begin({4, 4, 1, 0});
-      send(socket, job, wire::AnswerKind::Rows, wire::bytesOf(said));
-    };
-    if (deed == "lie-size") {
-      begin({1 << 17, 1 << 17, 1, 0});
-    } else if (deed == "lie-turn") {
-      begin({4, 4, 9, 0});
-    } else if (deed == "lie-id") {
-      wire::Job other = job;
-      ++other.id;
-      send(socket, other, wire::AnswerKind::End, {});
-    } else if (deed == "lie-end") {
-      begin({4, 4, 1, 0});
-      send(socket, job, wire::AnswerKind::End, {});
-    } else if (deed == "lie-rows") {
-      rows({wire::ringBytes - 8, 2});
-    } else if (deed == "lie-many-rows") {
-      rows({0, ~std::uint64_t{0} / 16 + 2});
-    } else if (deed == "lie-info") {
-      send(socket, job, wire::AnswerKind::Info, wire::bytesOf(wire::Info{}));
-    } else if (deed == "lie-short") {
-      send(socket, job, wire::AnswerKind::Failed, {});
-    } else {
-      reply.failed(libraryError(PhotoLibraryErrorUnsupported, "no such deed"));
+      reply.flush();
+      lies.at(deed)(job);
     }
   }
 };

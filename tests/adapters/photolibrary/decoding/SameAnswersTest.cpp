@@ -1,4 +1,3 @@
-#include <cstring>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

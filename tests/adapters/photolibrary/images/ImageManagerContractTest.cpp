@@ -1,4 +1,3 @@
-#include <atomic>
 
 #include "adapters/memory/LoopThread.h"
 #include "adapters/memory/MainLoop.h"
@@ -11,7 +10,6 @@ namespace {
 
 using namespace photolibrary;
 
-/// Files in a folder, under the real image manager.
 class FilesImageWorld final : public ImageManagerWorld {
  public:
   MainQueuePort& mainQueue() override { return loop_; }
@@ -71,11 +69,7 @@ class FilesImageWorld final : public ImageManagerWorld {
   int files_ = 0;
 };
 
-std::unique_ptr<ImageManagerWorld> makeFilesImageWorld() {
-  return std::make_unique<FilesImageWorld>();
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, ImageManagerContract, testing::Values(&makeFilesImageWorld));
+INSTANTIATE_TEST_SUITE_P(Files, ImageManagerContract, testing::Values(&makeWorld<ImageManagerWorld, FilesImageWorld>));
 
 }  // namespace
 }  // namespace tlx::contracts

@@ -1,7 +1,6 @@
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <latch>
+#include <semaphore>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -16,30 +15,20 @@ namespace {
 
 using namespace test;
 
-/// Holds whoever passes until it is opened, and tells how many are held.
+/// Holds whoever passes until it is opened, which is once.
 class Gate {
  public:
   void pass() {
-    std::unique_lock lock(mutex_);
-    ++held_;
-    changed_.notify_all();
-    changed_.wait(lock, [this] { return open_; });
+    held_.release();
+    open_.wait();
   }
-  void open() {
-    const std::lock_guard lock(mutex_);
-    open_ = true;
-    changed_.notify_all();
-  }
-  void waitForHeld(int count) {
-    std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return held_ >= count; });
-  }
+  void open() { open_.count_down(); }
+  /// Returns when one more is held.
+  void waitForOne() { held_.acquire(); }
 
  private:
-  std::mutex mutex_;
-  std::condition_variable changed_;
-  int held_ = 0;
-  bool open_ = false;
+  std::counting_semaphore<> held_{0};
+  std::latch open_{1};
 };
 
 constexpr auto opportunistic = PHImageRequestOptionsDeliveryModeOpportunistic;
@@ -66,7 +55,7 @@ class ManagingImages : public testing::Test {
       fetched_.push_back(name);
     });
     ask(photo("first"), highQuality, "first");
-    gate_.waitForHeld(1);
+    gate_.waitForOne();
   }
   Asset photo(const std::string& name, bool withThumbnail = false) {
     const std::string path = folder_.file(name + ".jpg");
@@ -156,20 +145,19 @@ TEST_F(ManagingImages, CellsGetTheScreensPixelsAndDeliveriesTheirExactSize) {
   start();
   images_->setScreenScale(2);
   const Asset asset = photo("a");
-  struct Row {
+  constexpr auto fast = PHImageRequestOptionsResizeModeFast, exact = PHImageRequestOptionsResizeModeExact;
+  const struct {
     double target;
     PHImageRequestOptionsDeliveryMode delivery;
     PHImageRequestOptionsResizeMode resize;
     double height;
     const char* reason;
-  };
-  constexpr auto fast = PHImageRequestOptionsResizeModeFast, exact = PHImageRequestOptionsResizeModeExact;
-  const Row rows[] = {{130, opportunistic, fast, 260, "a cell"},
-                      {130, opportunistic, exact, 130, "a cell that insists"},
-                      {130, highQuality, exact, 130, "a delivery"},
-                      {130, highQuality, fast, 130, "a delivery that does not insist"},
-                      {170, opportunistic, fast, 300, "never enlarged"}};
-  for (const Row& row : rows) {
+  } rows[] = {{130, opportunistic, fast, 260, "a cell"},
+              {130, opportunistic, exact, 130, "a cell that insists"},
+              {130, highQuality, exact, 130, "a delivery"},
+              {130, highQuality, fast, 130, "a delivery that does not insist"},
+              {170, opportunistic, fast, 300, "never enlarged"}};
+  for (const auto& row : rows) {
     PHImageRequestOptions asked = options(row.delivery);
     asked.resizeMode = row.resize;
     ask(asset, asked, row.reason, {row.target, row.target});
@@ -235,11 +223,11 @@ TEST_F(ManagingImages, TheSamePictureIsMadeOnceForAllWhoAskMeanwhile) {
         [&](const std::shared_ptr<const UIImage>& image, const PHImageInfo&) { got.push_back(image); });
   };
   const PHImageRequestID first = again();
-  gate_.waitForHeld(1);
+  gate_.waitForOne();
   again();
   again();
   warm({asset});
-  gate_.waitForHeld(2);  // the other worker comes to it only when it is through with those two
+  gate_.waitForOne();  // the other worker comes to it only when it is through with those two
   images_->cancelImageRequest(first);
   gate_.open();
   settle();
@@ -258,15 +246,14 @@ TEST_F(ManagingImages, AnItemElsewhereIsShownByItsPreview) {
   using Shown = std::optional<Preview>;
   const auto of = [](const std::string& path, bool head) { return Preview{{path, nullptr}, head}; };
   constexpr auto jpeg = MediaFormat::Jpeg;
-  struct Row {
+  const struct {
     MediaFormat format;
     Shown preview;
     bool network;
     const char* answer;
     int originals;
     const char* reason;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {jpeg, of(small, false), false, " final", 0, "a picture of its own, needing no leave"},
       {jpeg, of(original, true), true, " final", 0, "the picture in the original's first bytes"},
       {jpeg, {}, true, " final", 1, "without one the original is fetched"},
@@ -274,7 +261,7 @@ TEST_F(ManagingImages, AnItemElsewhereIsShownByItsPreview) {
       {MediaFormat::Mp4, {}, true, " error", 0, "no video is fetched for its poster"},
       {jpeg, of("none", false), true, " final", 1, "a preview that cannot be read is as good as none"},
   };
-  for (const Row& row : rows) {
+  for (const auto& row : rows) {
     answers_.clear();
     originals = 0;
     ask(items_.add(row.reason, {original, row.format, 400, 300, true, row.preview}),
@@ -296,11 +283,11 @@ TEST_F(ManagingImages, TransfersHoldUpNeitherPicturesNorEachOther) {
     return ask(items_.add(name, {path, MediaFormat::Jpeg, 400, 300, true}), options(highQuality, true), name);
   };
   const PHImageRequestID running = fetch("slow 1");
-  gate_.waitForHeld(1);
+  gate_.waitForOne();
   fetch("quick");
   ASSERT_TRUE(waitForAnswers(1)) << "another transfer comes through";
   fetch("slow 2");
-  gate_.waitForHeld(2);
+  gate_.waitForOne();
   ask(photo("near"), highQuality, "near");
   ASSERT_TRUE(waitForAnswers(2)) << "and so does what needs none";
   const PHImageRequestID waiting = fetch("slow 3");
@@ -317,7 +304,7 @@ TEST_F(ManagingImages, ASynchronousRequestDoesNotWaitForTheQueue) {
     if (name != "now") gate_.pass();
   });
   for (int i = 0; i < 10; ++i) ask(photo(std::to_string(i)), highQuality, "queued");
-  gate_.waitForHeld(2);
+  for (int worker = 0; worker < 2; ++worker) gate_.waitForOne();
   const Asset now = photo("now");
   std::atomic<bool> answered{false};
   std::thread([&] {
@@ -340,7 +327,7 @@ TEST_F(ManagingImages, CallsNothingOnceItIsGoneAndLeavesWhatItDelivered) {
   ask(photo("running"), highQuality, "running");
   ask(photo("waiting"), opportunistic, "waiting");
   warm({photo("warm")});
-  gate_.waitForHeld(1);
+  gate_.waitForOne();
   gate_.open();
   images_.reset();
   loop_.runUntilIdle();
