@@ -221,7 +221,8 @@ void Catalogue::rememberOtherNames(const ScanPass& pass, bool afresh) {
   for (const auto& [identifier, path] : pass.otherNames()) otherNames_.insert_or_assign(path, identifier);
 }
 
-/// A file that was written by one of its names may be known by another one.
+/// Adds, for each path in the scope that is a second name of a known file, the name that the file is known by: what was
+/// written through one name has changed under the other as well.
 WalkScope Catalogue::withKnownNames(const WalkScope& asked, const Snapshot& base) const {
   WalkScope scope = asked;
   if (asked.isEverything()) return scope;
@@ -234,7 +235,8 @@ WalkScope Catalogue::withKnownNames(const WalkScope& asked, const Snapshot& base
   return scope;
 }
 
-/// Where a look at a part may have missed what has a second name or a second way elsewhere.
+/// What a look at a part has to look at again: a file that was changed or removed may still be there under a second
+/// name, and the content of a removed folder by a second way, both outside of what was looked at.
 WalkScope Catalogue::leftOpen(const ScanPass::State& state) const {
   if (secondWays_ && !state.changes.removedFolders.empty()) return WalkScope::everything();
   WalkScope open = state.lookAgain;
@@ -248,7 +250,7 @@ WalkScope Catalogue::leftOpen(const ScanPass::State& state) const {
   for (const auto& [path, identifier] : otherNames_) {
     const auto found = touched.find(identifier);
     if (found == touched.end()) continue;
-    // Which of its names counts is a matter of all of them.
+    // Which name stands for the file is decided by comparing them all.
     open.add(path);
     if (!found->second.empty()) open.add(found->second);
   }

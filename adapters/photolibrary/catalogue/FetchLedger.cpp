@@ -29,7 +29,7 @@ void FetchLedger::record(const AssetResult& result, const Question& question, st
 std::optional<FetchLedger::Entry> FetchLedger::find(const AssetResult& result) const {
   std::lock_guard lock(mutex_);
   const auto found = entries_.find(result.get());
-  // The address alone may be a dead result's: the weak reference tells.
+  // A new result may have been given the address of one that is gone, whose entry is still here.
   if (found == entries_.end() || found->second.result.lock() != result) return std::nullopt;
   return found->second;
 }

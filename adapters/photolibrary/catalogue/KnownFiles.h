@@ -49,7 +49,8 @@ class KnownFiles {
   const RejectedFiles& rejected_;
   std::unordered_map<std::string, std::uint32_t> folders_;
   using Birthless = std::pair<std::uint64_t, std::uint64_t>;
-  mutable std::once_flag birthlessListed_;  ///< rarely wanted, and a pass over all items to make
+  mutable std::once_flag
+      birthlessListed_;  ///< made when first asked for, which is rare: it takes a pass over all items
   mutable std::map<Birthless, const Item*> birthless_;
   std::map<Birthless, const Folder*> birthlessFolders_;
 };

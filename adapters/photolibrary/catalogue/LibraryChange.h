@@ -9,8 +9,8 @@
 
 namespace tlx::photolibrary {
 
-/// The step that led to a snapshot. Asks nobody to remember what was before: the fetch result itself tells that. A
-/// result that is as new as the snapshot, or newer, has nothing to learn from this change.
+/// The change that led to a snapshot. It keeps nothing of the state before: what a fetch result held is compared with
+/// what its question answers now. For a result that is as new as the snapshot, or newer, there are no details.
 class LibraryChange final : public PHChange {
  public:
   LibraryChange(std::shared_ptr<const Snapshot> after, std::shared_ptr<const FetchLedger> ledger)

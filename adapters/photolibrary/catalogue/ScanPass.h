@@ -41,7 +41,8 @@ class ScanPass final : public WalkListener {
     Folders folders;
     IndexChanges changes;
     bool differs = false;  ///< from the state before, as far as anyone but the index is concerned
-    /// What the walk leaves open: files that a rest not looked at is said to hold, or that were written meanwhile.
+    /// What the walk could not settle and must be walked next: places outside of its scope that are known to hold one
+    /// of the files met, and files that were written while they were looked at.
     WalkScope lookAgain = {};
   };
   /// The base with everything that is new for sure. One thread at a time, like `conclude`.

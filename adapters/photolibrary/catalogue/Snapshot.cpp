@@ -84,7 +84,7 @@ void Snapshot::findDoubles() {
            std::hash<double>()(content.second);
   };
   const auto onServer = [&](std::uint32_t i) { return folders_[itemAt(i).folder]->onServer(); };
-  /// The less, the rather it is shown.
+  /// Of two doubles, the one with the lower rank is shown.
   const auto rank = [&](std::uint32_t i) { return std::pair(onServer(i), folders_[itemAt(i).folder]->root); };
   std::unordered_map<Content, std::uint32_t, decltype(hash)> first(0, hash);  // of those with a copy on a server
   for (std::uint32_t i = 0; i < count; ++i) {
@@ -185,7 +185,7 @@ AssetResult Snapshot::answer(const Question& question) const {
     earlier_.erase(known);
   }
   ledger_->record(result, question, generation_);
-  // Asked by items is asked once; an album's answer will be wanted again.
+  // Only albums are kept: the same list of single items is hardly ever asked for twice.
   if (question.items.empty()) answers_.emplace(question, result);
   return result;
 }
@@ -219,7 +219,7 @@ AssetResult Snapshot::compute(const Question& question) const {
       exact = exact && shown == position;
       if (fits(*assetAt(shown))) kept.push_back(assetAt(shown));
     }
-    // What stands in for a double may be some of a second older.
+    // Doubles agree in their dates only to the second, so an item in another's place may belong a little further on.
     if (!exact) {
       std::sort(kept.begin(), kept.end(),
                 [](const auto& a, const auto& b) { return comesBefore(itemOf(*a), itemOf(*b)); });

@@ -5,7 +5,7 @@
 
 namespace tlx::photolibrary {
 
-/// Who a server is told that we are.
+/// A user's name and password, as a server is told them.
 struct Credentials {
   std::string user, password;
   bool empty() const { return user.empty() && password.empty(); }

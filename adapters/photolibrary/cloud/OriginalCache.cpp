@@ -20,7 +20,7 @@ namespace {
 
 constexpr char kPart[] = ".part";
 constexpr char kTag[] = ".tag";
-/// Another process lets its lock go without a word.
+/// How long to wait before trying again where another process holds the lock, since nothing tells when it lets go.
 constexpr std::chrono::seconds kOtherProcess{1};
 
 /// Opens a file and locks it, anew when it was removed or replaced in between. Answers -1 with errno when somebody else
@@ -199,7 +199,8 @@ std::variant<Original, NSError> OriginalCache::Draft::finish() {
   if (::rename((path + kPart).c_str(), path.c_str()) != 0) return failure(errno);
   std::error_code ignored;
   std::filesystem::remove(path + kPart + kTag, ignored);
-  // Still locked by us alone; what keeps it from now on is the reader's own, so that others may read it as well.
+  // The draft's exclusive lock gives way to a shared one of the reader's own, so that others may read the copy as well
+  // and nobody removes it meanwhile.
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return failure(errno);
   ::flock(fd_, LOCK_UN);

@@ -6,8 +6,8 @@
 
 namespace tlx::photolibrary {
 
-/// When a burst of events counts as over: after a while of quiet, or, for one that does not end, a while after its
-/// first. Knows no clock.
+/// Says when a burst of events is to be acted on: once no event has come for `quiet`, and at the latest `longest` after
+/// the first. It reads no clock; times are handed in.
 class Burst {
  public:
   using Time = std::chrono::steady_clock::time_point;
@@ -19,7 +19,7 @@ class Burst {
     if (!first_) first_ = now;
     last_ = now;
   }
-  /// When to act on it; nothing while nothing happens.
+  /// Nothing when no event has come since the last `over`.
   std::optional<Time> due() const {
     if (!first_) return std::nullopt;
     return std::min(last_ + quiet_, *first_ + longest_);

@@ -92,7 +92,8 @@ std::variant<std::string, NSError> CaptureFolder::saveVideo(const std::string& r
   const std::string ending = videoEnding(original.get(), recording);
   UnfinishedFile file(path_);
   if (file.error()) return failure(file.error(), path_);
-  // The name is another one of the recording's own file where that can look like a file that was made here.
+  // On the same file system the recording itself gets a second name, provided that it can be given the mode and the
+  // time that a file made here has. Else it is copied.
   struct stat copy {};
   if (::fstat(file.get(), &copy) == 0 && copy.st_dev == status.st_dev &&
       ::fchmod(original.get(), copy.st_mode & 0777) == 0 && setFileTime(original.get(), created) == 0) {

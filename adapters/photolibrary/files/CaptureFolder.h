@@ -19,8 +19,9 @@ class CaptureFolder {
 
   /// Answers the new file's path. `created`, in seconds since 1970 UTC, becomes the file's time.
   std::variant<std::string, NSError> savePhoto(const UIImage& image, double created) const;
-  /// Another name for the same file where both lie on one file system, so that a long video is there at once; else a
-  /// copy. Either is open to whom a file that was made here is. A date inside the video stays as it is.
+  /// The saved file is a second name of `recording` where both lie on one file system, so that saving a long video
+  /// takes no time; else a copy. Either has the mode of a file that was made here. A date inside the video stays as it
+  /// is.
   std::variant<std::string, NSError> saveVideo(const std::string& recording, double created) const;
 
  private:

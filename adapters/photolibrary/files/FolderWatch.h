@@ -18,9 +18,9 @@
 
 namespace tlx::photolibrary {
 
-/// Hears of what happens in the folders that a walk met, on a thread of its own, and tells it a burst at a time.
-/// Folders that the kernel cannot tell of, because they lie on a server or because it watches no more, are to be looked
-/// at again every so often; the log is told once when it is for the latter.
+/// Watches the folders that a walk entered, on a thread of its own, and reports what changed in them a burst at a time.
+/// Folders that the kernel does not watch, because they lie on a server or because it has no watches left, are reported
+/// as changed every so often; in the latter case the log is told, once.
 class FolderWatch {
  public:
   using Duration = std::chrono::steady_clock::duration;
@@ -41,14 +41,14 @@ class FolderWatch {
   void watchFolder(int folder, std::uint64_t device, const std::string& path);
   /// One of the two folders of a trash, there or not: whatever is done in it touches the folder `files`. Any thread.
   void watchTrash(const std::string& path, const std::string& files);
-  /// Touches the path after a while. Any thread.
+  /// Reports the path as changed once that time has passed. Any thread.
   void lookLater(const std::string& path, Duration wait);
-  /// How long looks take: what is looked at again and again shall not keep the machine busy. Any thread.
+  /// How long the last look took: what nobody watches is looked at the less often the longer looks take. Any thread.
   void tookFor(Duration look) { took_ = look.count(); }
 
  private:
   using Time = Burst::Time;
-  /// What a path leads to, as far as it must be noticed when nobody tells.
+  /// What stands at a path, compared from time to time where no event would tell that it was exchanged.
   struct Presence {
     bool readable = false;
     std::uint64_t device = 0, number = 0;

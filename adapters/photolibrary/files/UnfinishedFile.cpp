@@ -57,7 +57,7 @@ void sweep(const std::string& folder) {
 int renameWithoutReplacing(const std::string& from, const std::string& to) {
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
   if (errno != EINVAL && errno != ENOSYS) return errno;
-  // A file system that cannot: the name is taken first.
+  // The file system knows no such rename: reserve the name with an empty file, then replace that.
   const FileDescriptor taken(::open(to.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, 0600));
   if (!taken) return errno;
   if (::rename(from.c_str(), to.c_str()) == 0) return 0;
@@ -70,7 +70,7 @@ int renameWithoutReplacing(const std::string& from, const std::string& to) {
 
 UnfinishedFile::UnfinishedFile(const std::string& folder, mode_t mode) : folder_(folder) {
   sweep(folder);
-  // Between its making and its lock another program may take the file for an abandoned one; it has no name then.
+  // Before the new file is locked, another program may take it for abandoned and remove it: then make another.
   do {
     const std::string name = hiddenName();
     hidden_ = folder + "/" + name;

@@ -31,16 +31,16 @@ class UnfinishedFile {
   // Each answers 0 or an error number.
 
   int write(const std::uint8_t* bytes, std::size_t size);
-  /// What an open file still has to give.
+  /// Appends the open file's content, from where it stands to its end.
   int copyFrom(int file);
-  /// When it was written, as if; seconds since 1970 UTC.
+  /// Sets when it was last written; seconds since 1970 UTC.
   int setTime(double modified);
   /// Gives it the first free name of `freeName`, which becomes `path`.
   int settle(const std::string& stem, const std::string& ending, std::string& path);
 
  private:
   std::string folder_, hidden_;
-  FileDescriptor file_;  ///< locked: the sign that somebody is still at it
+  FileDescriptor file_;  ///< locked, so that other programs can tell that it is not abandoned
   int error_ = 0;
 };
 

@@ -24,11 +24,13 @@ class WatchedFolders {
   /// For `poll`; negative when the kernel gives none.
   int descriptor() const { return inotify_.get(); }
 
-  /// What is done in the folder touches the path of what it is done to; with `touches`, it touches that. False when the
-  /// kernel, or `most`, allows no more. The watch begins before this returns.
+  /// From now on `read` reports what changes in the folder: the path of each file or folder in it that changed, or
+  /// `touches` instead, if given. False when the kernel, or `most`, allows no further folder. The watch has begun when
+  /// this returns.
   bool add(int folder, const std::string& path, const std::string& touches = {});
-  /// Reads what has happened, a good piece at a time. False when the kernel lost some of it: anything may have been
-  /// touched. `isRoot` tells for which paths it matters that they themselves went.
+  /// Reads some of the events that wait. False when the kernel has dropped events, so that anything may have changed.
+  /// Only for paths that `isRoot` accepts is the removal of the folder itself reported here; that of others is reported
+  /// by the folder that held them.
   bool read(WalkScope& touched, const std::function<bool(const std::string&)>& isRoot);
 
  private:
