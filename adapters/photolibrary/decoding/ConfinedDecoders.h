@@ -28,12 +28,12 @@ class ConfinedDecoders final : public DecodersPort {
 #endif
 
   struct Settings {
-    std::string folder;                             ///< where the workers' programs are
-    unsigned photoWorkers = 0;                      ///< 0 for one per processor
-    std::int64_t processorSeconds = 10 * slowness;  ///< of one picture
-    std::chrono::seconds patience{60 * slowness};   ///< for one picture
-    std::vector<std::string> arguments = {};        ///< for every worker
-    WorkerPool::Log log = {};                       ///< called on any thread
+    std::string folder;                                     ///< where the workers' programs are
+    unsigned photoWorkers = 0;                              ///< 0 for one per processor
+    std::int64_t processorSeconds = 10 * slowness;          ///< of one picture
+    std::chrono::milliseconds patience{60'000 * slowness};  ///< for one picture
+    std::vector<std::string> arguments = {};                ///< for every worker
+    WorkerPool::Log log = {};                               ///< called on any thread
   };
 
   /// A picture that needs a great deal of memory needs so many times the processor time as well.
