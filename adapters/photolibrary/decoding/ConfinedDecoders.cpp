@@ -181,13 +181,13 @@ void ConfinedDecoders::runOn(WorkerPool& pool, const std::vector<Attempt*>& undo
     if (alone ? each == alone : !each->suspected) together.push_back(each->task);
   }
 
-  std::stop_token stop = together.size() == 1 ? together.front()->stop : std::stop_token();
+  const std::stop_token stop = together.size() == 1 ? together.front()->stop : std::stop_token();
   const bool atOnce = together.front()->atOnce;
   auto worker = pool.borrow(stop, !atOnce);
   if (!worker) {
-    if (atOnce) stop = {};
     for (Task* task : together) {
-      task->result = stop.stop_requested()
+      task->result = atOnce ? libraryError(PhotoLibraryErrorCancelled, "it takes longer than a moment")
+                     : stop.stop_requested()
                          ? libraryError(PhotoLibraryErrorCancelled, "cancelled")
                          : libraryError(PhotoLibraryErrorUnreadable, "the decoders' program is not to be had");
     }
@@ -206,6 +206,11 @@ void ConfinedDecoders::runOn(WorkerPool& pool, const std::vector<Attempt*>& undo
     return;
   }
   const auto end = process.end(outcome == Conversation::Outcome::Gone);
+  if (settings_.log && !atOnce) {
+    static constexpr const char* causes[] = {"is fine", "went", "answered what cannot be", "took too long",
+                                             "could not be asked"};
+    settings_.log(std::string("A decoder ") + causes[static_cast<int>(outcome)] + ": " + process.epitaph() + ".");
+  }
   const bool fromOutside = end == WorkerProcess::End::Killed && outcome == Conversation::Outcome::Gone;
   pool.lose(std::move(worker), !fromOutside);
   if (atOnce) {

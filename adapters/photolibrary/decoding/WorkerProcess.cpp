@@ -167,6 +167,8 @@ WorkerProcess::End WorkerProcess::end(bool closed) {
     } while (result != 0 && errno == EINTR);
   }
   if (wasGone) {
+    code_ = status.si_code;
+    status_ = status.si_status;
     if (status.si_code == CLD_EXITED) {
       how_ = End::Crashed;
     } else if (status.si_status == SIGXCPU) {
@@ -176,6 +178,11 @@ WorkerProcess::End WorkerProcess::end(bool closed) {
     }
   }
   return how_;
+}
+
+std::string WorkerProcess::epitaph() const {
+  if (code_ == 0) return "it was ended";
+  return (code_ == CLD_EXITED ? "it left with status " : "it was killed by signal ") + std::to_string(status_);
 }
 
 }  // namespace tlx::photolibrary

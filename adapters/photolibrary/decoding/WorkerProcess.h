@@ -47,6 +47,8 @@ class WorkerProcess {
   /// Kills it where it lives, waits until it is gone, and tells how it had ended before that. `closed` says that its
   /// end of the socket is closed, so that it is on its way out by itself and may finish that.
   End end(bool closed = false);
+  /// How it ended, in words for a log; once `end` was called.
+  std::string epitaph() const;
 
  private:
   WorkerProcess(pid_t pid, FileDescriptor process, FileDescriptor socket, void* memory);
@@ -59,6 +61,7 @@ class WorkerProcess {
   const std::uint8_t* ring_;
   bool ended_ = false;
   End how_ = End::Unknown;
+  int code_ = 0, status_ = 0;  ///< of its end, as the kernel tells them
 };
 
 }  // namespace tlx::photolibrary
