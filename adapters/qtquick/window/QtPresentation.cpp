@@ -71,11 +71,13 @@ void QtPresentation::present(const std::shared_ptr<UIViewController>& presented,
                           {QStringLiteral("message"), QString::fromStdString(alert->message())},
                           {QStringLiteral("actions"), actions}});
     connect(shown.frame, SIGNAL(chosen(int)), this, SLOT(alertChosen(int)));
+    shown.frame->setParent(&window_->rootItem());  // what still fades at the end goes with the window
     shown.frame->setParentItem(&window_->rootItem());
   } else if (auto popover = presented->popoverPresentationController()) {
     shown.content = itemForView(presented->view(), &engine_);
     shown.frame = create(engine_, "PopoverFrame.qml", {});
     connect(shown.frame, SIGNAL(pressedOutside()), this, SLOT(pressedOutside()));
+    shown.frame->setParent(&window_->rootItem());  // what still fades at the end goes with the window
     shown.frame->setParentItem(&window_->rootItem());
     if (shown.content) shown.frame->stackBefore(shown.content);
   } else {
