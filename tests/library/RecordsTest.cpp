@@ -77,16 +77,5 @@ TEST(AlbumModel, HasOneRecordForEachAssetThatIsThereAndAnotherWhenFilledAgain) {
   EXPECT_EQ(album->getMediaModelAtIndex(0), first) << "records that are there do not move";
 }
 
-TEST(AlbumModel, ARecordOutlivesItsAlbum) {
-  auto asset = assetOf("a");
-  const std::weak_ptr<const PHAsset> watched = asset;
-  auto album = albumOf({assetOf("b"), std::move(asset)}, 2);
-  auto model = album->getMediaModelAtIndex(1);
-  album.reset();
-  EXPECT_EQ(model->getMediaIdentifier(), Identifier("a"));
-  model.reset();
-  EXPECT_TRUE(watched.expired()) << "the block went with its last record";
-}
-
 }  // namespace
 }  // namespace tlx

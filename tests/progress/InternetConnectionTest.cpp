@@ -73,14 +73,6 @@ TEST_F(InternetConnectionTest, LocalWiFiWantsADirectRouteAndLogsTheFlags) {
                           "Reachability Flag Status: -- tcCiDld localWiFiStatusForFlags\n"));
 }
 
-TEST_F(InternetConnectionTest, SharesOneStartedMonitor) {
-  const auto shared = InternetConnection::sharedInstance();
-  EXPECT_EQ(InternetConnection::sharedInstance(), shared);
-  EXPECT_THAT(platform.reachability.created(), ElementsAre("0.0.0.0"));
-  change(0);
-  EXPECT_THAT(posters, ElementsAre(shared.get()));
-}
-
 TEST_F(InternetConnectionTest, PostsEachChangeOnTheThreadThatStartedItUntilStoppedOrGone) {
   auto connection = InternetConnection::reachabilityForInternetConnection();
   change(0);

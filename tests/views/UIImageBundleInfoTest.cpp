@@ -5,9 +5,7 @@
 #include "tlx/platform/NSException.h"
 #include "tlx/platform/foundation/NSBundle.h"
 #include "tlx/platform/uikit/UIGraphics.h"
-#include "tlx/views/PickerStoryboard.h"
 #include "tlx/views/UIImage+BundleInfo.h"
-#include "tlx/views/ViewClasses.h"
 
 #include "adapters/memory/MemoryPlatform.h"
 #include "adapters/memory/Pictures.h"
@@ -106,17 +104,6 @@ TEST(ScaleAndRotate, WithoutPixelsThereIsNoPicture) {
         << "scale " << scale;
   }
   EXPECT_EQ(UIGraphicsGetCurrentContext(), nullptr);
-}
-
-TEST(Resources, ComeFromThePickersBundleWhateverTheHostHasUnderTheirNames) {
-  memory::MemoryPlatform platform;
-  platform.resources.setImage({"host.application"}, "Overlay_strong", imageOf({"H"}, 0));
-  const auto ours = imageOf({"O"}, 0);
-  platform.resources.setImage({kTLXMediaPickerBundle}, "Overlay_strong", ours);
-  EXPECT_EQ(tlx_imageWithName("Overlay_strong"), ours);
-  registerViewClasses();
-  const Class list{"AlbumPickerTableViewController", "UITableViewController", "host.application", nullptr, {}, {}};
-  EXPECT_TRUE(PickerStoryboard().instantiateViewController(list));
 }
 
 }  // namespace

@@ -122,20 +122,6 @@ TEST(Scrolling, FarDownCellsStandWhereTheyAreDrawn) {
   }
 }
 
-TEST(BadLuck, APhotoVanishesBeneathTheFinger) {
-  PickerWindow session;
-  session.open();
-  session.clickItem(1);
-  const QPoint finger = session.centre(session.cell(2)).toPoint();
-  QTest::mousePress(&session.window, Qt::LeftButton, {}, finger);
-  session.change([](memory::LibraryContents& contents) { contents.remove({"b", "c"}); });
-  QTest::mouseRelease(&session.window, Qt::LeftButton, {}, finger);
-  session.wait(0.5);
-  EXPECT_EQ(session.grid().numberOfItems(), 8);
-  EXPECT_EQ(session.colourAt(session.centre(session.cell(1))), PickerWindow::colourOf("d"));
-  EXPECT_THAT(session.picked(), ElementsAre("e")) << "what the finger leaves is what it picks";
-}
-
 TEST(BadLuck, TheHostLetsGoInTheMiddle) {
   for (const std::string meanwhile : {"list", "question", "fetch"}) {
     SCOPED_TRACE(meanwhile);

@@ -190,15 +190,5 @@ TEST(Bursts, AreOverWhenItIsQuietOrAtTheLatestAfterAWhile) {
   EXPECT_EQ(burst.due(), ms(2100)) << "a new one";
 }
 
-TEST(FileKeys, DeriveDistinctIdentifiersFromEachOfTheirParts) {
-  std::set<std::string> all;
-  for (std::uint64_t i = 2; i < 1002; ++i) {
-    for (const FileKey& key : {FileKey{i, 1, 1}, FileKey{1, i, 1}, FileKey{1, 1, static_cast<std::int64_t>(i)}})
-      all.insert(deriveIdentifier(key));
-  }
-  EXPECT_EQ(all.size(), 3000u);
-  EXPECT_THAT(all, testing::Each(testing::SizeIs(15)));
-}
-
 }  // namespace
 }  // namespace tlx::photolibrary::test

@@ -166,26 +166,6 @@ TEST_F(FilesLibrary, AlbumsAreFoldersInNaturalOrderToldApartByTheirParents) {
                           ));
 }
 
-TEST_F(FilesLibrary, SmartAlbumsKnowTheirItems) {
-  folder_.put("five.jpg", samplePhoto({"", "", 5}), 6000);
-  folder_.put("three.jpg", samplePhoto({"", "", 3}), 5000);
-  folder_.put("clip.mp4", sampleVideo(2.5), 4000);
-  folder_.putPhoto("Screenshot from yesterday.jpg", 3000);
-  folder_.putPhoto("screenshots/1.jpg", 2000);
-  folder_.put("screenshots/recording.mp4", sampleVideo(), 1000);
-  PhotoLibrary& library = open();
-  std::vector<std::string> smart;
-  const auto albums =
-      library.fetchAssetCollections(PHAssetCollectionTypeSmartAlbum, PHAssetCollectionSubtypeAlbumRegular);
-  for (const auto& album : *albums) smart.push_back(album->localizedTitle);
-  EXPECT_THAT(smart, ElementsAre("Camera Roll", "Favorites", "Videos", "Panoramas", "Screenshots", "Recently Deleted"));
-  EXPECT_THAT(namesIn(library, "Favorites"), ElementsAre("five.jpg"));
-  EXPECT_THAT(namesIn(library, "Videos"), ElementsAre("clip.mp4", "recording.mp4"));
-  EXPECT_THAT(namesIn(library, "Screenshots"), ElementsAre("Screenshot from yesterday.jpg", "1.jpg"))
-      << "no recordings";
-  EXPECT_EQ(library.details(identifierOf(library, "clip.mp4"))->duration, 2.5);
-}
-
 TEST_F(FilesLibrary, WhatIsThrownAwayMovesToRecentlyDeleted) {
   folder_.putPhoto("kept.jpg", 1000);
   auto options = folder_.options();
@@ -234,17 +214,6 @@ TEST_F(FilesLibrary, WordOfASaveWaitsForWhoeverAsksForItsPicture) {
   request.reset();
   EXPECT_TRUE(onlooker.comesTo([&] { return onlooker.count() > 0; }));
   EXPECT_FALSE(library.beginRequest(photo.placeholder->localIdentifier())) << "later requests hold nothing back";
-}
-
-TEST_F(FilesLibrary, LocatesItsItems) {
-  folder_.putPhoto("a b/ü#?.jpg", 1714557600);
-  const auto location = std::get<ItemLocation>(open().locate(identifierOf(*library_, "ü#?.jpg")));
-  EXPECT_EQ(location.path, (folder_.pictures() / "a b/ü#?.jpg").string());
-  EXPECT_EQ(location.uri, "file://" + folder_.pictures().string() + "/a%20b/%C3%BC%23%3F.jpg");
-  EXPECT_EQ(location.bytes, static_cast<std::int64_t>(samplePhoto().size()));
-  EXPECT_EQ(location.modified, 1714557600'000'000'000);
-  EXPECT_EQ(std::get<NSError>(library_->locate("no such item")).code, PhotoLibraryErrorNotFound);
-  EXPECT_EQ(std::get<NSError>(library_->fetchOriginal("no such item", {})).code, PhotoLibraryErrorNotFound);
 }
 
 }  // namespace

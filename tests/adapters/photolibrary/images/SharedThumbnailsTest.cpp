@@ -137,16 +137,6 @@ TEST_F(SharingThumbnails, WritesWhatOtherProgramsUnderstand) {
   EXPECT_EQ(textsIn(thumbnailOf(path, "x-large"))["size"], "512x384");
 }
 
-TEST_F(SharingThumbnails, WritesATurnedPhotoUpright) {
-  const std::string path = folder_.file("turned.jpg");
-  writePicture(path, {.width = 640, .height = 480, .orientation = 6});
-  age(path);
-  items_.add("turned", {path, MediaFormat::Jpeg, 480, 640});
-  show("turned");
-  EXPECT_EQ(textsIn(thumbnailOf(path))["size"], "192x256");
-  EXPECT_EQ(show("turned").size, (PixelSize{130, 173})) << "read back, it is not turned again";
-}
-
 TEST_F(SharingThumbnails, UsesWhatFitsTheFileAndReplacesWhatDoesNot) {
   const auto nothing = [](Texts&) {};
   const struct {
