@@ -43,12 +43,5 @@ TEST(Json, AndComplaintsKeepEveryByteAndCommandNoTerminal) {
   }
 }
 
-TEST(Json, NumbersAreReadByOthersAndDatesAreCountedDown) {
-  EXPECT_EQ(jsonNumber(1600), "1600");
-  EXPECT_EQ(jsonNumber(-2.5e-300), "-2.5e-300");
-  EXPECT_EQ(jsonNumber(std::numeric_limits<double>::infinity()), "0");
-  EXPECT_EQ(isoDate(-0.5), "1969-12-31T23:59:59Z") << "before 1970, too";
-}
-
 }  // namespace
 }  // namespace tlx::program

@@ -101,7 +101,8 @@ void Reply::otherKind(WorkerKind kind) {
 
 std::optional<NSError> Reply::begin(PixelSize stored, std::int32_t turn) {
   stored_ = stored;
-  begun_ = written_;
+  // Rows of a picture that came to nothing were never told of: the picker would count them as unread for ever.
+  written_ = begun_;
   const wire::Begin begin{stored.width, stored.height, turn, 0};
   answer(wire::AnswerKind::Begin, wire::bytesOf(begin));
   return std::nullopt;

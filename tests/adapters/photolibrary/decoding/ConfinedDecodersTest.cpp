@@ -117,6 +117,8 @@ TEST_F(ConfinedDecoding, WhateverADecoderDoesEndsWithItsOwnPicture) {
       EXPECT_EQ(flaw(decode(decoders, "paint 40 30"), {40, 30}, 1), "") << "after " << deed;
     }
   }
+  for (int i = 0; i < 60; ++i) EXPECT_EQ(told(decode(decoders, "give-up")), "4 held");
+  EXPECT_EQ(flaw(decode(decoders, "paint 1000 900"), {1000, 900}, 1), "") << "what came to nothing takes no room";
   EXPECT_THAT(log_, testing::Each(testing::StartsWith("A decoder ")));
   EXPECT_THAT(log_, testing::Contains("A decoder went: it was killed by signal 11."));
 }
@@ -128,7 +130,7 @@ TEST_F(ConfinedDecoding, WhoNeverEndsIsEnded) {
   EXPECT_EQ(told(decode(bounded, "spin")), "5 it takes too long to decode") << "by its processor time";
   impatient.patience = std::chrono::milliseconds(50);
   ConfinedDecoders hurried(pixels_, impatient);
-  EXPECT_EQ(told(decode(hurried, "sleep")), "5 it takes too long to decode") << "by the clock";
+  EXPECT_EQ(told(decode(hurried, "sleep")), "2 it takes too long to read") << "by the clock";
 }
 
 TEST_F(ConfinedDecoding, TakesBackWhatItWasToldWithTheSameWords) {

@@ -135,6 +135,10 @@ class Deeds final : public Service::Handler {
       void* much = mmap(nullptr, std::size_t{1500} << 20, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
       answer(much == MAP_FAILED);
       if (much != MAP_FAILED) munmap(much, std::size_t{1500} << 20);
+    } else if (deed == "give-up") {
+      const bool noRoom = reply.begin({60'000, 300}, 1).has_value();
+      reply.add(std::vector<std::uint8_t>(240'000).data());  // too few to be told of yet
+      answer(noRoom);
     } else if (deed == "until-cancelled") {
       while (!cancelled.stop_requested()) std::this_thread::yield();
       reply.failed(libraryError(PhotoLibraryErrorCancelled, "cancelled"));
