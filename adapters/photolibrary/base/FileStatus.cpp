@@ -101,7 +101,9 @@ FileDescriptor openRegularFile(int folder, const std::string& name, const FileSt
   FileDescriptor file(::openat(folder, name.c_str(), flags | O_NOATIME));
   if (!file && errno == EPERM) file = FileDescriptor(::openat(folder, name.c_str(), flags));
   struct stat status;
-  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_ino != expected.key.number) {
+  if (!file || ::fstat(file.get(), &status) != 0) return FileDescriptor();
+  if (!S_ISREG(status.st_mode) || status.st_ino != expected.key.number) {
+    errno = ENOENT;
     return FileDescriptor();
   }
   return file;

@@ -62,7 +62,8 @@ class FileStatusReader {
 };
 
 /// Opens a regular file for reading and nothing else: never waits for a FIFO, never takes a terminal, leaves the access
-/// time alone where the owner may ask for that. Nothing, when it is not, or no longer, the file of that status.
+/// time alone where the owner may ask for that. Nothing, with errno set,
+/// when it cannot be opened, or is not, or no longer, the file of that status.
 FileDescriptor openRegularFile(int folder, const std::string& name, const FileStatus& expected, bool followLink);
 
 /// Whether anybody on this machine has the open regular file open for writing. Unknown for files of somebody else's and

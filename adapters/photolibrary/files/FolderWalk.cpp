@@ -24,6 +24,8 @@ namespace {
 /// Few enough that the workers share even one big folder and results come early, many enough that handing over costs
 /// nothing.
 constexpr std::size_t kFilesAtOnce = DecodersPort::headersAtOnce;
+/// Open at the same time, of all workers together: a process may usually have 1,024.
+constexpr std::size_t kMostOpen = 512;
 /// A file that somebody keeps open for writing counts as whole when nothing was written for so long, one that nobody
 /// can tell of sooner.
 constexpr std::chrono::seconds kWriterRests{10};
@@ -97,7 +99,9 @@ FolderWalk::FolderWalk(const std::vector<std::string>& roots, const KnownFiles& 
       followed_(links),
       watch_(watch),
       stop_(std::move(stop)),
-      crew_(std::max(1u, std::thread::hardware_concurrency())) {
+      workers_(std::max(1u, std::thread::hardware_concurrency())),
+      filesAtOnce_(std::clamp<std::size_t>(kMostOpen / workers_, 1, kFilesAtOnce)),
+      crew_(workers_) {
   for (const std::string& root : roots_) realRoots_.push_back(realPath(root));
 }
 
@@ -302,9 +306,9 @@ FolderWalk::Listing FolderWalk::list(int folder) {
 void FolderWalk::addFiles(const std::shared_ptr<OpenFolder>& folder, std::vector<std::string> names) {
   // The last part goes first: where a camera numbered the files, the newest are known before the rest.
   std::sort(names.begin(), names.end());
-  for (std::size_t start = 0; start < names.size(); start += kFilesAtOnce) {
+  for (std::size_t start = 0; start < names.size(); start += filesAtOnce_) {
     const auto first = names.begin() + static_cast<std::ptrdiff_t>(start);
-    const auto last = names.begin() + static_cast<std::ptrdiff_t>(std::min(start + kFilesAtOnce, names.size()));
+    const auto last = names.begin() + static_cast<std::ptrdiff_t>(std::min(start + filesAtOnce_, names.size()));
     crew_.add(
         [this, folder, part = std::vector<std::string>(std::make_move_iterator(first), std::make_move_iterator(last))] {
           lookAt(*folder, part);
@@ -432,14 +436,12 @@ void FolderWalk::examine(Look& look, const std::string& name, const FileStatus& 
     found.facts.marks &= static_cast<std::uint8_t>(~ItemMarkScreenshotPlace);
   } else {
     unread.file = openRegularFile(folder.descriptor.get(), name, status, linked);
-    if (!unread.file) return;
+    if (!unread.file) return leave(look, found.identifier, name, errno);
     if (mustWait(folder, name, status, unread.file.get())) {
       if (known) look.findings.unchanged.push_back(known_.snapshot().find(known->localIdentifier));
       return;
     }
-    if (sidecar) {
-      unread.sidecar = openRegularFile(folder.descriptor.get(), sidecar->name, sidecar->status, false);
-    }
+    unread.sidecar = sidecar;
   }
   found.facts.key = status.key;
   found.facts.bytes = status.bytes;
@@ -449,6 +451,17 @@ void FolderWalk::examine(Look& look, const std::string& name, const FileStatus& 
     look.findings.fresh.push_back(complete(folder, std::move(found)));
   } else {
     look.unread.push_back(std::move(unread));
+  }
+}
+
+/// A file that cannot be read now, for a reason that may pass: it stays what it was, and is looked at again.
+void FolderWalk::leave(Look& look, const std::string& identifier, const std::string& name, int error) {
+  if (!mayPass(error)) return;
+  if (known_.item(identifier)) {
+    look.findings.unchanged.push_back(known_.snapshot().find(Identifier(identifier)));
+  } else {
+    std::lock_guard lock(mutex_);
+    outcome_.unreachable.push_back(pathIn(look.folder.place.path, name));
   }
 }
 
@@ -468,6 +481,7 @@ FoundItem FolderWalk::complete(const OpenFolder& folder, FoundItem found) {
 /// All at once: the decoders may be in a process of their own, and the way there costs more than a header.
 void FolderWalk::readHeaders(Look& look) {
   std::vector<int> files, sidecars;
+  std::vector<FileDescriptor> opened;
   for (const Unread& each : look.unread) files.push_back(each.file.get());
   auto probed = decoders_.probe(files);
   std::vector<FoundItem*> undated;
@@ -479,14 +493,21 @@ void FolderWalk::readHeaders(Look& look) {
       const ItemFacts& facts = each.found.facts;
       const bool settled = error->code == PhotoLibraryErrorUnsupported || error->code == PhotoLibraryErrorDamaged ||
                            error->code == PhotoLibraryErrorTooLarge;
-      if (settled) look.findings.rejected.push_back({each.found.name, facts.key, facts.bytes, facts.modified});
+      if (settled) {
+        look.findings.rejected.push_back({each.found.name, facts.key, facts.bytes, facts.modified});
+      } else {
+        leave(look, each.found.identifier, each.found.name, EIO);
+      }
       continue;
     }
     each.found.setHeader(std::get<MediaInfo>(probed[i]));
     read.push_back(std::move(each.found));
     if (isCaptureDate(read.back().facts.dateOrigin) || !each.sidecar) continue;
+    const Sidecar& sidecar = *each.sidecar;
+    opened.push_back(openRegularFile(look.folder.descriptor.get(), sidecar.name, sidecar.status, false));
+    if (!opened.back()) continue;
     undated.push_back(&read.back());
-    sidecars.push_back(each.sidecar.get());
+    sidecars.push_back(opened.back().get());
   }
   const auto dates = sidecars.empty() ? std::vector<std::optional<double>>() : decoders_.probeSidecars(sidecars);
   for (std::size_t i = 0; i < dates.size(); ++i) {

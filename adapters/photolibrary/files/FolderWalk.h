@@ -59,19 +59,20 @@ class FolderWalk {
     /// The XMP files in it, by name; nothing when the folder was not listed.
     std::optional<std::vector<std::string>> sidecars;
   };
-  struct Sidecar {
-    std::string name;
-    FileStatus status;
-  };
   struct Listing {
     std::vector<std::string> files, folders, links;
     bool excluded = false;
     bool broken = false;
   };
+  struct Sidecar {
+    std::string name;
+    FileStatus status;
+  };
   /// A file whose header is still to be read, and what is known of it without that.
   struct Unread {
     FoundItem found;
-    FileDescriptor file, sidecar;
+    FileDescriptor file;
+    std::optional<Sidecar> sidecar;
   };
   /// What one look tells of a folder.
   struct Look {
@@ -100,6 +101,7 @@ class FolderWalk {
   void examine(Look& look, const std::string& name, const FileStatus& status, const std::optional<Sidecar>& sidecar,
                bool linked);
   void readHeaders(Look& look);
+  void leave(Look& look, const std::string& identifier, const std::string& name, int error);
   static FoundItem complete(const OpenFolder& folder, FoundItem found);
   void tell(Look& look, bool linked);
   std::string identifyFolder(const FileKey& key);
@@ -120,6 +122,7 @@ class FolderWalk {
   const Links followed_;
   FolderWatch* const watch_;
   std::stop_token stop_;
+  const std::size_t workers_, filesAtOnce_;
   WorkCrew crew_;
   mutable FileStatusReader statuses_;
   std::vector<std::string> realRoots_;  ///< where the roots' own links lead
