@@ -108,6 +108,7 @@ std::vector<Picture> ConfinedDecoders::decodeEmbedded(std::span<const Wanted> wa
     run(WorkerKind::Photo, std::span(tasks).subspan(at, std::min(mostEmbeddedAtOnce, tasks.size() - at)));
   }
   std::vector<Picture> pictures;
+  pictures.reserve(tasks.size());
   for (Task& task : tasks) pictures.push_back(pictureOf(task));
   return pictures;
 }
@@ -164,6 +165,7 @@ std::variant<VideoInfo, NSError> ConfinedDecoders::tracks(int file) {
 void ConfinedDecoders::run(WorkerKind kind, std::span<Task> tasks) {
   std::vector<Attempt> attempts;
   std::vector<Attempt*> undone;
+  attempts.reserve(tasks.size());
   for (Task& task : tasks) attempts.push_back({&task});
   for (Attempt& attempt : attempts) undone.push_back(&attempt);
   WorkerPool& pool = *pools_[static_cast<std::size_t>(kind)];
@@ -211,8 +213,9 @@ void ConfinedDecoders::runOn(WorkerPool& pool, const std::vector<Attempt*>& undo
                                              "could not be asked"};
     settings_.log(std::string("A decoder ") + causes[static_cast<int>(outcome)] + ": " + process.epitaph() + ".");
   }
-  const bool fromOutside = end == WorkerProcess::End::Killed && outcome == Conversation::Outcome::Gone;
-  pool.lose(std::move(worker), !fromOutside);
+  const bool fromOutside = outcome == Conversation::Outcome::Failed ||
+                           (end == WorkerProcess::End::Killed && outcome == Conversation::Outcome::Gone);
+  pool.lose(std::move(worker), !fromOutside && !atOnce);
   if (atOnce) {
     // Whoever has the time will see what this file does to its decoder.
     for (Task* task : together) {
@@ -234,8 +237,11 @@ void ConfinedDecoders::runOn(WorkerPool& pool, const std::vector<Attempt*>& undo
 void ConfinedDecoders::blame(Attempt& attempt, Conversation::Outcome outcome, WorkerProcess::End end,
                              bool fromOutside) {
   Task& task = *attempt.task;
-  if (outcome == Conversation::Outcome::TooLong || end == WorkerProcess::End::OutOfTime) {
+  if (end == WorkerProcess::End::OutOfTime) {
     task.result = libraryError(PhotoLibraryErrorTooLarge, "it takes too long to decode");
+  } else if (outcome == Conversation::Outcome::TooLong) {
+    // Without much of the processor's time: the file's disk may be what is slow, and better the next time.
+    task.result = libraryError(PhotoLibraryErrorUnreadable, "it takes too long to read");
   } else if (fromOutside) {
     if (++attempt.outsideKills >= mostOutsideKills) {
       task.result = libraryError(PhotoLibraryErrorUnreadable, "its decoder was killed again and again");

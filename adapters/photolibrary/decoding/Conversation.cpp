@@ -132,7 +132,7 @@ class Conversation::Reception {
     wire::Info said;
     if (task_.job.kind != wire::JobKind::Probe || !answer.read(said)) return Step::Lie;
     auto info = infoOf(said);
-    return info ? finish(std::move(*info)) : Step::Lie;
+    return info ? finish(*info) : Step::Lie;
   }
 
   Step date(const wire::Answer& answer) {
@@ -230,7 +230,11 @@ Conversation::Conversation(WorkerProcess& worker, PixelStore& pixels, std::chron
 
 bool Conversation::greet(WorkerProcess& worker, std::chrono::milliseconds patience, wire::Hello& hello) {
   pollfd ready{worker.socket(), POLLIN, 0};
-  if (poll(&ready, 1, static_cast<int>(patience.count())) != 1) return false;
+  int polled = 0;
+  do {
+    polled = poll(&ready, 1, static_cast<int>(patience.count()));
+  } while (polled < 0 && errno == EINTR);
+  if (polled != 1) return false;
   std::byte bytes[256];
   const std::int64_t count = wire::receive(worker.socket(), bytes);
   if (count <= 0) return false;

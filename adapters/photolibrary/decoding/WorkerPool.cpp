@@ -14,7 +14,8 @@ namespace {
 
 constexpr std::chrono::milliseconds shortestPause{25};
 constexpr std::chrono::milliseconds longestPause{2000};
-constexpr unsigned mostFailedStarts = 8;  // in a row, after which none is tried any more
+constexpr unsigned mostFailedStarts = 8;  // in a row, after which none is tried for a while
+constexpr std::chrono::seconds restAfterFailures{30};
 
 }  // namespace
 
@@ -24,7 +25,7 @@ WorkerPool::WorkerPool(Settings settings, Log log)
       program_(open(settings_.program.c_str(), O_RDONLY | O_CLOEXEC)),
       spawner_([this](const std::stop_token& stop) { spawn(stop); }) {
   if (!program_) {
-    impossible_ = true;
+    impossibleUntil_ = Clock::time_point::max();
     tell("The decoders' program " + settings_.program + " cannot be opened: " + std::strerror(errno));
   }
 }
@@ -39,7 +40,7 @@ std::unique_ptr<WorkerPool::Worker> WorkerPool::borrow(const std::stop_token& st
   if (!canWait && free_.empty()) return nullptr;
   ++wanted_;
   changed_.notify_all();
-  changed_.wait(lock, stop, [this] { return impossible_ || !free_.empty(); });
+  changed_.wait(lock, stop, [this] { return isImpossible() || !free_.empty(); });
   --wanted_;
   if (free_.empty()) return nullptr;
   auto worker = std::move(free_.back());
@@ -94,7 +95,7 @@ void WorkerPool::tell(const std::string& line) {
 void WorkerPool::spawn(const std::stop_token& stop) {
   std::unique_lock lock(mutex_);
   const auto isShort = [this] {
-    return !impossible_ && living_ < settings_.most && (wanted_ > free_.size() || (spareWanted_ && living_ == 0));
+    return !isImpossible() && living_ < settings_.most && (wanted_ > free_.size() || (spareWanted_ && living_ == 0));
   };
   while (!stop.stop_requested()) {
     if (isShort()) {
@@ -112,7 +113,7 @@ void WorkerPool::spawn(const std::stop_token& stop) {
         --living_;
         backOff();
         // A program that never starts would keep every picture waiting.
-        if (++failedStarts_ == mostFailedStarts) impossible_ = true;
+        if (++failedStarts_ >= mostFailedStarts) impossibleUntil_ = Clock::now() + restAfterFailures;
       }
       changed_.notify_all();
       continue;

@@ -58,6 +58,7 @@ class WorkerPool {
 
   void spawn(const std::stop_token& stop);
   std::unique_ptr<Worker> startOne();
+  bool isImpossible() const { return Clock::now() < impossibleUntil_; }
   void backOff();
   void tell(const std::string& line);
 
@@ -71,7 +72,8 @@ class WorkerPool {
   unsigned failures_ = 0;      ///< crashes in a row
   unsigned failedStarts_ = 0;  ///< in a row
   Clock::time_point notBefore_{};
-  bool impossible_ = false, spareWanted_ = false;
+  Clock::time_point impossibleUntil_{};  ///< none is started before, and nobody waits for one
+  bool spareWanted_ = false;
   std::string told_;
   std::jthread spawner_;  ///< starts every worker, since a worker ends with the thread that started it
 };

@@ -19,7 +19,7 @@
 namespace tlx::photolibrary {
 namespace {
 
-constexpr int patienceMilliseconds = 1000;  // for one that may as well hang on its way out
+constexpr int patienceMilliseconds = 10'000;  // for one that may as well hang on its way out
 
 /// A copy above the numbers that the worker finds its descriptors at: duplicating onto a number that is still a source
 /// would lose it.
@@ -96,6 +96,7 @@ std::variant<std::unique_ptr<WorkerProcess>, int> WorkerProcess::start(int progr
   std::vector<std::string> words{name, std::to_string(getpid())};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<char*> argv;
+  argv.reserve(words.size() + 1);
   for (std::string& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
   std::string zone = timeZone();
@@ -174,7 +175,9 @@ WorkerProcess::End WorkerProcess::end(bool closed) {
     } else if (status.si_status == SIGXCPU) {
       how_ = End::OutOfTime;
     } else {
-      how_ = status.si_status == SIGKILL ? End::Killed : End::Crashed;
+      const int signal = status.si_status;
+      const bool isSent = signal == SIGKILL || signal == SIGTERM || signal == SIGINT || signal == SIGHUP;
+      how_ = isSent ? End::Killed : End::Crashed;
     }
   }
   return how_;

@@ -9,11 +9,7 @@
 namespace tlx::photolibrary {
 
 Service::Service(int socket, void* memory, Handler& handler)
-    : socket_(socket),
-      shared_(*static_cast<wire::Shared*>(memory)),
-      handler_(handler),
-      reply_(socket, memory),
-      watcher_([this](const std::stop_token& stop) { watch(stop); }) {}
+    : socket_(socket), shared_(*static_cast<wire::Shared*>(memory)), handler_(handler), reply_(socket, memory) {}
 
 Service::~Service() {
   watcher_.request_stop();
@@ -21,6 +17,7 @@ Service::~Service() {
 }
 
 int Service::run(const wire::Hello& hello) {
+  watcher_ = std::jthread([this](const std::stop_token& stop) { watch(stop); });
   reply_.hello(hello);
   std::vector<std::byte> buffer(sizeof(wire::Job) * wire::mostJobs);
   while (!reply_.isBroken()) {

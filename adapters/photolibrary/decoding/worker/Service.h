@@ -21,11 +21,12 @@ class Service {
     virtual void handle(const wire::Job& job, int file, const std::stop_token& cancelled, Reply& reply) = 0;
   };
 
-  /// All outlive the object. Starts the thread that waits for cancellations.
+  /// All outlive the object.
   Service(int socket, void* memory, Handler& handler);
   ~Service();
 
-  /// Says hello and serves. The process's exit status: 0 when the picker closed its end.
+  /// Says hello, starts the thread that waits for cancellations, and serves. The process's exit status: 0 when the
+  /// picker closed its end.
   int run(const wire::Hello& hello);
 
  private:
