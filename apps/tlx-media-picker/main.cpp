@@ -98,8 +98,9 @@ int run(int argc, char** argv, const Arguments& arguments) {
   if (qgetenv("QT_QPA_PLATFORM") == "offscreen" && !qEnvironmentVariableIsSet("QT_QUICK_BACKEND")) {
     qputenv("QT_QUICK_BACKEND", "software");
   }
-  const qtquick::FontsAhead fonts;
   QGuiApplication application(argc, argv);
+  // Not before: both look at the environment, and the application changes it.
+  const qtquick::FontsAhead fonts;
   application.setApplicationName(QString::fromLatin1(kProgram));
 
   std::unique_ptr<OutputFolder> output;
