@@ -13,7 +13,7 @@ NSError noVideos() {
 
 }  // namespace
 
-Failure decodePoster(FileBytes&, MediaFormat, const PictureRequest&, DecodeContext) {
+Failure decodePoster(FileBytes&, MediaFormat, const PictureRequest&, const DecodeContext&) {
   return noVideos();
 }
 std::variant<MediaInfo, NSError> probeVideoHeader(FileBytes&, MediaFormat) {

@@ -11,7 +11,7 @@ namespace tlx::photolibrary {
 void ImageDecoder::leaveThread() {}
 void prepareVips() {}
 
-Failure decodeWithVips(FileBytes&, const PhotoHeader&, PixelSize, DecodeContext) {
+Failure decodeWithVips(FileBytes&, const PhotoHeader&, PixelSize, const DecodeContext&) {
   return NSError{kOtherWorkerDomain, static_cast<std::int64_t>(WorkerKind::Vips), "not this kind of worker's"};
 }
 

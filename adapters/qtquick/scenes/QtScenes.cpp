@@ -138,7 +138,7 @@ std::shared_ptr<UIView> QtScenes::makeCell(const std::string& name, const CGRect
   if (const auto found = ready_.find(name); found != ready_.end() && !found->second.cells.empty()) {
     Ready& ready = found->second;
     ready.missing = 0;
-    const auto cell = std::move(ready.cells.back());
+    auto cell = std::move(ready.cells.back());
     ready.cells.pop_back();
     cell->setFrame(CGRectMake(0, 0, frame.size.width, frame.size.height));
     return cell;

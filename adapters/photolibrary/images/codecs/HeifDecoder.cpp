@@ -63,13 +63,13 @@ void prepareHeif() {
   heif_init(nullptr);
 }
 
-Failure decodeHeif(FileBytes& file, PixelSize result, DecodeContext context) {
+Failure decodeHeif(FileBytes& file, PixelSize result, const DecodeContext& context) {
   const HeifFile heif(file);
   if (!heif.primary()) return libraryError(PhotoLibraryErrorDamaged, heif.error());
   return decodeHandle(heif.primary(), result, context);
 }
 
-Failure decodeHeifThumbnail(FileBytes& file, const PictureRequest& request, DecodeContext context) {
+Failure decodeHeifThumbnail(FileBytes& file, const PictureRequest& request, const DecodeContext& context) {
   static constexpr std::int64_t maxPixels = 4'000'000;  // it is there to be quick
   static constexpr double shapeTolerance = 0.03;        // sides of a few hundred pixels are rounded
   const HeifFile heif(file);

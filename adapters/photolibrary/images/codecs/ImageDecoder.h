@@ -51,20 +51,21 @@ class ImageDecoder {
 
 /// One decoder per library, for `ImageDecoder`. `result` is the finished picture's size, upright. When they answer no
 /// failure, the sink has the whole picture.
-Failure decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result, DecodeContext context);
+Failure decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result,
+                   const DecodeContext& context);
 /// For all formats that have no decoder of their own here; 8-bit RGBA and sRGB come from libvips. Sets up libvips for
 /// the process at first use: no operation cache, no messages on standard error.
-Failure decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context);
+Failure decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, const DecodeContext& context);
 /// Starts libvips, or loads what libheif loads, now, for a process that will soon be unable to.
 void prepareVips();
 void prepareHeif();
-Failure decodeHeif(FileBytes& file, PixelSize result, DecodeContext context);
+Failure decodeHeif(FileBytes& file, PixelSize result, const DecodeContext& context);
 /// The first frame that is not black, of the first few key frames.
-Failure decodePoster(FileBytes& file, MediaFormat format, const PictureRequest& request, DecodeContext context);
+Failure decodePoster(FileBytes& file, MediaFormat format, const PictureRequest& request, const DecodeContext& context);
 
 /// A JPEG that stands for a picture of `shape` (before turning): bars that make up for another shape are left out.
 Failure decodeEmbeddedJpeg(Bytes jpeg, PixelSize shape, std::int32_t turn, const PictureRequest& request,
-                           DecodeContext context);
-Failure decodeHeifThumbnail(FileBytes& file, const PictureRequest& request, DecodeContext context);
+                           const DecodeContext& context);
+Failure decodeHeifThumbnail(FileBytes& file, const PictureRequest& request, const DecodeContext& context);
 
 }  // namespace tlx::photolibrary

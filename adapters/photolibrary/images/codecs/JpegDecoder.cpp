@@ -63,7 +63,8 @@ Crop middleOfShape(PixelSize size, PixelSize shape) {
 
 }  // namespace
 
-Failure decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result, DecodeContext context) {
+Failure decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, PixelSize result,
+                   const DecodeContext& context) {
   JpegReader reader(file, context.strict, context.stop);
   if (!reader.readHeader()) return damaged(reader);
   // Print colours, and profiles for other than RGB, are converted by the library that knows them all.
@@ -84,7 +85,7 @@ Failure decodeJpeg(FileBytes& file, const PhotoHeader& header, Bytes profile, Pi
 }
 
 Failure decodeEmbeddedJpeg(Bytes jpeg, PixelSize shape, std::int32_t turn, const PictureRequest& request,
-                           DecodeContext context) {
+                           const DecodeContext& context) {
   static constexpr std::int64_t maxPixels = 4'000'000;  // it is there to be quick
   JpegReader reader(jpeg);
   if (!reader.readHeader()) return damaged(reader);

@@ -7,6 +7,7 @@ extern "C" {
 }
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <vector>
 
@@ -80,7 +81,8 @@ std::variant<Poster, NSError> posterOf(const AVFrame& frame, const AVStream& str
   const AVRational pixel = frame.sample_aspect_ratio.num > 0 ? frame.sample_aspect_ratio : stream.sample_aspect_ratio;
   const double stretch = pixel.num > 0 && pixel.den > 0 ? av_q2d(pixel) : 1;
   PixelSize shown{frame.width, frame.height};
-  if (stretch > 0.1 && stretch < 10) shown.width = std::max(1, static_cast<std::int32_t>(frame.width * stretch + 0.5));
+  if (stretch > 0.1 && stretch < 10)
+    shown.width = std::max(1, static_cast<std::int32_t>(std::lround(frame.width * stretch)));
   const PixelSize upright = turn >= 5 ? shown.turned() : shown;
   const PixelSize result = fittedSize(upright, request.target, request.mode);
   const PixelSize stored = turn >= 5 ? result.turned() : result;
@@ -128,7 +130,7 @@ bool isBlack(Poster& poster) {
 
 }  // namespace
 
-Failure decodePoster(FileBytes& file, MediaFormat format, const PictureRequest& request, DecodeContext context) {
+Failure decodePoster(FileBytes& file, MediaFormat format, const PictureRequest& request, const DecodeContext& context) {
   const VideoFile video(file, format);
   const AVStream* stream = video.videoStream();
   if (!video.context()) return libraryError(PhotoLibraryErrorDamaged, "the container cannot be read");

@@ -181,7 +181,7 @@ void prepareVips() {
   startVips();
 }
 
-Failure decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, DecodeContext context) {
+Failure decodeWithVips(FileBytes& file, const PhotoHeader& header, PixelSize result, const DecodeContext& context) {
   if (!startVips()) return libraryError(PhotoLibraryErrorUnsupported, "libvips does not start");
   // What an earlier file left there, as a header that was read in vain does, would stand before what is said of this
   // one.

@@ -129,7 +129,7 @@ const AVStream* VideoFile::videoStream() const {
 VideoInfo VideoFile::info() const {
   VideoInfo info;
   if (!context_) return info;
-  info.duration = secondsOf(context_->duration, AV_TIME_BASE_Q);
+  info.duration = secondsOf(context_->duration, AVRational{1, AV_TIME_BASE});
   for (unsigned i = 0; i < context_->nb_streams; ++i) {
     const AVStream& stream = *context_->streams[i];
     const AVCodecParameters& codec = *stream.codecpar;
