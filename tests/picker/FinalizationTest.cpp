@@ -342,7 +342,7 @@ TEST(Finalization, ListMayChangeUnderTheWalk) {
       session.platform.runUntilIdle();
     };
   };
-  const auto tap = [](Names names) {
+  const auto tap = [](const Names& names) {
     return [names](PickerSession& session) {
       for (const auto& name : names) session.tap(name);
     };

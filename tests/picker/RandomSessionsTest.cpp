@@ -180,7 +180,7 @@ class RandomSession : PickerSession {
       }
     });
     platform.runUntilIdle();
-    if (host.deliveries.empty()) there ? gone_.insert(name).second : gone_.erase(name) > 0;
+    if (host.deliveries.empty()) there ? void(gone_.insert(name)) : void(gone_.erase(name));
     observe();
   }
 

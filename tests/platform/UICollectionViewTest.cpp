@@ -142,7 +142,8 @@ TEST_F(GridTest, RecyclesWhatScrollsOutForWhatScrollsIn) {
   EXPECT_THAT(source->asked, ElementsAre(12, 13, 14));
   for (double y = 116; y < 32'000; y += 777) {
     scrollTo(y);
-    expectCellsInPlace(grid->visibleCells().size(), std::min<std::int64_t>(899, std::ceil((y + 330) / 110) * 3 - 1));
+    expectCellsInPlace(grid->visibleCells().size(),
+                       std::min<std::int64_t>(899, std::lround(std::ceil((y + 330) / 110)) * 3 - 1));
   }
   scrollTo(grid->maximumOffsetY());
   expectCellsInPlace(9, 899);

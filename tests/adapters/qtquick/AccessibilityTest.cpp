@@ -59,8 +59,8 @@ TEST_F(Accessibility, WhatIsPressedDoesWhatAFingerWould) {
 TEST(AccessibleOrder, FollowsTheItemsAlsoWhenCellsAreUsedAgain) {
   PickerWindow session{{}};
   session.library.edit([](memory::LibraryContents& contents) {
-    std::vector<PHAsset> items;
-    for (int i = 0; i < 400; ++i) items.push_back(memory::photo("p" + std::to_string(i), 86400.0 * (400 - i)));
+    std::vector<PHAsset> items(400);
+    for (std::size_t i = 0; i < 400; ++i) items[i] = memory::photo("p" + std::to_string(i), 86400.0 * (400.0 - i));
     contents.addSmartAlbum("Days", items);
   });
   session.open();

@@ -75,6 +75,7 @@ class PhotoLibraryPort {
   /// returned. A photo that nobody asks for keeps it waiting for a bounded time only.
   ///
   /// A request without an image or a video fails. This one answers within the call: a library that takes nothing in.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param): overriders keep them
   virtual void performChanges(std::vector<PHAssetCreation> creations, ChangesHandler completion) {
     completion(false, NSError{kPhotoLibraryErrorDomain, PhotoLibraryErrorUnsupported, "The library takes nothing in."});
   }

@@ -181,8 +181,8 @@ TEST_F(Catalogues, ALookAtTheFilesIsOneChangeThatNamesWhatItTouched) {
 }
 
 TEST_F(Catalogues, ALibraryNeverSeenFillsWhileItIsScanned) {
-  std::vector<FoundItem> items;
-  for (int i = 0; i < 700; ++i) items.push_back(itemCalled(std::to_string(i), static_cast<std::uint64_t>(i), i));
+  std::vector<FoundItem> items(700);
+  for (int i = 0; FoundItem & item : items) item = itemCalled(std::to_string(i), static_cast<std::uint64_t>(i), i), ++i;
   std::vector<FoundItem> most(items.begin(), items.begin() + 600), rest(items.begin() + 600, items.end());
   // The rest is only found once the first have been told of.
   std::promise<void> seenPart;

@@ -61,7 +61,7 @@ void Cloud::reopen() {
   library_->waitUntilScanned();
 }
 
-std::variant<Original, NSError> Cloud::fetch(const std::string& name, ItemStore::FetchOptions options) {
+std::variant<Original, NSError> Cloud::fetch(const std::string& name, const ItemStore::FetchOptions& options) {
   return library_->fetchOriginal(identifier(name), options);
 }
 

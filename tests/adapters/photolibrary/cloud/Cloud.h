@@ -28,7 +28,7 @@ class Cloud {
   /// Ends this one and opens another on what it left.
   void reopen();
   /// Of the file with that name; fails the test when there is none.
-  std::variant<Original, NSError> fetch(const std::string& name, ItemStore::FetchOptions options = {true, {}, {}});
+  std::variant<Original, NSError> fetch(const std::string& name, const ItemStore::FetchOptions& how = {true, {}, {}});
   std::string identifier(const std::string& name) { return identifierOf(*library_, name); }
   PhotoLibrary::Details details(const std::string& name) { return library_->details(identifier(name)).value(); }
   /// Names of all items, newest first.
