@@ -58,6 +58,14 @@ TEST_F(InternetConnectionTest, ClassifiesFlags) {
   EXPECT_THAT(platform.systemLog.lines(), IsEmpty());
 }
 
+TEST_F(InternetConnectionTest, SharesOneStartedMonitor) {
+  const auto shared = InternetConnection::sharedInstance();
+  EXPECT_EQ(InternetConnection::sharedInstance(), shared);
+  EXPECT_THAT(platform.reachability.created(), ElementsAre("0.0.0.0"));
+  change(0);
+  EXPECT_THAT(posters, ElementsAre(shared.get()));
+}
+
 TEST_F(InternetConnectionTest, LocalWiFiWantsADirectRouteAndLogsTheFlags) {
   const auto connection = InternetConnection::reachabilityForLocalWiFi();
   EXPECT_THAT(platform.reachability.created(), ElementsAre("169.254.0.0"));

@@ -166,6 +166,7 @@ void ConfinedDecoders::run(WorkerKind kind, std::span<Task> tasks) {
   std::vector<Attempt> attempts;
   std::vector<Attempt*> undone;
   attempts.reserve(tasks.size());
+  undone.reserve(tasks.size());
   for (Task& task : tasks) attempts.push_back({&task});
   for (Attempt& attempt : attempts) undone.push_back(&attempt);
   WorkerPool& pool = *pools_[static_cast<std::size_t>(kind)];

@@ -60,7 +60,7 @@ TEST(AccessibleOrder, FollowsTheItemsAlsoWhenCellsAreUsedAgain) {
   PickerWindow session{{}};
   session.library.edit([](memory::LibraryContents& contents) {
     std::vector<PHAsset> items(400);
-    for (std::size_t i = 0; i < 400; ++i) items[i] = memory::photo("p" + std::to_string(i), 86400.0 * (400.0 - i));
+    for (int i = 0; i < 400; ++i) items.at(i) = memory::photo("p" + std::to_string(i), 86400.0 * (400 - i));
     contents.addSmartAlbum("Days", items);
   });
   session.open();

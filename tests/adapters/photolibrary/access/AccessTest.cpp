@@ -8,7 +8,6 @@
 #include <gmock/gmock.h>
 
 #include "adapters/photolibrary/base/XdgFolders.h"
-#include "adapters/photolibrary/catalogue/NaturalOrder.h"
 #include "tests/adapters/photolibrary/LibraryFolder.h"
 
 namespace tlx::photolibrary::test {
@@ -165,17 +164,6 @@ TEST_F(FilesAccess, DefaultRootsAreWhatTheDesktopNames) {
     std::ofstream(home + "/user-dirs.dirs") << row.lines;
     g_reload_user_special_dirs_cache();
     EXPECT_EQ(defaultRoots(), row.roots) << row.reason;
-  }
-}
-
-TEST(NaturalOrder, IsTotalAndReadsNumbers) {
-  const std::vector<std::string> sorted = {
-      "", "a", "a/z", "A 1", "a 02", "a 2", "a 10", "a 10 b", "a100000000000000000000", "B", "b"};
-  for (std::size_t i = 0; i < sorted.size(); ++i) {
-    for (std::size_t j = 0; j < sorted.size(); ++j) {
-      const int order = naturalCompare(sorted[i], sorted[j]);
-      EXPECT_EQ((order > 0) - (order < 0), (i > j) - (i < j)) << "'" << sorted[i] << "' '" << sorted[j] << "'";
-    }
   }
 }
 

@@ -142,10 +142,12 @@ TEST_F(ConfinedDecoding, TakesBackWhatItWasToldWithTheSameWords) {
 
 TEST_F(ConfinedDecoding, OneOfManyThatCrashesTakesNoneOfTheOthersAlong) {
   ConfinedDecoders decoders(pixels_, settings());
-  std::vector<FileDescriptor> files;
-  std::vector<DecodersPort::Wanted> wanted;
-  for (int i = 0; i < 24; ++i) files.push_back(order(i % 8 == 5 ? "null" : "paint 60 40"));
-  for (const FileDescriptor& file : files) wanted.push_back({file.get()});
+  std::vector<FileDescriptor> files(24);
+  std::vector<DecodersPort::Wanted> wanted(24);
+  for (std::size_t i = 0; i < 24; ++i) {
+    files[i] = order(i % 8 == 5 ? "null" : "paint 60 40");
+    wanted[i].file = files[i].get();
+  }
   const auto pictures = decoders.decodeEmbedded(wanted);
   ASSERT_EQ(pictures.size(), 24u);
   for (std::size_t i = 0; i < pictures.size(); ++i) {
@@ -157,9 +159,9 @@ TEST_F(ConfinedDecoding, TwoHundredKillsLoseNoPicture) {
   ConfinedDecoders decoders(pixels_, settings());
   std::atomic<int> made{0}, wrong{0}, kills{0};
   {
-    std::vector<std::jthread> threads;
-    for (int t = 0; t < 2; ++t) {
-      threads.emplace_back([&] {
+    std::vector<std::jthread> threads(2);
+    for (std::jthread& thread : threads) {
+      thread = std::jthread([&] {
         while (made < 1000 || kills < 200) {
           if (!flaw(decode(decoders, "paint 200 150"), {200, 150}, 1).empty()) ++wrong;
           ++made;
