@@ -47,9 +47,9 @@ void ScreenTest::SetUp() {
   for (const char* const needed : {"Xvfb", "xdotool"}) {
     if (QStandardPaths::findExecutable(QLatin1String(needed)).isEmpty()) GTEST_SKIP() << needed << " is not installed";
   }
-  // The server writes its number once it takes connections, or ends when it cannot.
-  server_.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp", "-fbdir",
-                                         QString::fromStdString(top_.path())});
+  // Told not to begin anew when a program goes: the next one would sometimes wait for its answer for ever.
+  server_.start(QStringLiteral("Xvfb"), {"-noreset", "-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten",
+                                         "tcp", "-fbdir", QString::fromStdString(top_.path())});
   while (!server_.canReadLine() && server_.waitForReadyRead(-1)) {
   }
   display_ = ":" + server_.readLine().trimmed().toStdString();
